@@ -1,0 +1,36 @@
+# velmar_library(<target> DEPS <targets...>)
+# One folder, one library: every source below the calling folder belongs to it, so
+# adding a file never means editing a build list. A folder without sources yet is an
+# interface library, so that its dependents build all the same.
+function(velmar_library target)
+  cmake_parse_arguments(ARG "" "" "DEPS" ${ARGN})
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS
+       ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
+  list(FILTER sources INCLUDE REGEX "\\.cpp$")
+  if(sources)
+    add_library(${target} STATIC ${sources})
+    target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR}/src)
+    target_link_libraries(${target} PUBLIC ${ARG_DEPS})
+  else()
+    add_library(${target} INTERFACE)
+    target_include_directories(${target} INTERFACE ${PROJECT_SOURCE_DIR}/src)
+    target_link_libraries(${target} INTERFACE ${ARG_DEPS})
+  endif()
+endfunction()
+
+# velmar_test(<target> LIBS <targets...>)
+# One test program per folder of tests/, its cases registered one by one with CTest.
+function(velmar_test target)
+  cmake_parse_arguments(ARG "" "" "LIBS" ${ARGN})
+  file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  if(NOT sources)
+    return()
+  endif()
+  add_executable(${target} ${sources})
+  target_link_libraries(${target} PRIVATE ${ARG_LIBS} GTest::gtest GTest::gmock GTest::gtest_main)
+  target_compile_definitions(${target} PRIVATE
+    VELMAR_SOURCE_DIR="${PROJECT_SOURCE_DIR}"
+    VELMAR_TEST_DATA="${PROJECT_SOURCE_DIR}/tests/data"
+    VELMAR_CORPUS="${PROJECT_SOURCE_DIR}/tests/corpus")
+  gtest_discover_tests(${target} DISCOVERY_TIMEOUT 60 PROPERTIES LABELS unit)
+endfunction()

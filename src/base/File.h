@@ -1,0 +1,26 @@
+#pragma once
+// Reading whole files and replacing files atomically.
+
+#include <string>
+#include <string_view>
+
+#include "base/Status.h"
+
+namespace base {
+
+// The bytes of a file; a status naming the file and the reason when it can't be read.
+Result<std::string> ReadFile(const std::string& path);
+
+struct AtomicWriteOptions {
+    // When not empty and the target exists, the old target is kept under this name (an older
+    // backup is replaced).
+    std::string backupPath;
+};
+
+// Writes `bytes` to a temporary file in the target's folder, flushes it to disk and renames it
+// over the target, so the target is either the old file or the whole new one, never a part.
+// A new file gets the permissions of the one it replaces.
+Status WriteFileAtomic(const std::string& path, std::string_view bytes,
+                       const AtomicWriteOptions& options = {});
+
+}  // namespace base
