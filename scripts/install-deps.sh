@@ -10,6 +10,8 @@ packages=(
   libfmt-dev libutf8proc-dev libpugixml-dev libzip-dev zlib1g-dev libcli11-dev
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev
+  # fuzzing (scripts/fuzz.sh builds with clang and libFuzzer)
+  clang-14 libfuzzer-14-dev libclang-rt-14-dev
   # interop checks: independent readers of our drawings and workbooks
   python3 python3-ezdxf python3-openpyxl libreoffice-calc-nogui
 )
