@@ -19,10 +19,13 @@ function(velmar_library target)
 endfunction()
 
 # velmar_test(<target> LIBS <targets...>)
-# One test program per folder of tests/, its cases registered one by one with CTest.
+# One test program per folder of tests/ (sub-folders with a CMakeLists.txt of their own are
+# programs of their own), its cases registered one by one with CTest. EXTRA_SOURCES are compiled
+# into the program itself, for a test that must not wait for the rest of its library.
 function(velmar_test target)
-  cmake_parse_arguments(ARG "" "" "LIBS" ${ARGN})
-  file(GLOB_RECURSE sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  cmake_parse_arguments(ARG "" "" "LIBS;EXTRA_SOURCES" ${ARGN})
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  list(APPEND sources ${ARG_EXTRA_SOURCES})
   if(NOT sources)
     return()
   endif()
