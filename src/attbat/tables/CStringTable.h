@@ -1,0 +1,51 @@
+#pragma once
+// The text of a worksheet range: rows of strings with the address it was read from, and the
+// searches by header, key, tag and drawing that the imports and the block insertion share.
+#include <map>
+#include <string>
+#include <string_view>
+
+#include "attbat/tables/Array.h"
+#include "attbat/tables/CStringArrayEx.h"
+#include "attbat/tables/LayoutNameSource.h"
+
+namespace attbat {
+
+class CStringTable : public Array<CStringArrayEx> {
+public:
+    // Column text ("C" or "3") to attribute tag.
+    using ColumnTagMap = std::map<std::string, std::string>;
+
+    // The worksheet address the table was read from ("$A$1:$F$40"); its first cell tells the
+    // worksheet row and column of element [0][0]. Empty when the table came from nowhere.
+    std::string RangeAddress;
+
+    // Table column (from 1) of `text` in table row `headerRowIndex` (from 1), without regard to
+    // case, or -1. A row number of 0 or less gives -1; one past the rows raises InvalidArgument.
+    static int FindHeaderColumn(const CStringTable& table, int headerRowIndex,
+                                std::string_view text);
+
+    // Index of the first row whose cell in worksheet column `keyColumn` matches `value`, or -1
+    // (empty table, unreadable address, column outside row 0). With wildcards the cell is the
+    // pattern; a row too short for the column raises InvalidArgument.
+    static int FindKeyRow(const CStringTable& table, int keyColumn, std::string_view value,
+                          bool useWildcards);
+
+    // The value of attribute `tag` in row `rowIndex`: from the column that `columnToTag` gives
+    // the tag (case counts, the last entry in key order stands) with `specifyColumns`, else from
+    // the column whose header in worksheet row `headerRow` is the tag without regard to case.
+    // False when there is no such row or column; a row too short raises InvalidArgument.
+    static bool GetCellForTag(const CStringTable& table, bool specifyColumns, int headerRow,
+                              const ColumnTagMap& columnToTag, std::string_view tag, int rowIndex,
+                              std::string& out);
+
+    // Index of the first row whose cell in worksheet column `dwgColumn` names the drawing
+    // ("name", "name.dxf", or with "|layout" when the owner is a layout), or -1. The block name
+    // column and name are kept as parameters but take no part: a row selects every reference of
+    // the drawing's space. A row too short raises InvalidArgument.
+    static int FindRowByDrawing(const CStringTable& table, int dwgColumn, int blockNameColumn,
+                                std::string_view drawingPath, std::string_view blockName,
+                                std::string_view ownerBlockId, const LayoutNameSource& layouts);
+};
+
+}  // namespace attbat
