@@ -31,7 +31,8 @@ int ReadNumber(const std::u32string& text, std::size_t pos) {
     while (pos < text.size() && (text[pos] == U' ' || (text[pos] >= U'\t' && text[pos] <= U'\r')))
         ++pos;
     bool negative = false;
-    if (pos < text.size() && (text[pos] == U'+' || text[pos] == U'-')) negative = text[pos++] == U'-';
+    if (pos < text.size() && (text[pos] == U'+' || text[pos] == U'-'))
+        negative = text[pos++] == U'-';
     long long value = 0;
     for (; pos < text.size() && IsDigit(text[pos]); ++pos) {
         value = value * 10 + (text[pos] - U'0');
@@ -62,6 +63,8 @@ bool ScanCell(const std::u32string& text, std::size_t p, int& row, int& column) 
     if (IsDigit(first)) row = ReadNumber(text, p + 1);  // "$5": the row is kept, still false
     return false;
 }
+
+constexpr int kLastWorksheetRow = 1048576;
 
 // A colon at the very start doesn't split a range.
 std::size_t RangeColon(std::string_view address) { return address.find(':', 1); }
@@ -186,11 +189,10 @@ bool ParseRowList(std::string_view address, std::vector<int>& rows) {
                 continue;
             }
         }
-        // Rows below 1 are left out; starting at 1 also keeps "$A$-2000000000" from looping.
-        for (int row = std::max(firstRow, 1); row <= lastRow; ++row) {
+        // Rows below 1 are left out, and so are rows past the last one a worksheet has: no
+        // selection holds them, and "$1:$2147483647" must not fill the memory.
+        for (int row = std::max(firstRow, 1); row <= std::min(lastRow, kLastWorksheetRow); ++row)
             rows.push_back(row);
-            if (row == INT_MAX) break;
-        }
     }
     return allRead;
 }

@@ -39,8 +39,8 @@ bool ParseRowOfCell(std::string_view address, int& row);
 // Reads one cell or a two-cell range; one cell gives lastRow == firstRow; "" gives false.
 bool ParseRowSpan(std::string_view address, int& firstRow, int& lastRow);
 // Reads a selection address ("$A$2:$C$4,$A$7" or "$3:$5") into its rows in the order met,
-// duplicates kept; rows below 1 and reversed ranges are left out. "" gives no rows and true; a
-// token that can't be read is left out and makes the result false.
+// duplicates kept; rows below 1 or past 1,048,576 and reversed ranges are left out. "" gives no
+// rows and true; a token that can't be read is left out and makes the result false.
 bool ParseRowList(std::string_view address, std::vector<int>& rows);
 // The text before the first colon past the first character, or "" without one.
 std::string LeftOfRange(std::string_view address);

@@ -243,6 +243,14 @@ TEST(CellAddress, ParseRowListLeavesOutRowsBelowOneAndReversedRanges) {
     EXPECT_EQ(rows, (std::vector<int>{1, 6}));
 }
 
+TEST(CellAddress, ParseRowListStopsAtTheLastWorksheetRow) {
+    std::vector<int> rows;
+    EXPECT_TRUE(ParseRowList("$1048575:$2147483647", rows));
+    EXPECT_EQ(rows, (std::vector<int>{1048575, 1048576}));
+    EXPECT_TRUE(ParseRowList("$A$1048577", rows));
+    EXPECT_TRUE(rows.empty());
+}
+
 TEST(CellAddress, ParseRowListNeedsADollarRightAfterTheColon) {
     std::vector<int> rows;
     EXPECT_FALSE(ParseRowList("$A$2:C4,$A$7,junk", rows));
