@@ -1,0 +1,71 @@
+#include "xl/CellRef.h"
+
+#include <algorithm>
+#include <cctype>
+
+namespace xl {
+
+std::string ColumnName(int column) {
+    if (column < 1 || column > kMaxColumn) return {};
+    std::string out;
+    while (column > 0) {
+        int rem = (column - 1) % 26;
+        out.insert(out.begin(), static_cast<char>('A' + rem));
+        column = (column - 1) / 26;
+    }
+    return out;
+}
+
+std::string CellName(int row, int column, bool absolute) {
+    std::string out;
+    if (absolute) out += '$';
+    out += ColumnName(column);
+    if (absolute) out += '$';
+    out += std::to_string(row);
+    return out;
+}
+
+std::string RangeName(const CellRange& range, bool absolute) {
+    std::string out = CellName(range.firstRow, range.firstColumn, absolute);
+    if (range.lastRow != range.firstRow || range.lastColumn != range.firstColumn)
+        out += ":" + CellName(range.lastRow, range.lastColumn, absolute);
+    return out;
+}
+
+bool ParseCell(std::string_view text, int& row, int& column) {
+    std::size_t i = 0;
+    if (i < text.size() && text[i] == '$') ++i;
+    long col = 0;
+    std::size_t letters = 0;
+    while (i < text.size() && std::isalpha(static_cast<unsigned char>(text[i]))) {
+        col = col * 26 + (std::toupper(static_cast<unsigned char>(text[i])) - 'A' + 1);
+        if (++letters > 3) return false;
+        ++i;
+    }
+    if (letters == 0) return false;
+    if (i < text.size() && text[i] == '$') ++i;
+    long r = 0;
+    std::size_t digits = 0;
+    while (i < text.size() && std::isdigit(static_cast<unsigned char>(text[i]))) {
+        r = r * 10 + (text[i] - '0');
+        if (++digits > 7) return false;
+        ++i;
+    }
+    if (digits == 0 || i != text.size() || r < 1 || r > kMaxRow || col > kMaxColumn) return false;
+    row = static_cast<int>(r);
+    column = static_cast<int>(col);
+    return true;
+}
+
+CellRange ParseRange(std::string_view text) {
+    CellRange r;
+    std::size_t colon = text.find(':');
+    std::string_view a = text.substr(0, colon);
+    std::string_view b = colon == std::string_view::npos ? a : text.substr(colon + 1);
+    if (!ParseCell(a, r.firstRow, r.firstColumn) || !ParseCell(b, r.lastRow, r.lastColumn)) return {};
+    if (r.firstRow > r.lastRow) std::swap(r.firstRow, r.lastRow);
+    if (r.firstColumn > r.lastColumn) std::swap(r.firstColumn, r.lastColumn);
+    return r;
+}
+
+}  // namespace xl

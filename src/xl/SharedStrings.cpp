@@ -1,0 +1,107 @@
+#include "xl/SharedStrings.h"
+
+#include <pugixml.hpp>
+
+#include "xl/Xml.h"
+
+namespace xl {
+base::Status SharedStrings::Load(std::string original, std::string_view label) {
+    pugi::xml_document doc;
+    if (base::Status st = ParseXml(doc, original, label); !st) return st;
+    for (pugi::xml_node si = doc.document_element().first_child(); si; si = si.next_sibling()) {
+        if (LocalName(si) != "si") continue;
+        texts_.push_back(RichText(si));
+        plain_.push_back(!Child(si, "r"));
+    }
+    original_ = std::move(original);
+    return base::Status::Ok();
+}
+
+const std::string& SharedStrings::Text(std::size_t index) const {
+    static const std::string empty;
+    return index < texts_.size() ? texts_[index] : empty;
+}
+
+std::uint32_t SharedStrings::Add(std::string_view text) {
+    if (index_.empty() && !texts_.empty())
+        for (std::size_t i = texts_.size(); i-- > 0;)
+            if (plain_[i]) index_[texts_[i]] = static_cast<std::uint32_t>(i);
+    ++addedRefs_;
+    auto it = index_.find(std::string(text));
+    if (it != index_.end()) return it->second;
+    std::uint32_t id = static_cast<std::uint32_t>(texts_.size());
+    texts_.emplace_back(text);
+    plain_.push_back(true);
+    index_.emplace(std::string(text), id);
+    ++added_;
+    return id;
+}
+
+std::string SharedStrings::Save() const {
+    std::string items;
+    for (std::size_t i = texts_.size() - added_; i < texts_.size(); ++i) {
+        const std::string& t = texts_[i];
+        bool keepSpace = !t.empty() && (t.front() == ' ' || t.back() == ' ' || t.front() == '\n' ||
+                                        t.back() == '\n' || t.front() == '\t' || t.back() == '\t');
+        items += keepSpace ? "<si><t xml:space=\"preserve\">" : "<si><t>";
+        AppendEscaped(items, t);
+        items += "</t></si>";
+    }
+    if (original_.empty()) {
+        return "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\r\n"
+               "<sst xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\" count=\"" +
+               std::to_string(addedRefs_) + "\" uniqueCount=\"" + std::to_string(texts_.size()) +
+               "\">" + items + "</sst>";
+    }
+    // Splice the new items before the closing tag and correct the counts in the opening tag;
+    // the prefix of the root element is reused so that `x:sst` files stay consistent.
+    std::string out = original_;
+    std::size_t rootStart = out.find("sst");
+    while (rootStart != std::string::npos && rootStart > 0 && out[rootStart - 1] != '<' &&
+           out[rootStart - 1] != ':')
+        rootStart = out.find("sst", rootStart + 3);
+    std::size_t open = rootStart == std::string::npos ? std::string::npos : out.rfind('<', rootStart);
+    std::size_t openEnd = open == std::string::npos ? std::string::npos : out.find('>', open);
+    std::size_t close = out.rfind("</");
+    if (open == std::string::npos || openEnd == std::string::npos || close == std::string::npos)
+        return out;
+    std::string prefix = out.substr(open + 1, rootStart - open - 1);
+    if (!prefix.empty()) {
+        // Prefixed files ("x:sst") need the same prefix on the new items.
+        std::string prefixed;
+        for (std::size_t i = 0; i < items.size(); ++i) {
+            if (items[i] == '<') {
+                prefixed += '<';
+                if (i + 1 < items.size() && items[i + 1] == '/') {
+                    prefixed += '/';
+                    ++i;
+                }
+                prefixed += prefix;
+            } else {
+                prefixed += items[i];
+            }
+        }
+        items = std::move(prefixed);
+    }
+    bool selfClosing = out[openEnd - 1] == '/';
+    if (selfClosing) {
+        out.replace(openEnd - 1, 2, ">" + items + "</" + prefix + "sst>");
+    } else {
+        out.insert(close, items);
+    }
+    std::string tag = out.substr(open, openEnd - open);
+    auto setAttr = [&](const std::string& name, std::uint64_t value) {
+        std::size_t at = tag.find(" " + name + "=\"");
+        if (at == std::string::npos) return;
+        std::size_t vStart = at + name.size() + 3;
+        std::size_t vEnd = tag.find('"', vStart);
+        std::uint64_t old = std::strtoull(tag.substr(vStart, vEnd - vStart).c_str(), nullptr, 10);
+        tag.replace(vStart, vEnd - vStart, std::to_string(name == "count" ? old + value : value));
+    };
+    setAttr("count", addedRefs_);
+    setAttr("uniqueCount", texts_.size());
+    out.replace(open, openEnd - open, tag);
+    return out;
+}
+
+}  // namespace xl

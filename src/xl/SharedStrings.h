@@ -1,0 +1,39 @@
+#pragma once
+// The shared string table (xl/sharedStrings.xml): read once, new strings appended and
+// deduplicated; existing items, rich runs and phonetic text included, are written back as read.
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "base/Status.h"
+
+namespace xl {
+
+class SharedStrings {
+public:
+    // Reads the table; rich items give their plain text (phonetic runs left out).
+    base::Status Load(std::string original, std::string_view label);
+    // Number of items.
+    std::size_t Size() const { return texts_.size(); }
+    // Plain text of an item; "" for an index out of range (a damaged cell).
+    const std::string& Text(std::size_t index) const;
+    // The index of a plain item with this text, appended when there is none.
+    std::uint32_t Add(std::string_view text);
+    // True when items were added since loading.
+    bool IsChanged() const { return added_ > 0; }
+    // The part with the added items; the original items are kept byte for byte.
+    std::string Save() const;
+
+private:
+    std::string original_;
+    std::vector<std::string> texts_;
+    std::vector<bool> plain_;   // a rich item can't stand for a plain string of the same text
+    std::unordered_map<std::string, std::uint32_t> index_;
+    std::size_t added_ = 0;
+    std::uint64_t addedRefs_ = 0;
+};
+
+}  // namespace xl

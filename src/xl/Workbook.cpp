@@ -1,0 +1,452 @@
+#include "xl/Workbook.h"
+
+#include <pugixml.hpp>
+
+#include <ctime>
+
+#include "base/File.h"
+#include "base/Path.h"
+#include "base/Text.h"
+#include "xl/SharedStrings.h"
+#include "xl/Styles.h"
+#include "xl/Xml.h"
+
+namespace xl {
+namespace {
+
+const char kMainNs[] = "http://schemas.openxmlformats.org/spreadsheetml/2006/main";
+const char kRelNs[] = "http://schemas.openxmlformats.org/officeDocument/2006/relationships";
+const char kSheetType[] = "application/vnd.openxmlformats-officedocument.spreadsheetml.worksheet+xml";
+
+std::string NewSheetXml() {
+    return std::string("<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\r\n<worksheet xmlns=\"") +
+           kMainNs + "\" xmlns:r=\"" + kRelNs +
+           "\"><dimension ref=\"A1\"/><sheetViews><sheetView workbookViewId=\"0\"/></sheetViews>"
+           "<sheetFormatPr defaultRowHeight=\"15\"/><sheetData/>"
+           "<pageMargins left=\"0.7\" right=\"0.7\" top=\"0.75\" bottom=\"0.75\" header=\"0.3\" footer=\"0.3\"/>"
+           "</worksheet>";
+}
+
+std::string NowIso() {
+    std::time_t t = std::time(nullptr);
+    std::tm tm{};
+    gmtime_r(&t, &tm);
+    char buf[32];
+    std::strftime(buf, sizeof buf, "%Y-%m-%dT%H:%M:%SZ", &tm);
+    return buf;
+}
+
+// Where each built-in property lives: part (core or app) and element local name.
+struct PropertySlot {
+    const char* name;
+    bool core;
+    const char* element;
+};
+const PropertySlot kProperties[] = {
+    {"Title", true, "title"},           {"Subject", true, "subject"},
+    {"Author", true, "creator"},        {"Keywords", true, "keywords"},
+    {"Comments", true, "description"},  {"Last Author", true, "lastModifiedBy"},
+    {"Revision Number", true, "revision"}, {"Last Print Date", true, "lastPrinted"},
+    {"Creation Date", true, "created"}, {"Last Save Time", true, "modified"},
+    {"Category", true, "category"},     {"Content status", true, "contentStatus"},
+    {"Application Name", false, "Application"}, {"Template", false, "Template"},
+    {"Company", false, "Company"},      {"Manager", false, "Manager"},
+    {"Hyperlink base", false, "HyperlinkBase"}, {"Security", false, "DocSecurity"},
+    {"Total Editing Time", false, "TotalTime"},
+};
+
+}  // namespace
+
+Workbook::Workbook() : workbookXml_(std::make_unique<pugi::xml_document>()) {}
+Workbook::~Workbook() = default;
+
+base::Result<std::unique_ptr<Workbook>> Workbook::Open(const std::string& path) {
+    auto bytes = base::ReadFile(path);
+    if (!bytes) return bytes.GetStatus();
+    auto book = OpenImage(std::move(*bytes), path);
+    if (book) (*book)->path_ = path;
+    return book;
+}
+
+base::Result<std::unique_ptr<Workbook>> Workbook::OpenImage(std::string image, std::string_view label) {
+    auto pkg = Package::Open(std::move(image), label);
+    if (!pkg) return pkg.GetStatus();
+    std::unique_ptr<Workbook> book(new Workbook());
+    book->package_ = std::move(*pkg);
+    if (base::Status st = book->Init(); !st) return st;
+    return book;
+}
+
+std::unique_ptr<Workbook> Workbook::Create() {
+    std::unique_ptr<Workbook> book(new Workbook());
+    Package& p = book->package_;
+    p.Write("[Content_Types].xml",
+            "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\r\n"
+            "<Types xmlns=\"http://schemas.openxmlformats.org/package/2006/content-types\">"
+            "<Default Extension=\"rels\" ContentType=\"application/vnd.openxmlformats-package.relationships+xml\"/>"
+            "<Default Extension=\"xml\" ContentType=\"application/xml\"/>"
+            "<Override PartName=\"/xl/workbook.xml\" ContentType=\"application/vnd.openxmlformats-officedocument.spreadsheetml.sheet.main+xml\"/>"
+            "<Override PartName=\"/xl/worksheets/sheet1.xml\" ContentType=\"application/vnd.openxmlformats-officedocument.spreadsheetml.worksheet+xml\"/>"
+            "<Override PartName=\"/xl/styles.xml\" ContentType=\"application/vnd.openxmlformats-officedocument.spreadsheetml.styles+xml\"/>"
+            "<Override PartName=\"/docProps/core.xml\" ContentType=\"application/vnd.openxmlformats-package.core-properties+xml\"/>"
+            "<Override PartName=\"/docProps/app.xml\" ContentType=\"application/vnd.openxmlformats-officedocument.extended-properties+xml\"/>"
+            "</Types>");
+    p.Write("_rels/.rels",
+            "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\r\n"
+            "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">"
+            "<Relationship Id=\"rId3\" Type=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships/extended-properties\" Target=\"docProps/app.xml\"/>"
+            "<Relationship Id=\"rId2\" Type=\"http://schemas.openxmlformats.org/package/2006/relationships/metadata/core-properties\" Target=\"docProps/core.xml\"/>"
+            "<Relationship Id=\"rId1\" Type=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships/officeDocument\" Target=\"xl/workbook.xml\"/>"
+            "</Relationships>");
+    p.Write("docProps/app.xml",
+            "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\r\n"
+            "<Properties xmlns=\"http://schemas.openxmlformats.org/officeDocument/2006/extended-properties\" "
+            "xmlns:vt=\"http://schemas.openxmlformats.org/officeDocument/2006/docPropsVTypes\">"
+            "<Application>Velmar</Application></Properties>");
+    std::string now = NowIso();
+    p.Write("docProps/core.xml",
+            "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\r\n"
+            "<cp:coreProperties xmlns:cp=\"http://schemas.openxmlformats.org/package/2006/metadata/core-properties\" "
+            "xmlns:dc=\"http://purl.org/dc/elements/1.1/\" xmlns:dcterms=\"http://purl.org/dc/terms/\" "
+            "xmlns:dcmitype=\"http://purl.org/dc/dcmitype/\" xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\">"
+            "<dcterms:created xsi:type=\"dcterms:W3CDTF\">" + now + "</dcterms:created>"
+            "<dcterms:modified xsi:type=\"dcterms:W3CDTF\">" + now + "</dcterms:modified>"
+            "</cp:coreProperties>");
+    p.Write("xl/workbook.xml",
+            std::string("<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\r\n<workbook xmlns=\"") +
+                kMainNs + "\" xmlns:r=\"" + kRelNs +
+                "\"><bookViews><workbookView activeTab=\"0\"/></bookViews><sheets>"
+                "<sheet name=\"Sheet1\" sheetId=\"1\" r:id=\"rId1\"/></sheets><calcPr calcId=\"191029\"/></workbook>");
+    p.Write("xl/_rels/workbook.xml.rels",
+            "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\r\n"
+            "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">"
+            "<Relationship Id=\"rId1\" Type=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships/worksheet\" Target=\"worksheets/sheet1.xml\"/>"
+            "<Relationship Id=\"rId2\" Type=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships/styles\" Target=\"styles.xml\"/>"
+            "</Relationships>");
+    p.Write("xl/worksheets/sheet1.xml", NewSheetXml());
+    Styles defaults;
+    (void)defaults.Load("", "styles");
+    p.Write("xl/styles.xml", defaults.Save());
+    base::Status st = book->Init();
+    (void)st;  // the parts above are ours and always well formed
+    return book;
+}
+
+base::Status Workbook::Init() {
+    const std::string& label = package_.Label();
+    workbookPart_ = package_.TargetOf("", "officeDocument");
+    if (workbookPart_.empty()) {
+        std::string relsError = package_.RelsError("");
+        // Lenient: a package whose root relationships are lost still has its workbook.
+        if (package_.Has("xl/workbook.xml")) workbookPart_ = package_.Find("xl/workbook.xml");
+        else if (!relsError.empty()) return base::Status::Error(relsError);
+        else return base::Status::Error(label + ": no workbook part: the package holds no spreadsheet");
+    }
+    if (!package_.Has(workbookPart_))
+        return base::Status::Error(label + ": the workbook part " + workbookPart_ + " is missing");
+    workbookPart_ = package_.Find(workbookPart_);
+    auto xml = package_.Read(workbookPart_);
+    if (!xml) return xml.GetStatus();
+    if (base::Status st = ParseXml(*workbookXml_, *xml, label + ": " + workbookPart_); !st) return st;
+    pugi::xml_node root = workbookXml_->document_element();
+    if (LocalName(root) != "workbook")
+        return base::Status::Error(label + ": " + workbookPart_ + " is not a workbook");
+    pugi::xml_node pr = Child(root, "workbookPr");
+    date1904_ = Attr(pr, "date1904").as_bool();
+    active_ = Attr(Child(Child(root, "bookViews"), "workbookView"), "activeTab").as_int();
+    std::vector<Relationship> rels = package_.Relationships(workbookPart_);
+    for (pugi::xml_node s = Child(Child(root, "sheets"), "sheet"); s; s = s.next_sibling()) {
+        if (LocalName(s) != "sheet") continue;
+        std::string id = Attr(s, "id").value();
+        std::string target;
+        SheetKind kind = SheetKind::Worksheet;
+        for (const Relationship& r : rels) {
+            if (r.id != id) continue;
+            target = r.target;
+            if (IsRelType(r.type, "chartsheet")) kind = SheetKind::Chartsheet;
+            else if (IsRelType(r.type, "dialogsheet")) kind = SheetKind::Dialogsheet;
+            else if (IsRelType(r.type, "xlMacrosheet") || IsRelType(r.type, "xlIntlMacrosheet")) kind = SheetKind::Macrosheet;
+        }
+        std::unique_ptr<Worksheet> sheet(new Worksheet(*this, Attr(s, "name").value(),
+                                                       package_.Has(target) ? package_.Find(target) : target, kind));
+        sheet->relId_ = id;
+        std::string_view state = Attr(s, "state").value();
+        sheet->state_ = state == "hidden" ? SheetState::Hidden
+                        : state == "veryHidden" ? SheetState::VeryHidden : SheetState::Visible;
+        sheets_.push_back(std::move(sheet));
+    }
+    if (active_ < 0 || active_ >= SheetCount()) active_ = 0;
+    return base::Status::Ok();
+}
+
+SharedStrings& Workbook::Strings() {
+    if (!strings_) {
+        strings_ = std::make_unique<SharedStrings>();
+        std::string part = package_.TargetOf(workbookPart_, "sharedStrings");
+        if (!part.empty() && package_.Has(part)) {
+            auto xml = package_.Read(part);
+            // A damaged table leaves its cells empty rather than losing the whole workbook.
+            if (!xml || !strings_->Load(std::move(*xml), package_.Label() + ": " + part))
+                strings_ = std::make_unique<SharedStrings>();
+        }
+    }
+    return *strings_;
+}
+
+Styles& Workbook::GetStyles() {
+    if (!styles_) {
+        styles_ = std::make_unique<Styles>();
+        std::string part = package_.TargetOf(workbookPart_, "styles");
+        std::string xml;
+        if (!part.empty() && package_.Has(part)) {
+            auto bytes = package_.Read(part);
+            if (bytes) xml = std::move(*bytes);
+        }
+        if (!styles_->Load(xml, part)) {
+            styles_ = std::make_unique<Styles>();
+            (void)styles_->Load("", "styles");
+        }
+    }
+    return *styles_;
+}
+
+Worksheet* Workbook::Sheet(int index) {
+    return index >= 0 && index < SheetCount() ? sheets_[index].get() : nullptr;
+}
+
+Worksheet* Workbook::FindSheet(std::string_view name) {
+    for (auto& s : sheets_)
+        if (base::EqualNoCase(s->Name(), name)) return s.get();
+    return nullptr;
+}
+
+int Workbook::IndexOf(const Worksheet* sheet) const {
+    for (int i = 0; i < SheetCount(); ++i)
+        if (sheets_[i].get() == sheet) return i;
+    return -1;
+}
+
+pugi::xml_node Workbook::SheetNode(const Worksheet& sheet) {
+    pugi::xml_node sheets = Child(workbookXml_->document_element(), "sheets");
+    for (pugi::xml_node s = sheets.first_child(); s; s = s.next_sibling())
+        if (LocalName(s) == "sheet" && sheet.relId_ == Attr(s, "id").value()) return s;
+    return {};
+}
+
+void Workbook::Activate(int index) {
+    if (index < 0 || index >= SheetCount()) return;
+    Worksheet& sheet = *sheets_[index];
+    if (sheet.State() != SheetState::Visible) (void)sheet.SetState(SheetState::Visible);
+    active_ = index;
+    pugi::xml_node root = workbookXml_->document_element();
+    pugi::xml_node views = Child(root, "bookViews");
+    if (!views) {
+        pugi::xml_node sheets = Child(root, "sheets");
+        views = root.insert_child_before(QualifiedLike(root, "bookViews").c_str(), sheets);
+    }
+    pugi::xml_node view = Child(views, "workbookView");
+    if (!view) view = views.append_child(QualifiedLike(root, "workbookView").c_str());
+    pugi::xml_attribute tab = view.attribute("activeTab");
+    if (!tab) tab = view.append_attribute("activeTab");
+    tab.set_value(index);
+    if (pugi::xml_attribute first = view.attribute("firstSheet"); first && first.as_int() > index)
+        first.set_value(index);
+    workbookChanged_ = true;
+    // Only one tab may be selected, or the program opens with a group of sheets.
+    for (int i = 0; i < SheetCount(); ++i)
+        if (sheets_[i]->Kind() == SheetKind::Worksheet) sheets_[i]->SetTabSelected(i == index);
+}
+
+base::Status Workbook::CheckSheetName(std::string_view name) {
+    if (name.empty()) return base::Status::Error("A sheet name cannot be empty.");
+    if (base::Length(name) > 31)
+        return base::Status::Error("The sheet name \"" + std::string(name) + "\" is longer than 31 characters.");
+    if (name.find_first_of(":\\/?*[]") != std::string_view::npos)
+        return base::Status::Error("The sheet name \"" + std::string(name) +
+                                   "\" contains one of the characters : \\ / ? * [ ]");
+    if (name.front() == '\'' || name.back() == '\'')
+        return base::Status::Error("The sheet name \"" + std::string(name) +
+                                   "\" cannot begin or end with an apostrophe.");
+    if (base::EqualNoCase(name, "History"))
+        return base::Status::Error("\"History\" is a reserved name and cannot be used for a sheet.");
+    return base::Status::Ok();
+}
+
+base::Result<Worksheet*> Workbook::AddSheet(std::string_view name, int position) {
+    std::string finalName(name);
+    if (finalName.empty()) {
+        for (int n = SheetCount() + 1;; ++n) {
+            finalName = "Sheet" + std::to_string(n);
+            if (!FindSheet(finalName)) break;
+        }
+    }
+    if (base::Status st = CheckSheetName(finalName); !st) return st;
+    if (FindSheet(finalName))
+        return base::Status::Error("A sheet named \"" + finalName + "\" already exists in this workbook.");
+    std::string part;
+    for (int n = 1;; ++n) {
+        part = "xl/worksheets/sheet" + std::to_string(n) + ".xml";
+        if (!package_.Has(part)) break;
+    }
+    package_.Write(part, NewSheetXml());
+    package_.SetContentType(part, kSheetType);
+    std::string rel = package_.AddRelationship(
+        workbookPart_, std::string(kRelNs) + "/worksheet", part);
+    pugi::xml_node root = workbookXml_->document_element();
+    pugi::xml_node sheets = Child(root, "sheets");
+    unsigned maxId = 0;
+    for (pugi::xml_node s = sheets.first_child(); s; s = s.next_sibling())
+        maxId = std::max(maxId, Attr(s, "sheetId").as_uint());
+    if (position < 0 || position > SheetCount()) position = SheetCount();
+    std::string sheetName = QualifiedLike(sheets, "sheet");
+    pugi::xml_node node;
+    if (position < SheetCount()) node = sheets.insert_child_before(sheetName.c_str(), SheetNode(*sheets_[position]));
+    else node = sheets.append_child(sheetName.c_str());
+    node.append_attribute("name") = finalName.c_str();
+    node.append_attribute("sheetId") = maxId + 1;
+    // The r prefix is declared on the root of every workbook part we know; declare it otherwise.
+    std::string rAttr = "r:id";
+    for (pugi::xml_attribute a = root.first_attribute(); a; a = a.next_attribute())
+        if (std::string_view(a.value()) == kRelNs && std::string_view(a.name()).substr(0, 6) == "xmlns:")
+            rAttr = std::string(a.name()).substr(6) + ":id";
+    if (rAttr == "r:id" && !root.attribute("xmlns:r")) {
+        bool found = false;
+        for (pugi::xml_attribute a = root.first_attribute(); a; a = a.next_attribute())
+            found = found || std::string_view(a.value()) == kRelNs;
+        if (!found) root.append_attribute("xmlns:r") = kRelNs;
+    }
+    node.append_attribute(rAttr.c_str()) = rel.c_str();
+    std::unique_ptr<Worksheet> sheet(new Worksheet(*this, finalName, part, SheetKind::Worksheet));
+    sheet->relId_ = rel;
+    Worksheet* raw = sheet.get();
+    sheets_.insert(sheets_.begin() + position, std::move(sheet));
+    if (active_ >= position && SheetCount() > 1 && active_ < SheetCount() - 1 && position <= active_) ++active_;
+    workbookChanged_ = true;
+    return raw;
+}
+
+base::Status Workbook::RenameSheet(Worksheet& sheet, std::string_view name) {
+    if (base::Status st = CheckSheetName(name); !st) return st;
+    Worksheet* other = FindSheet(name);
+    if (other && other != &sheet)
+        return base::Status::Error("A sheet named \"" + std::string(name) + "\" already exists in this workbook.");
+    pugi::xml_node node = SheetNode(sheet);
+    if (node) node.attribute("name").set_value(std::string(name).c_str());
+    sheet.name_ = std::string(name);
+    workbookChanged_ = true;
+    return base::Status::Ok();
+}
+
+std::string Workbook::DocumentProperty(std::string_view name) {
+    for (const PropertySlot& slot : kProperties) {
+        if (!base::EqualNoCase(slot.name, name)) continue;
+        std::string part = package_.TargetOf("", slot.core ? "core-properties" : "extended-properties");
+        if (part.empty()) return {};
+        auto xml = package_.Read(part);
+        pugi::xml_document doc;
+        if (!xml || !ParseXml(doc, *xml, part)) return {};
+        return Child(doc.document_element(), slot.element).text().get();
+    }
+    return {};
+}
+
+bool Workbook::SetDocumentProperty(std::string_view name, std::string_view value) {
+    for (const PropertySlot& slot : kProperties) {
+        if (!base::EqualNoCase(slot.name, name)) continue;
+        std::string part = package_.TargetOf("", slot.core ? "core-properties" : "extended-properties");
+        if (part.empty()) return false;
+        auto xml = package_.Read(part);
+        pugi::xml_document doc;
+        if (!xml || !ParseXml(doc, *xml, part)) return false;
+        pugi::xml_node root = doc.document_element();
+        pugi::xml_node el = Child(root, slot.element);
+        if (!el) {
+            static const std::pair<const char*, const char*> kPrefixes[] = {
+                {"title", "dc:"}, {"subject", "dc:"}, {"creator", "dc:"}, {"description", "dc:"},
+                {"created", "dcterms:"}, {"modified", "dcterms:"}};
+            std::string qualified = slot.core ? "cp:" : "";
+            for (auto& [el2, prefix] : kPrefixes)
+                if (std::string_view(el2) == slot.element) qualified = prefix;
+            el = root.append_child((qualified + slot.element).c_str());
+        }
+        el.text().set(std::string(value).c_str());
+        package_.Write(part, SaveXml(doc));
+        return true;
+    }
+    return false;
+}
+
+void Workbook::SetRecalculateOnOpen(bool on) {
+    pugi::xml_node root = workbookXml_->document_element();
+    pugi::xml_node calc = Child(root, "calcPr");
+    if (!calc) {
+        // calcPr follows sheets, functionGroups, externalReferences and definedNames.
+        pugi::xml_node after = Child(root, "sheets");
+        for (const char* n : {"functionGroups", "externalReferences", "definedNames"})
+            if (pugi::xml_node x = Child(root, n)) after = x;
+        calc = root.insert_child_after(QualifiedLike(root, "calcPr").c_str(), after);
+    }
+    calc.remove_attribute("fullCalcOnLoad");
+    if (on) calc.append_attribute("fullCalcOnLoad") = 1;
+    workbookChanged_ = true;
+}
+
+base::Result<std::string> Workbook::SaveImage() {
+    bool anyChange = workbookChanged_;
+    for (auto& sheet : sheets_) {
+        if (!sheet->changed_ && !sheet->notesChanged_) continue;
+        anyChange = true;
+        if (sheet->notesChanged_) sheet->SaveNotes();
+        if (sheet->changed_) {
+            std::string xml;
+            if (base::Status st = sheet->SaveTo(xml); !st) return st;
+            package_.Write(sheet->part_, std::move(xml));
+        }
+    }
+    if (strings_ && strings_->IsChanged()) {
+        std::string part = package_.TargetOf(workbookPart_, "sharedStrings");
+        if (part.empty()) {
+            part = "xl/sharedStrings.xml";
+            package_.AddRelationship(workbookPart_, std::string(kRelNs) + "/sharedStrings", part);
+            package_.SetContentType(part, "application/vnd.openxmlformats-officedocument.spreadsheetml.sharedStrings+xml");
+        }
+        package_.Write(part, strings_->Save());
+        anyChange = true;
+    }
+    if (styles_ && styles_->IsChanged()) {
+        std::string part = package_.TargetOf(workbookPart_, "styles");
+        if (part.empty()) {
+            part = "xl/styles.xml";
+            package_.AddRelationship(workbookPart_, std::string(kRelNs) + "/styles", part);
+            package_.SetContentType(part, "application/vnd.openxmlformats-officedocument.spreadsheetml.styles+xml");
+        }
+        package_.Write(part, styles_->Save());
+        anyChange = true;
+    }
+    if (workbookChanged_) package_.Write(workbookPart_, SaveXml(*workbookXml_));
+    if (anyChange && !package_.TargetOf("", "core-properties").empty())
+        SetDocumentProperty("Last Save Time", NowIso());
+    return package_.Save();
+}
+
+base::Status Workbook::Save(const std::string& path, const SaveOptions& options) {
+    std::string folder = base::Folder(path);
+    std::string name = base::FileName(path);
+    std::vector<std::string> locks = {base::JoinPath(folder, ".~lock." + name + "#"),
+                                      base::JoinPath(folder, "~$" + name)};
+    // Excel shortens the owner file of long names by their first two characters.
+    if (base::Length(name) > 2) locks.push_back(base::JoinPath(folder, "~$" + base::Mid(name, 2)));
+    for (const std::string& lock : locks)
+        if (base::FileExists(lock))
+            return base::Status::Error(path + " is open in another program (" + base::FileName(lock) +
+                                       " is beside it); close it there and try again. Nothing was written.");
+    auto image = SaveImage();
+    if (!image) return image.GetStatus();
+    base::AtomicWriteOptions atomic;
+    atomic.backupPath = options.backupPath;
+    if (base::Status st = base::WriteFileAtomic(path, *image, atomic); !st) return st;
+    path_ = path;
+    return base::Status::Ok();
+}
+
+}  // namespace xl

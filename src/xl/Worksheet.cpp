@@ -1,0 +1,1011 @@
+#include "xl/Worksheet.h"
+
+#include <pugixml.hpp>
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <cstdlib>
+
+#include "base/Text.h"
+#include "xl/Comments.h"
+#include "xl/NumberFormat.h"
+#include "xl/SharedStrings.h"
+#include "xl/Workbook.h"
+#include "xl/Xml.h"
+
+namespace xl {
+namespace {
+
+const char kSheetDataMarker[] = "@@velmar-rows-placeholder@@";
+const char kRelNs[] = "http://schemas.openxmlformats.org/officeDocument/2006/relationships";
+
+// Element order of a worksheet, so that new elements land where readers expect them.
+const std::vector<std::string_view> kSheetOrder = {
+    "sheetPr", "dimension", "sheetViews", "sheetFormatPr", "cols", "sheetData", "sheetCalcPr",
+    "sheetProtection", "protectedRanges", "scenarios", "autoFilter", "sortState",
+    "dataConsolidate", "customSheetViews", "mergeCells", "phoneticPr", "conditionalFormatting",
+    "dataValidations", "hyperlinks", "printOptions", "pageMargins", "pageSetup", "headerFooter",
+    "rowBreaks", "colBreaks", "customProperties", "cellWatches", "ignoredErrors", "smartTags",
+    "drawing", "legacyDrawing", "legacyDrawingHF", "drawingHF", "picture", "oleObjects",
+    "controls", "webPublishItems", "tableParts", "extLst"};
+
+pugi::xml_node EnsureChild(pugi::xml_node parent, std::string_view local) {
+    if (pugi::xml_node n = Child(parent, local)) return n;
+    std::string name = QualifiedLike(parent, local);
+    auto mine = std::find(kSheetOrder.begin(), kSheetOrder.end(), local);
+    for (pugi::xml_node c = parent.first_child(); c; c = c.next_sibling()) {
+        auto theirs = std::find(kSheetOrder.begin(), kSheetOrder.end(), LocalName(c));
+        if (theirs != kSheetOrder.end() && theirs > mine) return parent.insert_child_before(name.c_str(), c);
+    }
+    return parent.append_child(name.c_str());
+}
+
+std::string PrintNode(const pugi::xml_node& node) {
+    struct W : pugi::xml_writer {
+        std::string s;
+        void write(const void* d, size_t n) override { s.append(static_cast<const char*>(d), n); }
+    } w;
+    node.print(w, "", pugi::format_raw);
+    return w.s;
+}
+
+void SetAttr(pugi::xml_node n, const char* name, const std::string& value) {
+    pugi::xml_attribute a = n.attribute(name);
+    if (!a) a = n.append_attribute(name);
+    a.set_value(value.c_str());
+}
+
+std::string FormatDouble(double v) {
+    char buf[32];
+    auto res = std::to_chars(buf, buf + sizeof buf, v);
+    return std::string(buf, res.ptr);
+}
+
+// Days since 1899-12-30 of an ISO date ("2016-01-31T10:00:00"), as strict files write dates.
+double IsoToSerial(std::string_view iso) {
+    int y = 0, m = 0, d = 0, hh = 0, mm = 0;
+    double ss = 0;
+    std::sscanf(std::string(iso).c_str(), "%d-%d-%dT%d:%d:%lf", &y, &m, &d, &hh, &mm, &ss);
+    // Days from civil (proleptic Gregorian).
+    y -= m <= 2;
+    long era = (y >= 0 ? y : y - 399) / 400;
+    long yoe = y - era * 400;
+    long doy = (153 * (m + (m > 2 ? -3 : 9)) + 2) / 5 + d - 1;
+    long doe = yoe * 365 + yoe / 4 - yoe / 100 + doy;
+    long days = era * 146097 + doe - 719468;  // since 1970-01-01
+    double serial = days + 25569.0;
+    if (serial < 61) serial -= 1;  // before the 1900 leap-year bug day
+    return serial + (hh * 3600 + mm * 60 + ss) / 86400.0;
+}
+
+}  // namespace
+
+struct Worksheet::Cell {
+    int column = 0;
+    std::uint32_t style = 0;
+    bool hasStyle = false;
+    std::string type;      // the t attribute as written; "" for numbers
+    std::string value;     // the <v> text as written
+    std::string formula;   // the formula text, unescaped
+    std::string fAttrs;    // attributes of <f>, as XML
+    bool hasFormula = false;
+    std::string inlineXml; // an <is> element, as XML
+    std::string attrs;     // other attributes of <c> (cm, vm, ph), as XML
+    std::string tail;      // other children (extLst), as XML
+};
+
+struct Worksheet::Row {
+    std::vector<Cell> cells;  // by column
+    std::vector<std::pair<std::string, std::string>> attrs;  // without r and spans
+
+    const char* Get(std::string_view name) const {
+        for (auto& [k, v] : attrs)
+            if (k == name) return v.c_str();
+        return nullptr;
+    }
+    void Set(std::string_view name, std::string value) {
+        for (auto& [k, v] : attrs)
+            if (k == name) {
+                v = std::move(value);
+                return;
+            }
+        attrs.emplace_back(std::string(name), std::move(value));
+    }
+    void Erase(std::string_view name) {
+        std::erase_if(attrs, [&](auto& kv) { return kv.first == name; });
+    }
+};
+
+struct Worksheet::Data {
+    pugi::xml_document doc;
+    std::map<int, Row> rows;
+    bool notesLoaded = false;
+    std::vector<Note> notes;  // sorted by row, column
+    std::string commentsPart;
+    std::string vmlPart;
+};
+
+Worksheet::Worksheet(Workbook& book, std::string name, std::string part, SheetKind kind)
+    : book_(book), name_(std::move(name)), part_(std::move(part)), kind_(kind),
+      data_(std::make_unique<Data>()) {}
+
+Worksheet::~Worksheet() = default;
+
+pugi::xml_node Worksheet::Root() { return data_->doc.document_element(); }
+
+void Worksheet::Touch() { changed_ = true; }
+
+base::Status Worksheet::SetState(SheetState state) {
+    if (state != SheetState::Visible) {
+        int visible = 0;
+        for (int i = 0; i < book_.SheetCount(); ++i)
+            if (book_.Sheet(i) != this && book_.Sheet(i)->State() == SheetState::Visible) ++visible;
+        if (visible == 0) return base::Status::Error("A workbook must keep at least one visible sheet.");
+    }
+    state_ = state;
+    pugi::xml_node node = book_.SheetNode(*this);
+    node.remove_attribute("state");
+    if (state == SheetState::Hidden) node.append_attribute("state") = "hidden";
+    if (state == SheetState::VeryHidden) node.append_attribute("state") = "veryHidden";
+    book_.TouchWorkbook();
+    return base::Status::Ok();
+}
+
+base::Status Worksheet::Load() {
+    if (loaded_) return loadStatus_;
+    loaded_ = true;
+    auto fail = [&](base::Status st) {
+        loadStatus_ = std::move(st);
+        data_->doc.reset();
+        data_->doc.append_child("worksheet");
+        return loadStatus_;
+    };
+    if (kind_ != SheetKind::Worksheet && kind_ != SheetKind::Macrosheet && kind_ != SheetKind::Dialogsheet)
+        return fail(base::Status::Error(book_.GetPackage().Label() + ": " + name_ + " is a chart sheet, it has no cells"));
+    auto xml = book_.GetPackage().Read(part_);
+    if (!xml) return fail(base::Status::Error(xml.GetStatus().Message() + " (sheet \"" + name_ + "\")"));
+    if (base::Status st = ParseXml(data_->doc, *xml, book_.GetPackage().Label() + ": " + part_); !st)
+        return fail(st);
+    pugi::xml_node sheetData = Child(Root(), "sheetData");
+    int lastRow = 0;
+    for (pugi::xml_node r = sheetData.first_child(); r; r = r.next_sibling()) {
+        if (LocalName(r) != "row") continue;
+        // Rows and cells without r follow the previous ones, as some generators write them.
+        int rowNo = Attr(r, "r").as_int(lastRow + 1);
+        if (rowNo < 1 || rowNo > kMaxRow) rowNo = lastRow + 1;
+        if (rowNo > kMaxRow) break;
+        lastRow = rowNo;
+        Row& row = data_->rows[rowNo];
+        for (pugi::xml_attribute a = r.first_attribute(); a; a = a.next_attribute()) {
+            std::string_view n = a.name();
+            if (n != "r" && n != "spans") row.Set(n, a.value());
+        }
+        int lastCol = row.cells.empty() ? 0 : row.cells.back().column;
+        for (pugi::xml_node c = r.first_child(); c; c = c.next_sibling()) {
+            if (LocalName(c) != "c") continue;
+            Cell cell;
+            int rr = 0, cc = 0;
+            cell.column = ParseCell(Attr(c, "r").value(), rr, cc) ? cc : lastCol + 1;
+            if (cell.column > kMaxColumn) break;
+            lastCol = cell.column;
+            for (pugi::xml_attribute a = c.first_attribute(); a; a = a.next_attribute()) {
+                std::string_view n = LocalName(c) == "c" ? std::string_view(a.name()) : "";
+                if (n == "r") continue;
+                if (n == "s") {
+                    cell.style = a.as_uint();
+                    cell.hasStyle = true;
+                } else if (n == "t") {
+                    cell.type = a.value();
+                } else {
+                    cell.attrs += " ";
+                    cell.attrs += a.name();
+                    cell.attrs += "=\"";
+                    AppendEscaped(cell.attrs, a.value(), true);
+                    cell.attrs += "\"";
+                }
+            }
+            if (cell.type == "n") cell.type.clear();
+            for (pugi::xml_node k = c.first_child(); k; k = k.next_sibling()) {
+                if (k.type() != pugi::node_element) continue;
+                std::string_view kn = LocalName(k);
+                if (kn == "v") {
+                    cell.value = k.text().get();
+                } else if (kn == "f") {
+                    cell.hasFormula = true;
+                    cell.formula = k.text().get();
+                    for (pugi::xml_attribute a = k.first_attribute(); a; a = a.next_attribute()) {
+                        cell.fAttrs += " ";
+                        cell.fAttrs += a.name();
+                        cell.fAttrs += "=\"";
+                        AppendEscaped(cell.fAttrs, a.value(), true);
+                        cell.fAttrs += "\"";
+                    }
+                } else if (kn == "is") {
+                    cell.inlineXml = PrintNode(k);
+                    cell.value = RichText(k);
+                } else {
+                    cell.tail += PrintNode(k);
+                }
+            }
+            // Rows out of order or repeated: keep the cells sorted, a later cell wins.
+            auto it = std::lower_bound(row.cells.begin(), row.cells.end(), cell.column,
+                                       [](const Cell& a, int col) { return a.column < col; });
+            if (it != row.cells.end() && it->column == cell.column) *it = std::move(cell);
+            else row.cells.insert(it, std::move(cell));
+        }
+    }
+    while (sheetData.first_child()) sheetData.remove_child(sheetData.first_child());
+    if (!sheetData) sheetData = EnsureChild(Root(), "sheetData");
+    loadStatus_ = base::Status::Ok();
+    return loadStatus_;
+}
+
+Worksheet::Cell* Worksheet::FindCell(int row, int column) {
+    if (!Load()) return nullptr;
+    auto r = data_->rows.find(row);
+    if (r == data_->rows.end()) return nullptr;
+    auto& cells = r->second.cells;
+    auto it = std::lower_bound(cells.begin(), cells.end(), column,
+                               [](const Cell& a, int col) { return a.column < col; });
+    return it != cells.end() && it->column == column ? &*it : nullptr;
+}
+
+Worksheet::Cell& Worksheet::MakeCell(int row, int column) {
+    (void)Load();
+    Touch();
+    Row& r = data_->rows[row];
+    auto it = std::lower_bound(r.cells.begin(), r.cells.end(), column,
+                               [](const Cell& a, int col) { return a.column < col; });
+    if (it != r.cells.end() && it->column == column) return *it;
+    Cell cell;
+    cell.column = column;
+    // A new cell takes the row's style, then the column's, as the program does.
+    if (const char* s = r.Get("s"); s && r.Get("customFormat")) {
+        cell.style = static_cast<std::uint32_t>(std::atoi(s));
+        cell.hasStyle = true;
+    } else {
+        for (pugi::xml_node c = Child(Child(Root(), "cols"), "col"); c; c = c.next_sibling())
+            if (Attr(c, "min").as_int() <= column && column <= Attr(c, "max").as_int() && Attr(c, "style")) {
+                cell.style = Attr(c, "style").as_uint();
+                cell.hasStyle = true;
+            }
+    }
+    return *r.cells.insert(it, std::move(cell));
+}
+
+CellValue Worksheet::ValueOf(const Cell& c) const {
+    CellValue v;
+    v.formula = c.formula;
+    if (c.type == "s") {
+        v.type = CellType::String;
+        char* end = nullptr;
+        unsigned long idx = std::strtoul(c.value.c_str(), &end, 10);
+        v.text = c.value.empty() ? "" : book_.strings_ ? book_.strings_->Text(idx) : "";
+    } else if (c.type == "str" || c.type == "inlineStr") {
+        v.type = CellType::String;
+        v.text = c.type == "str" ? UnescapeOoxml(c.value) : c.value;
+    } else if (c.type == "b") {
+        v.type = CellType::Boolean;
+        v.number = c.value == "1" || base::EqualNoCase(c.value, "true") ? 1 : 0;
+    } else if (c.type == "e") {
+        v.type = CellType::Error;
+        v.text = c.value;
+    } else if (c.type == "d") {
+        v.type = CellType::Number;
+        v.number = IsoToSerial(c.value);
+    } else if (!c.value.empty()) {
+        v.type = CellType::Number;
+        v.number = std::strtod(c.value.c_str(), nullptr);
+    }
+    return v;
+}
+
+CellValue Worksheet::Value(int row, int column) {
+    if (Cell* c = FindCell(row, column)) {
+        if (c->type == "s") book_.Strings();
+        return ValueOf(*c);
+    }
+    return {};
+}
+
+std::string Worksheet::TextOf(const Cell& c) const {
+    CellValue v = ValueOf(c);
+    switch (v.type) {
+    case CellType::Empty: return {};
+    case CellType::Boolean: return v.number != 0 ? "TRUE" : "FALSE";
+    case CellType::Error: return v.text;
+    case CellType::String: return FormatText(v.text, book_.styles_->NumberFormatCode(c.style));
+    case CellType::Number: return FormatNumber(v.number, book_.styles_->NumberFormatCode(c.style), book_.Date1904());
+    }
+    return {};
+}
+
+std::string Worksheet::Text(int row, int column) {
+    Cell* c = FindCell(row, column);
+    if (!c) return {};
+    book_.Strings();
+    book_.GetStyles();
+    return TextOf(*c);
+}
+
+void Worksheet::SetString(int row, int column, std::string_view text) {
+    if (!Load()) return;
+    std::uint32_t id = book_.Strings().Add(text);
+    Cell& c = MakeCell(row, column);
+    c.type = "s";
+    c.value = std::to_string(id);
+    c.formula.clear();
+    c.fAttrs.clear();
+    c.hasFormula = false;
+    c.inlineXml.clear();
+    c.attrs.clear();
+}
+
+void Worksheet::SetNumber(int row, int column, double value) {
+    if (!Load()) return;
+    Cell& c = MakeCell(row, column);
+    c.type.clear();
+    c.value = std::isfinite(value) ? FormatDouble(value) : "0";
+    c.formula.clear();
+    c.fAttrs.clear();
+    c.hasFormula = false;
+    c.inlineXml.clear();
+    c.attrs.clear();
+}
+
+void Worksheet::ClearValue(int row, int column) {
+    Cell* c = FindCell(row, column);
+    if (!c) return;
+    Touch();
+    Cell cleared;
+    cleared.column = c->column;
+    cleared.style = c->style;
+    cleared.hasStyle = c->hasStyle;
+    *c = std::move(cleared);
+}
+
+std::vector<std::vector<CellValue>> Worksheet::Values(const CellRange& range) {
+    std::vector<std::vector<CellValue>> out;
+    if (!range.IsValid() || !Load()) return out;
+    book_.Strings();
+    out.assign(range.lastRow - range.firstRow + 1,
+               std::vector<CellValue>(range.lastColumn - range.firstColumn + 1));
+    for (auto it = data_->rows.lower_bound(range.firstRow); it != data_->rows.end() && it->first <= range.lastRow; ++it)
+        for (const Cell& c : it->second.cells)
+            if (c.column >= range.firstColumn && c.column <= range.lastColumn)
+                out[it->first - range.firstRow][c.column - range.firstColumn] = ValueOf(c);
+    return out;
+}
+
+std::vector<std::vector<std::string>> Worksheet::Texts(const CellRange& range) {
+    std::vector<std::vector<std::string>> out;
+    if (!range.IsValid() || !Load()) return out;
+    book_.Strings();
+    book_.GetStyles();
+    out.assign(range.lastRow - range.firstRow + 1,
+               std::vector<std::string>(range.lastColumn - range.firstColumn + 1));
+    for (auto it = data_->rows.lower_bound(range.firstRow); it != data_->rows.end() && it->first <= range.lastRow; ++it)
+        for (const Cell& c : it->second.cells)
+            if (c.column >= range.firstColumn && c.column <= range.lastColumn)
+                out[it->first - range.firstRow][c.column - range.firstColumn] = TextOf(c);
+    return out;
+}
+
+CellRange Worksheet::UsedRange() {
+    CellRange r;
+    auto add = [&](int row, int col) {
+        if (!r.IsValid()) {
+            r = {row, col, row, col};
+            return;
+        }
+        r.firstRow = std::min(r.firstRow, row);
+        r.lastRow = std::max(r.lastRow, row);
+        r.firstColumn = std::min(r.firstColumn, col);
+        r.lastColumn = std::max(r.lastColumn, col);
+    };
+    if (Load()) {
+        for (auto& [rowNo, row] : data_->rows)
+            for (const Cell& c : row.cells)
+                if (!c.value.empty() || c.hasFormula || c.hasStyle) add(rowNo, c.column);
+        for (const CellRange& m : Merges()) {
+            add(m.firstRow, m.firstColumn);
+            add(m.lastRow, m.lastColumn);
+        }
+    }
+    return r.IsValid() ? r : CellRange{1, 1, 1, 1};
+}
+
+int Worksheet::LastFilledRow() {
+    if (!Load()) return 0;
+    for (auto it = data_->rows.rbegin(); it != data_->rows.rend(); ++it)
+        for (const Cell& c : it->second.cells)
+            if (!c.value.empty() || c.hasFormula) return it->first;
+    return 0;
+}
+
+int Worksheet::LastFilledColumn() {
+    int last = 0;
+    if (!Load()) return 0;
+    for (auto& [rowNo, row] : data_->rows)
+        for (const Cell& c : row.cells)
+            if (!c.value.empty() || c.hasFormula) last = std::max(last, c.column);
+    return last;
+}
+
+void Worksheet::LoadNotes() {
+    if (data_->notesLoaded) return;
+    data_->notesLoaded = true;
+    Package& pkg = book_.GetPackage();
+    data_->commentsPart = pkg.TargetOf(part_, "comments");
+    if (!data_->commentsPart.empty()) data_->commentsPart = pkg.Has(data_->commentsPart) ? pkg.Find(data_->commentsPart) : "";
+    // The notes' drawing is the one named by legacyDrawing, not the header/footer one.
+    if (Load()) {
+        std::string id = Attr(Child(Root(), "legacyDrawing"), "id").value();
+        for (const Relationship& r : pkg.Relationships(part_))
+            if (r.id == id && !r.external) data_->vmlPart = pkg.Has(r.target) ? pkg.Find(r.target) : "";
+    }
+    if (data_->commentsPart.empty()) return;
+    auto xml = pkg.Read(data_->commentsPart);
+    if (!xml) return;
+    auto notes = ReadNotes(*xml, pkg.Label() + ": " + data_->commentsPart);
+    if (!notes) return;
+    data_->notes = std::move(*notes);
+    std::stable_sort(data_->notes.begin(), data_->notes.end(), [](const Note& a, const Note& b) {
+        return a.row != b.row ? a.row < b.row : a.column < b.column;
+    });
+}
+
+std::vector<Note> Worksheet::Notes() {
+    LoadNotes();
+    return data_->notes;
+}
+
+const Note* Worksheet::NoteAt(int row, int column) {
+    LoadNotes();
+    for (const Note& n : data_->notes)
+        if (n.row == row && n.column == column) return &n;
+    return nullptr;
+}
+
+void Worksheet::SetNote(int row, int column, std::string_view text, std::string_view author) {
+    LoadNotes();
+    notesChanged_ = true;
+    auto it = std::lower_bound(data_->notes.begin(), data_->notes.end(), std::make_pair(row, column),
+                               [](const Note& n, std::pair<int, int> rc) {
+                                   return std::make_pair(n.row, n.column) < rc;
+                               });
+    if (it != data_->notes.end() && it->row == row && it->column == column) {
+        it->text = std::string(text);
+        it->author = std::string(author);
+        return;
+    }
+    data_->notes.insert(it, Note{row, column, std::string(author), std::string(text)});
+}
+
+bool Worksheet::DeleteNote(int row, int column) {
+    return ClearNotes(CellRange{row, column, row, column}) > 0;
+}
+
+int Worksheet::ClearNotes(const CellRange& range) {
+    LoadNotes();
+    std::size_t before = data_->notes.size();
+    std::erase_if(data_->notes, [&](const Note& n) { return range.Contains(n.row, n.column); });
+    int removed = static_cast<int>(before - data_->notes.size());
+    if (removed) notesChanged_ = true;
+    return removed;
+}
+
+void Worksheet::SaveNotes() {
+    Package& pkg = book_.GetPackage();
+    if (!Load()) return;
+    LoadNotes();
+    if (data_->commentsPart.empty()) {
+        if (data_->notes.empty()) return;
+        for (int n = 1;; ++n) {
+            std::string name = "xl/comments" + std::to_string(n) + ".xml";
+            if (!pkg.Has(name)) {
+                data_->commentsPart = name;
+                break;
+            }
+        }
+        pkg.AddRelationship(part_, std::string(kRelNs) + "/comments", data_->commentsPart);
+        pkg.SetContentType(data_->commentsPart,
+                           "application/vnd.openxmlformats-officedocument.spreadsheetml.comments+xml");
+    }
+    std::string originalVml;
+    if (data_->vmlPart.empty()) {
+        for (int n = 1;; ++n) {
+            std::string name = "xl/drawings/vmlDrawing" + std::to_string(n) + ".vml";
+            if (!pkg.Has(name)) {
+                data_->vmlPart = name;
+                break;
+            }
+        }
+        std::string id = pkg.AddRelationship(part_, std::string(kRelNs) + "/vmlDrawing", data_->vmlPart);
+        pkg.EnsureDefaultContentType("vml", "application/vnd.openxmlformats-officedocument.vmlDrawing");
+        pugi::xml_node ld = EnsureChild(Root(), "legacyDrawing");
+        ld.remove_attributes();
+        bool declared = false;
+        for (pugi::xml_attribute a = Root().first_attribute(); a; a = a.next_attribute())
+            declared = declared || std::string_view(a.name()) == "xmlns:r";
+        if (!declared) Root().append_attribute("xmlns:r") = kRelNs;
+        ld.append_attribute("r:id") = id.c_str();
+        Touch();
+    } else if (auto vml = pkg.Read(data_->vmlPart)) {
+        originalVml = std::move(*vml);
+    }
+    int base = 1024 * (book_.IndexOf(this) + 1);
+    if (std::size_t at = originalVml.find("data=\""); at != std::string::npos)
+        base = 1024 * std::atoi(originalVml.c_str() + at + 6);
+    pkg.Write(data_->commentsPart, WriteComments(data_->notes));
+    pkg.Write(data_->vmlPart, WriteVml(originalVml, data_->notes, base));
+    notesChanged_ = false;
+}
+
+CellFormat Worksheet::Format(int row, int column) {
+    Cell* c = FindCell(row, column);
+    return book_.GetStyles().Format(c ? c->style : 0);
+}
+
+void Worksheet::ApplyFormat(const CellRange& range, const StyleChange& change) {
+    if (!range.IsValid() || !Load()) return;
+    Styles& styles = book_.GetStyles();
+    std::map<std::uint32_t, std::uint32_t> derived;
+    for (int r = range.firstRow; r <= range.lastRow; ++r)
+        for (int c = range.firstColumn; c <= range.lastColumn; ++c) {
+            Cell& cell = MakeCell(r, c);
+            auto it = derived.find(cell.style);
+            if (it == derived.end()) it = derived.emplace(cell.style, styles.Derive(cell.style, change)).first;
+            cell.style = it->second;
+            cell.hasStyle = true;
+        }
+}
+
+void Worksheet::SetBorder(const CellRange& range, BorderEdge edge, const BorderLine& line) {
+    StyleChange change;
+    change.border = std::make_pair(edge, line);
+    CellRange target = range;
+    // Outline edges touch only the cells on that side of the range.
+    switch (edge) {
+    case BorderEdge::Left: target.lastColumn = range.firstColumn; break;
+    case BorderEdge::Right: target.firstColumn = range.lastColumn; break;
+    case BorderEdge::Top: target.lastRow = range.firstRow; break;
+    case BorderEdge::Bottom: target.firstRow = range.lastRow; break;
+    default: break;
+    }
+    ApplyFormat(target, change);
+}
+
+std::vector<CellRange> Worksheet::Merges() {
+    std::vector<CellRange> out;
+    if (!Load()) return out;
+    for (pugi::xml_node m = Child(Root(), "mergeCells").first_child(); m; m = m.next_sibling())
+        if (LocalName(m) == "mergeCell")
+            if (CellRange r = ParseRange(Attr(m, "ref").value()); r.IsValid()) out.push_back(r);
+    return out;
+}
+
+base::Status Worksheet::Merge(const CellRange& range) {
+    if (!range.IsValid()) return base::Status::Error("invalid range to merge");
+    if (base::Status st = Load(); !st) return st;
+    for (const CellRange& m : Merges())
+        if (m.Intersects(range)) {
+            if (m == range) return base::Status::Ok();
+            return base::Status::Error("The range " + RangeName(range) + " overlaps the merged range " + RangeName(m) + ".");
+        }
+    if (range.firstRow == range.lastRow && range.firstColumn == range.lastColumn) return base::Status::Ok();
+    pugi::xml_node list = EnsureChild(Root(), "mergeCells");
+    pugi::xml_node m = list.append_child(QualifiedLike(list, "mergeCell").c_str());
+    m.append_attribute("ref") = RangeName(range).c_str();
+    SetAttr(list, "count", std::to_string(Merges().size()));
+    Touch();
+    return base::Status::Ok();
+}
+
+CellRange Worksheet::MergeArea(int row, int column) {
+    for (const CellRange& m : Merges())
+        if (m.Contains(row, column)) return m;
+    return CellRange{row, column, row, column};
+}
+
+std::vector<Hyperlink> Worksheet::Hyperlinks() {
+    std::vector<Hyperlink> out;
+    if (!Load()) return out;
+    std::vector<Relationship> rels = book_.GetPackage().Relationships(part_);
+    for (pugi::xml_node h = Child(Root(), "hyperlinks").first_child(); h; h = h.next_sibling()) {
+        if (LocalName(h) != "hyperlink") continue;
+        Hyperlink link;
+        link.range = ParseRange(Attr(h, "ref").value());
+        link.location = Attr(h, "location").value();
+        std::string id = Attr(h, "id").value();
+        for (const Relationship& r : rels)
+            if (!id.empty() && r.id == id) link.target = r.target;
+        out.push_back(std::move(link));
+    }
+    return out;
+}
+
+void Worksheet::AddHyperlink(int row, int column, std::string_view target) {
+    if (!Load()) return;
+    std::string uri(target);
+    bool isUrl = uri.find("://") != std::string::npos || base::EqualNoCase(base::Left(uri, 7), "mailto:");
+    if (!isUrl) {
+        // A path becomes a file link, as the program stores links to documents.
+        for (char& ch : uri)
+            if (ch == '\\') ch = '/';
+        if (uri.size() > 1 && uri[1] == ':') uri = "file:///" + uri;
+        else if (!uri.empty() && uri[0] == '/' && (uri.size() < 2 || uri[1] != '/')) uri = "file://" + uri;
+        else if (uri.rfind("//", 0) == 0) uri = "file:" + uri;
+    }
+    DeleteHyperlinks(CellRange{row, column, row, column});
+    std::string id = book_.GetPackage().AddRelationship(part_, std::string(kRelNs) + "/hyperlink", uri, true);
+    pugi::xml_node list = EnsureChild(Root(), "hyperlinks");
+    pugi::xml_node h = list.append_child(QualifiedLike(list, "hyperlink").c_str());
+    h.append_attribute("ref") = CellName(row, column).c_str();
+    bool declared = false;
+    for (pugi::xml_attribute a = Root().first_attribute(); a; a = a.next_attribute())
+        declared = declared || std::string_view(a.name()) == "xmlns:r";
+    if (!declared) Root().append_attribute("xmlns:r") = kRelNs;
+    h.append_attribute("r:id") = id.c_str();
+    Touch();
+}
+
+int Worksheet::DeleteHyperlinks(const CellRange& range) {
+    if (!Load()) return 0;
+    pugi::xml_node list = Child(Root(), "hyperlinks");
+    int removed = 0;
+    for (pugi::xml_node h = list.first_child(); h;) {
+        pugi::xml_node next = h.next_sibling();
+        if (LocalName(h) == "hyperlink" && ParseRange(Attr(h, "ref").value()).Intersects(range)) {
+            if (std::string id = Attr(h, "id").value(); !id.empty())
+                book_.GetPackage().RemoveRelationship(part_, id);
+            list.remove_child(h);
+            ++removed;
+        }
+        h = next;
+    }
+    if (list && !Child(list, "hyperlink")) Root().remove_child(list);
+    if (removed) Touch();
+    return removed;
+}
+
+double Worksheet::ColumnWidth(int column) {
+    if (!Load()) return 8.43;
+    for (pugi::xml_node c = Child(Child(Root(), "cols"), "col"); c; c = c.next_sibling())
+        if (Attr(c, "min").as_int() <= column && column <= Attr(c, "max").as_int()) {
+            if (Attr(c, "hidden").as_bool()) return 0;
+            if (Attr(c, "width")) {
+                // Stored widths include 5 pixels of padding; the program shows them without.
+                double w = Attr(c, "width").as_double();
+                double chars = std::trunc((w * 7 - 5) / 7 * 100 + 0.5) / 100;
+                return chars < 0 ? 0 : chars;
+            }
+        }
+    pugi::xml_node fmt = Child(Root(), "sheetFormatPr");
+    if (Attr(fmt, "defaultColWidth")) {
+        double w = Attr(fmt, "defaultColWidth").as_double();
+        return std::trunc((w * 7 - 5) / 7 * 100 + 0.5) / 100;
+    }
+    return Attr(fmt, "baseColWidth").as_double(8) + 0.43;
+}
+
+void Worksheet::SetColumnWidth(int column, double width) {
+    if (!Load() || column < 1 || column > kMaxColumn) return;
+    pugi::xml_node cols = EnsureChild(Root(), "cols");
+    double stored = std::trunc((width * 7 + 5) / 7 * 256) / 256;
+    // Split a <col> span around the column so that only it changes.
+    for (pugi::xml_node c = Child(cols, "col"); c; c = c.next_sibling()) {
+        int lo = Attr(c, "min").as_int(), hi = Attr(c, "max").as_int();
+        if (column < lo || column > hi) continue;
+        if (lo < column) {
+            pugi::xml_node before = cols.insert_copy_before(c, c);
+            SetAttr(before, "max", std::to_string(column - 1));
+        }
+        if (hi > column) {
+            pugi::xml_node after = cols.insert_copy_after(c, c);
+            SetAttr(after, "min", std::to_string(column + 1));
+        }
+        SetAttr(c, "min", std::to_string(column));
+        SetAttr(c, "max", std::to_string(column));
+        SetAttr(c, "width", FormatDouble(stored));
+        SetAttr(c, "customWidth", "1");
+        Touch();
+        return;
+    }
+    pugi::xml_node at;
+    for (pugi::xml_node c = Child(cols, "col"); c; c = c.next_sibling())
+        if (Attr(c, "min").as_int() > column) {
+            at = c;
+            break;
+        }
+    std::string name = QualifiedLike(cols, "col");
+    pugi::xml_node c = at ? cols.insert_child_before(name.c_str(), at) : cols.append_child(name.c_str());
+    c.append_attribute("min") = column;
+    c.append_attribute("max") = column;
+    c.append_attribute("width") = FormatDouble(stored).c_str();
+    c.append_attribute("customWidth") = 1;
+    Touch();
+}
+
+namespace {
+// Width of a text in pixels of the default 11-point font, character by character (Calibri's
+// advance widths at 96 dpi; wide scripts count double).
+double TextPixels(std::string_view text, double fontSize, bool bold) {
+    double px = 0;
+    for (std::size_t pos = 0; pos < text.size();) {
+        char32_t ch = base::DecodeUtf8(text, pos);
+        double w;
+        if (ch == 'i' || ch == 'l' || ch == 'j' || ch == '\'' || ch == '|' || ch == '!' || ch == '.' || ch == ',' || ch == ':' || ch == ';') w = 3;
+        else if (ch == 'f' || ch == 't' || ch == 'r' || ch == 'I' || ch == ' ' || ch == '(' || ch == ')' || ch == '-' || ch == '[' || ch == ']') w = 4;
+        else if (ch == 'm' || ch == 'w' || ch == 'M' || ch == 'W' || ch == '@' || ch == '%') w = 11;
+        else if (ch >= 'A' && ch <= 'Z') w = 8;
+        else if (ch >= 0x1100) w = 14;
+        else w = 7;
+        px += w;
+    }
+    return px * fontSize / 11 * (bold ? 1.05 : 1.0);
+}
+}  // namespace
+
+void Worksheet::AutoFitColumns(int firstColumn, int lastColumn) {
+    if (!Load()) return;
+    book_.Strings();
+    Styles& styles = book_.GetStyles();
+    std::map<int, double> widest;
+    std::vector<CellRange> merges = Merges();
+    for (auto& [rowNo, row] : data_->rows) {
+        if (const char* h = row.Get("hidden"); h && std::string_view(h) == "1") continue;
+        for (const Cell& c : row.cells) {
+            if (c.column < firstColumn || c.column > lastColumn || c.value.empty()) continue;
+            bool merged = false;
+            for (const CellRange& m : merges) merged = merged || m.Contains(rowNo, c.column);
+            if (merged) continue;  // merged cells don't size their columns
+            CellFormat f = styles.Format(c.style);
+            std::string text = TextOf(c);
+            double px = 0;
+            std::size_t start = 0;
+            while (start <= text.size()) {
+                std::size_t nl = text.find('\n', start);
+                if (nl == std::string::npos) nl = text.size();
+                px = std::max(px, TextPixels(std::string_view(text).substr(start, nl - start), f.fontSize, f.bold));
+                start = nl + 1;
+            }
+            widest[c.column] = std::max(widest[c.column], px);
+        }
+    }
+    for (auto& [col, px] : widest) SetColumnWidth(col, std::min(255.0, std::ceil(px + 2) / 7.0));
+}
+
+double Worksheet::RowHeight(int row) {
+    if (!Load()) return 15;
+    auto it = data_->rows.find(row);
+    if (it != data_->rows.end()) {
+        if (const char* h = it->second.Get("hidden"); h && (std::string_view(h) == "1" || std::string_view(h) == "true")) return 0;
+        if (const char* ht = it->second.Get("ht")) return std::atof(ht);
+    }
+    pugi::xml_node fmt = Child(Root(), "sheetFormatPr");
+    if (Attr(fmt, "zeroHeight").as_bool()) return 0;
+    return Attr(fmt, "defaultRowHeight").as_double(15);
+}
+
+void Worksheet::SetRowHeight(int row, double points) {
+    if (!Load()) return;
+    Row& r = data_->rows[row];
+    r.Set("ht", FormatDouble(points));
+    r.Set("customHeight", "1");
+    Touch();
+}
+
+bool Worksheet::IsRowHidden(int row) { return RowHeight(row) == 0; }
+
+void Worksheet::SetRowHidden(int row, bool hidden) {
+    if (!Load()) return;
+    Row& r = data_->rows[row];
+    if (hidden) r.Set("hidden", "1");
+    else r.Erase("hidden");
+    Touch();
+}
+
+void Worksheet::AutoFitRows(int firstRow, int lastRow) {
+    if (!Load()) return;
+    Styles& styles = book_.GetStyles();
+    book_.Strings();
+    double base = styles.DefaultFontSize() * 15.0 / 11.0;
+    for (auto it = data_->rows.lower_bound(firstRow); it != data_->rows.end() && it->first <= lastRow; ++it) {
+        int lines = 1;
+        for (const Cell& c : it->second.cells) {
+            CellFormat f = styles.Format(c.style);
+            if (!f.wrap) continue;
+            std::string text = TextOf(c);
+            double width = ColumnWidth(c.column) * 7 + 5;
+            int n = 0;
+            std::size_t start = 0;
+            while (start <= text.size()) {
+                std::size_t nl = text.find('\n', start);
+                if (nl == std::string::npos) nl = text.size();
+                double px = TextPixels(std::string_view(text).substr(start, nl - start), f.fontSize, f.bold);
+                n += std::max(1, static_cast<int>(std::ceil(px / std::max(width, 1.0))));
+                start = nl + 1;
+            }
+            lines = std::max(lines, n);
+        }
+        Row& r = it->second;
+        if (lines > 1) {
+            r.Set("ht", FormatDouble(lines * base));
+            r.Set("customHeight", "1");
+        } else {
+            r.Erase("ht");
+            r.Erase("customHeight");
+        }
+        Touch();
+    }
+}
+
+double Worksheet::ColumnWidthPoints(int column) {
+    double chars = ColumnWidth(column);
+    if (chars == 0) return 0;
+    // Pixels of the 7-pixel default digit plus 5 of padding, at 96 dpi.
+    return std::trunc(chars * 7 + 5 + 0.5) * 0.75;
+}
+
+double Worksheet::ColumnLeft(int column) {
+    double left = 0;
+    for (int c = 1; c < column && c <= kMaxColumn; ++c) left += ColumnWidthPoints(c);
+    return left;
+}
+
+double Worksheet::RowTop(int row) {
+    if (!Load()) return 0;
+    double defaultHeight = RowHeight(0);
+    double top = 0;
+    int counted = 0;
+    for (auto& [rowNo, r] : data_->rows) {
+        if (rowNo >= row) break;
+        top += RowHeight(rowNo);
+        ++counted;
+    }
+    return top + (std::max(0, row - 1) - counted) * defaultHeight;
+}
+
+std::string Worksheet::Selection() {
+    if (!Load()) return "A1";
+    pugi::xml_node view = Child(Child(Root(), "sheetViews"), "sheetView");
+    pugi::xml_node sel;
+    // With panes the active pane's selection counts; otherwise the first one.
+    std::string pane = Attr(Child(view, "pane"), "activePane").value();
+    for (pugi::xml_node s = view.first_child(); s; s = s.next_sibling())
+        if (LocalName(s) == "selection" && (!sel || pane == Attr(s, "pane").value())) sel = s;
+    std::string sqref = Attr(sel, "sqref").value();
+    return sqref.empty() ? ActiveCell() : sqref;
+}
+
+std::string Worksheet::ActiveCell() {
+    if (!Load()) return "A1";
+    pugi::xml_node view = Child(Child(Root(), "sheetViews"), "sheetView");
+    std::string pane = Attr(Child(view, "pane"), "activePane").value();
+    std::string active;
+    for (pugi::xml_node s = view.first_child(); s; s = s.next_sibling())
+        if (LocalName(s) == "selection" && (active.empty() || pane == Attr(s, "pane").value()))
+            active = Attr(s, "activeCell").value();
+    return active.empty() ? "A1" : active;
+}
+
+void Worksheet::Select(const CellRange& range, int activeRow, int activeColumn) {
+    if (!Load() || !range.IsValid()) return;
+    pugi::xml_node views = EnsureChild(Root(), "sheetViews");
+    pugi::xml_node view = Child(views, "sheetView");
+    if (!view) {
+        view = views.append_child(QualifiedLike(views, "sheetView").c_str());
+        view.append_attribute("workbookViewId") = 0;
+    }
+    std::string pane = Attr(Child(view, "pane"), "activePane").value();
+    pugi::xml_node sel;
+    for (pugi::xml_node s = view.first_child(); s; s = s.next_sibling())
+        if (LocalName(s) == "selection" && (!sel || pane == Attr(s, "pane").value())) sel = s;
+    if (!sel) sel = view.append_child(QualifiedLike(view, "selection").c_str());
+    SetAttr(sel, "activeCell", CellName(activeRow, activeColumn));
+    SetAttr(sel, "sqref", RangeName(range));
+    Touch();
+}
+
+void Worksheet::SetTabSelected(bool selected) {
+    if (!Load()) return;
+    pugi::xml_node view = Child(Child(Root(), "sheetViews"), "sheetView");
+    if (!view) {
+        if (!selected) return;
+        view = EnsureChild(Root(), "sheetViews").append_child(QualifiedLike(Root(), "sheetView").c_str());
+        view.append_attribute("workbookViewId") = 0;
+    }
+    bool now = view.attribute("tabSelected").as_bool();
+    if (now == selected) return;
+    view.remove_attribute("tabSelected");
+    if (selected) view.prepend_attribute("tabSelected") = 1;
+    Touch();
+}
+
+base::Status Worksheet::SaveTo(std::string& out) {
+    if (base::Status st = Load(); !st) return st;
+    pugi::xml_node sheetData = EnsureChild(Root(), "sheetData");
+    sheetData.append_child(pugi::node_pcdata).set_value(kSheetDataMarker);
+    CellRange used = UsedRange();
+    if (pugi::xml_node dim = Child(Root(), "dimension")) SetAttr(dim, "ref", RangeName(used));
+    std::string xml = SaveXml(data_->doc);
+    sheetData.remove_child(sheetData.first_child());
+    std::size_t marker = xml.find(kSheetDataMarker);
+    std::string cellPrefix = QualifiedLike(sheetData, "");
+    std::string rows;
+    rows.reserve(data_->rows.size() * 64);
+    std::string rowTag = cellPrefix + "row";
+    std::string cTag = cellPrefix + "c";
+    for (auto& [rowNo, row] : data_->rows) {
+        if (row.cells.empty() && row.attrs.empty()) continue;
+        rows += '<';
+        rows += rowTag;
+        rows += " r=\"";
+        rows += std::to_string(rowNo);
+        rows += '"';
+        for (auto& [k, v] : row.attrs) {
+            rows += ' ';
+            rows += k;
+            rows += "=\"";
+            AppendEscaped(rows, v, true);
+            rows += '"';
+        }
+        if (row.cells.empty()) {
+            rows += "/>";
+            continue;
+        }
+        rows += '>';
+        for (const Cell& c : row.cells) {
+            rows += '<';
+            rows += cTag;
+            rows += " r=\"";
+            rows += CellName(rowNo, c.column);
+            rows += '"';
+            if (c.hasStyle) {
+                rows += " s=\"";
+                rows += std::to_string(c.style);
+                rows += '"';
+            }
+            if (!c.type.empty()) {
+                rows += " t=\"";
+                rows += c.type;
+                rows += '"';
+            }
+            rows += c.attrs;
+            if (!c.hasFormula && c.value.empty() && c.inlineXml.empty() && c.tail.empty()) {
+                rows += "/>";
+                continue;
+            }
+            rows += '>';
+            if (c.hasFormula) {
+                rows += '<' + cellPrefix + 'f' + c.fAttrs;
+                if (c.formula.empty()) {
+                    rows += "/>";
+                } else {
+                    rows += '>';
+                    AppendEscaped(rows, c.formula);
+                    rows += "</" + cellPrefix + "f>";
+                }
+            }
+            if (!c.inlineXml.empty()) {
+                rows += c.inlineXml;
+            } else if (!c.value.empty()) {
+                rows += '<' + cellPrefix + "v>";
+                AppendEscaped(rows, c.value);
+                rows += "</" + cellPrefix + "v>";
+            }
+            rows += c.tail;
+            rows += "</" + cTag + '>';
+        }
+        rows += "</" + rowTag + '>';
+    }
+    if (marker == std::string::npos)
+        return base::Status::Error(part_ + ": could not place the rows when writing");
+    xml.replace(marker, std::string_view(kSheetDataMarker).size(), rows);
+    out = std::move(xml);
+    return base::Status::Ok();
+}
+
+}  // namespace xl

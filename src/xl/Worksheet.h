@@ -1,0 +1,178 @@
+#pragma once
+// One sheet of a workbook: its cells, notes, formats, merges, hyperlinks, columns and rows.
+// The sheet part is read on first use; only sheets that were changed are written again.
+// A Worksheet belongs to its Workbook and stays valid as long as the workbook lives.
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/Status.h"
+#include "xl/CellRef.h"
+#include "xl/Styles.h"
+
+namespace pugi {
+class xml_document;
+class xml_node;
+}
+
+namespace xl {
+
+class Workbook;
+
+enum class SheetState { Visible, Hidden, VeryHidden };
+enum class SheetKind { Worksheet, Chartsheet, Dialogsheet, Macrosheet };
+enum class CellType { Empty, Number, String, Boolean, Error };
+
+// A cell's value: a formula cell gives its cached value and its formula.
+struct CellValue {
+    CellType type = CellType::Empty;
+    double number = 0;        // numbers; booleans as 0 or 1
+    std::string text;         // strings, and error texts such as "#N/A"
+    std::string formula;      // without the leading "="; "" when the cell has none
+};
+
+// A note (legacy comment) and the cell it belongs to.
+struct Note {
+    int row = 0, column = 0;
+    std::string author;
+    std::string text;         // plain text; runs of a rich note joined
+};
+
+// One hyperlink cell range and where it points.
+struct Hyperlink {
+    CellRange range;
+    std::string target;       // file path or URL; "" for a link inside the workbook
+    std::string location;     // the place inside the workbook ("Sheet2!A1"), or ""
+};
+
+class Worksheet {
+public:
+    ~Worksheet();
+    Worksheet(const Worksheet&) = delete;
+    Worksheet& operator=(const Worksheet&) = delete;
+
+    // The tab name.
+    const std::string& Name() const { return name_; }
+    SheetKind Kind() const { return kind_; }
+    SheetState State() const { return state_; }
+    // The part that holds the sheet ("xl/worksheets/sheet1.xml").
+    const std::string& PartName() const { return part_; }
+    // Hides or shows the sheet; hiding the last visible sheet is refused.
+    base::Status SetState(SheetState state);
+    // Why the sheet part could not be read; Ok once read (an unread sheet is read here).
+    base::Status Load();
+
+    // The value of a cell; Empty outside the used cells.
+    CellValue Value(int row, int column);
+    // What the cell shows: its value through its number format ("" for empty cells).
+    std::string Text(int row, int column);
+    // Writes a string (shared, deduplicated); the cell keeps its style, loses its formula.
+    void SetString(int row, int column, std::string_view text);
+    // Writes a number; the cell keeps its style, loses its formula.
+    void SetNumber(int row, int column, double value);
+    // Empties a cell's value but keeps its style.
+    void ClearValue(int row, int column);
+    // Values of a rectangle, row by row, in one pass.
+    std::vector<std::vector<CellValue>> Values(const CellRange& range);
+    // Displayed texts of a rectangle, row by row.
+    std::vector<std::vector<std::string>> Texts(const CellRange& range);
+    // The used range as the spreadsheet computes it: cells with values or formats, merges;
+    // A1:A1 for an empty sheet.
+    CellRange UsedRange();
+    // The last row / column holding a value or formula (what Find("*") from the end gives); 0
+    // for a sheet without values.
+    int LastFilledRow();
+    int LastFilledColumn();
+
+    // Every note with its cell, in row then column order.
+    std::vector<Note> Notes();
+    // The note text of a cell, or nullptr.
+    const Note* NoteAt(int row, int column);
+    // Adds or replaces the note of a cell.
+    void SetNote(int row, int column, std::string_view text, std::string_view author = "");
+    // Deletes the note of a cell; false when it had none.
+    bool DeleteNote(int row, int column);
+    // Deletes the notes in a range; gives how many there were.
+    int ClearNotes(const CellRange& range);
+
+    // The format of a cell.
+    CellFormat Format(int row, int column);
+    // Applies a format change to every cell of a range (empty cells get a styled entry).
+    void ApplyFormat(const CellRange& range, const StyleChange& change);
+    // Sets one edge of the range's outline (or every cell's edge for inside edges).
+    void SetBorder(const CellRange& range, BorderEdge edge, const BorderLine& line);
+
+    // Merges a range (values outside its top-left cell are kept as the file had them);
+    // refuses a range that overlaps another merge.
+    base::Status Merge(const CellRange& range);
+    // The merged range holding the cell, or the cell itself.
+    CellRange MergeArea(int row, int column);
+    std::vector<CellRange> Merges();
+
+    // Adds a hyperlink on a cell to a URL or file path (a path is made a file link).
+    void AddHyperlink(int row, int column, std::string_view target);
+    std::vector<Hyperlink> Hyperlinks();
+    // Removes the hyperlinks that intersect a range; gives how many.
+    int DeleteHyperlinks(const CellRange& range);
+
+    // Column width in characters of the default font; the sheet default when not set.
+    double ColumnWidth(int column);
+    void SetColumnWidth(int column, double width);
+    // Sets the widths of columns from the texts they show (as AutoFit does); empty columns stay.
+    void AutoFitColumns(int firstColumn, int lastColumn);
+    // Row height in points; 0 for a hidden row.
+    double RowHeight(int row);
+    void SetRowHeight(int row, double points);
+    bool IsRowHidden(int row);
+    void SetRowHidden(int row, bool hidden);
+    // Grows rows to fit wrapped texts and drops custom heights of the others.
+    void AutoFitRows(int firstRow, int lastRow);
+    // Distance of a column's left edge / a row's top edge from A1, in points.
+    double ColumnLeft(int column);
+    double RowTop(int row);
+    // A column's width in points.
+    double ColumnWidthPoints(int column);
+
+    // The saved selection ("A1:B3 D4") and active cell ("A1") of the sheet's first view.
+    std::string Selection();
+    std::string ActiveCell();
+    void Select(const CellRange& range, int activeRow, int activeColumn);
+
+    // True when the sheet was changed since opening.
+    bool IsChanged() const { return changed_; }
+
+private:
+    friend class Workbook;
+    struct Cell;
+    struct Row;
+    struct Data;
+    Worksheet(Workbook& book, std::string name, std::string part, SheetKind kind);
+    Cell* FindCell(int row, int column);
+    Cell& MakeCell(int row, int column);
+    CellValue ValueOf(const Cell& cell) const;
+    std::string TextOf(const Cell& cell) const;
+    void Touch();
+    void SetTabSelected(bool selected);
+    pugi::xml_node Root();
+    void LoadNotes();
+    base::Status SaveTo(std::string& sheetXml);
+    void SaveNotes();
+
+    Workbook& book_;
+    std::string name_;
+    std::string part_;
+    std::string relId_;
+    SheetKind kind_;
+    SheetState state_ = SheetState::Visible;
+    bool loaded_ = false;
+    bool changed_ = false;
+    bool notesChanged_ = false;
+    base::Status loadStatus_;
+    std::unique_ptr<Data> data_;
+};
+
+}  // namespace xl

@@ -1,0 +1,149 @@
+#include "xl/Xml.h"
+
+#include <cstring>
+
+#include "base/Format.h"
+#include "base/Text.h"
+
+namespace xl {
+
+base::Status ParseXml(pugi::xml_document& doc, std::string_view data, std::string_view label) {
+    unsigned options = pugi::parse_default | pugi::parse_declaration | pugi::parse_ws_pcdata_single;
+    pugi::xml_parse_result result = doc.load_buffer(data.data(), data.size(), options);
+    if (!result)
+        return base::Status::Error(base::Sprintf("%s: malformed XML at byte %d: %s",
+                                                 std::string(label).c_str(),
+                                                 static_cast<long>(result.offset),
+                                                 result.description()));
+    if (!doc.document_element())
+        return base::Status::Error(std::string(label) + ": the XML has no root element");
+    return base::Status::Ok();
+}
+
+namespace {
+struct StringWriter : pugi::xml_writer {
+    std::string out;
+    void write(const void* data, size_t size) override {
+        out.append(static_cast<const char*>(data), size);
+    }
+};
+}  // namespace
+
+std::string SaveXml(const pugi::xml_document& doc) {
+    StringWriter w;
+    bool hasDecl = doc.first_child().type() == pugi::node_declaration;
+    if (!hasDecl) w.out = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\r\n";
+    doc.save(w, "", pugi::format_raw | pugi::format_no_declaration, pugi::encoding_utf8);
+    if (hasDecl) {
+        // Excel puts a line break after the declaration; pugixml writes none in raw mode.
+        std::size_t end = w.out.find("?>");
+        if (end != std::string::npos) w.out.insert(end + 2, "\r\n");
+    }
+    return std::move(w.out);
+}
+
+std::string_view LocalName(const pugi::xml_node& node) {
+    std::string_view name = node.name();
+    std::size_t colon = name.find(':');
+    return colon == std::string_view::npos ? name : name.substr(colon + 1);
+}
+
+pugi::xml_node Child(const pugi::xml_node& node, std::string_view localName) {
+    for (pugi::xml_node c = node.first_child(); c; c = c.next_sibling())
+        if (c.type() == pugi::node_element && LocalName(c) == localName) return c;
+    return {};
+}
+
+std::string QualifiedLike(const pugi::xml_node& node, std::string_view localName) {
+    std::string_view name = node.name();
+    std::size_t colon = name.find(':');
+    std::string out;
+    if (colon != std::string_view::npos) out.assign(name.substr(0, colon + 1));
+    out += localName;
+    return out;
+}
+
+pugi::xml_attribute Attr(const pugi::xml_node& node, std::string_view localName) {
+    for (pugi::xml_attribute a = node.first_attribute(); a; a = a.next_attribute()) {
+        std::string_view name = a.name();
+        std::size_t colon = name.find(':');
+        if ((colon == std::string_view::npos ? name : name.substr(colon + 1)) == localName &&
+            name.substr(0, 5) != "xmlns")
+            return a;
+    }
+    return {};
+}
+
+namespace {
+void CollectText(const pugi::xml_node& node, std::string& out) {
+    for (pugi::xml_node c = node.first_child(); c; c = c.next_sibling()) {
+        if (c.type() != pugi::node_element) continue;
+        std::string_view name = LocalName(c);
+        if (name == "t")
+            out += c.text().get();
+        else if (name == "r")
+            CollectText(c, out);
+    }
+}
+}  // namespace
+
+std::string RichText(const pugi::xml_node& item) {
+    std::string out;
+    CollectText(item, out);
+    return UnescapeOoxml(out);
+}
+
+void AppendEscaped(std::string& out, std::string_view text, bool attr) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        char c = text[i];
+        switch (c) {
+        case '&': out += "&amp;"; break;
+        case '<': out += "&lt;"; break;
+        case '>': out += "&gt;"; break;
+        case '"':
+            if (attr) out += "&quot;";
+            else out += c;
+            break;
+        case '\n':
+            if (attr) out += "&#10;";
+            else out += c;
+            break;
+        case '\r': out += "&#13;"; break;
+        case '\t':
+            if (attr) out += "&#9;";
+            else out += c;
+            break;
+        default:
+            if (static_cast<unsigned char>(c) < 0x20) {
+                out += base::Sprintf("_x%04X_", static_cast<int>(c));
+            } else if (c == '_' && text.size() - i >= 7 && text[i + 1] == 'x' &&
+                       text[i + 6] == '_' &&
+                       std::strspn(std::string(text.substr(i + 2, 4)).c_str(),
+                                   "0123456789abcdefABCDEF") == 4) {
+                // A literal "_x0041_" would read back as "A"; escape its underscore.
+                out += "_x005F_";
+            } else {
+                out += c;
+            }
+        }
+    }
+}
+
+std::string UnescapeOoxml(std::string_view text) {
+    if (text.find("_x") == std::string_view::npos) return std::string(text);
+    std::string out;
+    for (std::size_t i = 0; i < text.size();) {
+        if (text[i] == '_' && text.size() - i >= 7 && text[i + 1] == 'x' && text[i + 6] == '_') {
+            std::string hex(text.substr(i + 2, 4));
+            if (std::strspn(hex.c_str(), "0123456789abcdefABCDEF") == 4) {
+                base::AppendUtf8(out, static_cast<char32_t>(std::stoul(hex, nullptr, 16)));
+                i += 7;
+                continue;
+            }
+        }
+        out += text[i++];
+    }
+    return out;
+}
+
+}  // namespace xl

@@ -1,0 +1,431 @@
+#include "xl/Zip.h"
+
+#include <zlib.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "base/Format.h"
+
+namespace xl {
+namespace {
+
+constexpr std::uint32_t kLocalSig = 0x04034b50;
+constexpr std::uint32_t kCentralSig = 0x02014b50;
+constexpr std::uint32_t kEndSig = 0x06054b50;
+constexpr std::uint32_t kEnd64Sig = 0x06064b50;
+constexpr std::uint32_t kLocator64Sig = 0x07064b50;
+constexpr std::uint32_t k32Max = 0xFFFFFFFFu;
+
+// Little-endian reads that never run past the image: out-of-range reads give 0 and set `bad`.
+struct Cursor {
+    std::string_view data;
+    std::uint64_t pos = 0;
+    bool bad = false;
+
+    std::uint64_t Get(int bytes) {
+        if (pos > data.size() || data.size() - pos < static_cast<std::uint64_t>(bytes)) {
+            bad = true;
+            return 0;
+        }
+        std::uint64_t v = 0;
+        for (int i = bytes - 1; i >= 0; --i) v = (v << 8) | static_cast<unsigned char>(data[pos + i]);
+        pos += bytes;
+        return v;
+    }
+    std::uint16_t U16() { return static_cast<std::uint16_t>(Get(2)); }
+    std::uint32_t U32() { return static_cast<std::uint32_t>(Get(4)); }
+    std::uint64_t U64() { return Get(8); }
+    std::string_view Bytes(std::uint64_t n) {
+        if (pos > data.size() || data.size() - pos < n) {
+            bad = true;
+            return {};
+        }
+        std::string_view v = data.substr(pos, n);
+        pos += n;
+        return v;
+    }
+};
+
+void Put(std::string& out, std::uint64_t v, int bytes) {
+    for (int i = 0; i < bytes; ++i) out.push_back(static_cast<char>((v >> (8 * i)) & 0xFF));
+}
+
+// Zip64 extra field (id 1): values present only for the fields that hold 0xFFFFFFFF.
+void ApplyZip64Extra(std::string_view extra, ZipEntry& e, std::uint64_t* localOffset) {
+    Cursor c{extra};
+    while (!c.bad && c.data.size() - c.pos >= 4) {
+        std::uint16_t id = c.U16();
+        std::uint16_t len = c.U16();
+        std::string_view body = c.Bytes(len);
+        if (c.bad || id != 1) continue;
+        Cursor b{body};
+        if (e.size == k32Max) e.size = b.U64();
+        if (e.compressedSize == k32Max && !b.bad) e.compressedSize = b.U64();
+        if (localOffset && *localOffset == k32Max && !b.bad) *localOffset = b.U64();
+    }
+}
+
+bool IsCompoundFile(std::string_view image) {
+    static const char kMagic[] = "\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1";
+    return image.size() >= 8 && std::memcmp(image.data(), kMagic, 8) == 0;
+}
+
+// Password-protected workbooks are OLE compound files holding a stream named "EncryptedPackage".
+bool HoldsEncryptedPackage(std::string_view image) {
+    std::string name;
+    for (char c : std::string_view("EncryptedPackage")) {
+        name.push_back(c);
+        name.push_back('\0');
+    }
+    return image.find(name) != std::string_view::npos;
+}
+
+}  // namespace
+
+base::Result<ZipReader> ZipReader::Open(std::string image, std::string_view label) {
+    ZipReader zip;
+    zip.label_ = std::string(label);
+    std::string_view data(image);
+    if (IsCompoundFile(data)) {
+        if (HoldsEncryptedPackage(data))
+            return base::Status::Error(zip.label_ +
+                                       ": the workbook is encrypted (password-protected); open it "
+                                       "in its program, remove the password and save it again");
+        return base::Status::Error(zip.label_ +
+                                   ": this is a binary (OLE compound) file such as an old .xls, "
+                                   "not an .xlsx package");
+    }
+    if (data.size() < 22 || data.substr(0, 2) != "PK")
+        return base::Status::Error(zip.label_ + ": not a zip package (.xlsx files are zip archives)");
+
+    // The end record sits in the last 22 bytes plus at most a 65535-byte comment.
+    std::uint64_t endPos = std::string_view::npos;
+    std::uint64_t lowest = data.size() > 22 + 65535 ? data.size() - 22 - 65535 : 0;
+    for (std::uint64_t p = data.size() - 22 + 1; p-- > lowest;) {
+        Cursor c{data, p};
+        if (c.U32() == kEndSig) {
+            endPos = p;
+            break;
+        }
+    }
+    bool directoryOk = false;
+    if (endPos != std::string_view::npos) {
+        Cursor c{data, endPos + 4};
+        c.U16();
+        c.U16();
+        c.U16();
+        std::uint64_t count = c.U16();
+        std::uint64_t cdSize = c.U32();
+        std::uint64_t cdOffset = c.U32();
+        if (endPos >= 20) {
+            Cursor loc{data, endPos - 20};
+            if (loc.U32() == kLocator64Sig) {
+                loc.U32();
+                std::uint64_t end64 = loc.U64();
+                Cursor e{data, end64};
+                if (e.U32() == kEnd64Sig) {
+                    e.U64();
+                    e.U16();
+                    e.U16();
+                    e.U32();
+                    e.U32();
+                    e.U64();
+                    count = e.U64();
+                    cdSize = e.U64();
+                    cdOffset = e.U64();
+                }
+            }
+        }
+        // Each central record is at least 46 bytes, which bounds what a lying count can cost.
+        directoryOk = cdOffset <= data.size() && cdSize <= data.size() - cdOffset &&
+                      count <= cdSize / 46;
+        Cursor cd{data, cdOffset};
+        std::vector<ZipEntry> entries;
+        entries.reserve(directoryOk ? count : 0);
+        for (std::uint64_t i = 0; directoryOk && i < count; ++i) {
+            if (cd.U32() != kCentralSig) {
+                directoryOk = false;
+                break;
+            }
+            ZipEntry e;
+            cd.U16();
+            cd.U16();
+            e.flags = cd.U16();
+            e.method = cd.U16();
+            e.dosTime = cd.U32();
+            e.crc = cd.U32();
+            e.compressedSize = cd.U32();
+            e.size = cd.U32();
+            std::uint16_t nameLen = cd.U16();
+            std::uint16_t extraLen = cd.U16();
+            std::uint16_t commentLen = cd.U16();
+            cd.U16();
+            cd.U16();
+            cd.U32();
+            std::uint64_t localOffset = cd.U32();
+            e.name = std::string(cd.Bytes(nameLen));
+            ApplyZip64Extra(cd.Bytes(extraLen), e, &localOffset);
+            cd.Bytes(commentLen);
+            Cursor local{data, localOffset};
+            if (cd.bad || local.U32() != kLocalSig) {
+                directoryOk = false;
+                break;
+            }
+            local.pos += 22;
+            std::uint16_t localName = local.U16();
+            std::uint16_t localExtra = local.U16();
+            e.dataOffset = local.pos + localName + localExtra;
+            if (local.bad || e.dataOffset > data.size() ||
+                e.compressedSize > data.size() - e.dataOffset) {
+                directoryOk = false;
+                break;
+            }
+            entries.push_back(std::move(e));
+        }
+        if (directoryOk) zip.entries_ = std::move(entries);
+    }
+    if (!directoryOk) {
+        // Recovery as other readers do it: walk the local headers from the start.
+        Cursor c{data};
+        while (c.U32() == kLocalSig) {
+            ZipEntry e;
+            c.U16();
+            e.flags = c.U16();
+            e.method = c.U16();
+            e.dosTime = c.U32();
+            e.crc = c.U32();
+            e.compressedSize = c.U32();
+            e.size = c.U32();
+            std::uint16_t nameLen = c.U16();
+            std::uint16_t extraLen = c.U16();
+            e.name = std::string(c.Bytes(nameLen));
+            ApplyZip64Extra(c.Bytes(extraLen), e, nullptr);
+            e.dataOffset = c.pos;
+            // Sizes deferred to a data descriptor can't be walked over safely; stop there.
+            if (c.bad || (e.flags & 8) || c.Bytes(e.compressedSize).size() != e.compressedSize ||
+                c.bad)
+                break;
+            zip.entries_.push_back(std::move(e));
+        }
+        if (zip.entries_.empty())
+            return base::Status::Error(zip.label_ +
+                                       ": the zip archive is damaged (no readable central "
+                                       "directory or entries)");
+    }
+    zip.image_ = std::move(image);
+    return zip;
+}
+
+std::string_view ZipReader::RawData(const ZipEntry& entry) const {
+    if (entry.dataOffset > image_.size() || entry.compressedSize > image_.size() - entry.dataOffset)
+        return {};
+    return std::string_view(image_).substr(entry.dataOffset, entry.compressedSize);
+}
+
+base::Result<std::string> ZipReader::Extract(const ZipEntry& entry, std::uint64_t limit) const {
+    auto fail = [&](const std::string& why) {
+        return base::Status::Error(label_ + ": part " + entry.name + ": " + why);
+    };
+    if (entry.flags & 1) return fail("the zip entry is encrypted");
+    if (entry.size > limit)
+        return fail(base::Sprintf("declares %s bytes, more than the %s allowed for one part",
+                                  std::to_string(entry.size).c_str(),
+                                  std::to_string(limit).c_str()));
+    std::string_view raw = RawData(entry);
+    if (raw.size() != entry.compressedSize) return fail("the compressed data runs past the file end");
+    std::string out;
+    if (entry.method == 0) {
+        if (entry.size != entry.compressedSize) return fail("stored entry with inconsistent sizes");
+        out.assign(raw);
+    } else if (entry.method == 8) {
+        out.resize(entry.size);
+        z_stream z{};
+        if (inflateInit2(&z, -MAX_WBITS) != Z_OK) return fail("the decompressor could not start");
+        z.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(raw.data()));
+        // Chunked so that sizes above 4 GB don't overflow zlib's 32-bit counters.
+        std::uint64_t inLeft = raw.size(), outDone = 0;
+        int rc = Z_OK;
+        char spare;
+        while (rc == Z_OK) {
+            uInt inChunk = static_cast<uInt>(std::min<std::uint64_t>(inLeft, 1u << 30));
+            z.avail_in = inChunk;
+            bool spareMode = outDone == out.size();
+            uInt outChunk = spareMode ? 1
+                                      : static_cast<uInt>(std::min<std::uint64_t>(
+                                            out.size() - outDone, 1u << 30));
+            z.next_out = reinterpret_cast<Bytef*>(spareMode ? &spare : out.data() + outDone);
+            z.avail_out = outChunk;
+            rc = inflate(&z, Z_NO_FLUSH);
+            inLeft -= inChunk - z.avail_in;
+            std::uint64_t produced = outChunk - z.avail_out;
+            if (spareMode && produced) {
+                inflateEnd(&z);
+                return fail("inflates to more bytes than its header declares (possible zip bomb)");
+            }
+            if (!spareMode) outDone += produced;
+            if (rc == Z_BUF_ERROR && inLeft == 0) break;
+            if (rc == Z_BUF_ERROR) rc = Z_OK;
+        }
+        inflateEnd(&z);
+        if (rc != Z_STREAM_END || outDone != out.size())
+            return fail("the compressed data is damaged");
+    } else {
+        return fail(base::Sprintf("unsupported compression method %d", entry.method));
+    }
+    std::uint32_t crc = 0;
+    for (std::uint64_t done = 0; done < out.size();) {
+        uInt chunk = static_cast<uInt>(std::min<std::uint64_t>(out.size() - done, 1u << 30));
+        crc = crc32(crc, reinterpret_cast<const Bytef*>(out.data() + done), chunk);
+        done += chunk;
+    }
+    if (crc != entry.crc) return fail("CRC mismatch, the data is damaged");
+    return out;
+}
+
+void ZipWriter::AddLocal(ZipEntry e, std::string_view compressed) {
+    e.flags &= ~std::uint16_t(8);  // sizes are known, so no data descriptor follows
+    bool big = e.size >= k32Max || e.compressedSize >= k32Max;
+    std::uint64_t offset = out_.size();
+    Put(out_, kLocalSig, 4);
+    Put(out_, big ? 45 : 20, 2);
+    Put(out_, e.flags, 2);
+    Put(out_, e.method, 2);
+    Put(out_, e.dosTime, 4);
+    Put(out_, e.crc, 4);
+    Put(out_, big ? k32Max : e.compressedSize, 4);
+    Put(out_, big ? k32Max : e.size, 4);
+    Put(out_, e.name.size(), 2);
+    Put(out_, big ? 20 : 0, 2);
+    out_ += e.name;
+    if (big) {
+        Put(out_, 1, 2);
+        Put(out_, 16, 2);
+        Put(out_, e.size, 8);
+        Put(out_, e.compressedSize, 8);
+    }
+    out_ += compressed;
+    e.dataOffset = offset;
+    central_.push_back(std::move(e));
+}
+
+void ZipWriter::AddRaw(const ZipEntry& entry, std::string_view compressed) {
+    ZipEntry e = entry;
+    e.compressedSize = compressed.size();
+    AddLocal(std::move(e), compressed);
+}
+
+void ZipWriter::Add(std::string_view name, std::string_view data) {
+    ZipEntry e;
+    e.name = std::string(name);
+    e.size = data.size();
+    e.dosTime = (0x21u << 16);  // 1980-01-01 00:00, as Excel stamps its parts
+    e.flags = 0x800;            // names are UTF-8
+    std::uint32_t crc = 0;
+    for (std::uint64_t done = 0; done < data.size();) {
+        uInt chunk = static_cast<uInt>(std::min<std::uint64_t>(data.size() - done, 1u << 30));
+        crc = crc32(crc, reinterpret_cast<const Bytef*>(data.data() + done), chunk);
+        done += chunk;
+    }
+    e.crc = crc;
+    if (data.empty()) {
+        AddLocal(std::move(e), {});
+        return;
+    }
+    e.method = 8;
+    std::string packed;
+    z_stream z{};
+    // Fast deflate for big generated parts: they are repetitive and compress well anyway.
+    deflateInit2(&z, data.size() > (1u << 20) ? 1 : 6, Z_DEFLATED, -MAX_WBITS, 8,
+                 Z_DEFAULT_STRATEGY);
+    packed.resize(deflateBound(&z, static_cast<uLong>(std::min<std::uint64_t>(data.size(), 1u << 30))) +
+                  64);
+    std::uint64_t inDone = 0, outDone = 0;
+    int rc = Z_OK;
+    while (rc != Z_STREAM_END) {
+        uInt inChunk = static_cast<uInt>(std::min<std::uint64_t>(data.size() - inDone, 1u << 30));
+        z.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data.data() + inDone));
+        z.avail_in = inChunk;
+        if (packed.size() - outDone < 65536) packed.resize(packed.size() * 2);
+        uInt outChunk = static_cast<uInt>(std::min<std::uint64_t>(packed.size() - outDone, 1u << 30));
+        z.next_out = reinterpret_cast<Bytef*>(packed.data() + outDone);
+        z.avail_out = outChunk;
+        bool last = inDone + inChunk == data.size();
+        rc = deflate(&z, last ? Z_FINISH : Z_NO_FLUSH);
+        inDone += inChunk - z.avail_in;
+        outDone += outChunk - z.avail_out;
+    }
+    deflateEnd(&z);
+    packed.resize(outDone);
+    e.compressedSize = packed.size();
+    AddLocal(std::move(e), packed);
+}
+
+std::string ZipWriter::Finish() {
+    std::uint64_t cdOffset = out_.size();
+    for (const ZipEntry& e : central_) {
+        bool bigSize = e.size >= k32Max || e.compressedSize >= k32Max;
+        bool bigOffset = e.dataOffset >= k32Max;
+        std::string extra;
+        if (bigSize || bigOffset) {
+            std::string body;
+            if (bigSize) {
+                Put(body, e.size, 8);
+                Put(body, e.compressedSize, 8);
+            }
+            if (bigOffset) Put(body, e.dataOffset, 8);
+            Put(extra, 1, 2);
+            Put(extra, body.size(), 2);
+            extra += body;
+        }
+        Put(out_, kCentralSig, 4);
+        Put(out_, extra.empty() ? 20 : 45, 2);
+        Put(out_, extra.empty() ? 20 : 45, 2);
+        Put(out_, e.flags, 2);
+        Put(out_, e.method, 2);
+        Put(out_, e.dosTime, 4);
+        Put(out_, e.crc, 4);
+        Put(out_, bigSize ? k32Max : e.compressedSize, 4);
+        Put(out_, bigSize ? k32Max : e.size, 4);
+        Put(out_, e.name.size(), 2);
+        Put(out_, extra.size(), 2);
+        Put(out_, 0, 2);
+        Put(out_, 0, 2);
+        Put(out_, 0, 2);
+        Put(out_, 0, 4);
+        Put(out_, bigOffset ? k32Max : e.dataOffset, 4);
+        out_ += e.name;
+        out_ += extra;
+    }
+    std::uint64_t cdSize = out_.size() - cdOffset;
+    std::uint64_t count = central_.size();
+    if (count >= 0xFFFF || cdOffset >= k32Max || cdSize >= k32Max) {
+        std::uint64_t end64 = out_.size();
+        Put(out_, kEnd64Sig, 4);
+        Put(out_, 44, 8);
+        Put(out_, 45, 2);
+        Put(out_, 45, 2);
+        Put(out_, 0, 4);
+        Put(out_, 0, 4);
+        Put(out_, count, 8);
+        Put(out_, count, 8);
+        Put(out_, cdSize, 8);
+        Put(out_, cdOffset, 8);
+        Put(out_, kLocator64Sig, 4);
+        Put(out_, 0, 4);
+        Put(out_, end64, 8);
+        Put(out_, 1, 4);
+    }
+    Put(out_, kEndSig, 4);
+    Put(out_, 0, 2);
+    Put(out_, 0, 2);
+    Put(out_, std::min<std::uint64_t>(count, 0xFFFF), 2);
+    Put(out_, std::min<std::uint64_t>(count, 0xFFFF), 2);
+    Put(out_, std::min<std::uint64_t>(cdSize, k32Max), 4);
+    Put(out_, std::min<std::uint64_t>(cdOffset, k32Max), 4);
+    Put(out_, 0, 2);
+    central_.clear();
+    return std::move(out_);
+}
+
+}  // namespace xl

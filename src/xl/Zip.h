@@ -1,0 +1,63 @@
+#pragma once
+// The zip container of a package: reading entries from a file image and writing a new archive
+// in which unchanged entries are copied as their compressed bytes.
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/Status.h"
+
+namespace xl {
+
+// One member of an archive as its central directory (or, when that is broken, its local header)
+// describes it.
+struct ZipEntry {
+    std::string name;               // as stored; may use '\' when a Windows tool zipped it
+    std::uint16_t method = 0;       // 0 stored, 8 deflated; others are reported on extraction
+    std::uint16_t flags = 0;        // bit 0 set means encrypted
+    std::uint32_t crc = 0;
+    std::uint64_t compressedSize = 0;
+    std::uint64_t size = 0;
+    std::uint64_t dataOffset = 0;   // offset of the compressed bytes in the image
+    std::uint32_t dosTime = 0;      // DOS time in the low half, DOS date in the high half
+};
+
+// Read-only view of a zip image held in memory; entries point into the image it owns.
+class ZipReader {
+public:
+    // Parses the central directory (zip64 included); a broken directory falls back to the local
+    // headers. `label` names the file in messages. Fails on anything that is not a zip.
+    static base::Result<ZipReader> Open(std::string image, std::string_view label);
+
+    // Every entry in archive order; directory entries ("name/") included.
+    const std::vector<ZipEntry>& Entries() const { return entries_; }
+    // The compressed bytes of an entry; empty when the entry runs past the image.
+    std::string_view RawData(const ZipEntry& entry) const;
+    // Uncompressed bytes, refusing more than `limit` bytes (zip bombs) and reporting a bad CRC.
+    base::Result<std::string> Extract(const ZipEntry& entry, std::uint64_t limit) const;
+
+private:
+    std::string image_;
+    std::string label_;
+    std::vector<ZipEntry> entries_;
+};
+
+// Builds an archive in memory; zip64 records are written only when sizes or counts need them.
+class ZipWriter {
+public:
+    // Copies an entry's compressed bytes as they are, keeping method, CRC and time.
+    void AddRaw(const ZipEntry& entry, std::string_view compressed);
+    // Deflates `data` under `name`; an empty `data` is stored.
+    void Add(std::string_view name, std::string_view data);
+    // The whole archive; the writer is empty afterwards.
+    std::string Finish();
+
+private:
+    void AddLocal(ZipEntry entry, std::string_view compressed);
+    std::string out_;
+    std::vector<ZipEntry> central_;  // dataOffset holds the local header offset here
+};
+
+}  // namespace xl

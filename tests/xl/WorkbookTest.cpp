@@ -1,0 +1,353 @@
+#include "xl/Workbook.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "base/File.h"
+#include "xl/Package.h"
+#include "xl/Zip.h"
+
+namespace {
+
+std::string Corpus(const std::string& name) { return std::string(VELMAR_CORPUS) + "/xlsx/" + name; }
+
+std::string TempPath(const std::string& name) {
+    auto dir = std::filesystem::temp_directory_path() / "velmar_xl_test";
+    std::filesystem::create_directories(dir);
+    return (dir / name).string();
+}
+
+std::unique_ptr<xl::Workbook> Reopen(xl::Workbook& book) {
+    auto image = book.SaveImage();
+    EXPECT_TRUE(image.IsOk()) << image.GetStatus().Message();
+    auto again = xl::Workbook::OpenImage(*image, "saved");
+    EXPECT_TRUE(again.IsOk()) << again.GetStatus().Message();
+    return std::move(*again);
+}
+
+TEST(Workbook, NewWorkbookHasSheet1AndSavesAndReopens) {
+    auto book = xl::Workbook::Create();
+    ASSERT_EQ(book->SheetCount(), 1);
+    EXPECT_EQ(book->Sheet(0)->Name(), "Sheet1");
+    book->Sheet(0)->SetString(1, 1, "Tag");
+    book->Sheet(0)->SetNumber(2, 1, 12.5);
+    auto again = Reopen(*book);
+    EXPECT_EQ(again->Sheet(0)->Text(1, 1), "Tag");
+    EXPECT_EQ(again->Sheet(0)->Text(2, 1), "12.5");
+    EXPECT_EQ(again->Sheet(0)->Value(2, 1).type, xl::CellType::Number);
+}
+
+TEST(Workbook, SharedStringsAreDeduplicated) {
+    auto book = xl::Workbook::Create();
+    xl::Worksheet* s = book->Sheet(0);
+    s->SetString(1, 1, "same");
+    s->SetString(2, 1, "same");
+    s->SetString(3, 1, "other");
+    auto image = book->SaveImage();
+    auto pkg = xl::Package::Open(*image, "x");
+    auto sst = pkg->Read("xl/sharedStrings.xml");
+    ASSERT_TRUE(sst.IsOk());
+    EXPECT_NE(sst->find("uniqueCount=\"2\""), std::string::npos) << *sst;
+}
+
+TEST(Workbook, AddSheetGivesDefaultNamesAndPositions) {
+    auto book = xl::Workbook::Create();
+    auto s2 = book->AddSheet();
+    ASSERT_TRUE(s2.IsOk());
+    EXPECT_EQ((*s2)->Name(), "Sheet2");
+    auto first = book->AddSheet("Front", 0);
+    ASSERT_TRUE(first.IsOk());
+    EXPECT_EQ(book->Sheet(0)->Name(), "Front");
+    EXPECT_FALSE(book->AddSheet("sheet1").IsOk());
+    auto again = Reopen(*book);
+    ASSERT_EQ(again->SheetCount(), 3);
+    EXPECT_EQ(again->Sheet(0)->Name(), "Front");
+    EXPECT_EQ(again->Sheet(2)->Name(), "Sheet2");
+}
+
+TEST(Workbook, SheetNameRulesAreChecked) {
+    EXPECT_TRUE(xl::Workbook::CheckSheetName("Data 2024").IsOk());
+    EXPECT_FALSE(xl::Workbook::CheckSheetName("").IsOk());
+    EXPECT_FALSE(xl::Workbook::CheckSheetName("a/b").IsOk());
+    EXPECT_FALSE(xl::Workbook::CheckSheetName("a[1]").IsOk());
+    EXPECT_FALSE(xl::Workbook::CheckSheetName("'quoted").IsOk());
+    EXPECT_FALSE(xl::Workbook::CheckSheetName("history").IsOk());
+    EXPECT_FALSE(xl::Workbook::CheckSheetName(std::string(32, 'x')).IsOk());
+    EXPECT_TRUE(xl::Workbook::CheckSheetName(std::string(31, 'x')).IsOk());
+}
+
+TEST(Workbook, RenameAndActivateSurviveSave) {
+    auto book = xl::Workbook::Create();
+    (void)book->AddSheet();
+    ASSERT_TRUE(book->RenameSheet(*book->Sheet(1), "Blocks").IsOk());
+    EXPECT_FALSE(book->RenameSheet(*book->Sheet(1), "SHEET1").IsOk());
+    book->Activate(1);
+    auto again = Reopen(*book);
+    EXPECT_EQ(again->Sheet(1)->Name(), "Blocks");
+    EXPECT_EQ(again->ActiveSheetIndex(), 1);
+}
+
+TEST(Workbook, HiddingTheLastVisibleSheetIsRefused) {
+    auto book = xl::Workbook::Create();
+    EXPECT_FALSE(book->Sheet(0)->SetState(xl::SheetState::Hidden).IsOk());
+    (void)book->AddSheet();
+    EXPECT_TRUE(book->Sheet(0)->SetState(xl::SheetState::VeryHidden).IsOk());
+    auto again = Reopen(*book);
+    EXPECT_EQ(again->Sheet(0)->State(), xl::SheetState::VeryHidden);
+}
+
+TEST(Workbook, StrictSheetStatesAreRead) {
+    auto book = xl::Workbook::Open(Corpus("excel2013-strict-sheets-hidden-veryhidden.xlsx"));
+    ASSERT_TRUE(book.IsOk()) << book.GetStatus().Message();
+    int hidden = 0, veryHidden = 0;
+    for (int i = 0; i < (*book)->SheetCount(); ++i) {
+        hidden += (*book)->Sheet(i)->State() == xl::SheetState::Hidden;
+        veryHidden += (*book)->Sheet(i)->State() == xl::SheetState::VeryHidden;
+    }
+    EXPECT_EQ(hidden, 1);
+    EXPECT_EQ(veryHidden, 1);
+}
+
+TEST(Workbook, WritingKeepsTheCellStyle) {
+    auto book = xl::Workbook::Create();
+    xl::Worksheet* s = book->Sheet(0);
+    xl::StyleChange bold;
+    bold.bold = true;
+    s->ApplyFormat({1, 1, 1, 1}, bold);
+    s->SetString(1, 1, "x");
+    auto again = Reopen(*book);
+    EXPECT_TRUE(again->Sheet(0)->Format(1, 1).bold);
+    EXPECT_EQ(again->Sheet(0)->Text(1, 1), "x");
+}
+
+TEST(Workbook, StylesAreDeduplicated) {
+    auto book = xl::Workbook::Create();
+    xl::Worksheet* s = book->Sheet(0);
+    xl::StyleChange change;
+    change.italic = true;
+    change.wrap = true;
+    change.horizontal = xl::HorizontalAlignment::Center;
+    change.interiorColorIndex = 6;
+    s->ApplyFormat({1, 1, 3, 3}, change);
+    s->ApplyFormat({5, 5, 5, 5}, change);
+    auto again = Reopen(*book);
+    xl::CellFormat f = again->Sheet(0)->Format(5, 5);
+    EXPECT_TRUE(f.italic);
+    EXPECT_TRUE(f.wrap);
+    EXPECT_EQ(f.horizontal, xl::HorizontalAlignment::Center);
+    EXPECT_EQ(f.interiorColorIndex, 6);
+    auto pkg = xl::Package::Open(*again->SaveImage(), "x");
+    std::string styles = *pkg->Read("xl/styles.xml");
+    EXPECT_NE(styles.find("<cellXfs count=\"2\">"), std::string::npos) << styles;
+}
+
+TEST(Workbook, NotesAreAddedReadAndDeleted) {
+    auto book = xl::Workbook::Create();
+    xl::Worksheet* s = book->Sheet(0);
+    s->SetNote(2, 3, "key:1A\nline 2", "velmar");
+    s->SetNote(1, 1, "first");
+    auto again = Reopen(*book);
+    std::vector<xl::Note> notes = again->Sheet(0)->Notes();
+    ASSERT_EQ(notes.size(), 2u);
+    EXPECT_EQ(notes[0].row, 1);
+    EXPECT_EQ(notes[1].text, "key:1A\nline 2");
+    EXPECT_EQ(notes[1].author, "velmar");
+    EXPECT_TRUE(again->Sheet(0)->DeleteNote(1, 1));
+    EXPECT_FALSE(again->Sheet(0)->DeleteNote(1, 1));
+    auto third = Reopen(*again);
+    EXPECT_EQ(third->Sheet(0)->Notes().size(), 1u);
+    auto pkg = xl::Package::Open(*third->SaveImage(), "x");
+    std::string vml = *pkg->Read("xl/drawings/vmlDrawing1.vml");
+    EXPECT_NE(vml.find("<x:Row>1</x:Row><x:Column>2</x:Column>"), std::string::npos);
+}
+
+TEST(Workbook, NoteEditKeepsOtherVmlShapes) {
+    auto book = xl::Workbook::Open(Corpus("excel2013-note-and-button-shared-vml.xlsx"));
+    ASSERT_TRUE(book.IsOk());
+    xl::Worksheet* s = (*book)->Sheet(0);
+    ASSERT_EQ(s->Notes().size(), 1u);
+    s->SetNote(10, 10, "added");
+    auto again = Reopen(**book);
+    EXPECT_EQ(again->Sheet(0)->Notes().size(), 2u);
+    std::string vmlPart;
+    for (const std::string& p : again->GetPackage().PartNames())
+        if (p.find(".vml") != std::string::npos) vmlPart = p;
+    std::string vml = *again->GetPackage().Read(vmlPart);
+    EXPECT_NE(vml.find("ObjectType=\"Button\""), std::string::npos);
+}
+
+TEST(Workbook, ThreadedCommentsAreReadThroughTheirNotesAndKept) {
+    auto book = xl::Workbook::Open(Corpus("excel2016mac-threaded-plus-note.xlsx"));
+    ASSERT_TRUE(book.IsOk());
+    EXPECT_EQ((*book)->Sheet(0)->Notes().size(), 2u);
+    (*book)->Sheet(0)->SetString(20, 1, "edit");
+    (*book)->Sheet(0)->SetNote(20, 2, "new note");
+    auto again = Reopen(**book);
+    bool threaded = false;
+    for (const std::string& p : again->GetPackage().PartNames())
+        threaded = threaded || p.find("threadedComment") != std::string::npos;
+    EXPECT_TRUE(threaded);
+    EXPECT_EQ(again->Sheet(0)->Notes().size(), 3u);
+}
+
+TEST(Workbook, MergesAndMergeArea) {
+    auto book = xl::Workbook::Create();
+    xl::Worksheet* s = book->Sheet(0);
+    ASSERT_TRUE(s->Merge({1, 1, 2, 3}).IsOk());
+    EXPECT_FALSE(s->Merge({2, 2, 4, 4}).IsOk());
+    auto again = Reopen(*book);
+    EXPECT_EQ(again->Sheet(0)->MergeArea(2, 2), (xl::CellRange{1, 1, 2, 3}));
+    EXPECT_EQ(again->Sheet(0)->MergeArea(5, 5), (xl::CellRange{5, 5, 5, 5}));
+}
+
+TEST(Workbook, HyperlinksAreAddedCountedAndDeleted) {
+    auto book = xl::Workbook::Create();
+    xl::Worksheet* s = book->Sheet(0);
+    s->AddHyperlink(1, 1, "https://example.com/a");
+    s->AddHyperlink(2, 1, "C:\\drawings\\plan.dwg");
+    auto again = Reopen(*book);
+    auto links = again->Sheet(0)->Hyperlinks();
+    ASSERT_EQ(links.size(), 2u);
+    EXPECT_EQ(links[1].target, "file:///C:/drawings/plan.dwg");
+    EXPECT_EQ(again->Sheet(0)->DeleteHyperlinks({2, 1, 5, 5}), 1);
+    EXPECT_EQ(Reopen(*again)->Sheet(0)->Hyperlinks().size(), 1u);
+}
+
+TEST(Workbook, ColumnWidthsRowHeightsAndOffsets) {
+    auto book = xl::Workbook::Create();
+    xl::Worksheet* s = book->Sheet(0);
+    EXPECT_DOUBLE_EQ(s->ColumnWidth(1), 8.43);
+    EXPECT_DOUBLE_EQ(s->ColumnWidthPoints(1), 48);
+    EXPECT_DOUBLE_EQ(s->ColumnLeft(3), 96);
+    s->SetColumnWidth(2, 20);
+    s->SetRowHeight(3, 30);
+    s->SetRowHidden(4, true);
+    auto again = Reopen(*book);
+    xl::Worksheet* t = again->Sheet(0);
+    EXPECT_NEAR(t->ColumnWidth(2), 20, 0.01);
+    EXPECT_DOUBLE_EQ(t->RowHeight(3), 30);
+    EXPECT_TRUE(t->IsRowHidden(4));
+    EXPECT_DOUBLE_EQ(t->RowTop(5), 15 + 15 + 30);
+}
+
+TEST(Workbook, AutoFitWidensForLongText) {
+    auto book = xl::Workbook::Create();
+    xl::Worksheet* s = book->Sheet(0);
+    s->SetString(1, 1, "A rather long text for one column");
+    s->SetString(1, 2, "x");
+    s->AutoFitColumns(1, 3);
+    EXPECT_GT(s->ColumnWidth(1), 25);
+    EXPECT_LT(s->ColumnWidth(2), 3);
+    EXPECT_DOUBLE_EQ(s->ColumnWidth(3), 8.43);
+}
+
+TEST(Workbook, UsedRangeAndLastFilledCells) {
+    auto book = xl::Workbook::Create();
+    xl::Worksheet* s = book->Sheet(0);
+    EXPECT_EQ(s->UsedRange(), (xl::CellRange{1, 1, 1, 1}));
+    EXPECT_EQ(s->LastFilledRow(), 0);
+    s->SetString(3, 2, "a");
+    s->SetNumber(5, 4, 1);
+    xl::StyleChange bold;
+    bold.bold = true;
+    s->ApplyFormat({8, 6, 8, 6}, bold);
+    EXPECT_EQ(s->UsedRange(), (xl::CellRange{3, 2, 8, 6}));
+    EXPECT_EQ(s->LastFilledRow(), 5);
+    EXPECT_EQ(s->LastFilledColumn(), 4);
+}
+
+TEST(Workbook, ReadsARectangleInOneCall) {
+    auto book = xl::Workbook::Create();
+    xl::Worksheet* s = book->Sheet(0);
+    s->SetString(1, 1, "a");
+    s->SetNumber(2, 2, 3);
+    auto texts = s->Texts({1, 1, 2, 3});
+    ASSERT_EQ(texts.size(), 2u);
+    ASSERT_EQ(texts[0].size(), 3u);
+    EXPECT_EQ(texts[0][0], "a");
+    EXPECT_EQ(texts[1][1], "3");
+    EXPECT_EQ(texts[1][2], "");
+}
+
+TEST(Workbook, SelectionAndActiveCellAreSaved) {
+    auto book = xl::Workbook::Create();
+    book->Sheet(0)->Select({2, 2, 4, 3}, 3, 2);
+    auto again = Reopen(*book);
+    EXPECT_EQ(again->Sheet(0)->Selection(), "B2:C4");
+    EXPECT_EQ(again->Sheet(0)->ActiveCell(), "B3");
+}
+
+TEST(Workbook, DocumentPropertiesAndRecalcFlag) {
+    auto book = xl::Workbook::Open(Corpus("excel2013-formulas-bools-errors-merges.xlsx"));
+    ASSERT_TRUE(book.IsOk());
+    EXPECT_EQ((*book)->DocumentProperty("Application Name"), "Microsoft Excel");
+    EXPECT_FALSE((*book)->DocumentProperty("Last Save Time").empty());
+    (*book)->SetRecalculateOnOpen(true);
+    EXPECT_TRUE((*book)->SetDocumentProperty("Title", "Schedule"));
+    auto again = Reopen(**book);
+    EXPECT_EQ(again->DocumentProperty("Title"), "Schedule");
+    std::string wb = *again->GetPackage().Read("xl/workbook.xml");
+    EXPECT_NE(wb.find("fullCalcOnLoad=\"1\""), std::string::npos);
+}
+
+TEST(Workbook, SaveRefusesWhenALockFileIsBeside) {
+    auto book = xl::Workbook::Create();
+    std::string path = TempPath("locked.xlsx");
+    std::string lock = TempPath(".~lock.locked.xlsx#");
+    std::ofstream(lock) << "user";
+    base::Status st = book->Save(path);
+    EXPECT_FALSE(st.IsOk());
+    EXPECT_NE(st.Message().find("open in another program"), std::string::npos);
+    std::filesystem::remove(lock);
+    std::ofstream(TempPath("~$locked.xlsx")) << "user";
+    EXPECT_FALSE(book->Save(path).IsOk());
+    std::filesystem::remove(TempPath("~$locked.xlsx"));
+    EXPECT_TRUE(book->Save(path).IsOk());
+    EXPECT_TRUE(xl::Workbook::Open(path).IsOk());
+}
+
+TEST(Workbook, SaveKeepsABackupWhenAsked) {
+    auto book = xl::Workbook::Create();
+    std::string path = TempPath("backup.xlsx");
+    ASSERT_TRUE(book->Save(path).IsOk());
+    book->Sheet(0)->SetString(1, 1, "second");
+    ASSERT_TRUE(book->Save(path, {TempPath("backup.bak")}).IsOk());
+    auto old = xl::Workbook::Open(TempPath("backup.bak"));
+    ASSERT_TRUE(old.IsOk());
+    EXPECT_EQ((*old)->Sheet(0)->Text(1, 1), "");
+}
+
+TEST(Workbook, CellTypesAreRead) {
+    auto book = xl::Workbook::Open(Corpus("libreoffice73-formulas-bools-errors.xlsx"));
+    ASSERT_TRUE(book.IsOk());
+    bool sawBool = false, sawError = false, sawFormula = false;
+    xl::Worksheet* s = (*book)->Sheet(0);
+    xl::CellRange used = s->UsedRange();
+    for (auto& row : s->Values(used))
+        for (auto& v : row) {
+            sawBool = sawBool || v.type == xl::CellType::Boolean;
+            sawError = sawError || v.type == xl::CellType::Error;
+            sawFormula = sawFormula || !v.formula.empty();
+        }
+    EXPECT_TRUE(sawBool);
+    EXPECT_TRUE(sawError);
+    EXPECT_TRUE(sawFormula);
+}
+
+TEST(Workbook, InlineStringsAndRowsWithoutReferencesAreRead) {
+    auto book = xl::Workbook::Open(Corpus("bad-no-row-cell-refs-inline-strings.xlsx"));
+    ASSERT_TRUE(book.IsOk()) << book.GetStatus().Message();
+    xl::Worksheet* s = (*book)->Sheet(0);
+    EXPECT_GT(s->LastFilledRow(), 10);
+    EXPECT_FALSE(s->Text(1, 1).empty());
+}
+
+TEST(Workbook, LowercaseCellReferencesAreRead) {
+    auto book = xl::Workbook::Open(Corpus("bad-lowercase-cell-refs.xlsx"));
+    ASSERT_TRUE(book.IsOk()) << book.GetStatus().Message();
+    EXPECT_FALSE((*book)->Sheet(0)->Text(1, 1).empty());
+}
+
+}  // namespace
