@@ -66,14 +66,27 @@ bool DecimalDigits::operator==(const DecimalDigits& other) const {
 }
 
 void DecimalDigits::AppendFixed(std::string& out, int decimals) const {
-    if (count_ == 0 || pointPos_ <= 0) {
-        out += '0';
-    } else {
-        for (int i = 0; i < pointPos_; ++i) out += Digit(i);
+    // One append of a stack buffer: this is the hot path of every decimal distance.
+    int integerDigits = pointPos_ > 0 && count_ > 0 ? pointPos_ : 1;
+    std::size_t length = static_cast<std::size_t>(integerDigits) + (decimals > 0 ? decimals + 1 : 0);
+    char local[64];
+    std::string heap;
+    char* text = local;
+    if (length > sizeof local) {
+        heap.resize(length);
+        text = heap.data();
     }
-    if (decimals <= 0) return;
-    out += '.';
-    for (int j = 0; j < decimals; ++j) out += Digit(pointPos_ + j);
+    char* p = text;
+    if (count_ == 0 || pointPos_ <= 0) {
+        *p++ = '0';
+    } else {
+        for (int i = 0; i < pointPos_; ++i) *p++ = Digit(i);
+    }
+    if (decimals > 0) {
+        *p++ = '.';
+        for (int j = 0; j < decimals; ++j) *p++ = Digit(pointPos_ + j);
+    }
+    out.append(text, length);
 }
 
 std::optional<std::uint64_t> DecimalDigits::Scaled(int decimals) const {
@@ -85,24 +98,43 @@ std::optional<std::uint64_t> DecimalDigits::Scaled(int decimals) const {
 }
 
 std::optional<std::uint64_t> RoundScaled(double value, int decimals) {
+    // Fast road: unless value * 10^decimals lies within a few units in the last place of a half,
+    // rounding the double itself decides as rounding its shortest text would.
+    static constexpr double kPowers[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                         1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+    double magnitude = std::fabs(value);
+    if (decimals >= 0 && decimals <= 15) {
+        double scaled = magnitude * kPowers[decimals];
+        if (scaled < 4.0e15) {
+            double whole = std::floor(scaled);
+            double fraction = scaled - whole;
+            if (std::fabs(fraction - 0.5) > scaled * 0x1p-49 + 0x1p-1000) {
+                return static_cast<std::uint64_t>(whole) + (fraction > 0.5 ? 1 : 0);
+            }
+        }
+    }
     DecimalDigits digits(value);
     digits.RoundAt(decimals);
     return digits.Scaled(decimals);
 }
 
 void AppendScaled(std::string& out, std::uint64_t scaled, int decimals) {
-    char text[24];
-    auto [end, ec] = std::to_chars(text, text + sizeof text, scaled);
+    char digits[24];
+    auto [end, ec] = std::to_chars(digits, digits + sizeof digits, scaled);
     (void)ec;
-    int length = static_cast<int>(end - text);
+    int length = static_cast<int>(end - digits);
+    char text[48];
+    char* p = text;
     if (length <= decimals) {
-        out += '0';
+        *p++ = '0';
     } else {
-        out.append(text, length - decimals);
+        for (int i = 0; i < length - decimals; ++i) *p++ = digits[i];
     }
-    if (decimals <= 0) return;
-    out += '.';
-    for (int i = length - decimals; i < length; ++i) out += i < 0 ? '0' : text[i];
+    if (decimals > 0) {
+        *p++ = '.';
+        for (int i = length - decimals; i < length; ++i) *p++ = i < 0 ? '0' : digits[i];
+    }
+    out.append(text, static_cast<std::size_t>(p - text));
 }
 
 void SuppressZeros(std::string& text, std::size_t from, int dimzin) {

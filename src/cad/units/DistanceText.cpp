@@ -44,11 +44,16 @@ void AppendScientific(std::string& out, double value, int precision, int dimzin)
 }
 
 void AppendDecimal(std::string& out, double value, int precision, int dimzin) {
-    DecimalDigits digits(value);
-    digits.RoundAt(precision);
-    if (value < 0 && !digits.IsZero()) out += '-';
     std::size_t from = out.size();
-    digits.AppendFixed(out, precision);
+    if (auto scaled = RoundScaled(value, precision)) {
+        if (value < 0 && *scaled != 0) out += '-', ++from;
+        AppendScaled(out, *scaled, precision);
+    } else {
+        DecimalDigits digits(value);
+        digits.RoundAt(precision);
+        if (value < 0 && !digits.IsZero()) out += '-', ++from;
+        digits.AppendFixed(out, precision);
+    }
     SuppressZeros(out, from, dimzin);
 }
 

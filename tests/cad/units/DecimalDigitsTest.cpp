@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <random>
 #include <string>
 
 namespace cad {
@@ -51,6 +53,33 @@ TEST(DecimalDigits, ScaledStopsBeyondEighteenDigits) {
     EXPECT_EQ(RoundScaled(0.0, 4).value(), 0u);
     EXPECT_FALSE(RoundScaled(1e20, 0).has_value());
     EXPECT_FALSE(RoundScaled(1e10, 9).has_value());
+}
+
+// RoundScaled decides most values from the double itself; it must agree with rounding the
+// shortest text everywhere, near halves above all.
+TEST(DecimalDigits, RoundScaledAgreesWithRoundingTheShortestText) {
+    std::mt19937_64 random(20261121);
+    std::uniform_real_distribution<double> mantissa(0.0, 1.0);
+    std::uniform_int_distribution<int> exponent(-8, 14);
+    int checked = 0;
+    for (int i = 0; i < 200000; ++i) {
+        double value = mantissa(random) * std::pow(10.0, exponent(random));
+        int decimals = i % 9;
+        if (i % 3 == 0) {
+            // Halves at the rounding place, as typed decimals are: x.xx5.
+            double step = std::pow(10.0, -decimals);
+            value = (std::floor(value / step) + 0.5) * step;
+        }
+        DecimalDigits digits(value);
+        digits.RoundAt(decimals);
+        auto slow = digits.Scaled(decimals);
+        auto fast = RoundScaled(value, decimals);
+        if (!slow) continue;
+        ASSERT_TRUE(fast.has_value()) << value;
+        ASSERT_EQ(*fast, *slow) << value << " at " << decimals;
+        ++checked;
+    }
+    EXPECT_GT(checked, 150000);
 }
 
 TEST(DecimalDigits, AppendScaledWritesExactlyTheGivenPlaces) {
