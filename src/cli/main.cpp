@@ -1,8 +1,18 @@
-#include <cstdio>
+// velmar: the command line of Velmar for Linux.
+
+#include <string>
+#include <vector>
+
+#include "attbat/frame/CAttBatApp.h"
+#include "attbat/frame/CommandLine.h"
+#include "cli/DxfTool.h"
+#include "cli/XlsxTool.h"
 
 int main(int argc, char** argv) {
-    (void)argc;
-    (void)argv;
-    std::puts("velmar 9.72");
-    return 0;
+    std::vector<std::string> args(argv + 1, argv + argc);
+    std::vector<attbat::CommandLineTool> tools = {
+        {"dxf", "Inspect or resave a DXF drawing", cli::RunDxfTool},
+        {"xlsx", "Inspect or resave an .xlsx workbook", cli::RunXlsxTool},
+    };
+    return attbat::RunCommandLine(args, attbat::TheApp(), tools);
 }

@@ -1,0 +1,127 @@
+#include "attbat/frame/CAttBatApp.h"
+
+#include <unistd.h>
+
+#include "attbat/frame/CArxErrLog.h"
+#include "attbat/frame/CRegistry.h"
+#include "base/Path.h"
+#include "base/Text.h"
+#include "host/Printer.h"
+
+namespace attbat {
+
+int hostYear = 2025;
+std::string hostProduct = "Unknown CAD";
+
+namespace {
+
+std::string ProcessFileName() {
+    char path[4096];
+    ssize_t n = ::readlink("/proc/self/exe", path, sizeof path - 1);
+    return n > 0 ? base::FileName(std::string_view(path, static_cast<std::size_t>(n))) : "";
+}
+
+}  // namespace
+
+std::string HostProductText(std::string_view processFileName) {
+    if (base::EqualNoCase(processFileName, "acad.exe")) return "AutoCAD";
+    if (base::EqualNoCase(processFileName, "acadlt.exe")) return "AutoCAD LT";
+    return "Unknown CAD";
+}
+
+int HostYear(std::string_view hostVersion) {
+    if (hostVersion == "25.1") return 2026;
+    if (hostVersion == "25.2") return 2027;
+    return 2025;
+}
+
+CAttBatApp::CAttBatApp() { ImplementFrameCommands(*this); }
+
+AppRetCode CAttBatApp::On_kInitAppMsg(void*) {
+    // The class table is empty; the command table is added whole.
+    registered_.clear();
+    for (const CommandEntry& entry : CommandTable()) {
+        void* resources = (entry.flags & ACRX_CMD_SESSION) ? nullptr : this;
+        registered_.push_back({&entry, resources});
+    }
+    // There is no host version to ask on Linux: the year stays that of the 2025 family.
+    hostYear = HostYear("");
+    hostProduct = HostProductText(ProcessFileName());
+    CRegistry::SetRoot(CRegistry::Root::CurrentUser, "Orvane");
+    // The menu loads by a queued command, after the load message is over.
+    if (menuHost_) QueueCommand("Velmar_LoadMenu");
+    return kRetOK;
+}
+
+AppRetCode CAttBatApp::On_kUnloadAppMsg(void*) {
+    registered_.clear();
+    // The log's session ends with the module.
+    ErrLog().Close();
+    return kRetOK;
+}
+
+AppRetCode CAttBatApp::On_kLoadDwgMsg(void*) {
+    if (CRegistry::GetInt("Velmar", "AutoUpdateAtt", 0) != 0 && autoUpdate_) autoUpdate_();
+    if (autoUpload_) autoUpload_(true);
+    return kRetOK;
+}
+
+bool CAttBatApp::Implement(std::string_view localName, CommandHandler handler) {
+    for (const CommandEntry& entry : CommandTable()) {
+        if (entry.localName == localName) {
+            handlers_[std::string(localName)] = std::move(handler);
+            return true;
+        }
+    }
+    return false;
+}
+
+const CommandHandler* CAttBatApp::Handler(const CommandEntry& entry) const {
+    auto it = handlers_.find(entry.localName);
+    return it == handlers_.end() || !it->second.run ? nullptr : &it->second;
+}
+
+bool CAttBatApp::IsRegistered(const CommandEntry& entry) const {
+    for (const Registration& r : registered_) {
+        if (r.entry == &entry) return true;
+    }
+    return false;
+}
+
+bool CAttBatApp::HasResourceInstance(const CommandEntry& entry) const {
+    for (const Registration& r : registered_) {
+        if (r.entry == &entry) return r.resourceInstance != nullptr;
+    }
+    return false;
+}
+
+const CommandEntry* CAttBatApp::FindCommand(std::string_view name) const {
+    const CommandEntry* entry = FindCommandEntry(name);
+    return entry && IsRegistered(*entry) ? entry : nullptr;
+}
+
+int CAttBatApp::Run(const CommandEntry& entry, CommandContext& context) {
+    const CommandHandler* handler = Handler(entry);
+    if (!handler) {
+        host::CurrentPrinter().Warn(std::string(entry.localName) + " (velmar " +
+                                    std::string(entry.alias) +
+                                    ") is not available in this build yet.");
+        context.Summary("error", "not available in this build yet");
+        return exitFailed;
+    }
+    return handler->run(context);
+}
+
+std::string CAttBatApp::TakeQueuedCommand() {
+    if (queue_.empty()) return {};
+    std::string next = std::move(queue_.front());
+    queue_.pop_front();
+    return next;
+}
+
+CAttBatApp& TheApp() {
+    static CAttBatApp app;
+    return app;
+}
+
+}  // namespace attbat

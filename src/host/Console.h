@@ -1,0 +1,45 @@
+#pragma once
+// The user's side of a run: answers given in advance (--answers), a preset answer to questions
+// (--yes, --no), and the terminal when there is one. Prompts and message boxes ask here.
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "host/Answers.h"
+
+namespace host {
+
+enum class Preset { None, Yes, No };
+
+// Where answers come from, in this order: the answers file, the terminal.
+class Console {
+public:
+    // True when standard input and standard error are both terminals.
+    static bool DetectTerminal();
+
+    void SetAnswers(Answers answers) { answers_ = std::move(answers); }
+    void SetPreset(Preset preset) { preset_ = preset; }
+    Preset GetPreset() const { return preset_; }
+    // Whether the terminal may be asked; off in tests and when input is not a terminal.
+    void SetInteractive(bool interactive) { interactive_ = interactive; }
+    bool Interactive() const { return interactive_; }
+
+    // A line for `prompt`: from the answers file, else typed on the terminal (the prompt is shown
+    // on standard error); nullopt when neither can answer (end of input counts as no answer).
+    std::optional<std::string> ReadAnswer(std::string_view prompt);
+    // An answer for `prompt` from the answers file only.
+    std::optional<std::string> PresetAnswer(std::string_view prompt) { return answers_.Take(prompt); }
+    // Asks the terminal only; nullopt when not interactive or at the end of input.
+    std::optional<std::string> AskTerminal(std::string_view prompt);
+
+private:
+    Answers answers_;
+    Preset preset_ = Preset::None;
+    bool interactive_ = false;
+};
+
+// The console of this run; not interactive until the program says so.
+Console& CurrentConsole();
+
+}  // namespace host

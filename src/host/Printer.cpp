@@ -1,0 +1,57 @@
+#include "host/Printer.h"
+
+#include <cstdio>
+
+namespace host {
+
+void Printer::Print(std::string_view text) {
+    if (quiet_ || text.empty()) return;
+    if (atLineStart_ && text.front() == '\n') text.remove_prefix(1);
+    if (text.empty()) return;
+    Emit(text);
+    atLineStart_ = text.back() == '\n';
+}
+
+void Printer::FinishLine() {
+    if (atLineStart_) return;
+    if (!quiet_) Emit("\n");
+    atLineStart_ = true;
+}
+
+void Printer::Warn(std::string_view text) {
+    if (capturing_) {
+        warnings_.append(text);
+        warnings_.push_back('\n');
+        return;
+    }
+    FinishLine();
+    std::fwrite(text.data(), 1, text.size(), stderr);
+    std::fputc('\n', stderr);
+    std::fflush(stderr);
+}
+
+void Printer::Capture(bool capture) {
+    if (!capturing_ && !capture) return;
+    if (!capturing_) std::fflush(stdout);
+    capturing_ = capture;
+    captured_.clear();
+    warnings_.clear();
+    atLineStart_ = true;
+}
+
+void Printer::Emit(std::string_view text) {
+    if (capturing_) {
+        captured_.append(text);
+        return;
+    }
+    std::FILE* stream = toStderr_ ? stderr : stdout;
+    std::fwrite(text.data(), 1, text.size(), stream);
+    std::fflush(stream);
+}
+
+Printer& CurrentPrinter() {
+    static Printer printer;
+    return printer;
+}
+
+}  // namespace host

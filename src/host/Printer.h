@@ -1,0 +1,56 @@
+#pragma once
+// The command-line printer, where the system's acutPrintf lines go: each text as it stands, a
+// leading "\n" starting a new line. Standard output by default; --quiet silences it and tests
+// capture it.
+
+#include <string>
+#include <string_view>
+
+#include "base/Format.h"
+
+namespace host {
+
+// Where printed text ends up: standard output, or a string for tests.
+class Printer {
+public:
+    // Writes `text` as it stands; a "\n" at the very start of the output, or right after a line
+    // end, is absorbed because the line it asks for is already new.
+    void Print(std::string_view text);
+    // Ends the current line if something is on it; the program calls it before it exits.
+    void FinishLine();
+    // A warning on its own line on standard error, never silenced (captured with the rest).
+    void Warn(std::string_view text);
+    // Nothing reaches the output while quiet (captured text neither).
+    void SetQuiet(bool quiet) { quiet_ = quiet; }
+    bool Quiet() const { return quiet_; }
+    // Sends the text to standard error instead (so that --json keeps standard output clean).
+    void SetToStandardError(bool toStderr) { toStderr_ = toStderr; }
+    // Captures into a string instead of standard output (true), or stops capturing (false).
+    void Capture(bool capture);
+    // The text captured so far; "" when not capturing.
+    const std::string& Captured() const { return captured_; }
+    void ClearCaptured() { captured_.clear(); warnings_.clear(); }
+    // The warnings captured so far.
+    const std::string& CapturedWarnings() const { return warnings_; }
+
+private:
+    void Emit(std::string_view text);
+
+    bool quiet_ = false;
+    bool capturing_ = false;
+    bool toStderr_ = false;
+    bool atLineStart_ = true;
+    std::string captured_;
+    std::string warnings_;
+};
+
+// The printer of this run.
+Printer& CurrentPrinter();
+
+// acutPrintf: formats the system's format string and prints it on the command line.
+template <class... Args>
+void Printf(std::string_view format, const Args&... args) {
+    CurrentPrinter().Print(base::Sprintf(format, args...));
+}
+
+}  // namespace host
