@@ -17,21 +17,27 @@ public:
     using iterator = typename std::vector<T>::iterator;
     using const_iterator = typename std::vector<T>::const_iterator;
 
+    // An empty array.
     Array() = default;
 
     // Number of elements; 0 for an empty array.
     int GetSize() const { return static_cast<int>(items_.size()); }
+    // Same as GetSize.
     int GetCount() const { return GetSize(); }
     // Index of the last element; -1 for an empty array.
     int GetUpperBound() const { return GetSize() - 1; }
+    // True when there is no element.
     bool IsEmpty() const { return items_.empty(); }
 
     // The element at `index`; outside 0..size-1 (-1 included) raises InvalidArgument.
     const T& GetAt(int index) const { return items_[Checked(index, "GetAt")]; }
+    // The element at `index` to change; outside 0..size-1 raises InvalidArgument.
     T& GetAt(int index) { return items_[Checked(index, "GetAt")]; }
-    // Same checks as GetAt.
+    // Same as GetAt, checks included.
     T& ElementAt(int index) { return items_[Checked(index, "ElementAt")]; }
+    // Same as GetAt, checks included: an index never reads past the array.
     const T& operator[](int index) const { return items_[Checked(index, "operator[]")]; }
+    // Same as GetAt, checks included.
     T& operator[](int index) { return items_[Checked(index, "operator[]")]; }
 
     // Replaces an existing element; outside 0..size-1 raises InvalidArgument (it never grows).
@@ -47,6 +53,7 @@ public:
         items_.push_back(value);
         return GetSize() - 1;
     }
+    // Appends by moving `value` in; returns its index.
     int Add(T&& value) {
         items_.push_back(std::move(value));
         return GetSize() - 1;
@@ -55,8 +62,8 @@ public:
     int Append(const Array& other) {
         const int first = GetSize();
         if (&other == this) {
-            items_.reserve(items_.size() * 2);
-            items_.insert(items_.end(), items_.begin(), items_.begin() + first);
+            const std::vector<T> copy = items_;  // a vector can't insert a range of itself
+            items_.insert(items_.end(), copy.begin(), copy.end());
         } else {
             items_.insert(items_.end(), other.items_.begin(), other.items_.end());
         }
@@ -87,14 +94,17 @@ public:
         if (&other != this) items_ = other.items_;
     }
 
+    // Iteration in index order; iterators are invalidated by any change of size.
     iterator begin() { return items_.begin(); }
     iterator end() { return items_.end(); }
     const_iterator begin() const { return items_.begin(); }
     const_iterator end() const { return items_.end(); }
 
+    // Equal sizes and equal elements in order.
     friend bool operator==(const Array& a, const Array& b) { return a.items_ == b.items_; }
 
 protected:
+    // The elements themselves, for derived arrays that sort, search or erase in bulk.
     std::vector<T>& Items() { return items_; }
     const std::vector<T>& Items() const { return items_; }
 
