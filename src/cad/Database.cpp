@@ -1,0 +1,1048 @@
+#include "cad/Database.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+#include <functional>
+#include <map>
+
+#include <fmt/format.h>
+
+#include "base/File.h"
+#include "base/Text.h"
+#include "cad/BlockRecord.h"
+#include "cad/BlockReference.h"
+#include "cad/Dictionary.h"
+#include "cad/GroupCode.h"
+#include "cad/Object.h"
+#include "cad/SymbolRecord.h"
+
+namespace cad {
+namespace {
+
+std::string_view TrimBlanks(std::string_view s) {
+    while (!s.empty() && (s.front() == ' ' || s.front() == '\t' || s.front() == '\r')) s.remove_prefix(1);
+    while (!s.empty() && (s.back() == ' ' || s.back() == '\t' || s.back() == '\r')) s.remove_suffix(1);
+    return s;
+}
+
+SectionKind SectionOf(std::string_view name) {
+    if (name == "HEADER") return SectionKind::Header;
+    if (name == "CLASSES") return SectionKind::Classes;
+    if (name == "TABLES") return SectionKind::Tables;
+    if (name == "BLOCKS") return SectionKind::Blocks;
+    if (name == "ENTITIES") return SectionKind::Entities;
+    if (name == "OBJECTS") return SectionKind::Objects;
+    return SectionKind::Other;
+}
+
+const char* SectionName(SectionKind kind) {
+    switch (kind) {
+        case SectionKind::Header: return "HEADER";
+        case SectionKind::Classes: return "CLASSES";
+        case SectionKind::Tables: return "TABLES";
+        case SectionKind::Blocks: return "BLOCKS";
+        case SectionKind::Entities: return "ENTITIES";
+        case SectionKind::Objects: return "OBJECTS";
+        default: return "";
+    }
+}
+
+// A binary integer in the width it was written in, whatever its group code says.
+long long ReadBinaryInt(std::string_view raw) {
+    switch (raw.size()) {
+        case 1: return static_cast<unsigned char>(raw[0]);
+        case 2: { std::int16_t v; std::memcpy(&v, raw.data(), 2); return v; }
+        case 4: { std::int32_t v; std::memcpy(&v, raw.data(), 4); return v; }
+        case 8: { std::int64_t v; std::memcpy(&v, raw.data(), 8); return v; }
+        default: return 0;
+    }
+}
+
+template <class T>
+T ReadLe(std::string_view raw) {
+    T v{};
+    if (raw.size() >= sizeof(T)) std::memcpy(&v, raw.data(), sizeof(T));
+    return v;
+}
+
+template <class T>
+void AppendLe(std::string& out, T v) {
+    char b[sizeof(T)];
+    std::memcpy(b, &v, sizeof(T));
+    out.append(b, sizeof(T));
+}
+
+std::string HexOf(std::string_view bytes) {
+    static const char* digits = "0123456789ABCDEF";
+    std::string out;
+    out.reserve(bytes.size() * 2);
+    for (unsigned char c : bytes) {
+        out += digits[c >> 4];
+        out += digits[c & 15];
+    }
+    return out;
+}
+
+std::string BytesOfHex(std::string_view hex) {
+    auto nibble = [](char c) -> int {
+        if (c >= '0' && c <= '9') return c - '0';
+        if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+        if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+        return 0;
+    };
+    std::string out;
+    for (std::size_t i = 0; i + 1 < hex.size(); i += 2)
+        out += static_cast<char>(nibble(hex[i]) * 16 + nibble(hex[i + 1]));
+    return out;
+}
+
+}  // namespace
+
+Database::~Database() = default;
+
+base::Result<std::unique_ptr<Database>> Database::Open(const std::string& path) {
+    auto bytes = base::ReadFile(path);
+    if (!bytes) return bytes.GetStatus();
+    return FromBytes(std::move(*bytes), path);
+}
+
+base::Result<std::unique_ptr<Database>> Database::FromBytes(std::string bytes, std::string fileName) {
+    std::unique_ptr<Database> db(new Database());
+    db->bytes_ = std::move(bytes);
+    db->fileName_ = std::move(fileName);
+    base::Status status = db->Load();
+    if (!status) return status;
+    return db;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Reading
+
+base::Status Database::Load() {
+    base::Status status = ScanTags(bytes_, fileName_, stream_);
+    if (!status) return status;
+    if (bytes_.find_first_not_of(" \t\r\n\x1a") == std::string::npos)
+        return base::Status::Error(fmt::format("{}: the file is empty", fileName_));
+    if (stream_.Count() == 0)
+        return base::Status::Error(fmt::format("{}: the file holds no DXF tags", fileName_));
+    if (stream_.form == DxfForm::Ascii) {
+        std::size_t nl = bytes_.find('\n');
+        crlf_ = nl != std::string::npos && nl > 0 && bytes_[nl - 1] == '\r';
+        paddedCodes_ = bytes_[stream_.tags[0].start] == ' ';
+    }
+    warnings_ = stream_.notes;
+    IndexRecords();
+    if (!warnings_.empty() && warnings_.back().rfind("!", 0) == 0) {
+        std::string message = warnings_.back().substr(1);
+        return base::Status::Error(message);
+    }
+    std::string version = HeaderText("$ACADVER");
+    if (version.size() == 6 && (version.rfind("AC", 0) == 0)) {
+        int number = 0;
+        std::from_chars(version.data() + 2, version.data() + 6, number);
+        if (number > 0) release_ = number;
+    }
+    codec_ = release_ >= 1021 ? TextCodec() : TextCodec::ForCodePage(HeaderText("$DWGCODEPAGE"));
+    AssignMissingHandles();
+    IndexBlocks();
+    if (!stream_.sawEof) warnings_.push_back(fmt::format("{}: the file has no EOF record", fileName_));
+    std::size_t tail = stream_.tags.back().start;
+    if (bytes_.find_first_not_of(" \t\r\n\x1a", tail) != std::string::npos) {
+        std::string at = stream_.form == DxfForm::Ascii ? fmt::format("line {}", LineOfOffset(bytes_, tail))
+                                                        : fmt::format("byte offset {}", tail);
+        warnings_.push_back(fmt::format("{}: {}: {} bytes after EOF are kept but not read", fileName_, at,
+                                        bytes_.size() - tail));
+    }
+    ReportBlockCycles();
+    return base::Status::Ok();
+}
+
+std::string Database::Version() const {
+    std::string version = HeaderText("$ACADVER");
+    return version.empty() ? "AC1009" : version;
+}
+
+void Database::IndexRecords() {
+    const auto& tags = stream_.tags;
+    const std::size_t count = stream_.Count();
+    records_.reserve(count / 8 + 16);
+    auto where = [&](std::uint32_t tagIndex) {
+        std::size_t offset = tags[tagIndex].start;
+        return stream_.form == DxfForm::Ascii
+                   ? fmt::format("{}: line {}", fileName_, LineOfOffset(bytes_, offset))
+                   : fmt::format("{}: byte offset {}", fileName_, offset);
+    };
+    auto fatal = [&](std::string message) { warnings_.push_back("!" + message); };
+
+    SectionKind section = SectionKind::None;
+    std::uint32_t sectionRec = kNone, tableRec = kNone, blockRec = kNone, seqOwner = kNone;
+    bool seqIsInsert = false;
+    std::size_t i = 0;
+    while (i < count) {
+        std::size_t j = i + 1;
+        while (j < count && tags[j].code != 0) ++j;
+        Record rec;
+        rec.firstTag = static_cast<std::uint32_t>(i);
+        rec.tagCount = static_cast<std::uint32_t>(j - i);
+        std::uint32_t index = static_cast<std::uint32_t>(records_.size());
+        rec.prev = index == 0 ? kNone : index - 1;
+        records_.push_back(rec);
+        i = j;
+        if (tags[rec.firstTag].code != 0) continue;  // comments before the first record
+
+        std::string_view type = TrimBlanks(RawValue(bytes_, stream_, rec.firstTag));
+        Record& r = records_.back();
+        if (type == "SECTION") {
+            if (section != SectionKind::None) {
+                fatal(fmt::format("{}: a new section starts before the {} section ends (no ENDSEC)",
+                                  where(r.firstTag), SectionName(section)));
+                return;
+            }
+            std::string_view name;
+            if (r.tagCount > 1 && tags[r.firstTag + 1].code == 2)
+                name = TrimBlanks(RawValue(bytes_, stream_, r.firstTag + 1));
+            section = SectionOf(name);
+            sectionRec = index;
+            r.section = section;
+            continue;
+        }
+        if (type == "EOF") {
+            if (section != SectionKind::None) {
+                fatal(fmt::format("{}: the file ends inside the {} section (no ENDSEC)", where(r.firstTag),
+                                  SectionName(section)));
+                return;
+            }
+            continue;
+        }
+        if (section == SectionKind::None) {
+            fatal(fmt::format("{}: \"{}\" stands outside any section", where(r.firstTag),
+                              std::string(type.substr(0, 40))));
+            return;
+        }
+        r.section = section;
+        r.parent = sectionRec;
+        if (type == "ENDSEC") {
+            if (blockRec != kNone) {
+                fatal(fmt::format("{}: the block that starts at {} has no ENDBLK", where(r.firstTag),
+                                  where(records_[blockRec].firstTag)));
+                return;
+            }
+            section = SectionKind::None;
+            tableRec = seqOwner = kNone;
+            continue;
+        }
+        // Handles: 5, or 105 on DIMSTYLE records, in the object's own data.
+        int handleCode = type == "DIMSTYLE" ? 105 : 5;
+        if (section != SectionKind::Header && section != SectionKind::Classes) {
+            for (std::uint32_t k = r.firstTag + 1; k < r.firstTag + r.tagCount; ++k) {
+                int code = tags[k].code;
+                if (code == handleCode || (code == 5 && handleCode == 105)) {
+                    r.handle = ParseHandle(RawValue(bytes_, stream_, k));
+                    if (r.handle == 0)
+                        warnings_.push_back(fmt::format("{}: {} has an empty or invalid handle; it gets a new one",
+                                                        where(k), std::string(type)));
+                    if (code == handleCode) break;
+                }
+                if (code == 1001 || code == 100) break;
+            }
+        }
+        if (section == SectionKind::Tables) {
+            if (type == "TABLE") {
+                tableRec = index;
+            } else if (type == "ENDTAB") {
+                r.parent = tableRec;
+                tableRec = kNone;
+            } else if (tableRec != kNone) {
+                r.parent = tableRec;
+            }
+            continue;
+        }
+        if (section != SectionKind::Blocks && section != SectionKind::Entities) continue;
+        if (type == "BLOCK") {
+            if (blockRec != kNone) {
+                fatal(fmt::format("{}: a block starts inside the block that starts at {} (no ENDBLK)",
+                                  where(r.firstTag), where(records_[blockRec].firstTag)));
+                return;
+            }
+            blockRec = index;
+            seqOwner = kNone;
+            continue;
+        }
+        if (type == "ENDBLK") {
+            r.parent = blockRec;
+            blockRec = kNone;
+            seqOwner = kNone;
+            continue;
+        }
+        std::uint32_t container = blockRec != kNone ? blockRec : sectionRec;
+        bool attrib = type == "ATTRIB", vertex = type == "VERTEX", seqend = type == "SEQEND";
+        if (seqOwner != kNone && ((attrib && seqIsInsert) || (vertex && !seqIsInsert) || seqend)) {
+            r.parent = seqOwner;
+            if (seqend) seqOwner = kNone;
+            continue;
+        }
+        if (seqOwner != kNone && !seqIsInsert) {
+            fatal(fmt::format("{}: the POLYLINE at {} has no SEQEND", where(r.firstTag),
+                              where(records_[seqOwner].firstTag)));
+            return;
+        }
+        r.parent = container;
+        seqOwner = kNone;
+        if (type == "POLYLINE" || type == "INSERT" || type == "MINSERT") {
+            seqOwner = index;
+            seqIsInsert = type != "POLYLINE";
+        }
+    }
+    if (section != SectionKind::None) {
+        // A file cut off in its last section: AutoCAD refuses it, so do we.
+        fatal(fmt::format("{}: the file ends inside the {} section (no ENDSEC)",
+                          where(static_cast<std::uint32_t>(count - 1)), SectionName(section)));
+        return;
+    }
+    for (std::uint32_t k = 0; k + 1 < records_.size(); ++k) records_[k].next = k + 1;
+    first_ = records_.empty() ? kNone : 0;
+    last_ = records_.empty() ? kNone : static_cast<std::uint32_t>(records_.size() - 1);
+}
+
+void Database::AssignMissingHandles() {
+    byHandle_.reserve(records_.size() * 2);
+    Handle maxHandle = 0;
+    for (const Record& r : records_) maxHandle = std::max(maxHandle, r.handle);
+    Handle seed = ParseHandle(HeaderText("$HANDSEED"));
+    handSeed_ = std::max<Handle>(seed, maxHandle + 1);
+    bool r12 = release_ < 1012;
+    for (std::uint32_t k = 0; k < records_.size(); ++k) {
+        Record& r = records_[k];
+        if (r.section == SectionKind::None || r.section == SectionKind::Header ||
+            r.section == SectionKind::Classes || stream_.tags[r.firstTag].code != 0)
+            continue;
+        if (r.handle != 0) {
+            auto [it, fresh] = byHandle_.emplace(r.handle, k);
+            if (fresh) continue;
+            warnings_.push_back(fmt::format("{}: handle {} is used twice; the second {} gets handle {}",
+                                            fileName_, HandleText(r.handle), TypeOf(k), HandleText(handSeed_)));
+        } else {
+            std::string type = TypeOf(k);
+            if (type == "SECTION" || type == "ENDSEC" || type == "ENDTAB" || (r12 && type == "TABLE"))
+                continue;
+            if (type == "SEQEND" && r12) continue;
+        }
+        // Files without handles get them in file order, so the same file gets the same keys.
+        r.handle = handSeed_++;
+        r.handleAssigned = true;
+        handlesWereAssigned_ = true;
+        byHandle_.emplace(r.handle, k);
+    }
+}
+
+void Database::IndexBlocks() {
+    std::map<std::string, std::uint32_t> blockByName;  // folded name -> BLOCK record
+    std::vector<std::uint32_t> blockOrder;
+    for (std::uint32_t k = 0; k < records_.size(); ++k) {
+        if (records_[k].section != SectionKind::Blocks || !TypeIs(k, "BLOCK")) continue;
+        std::string name = Object(this, k).GetText(2);
+        if (name.empty()) {
+            warnings_.push_back(fmt::format("{}: a BLOCK without a name (handle {}) is kept but not listed",
+                                            fileName_, HandleText(records_[k].handle)));
+            continue;
+        }
+        blockByName.emplace(base::FoldCase(name), k);
+        blockOrder.push_back(k);
+    }
+    auto endOf = [this](std::uint32_t begin) {
+        for (std::uint32_t k = records_[begin].next; k != kNone; k = records_[k].next)
+            if (TypeIs(k, "ENDBLK")) return k;
+        return kNone;
+    };
+    std::vector<bool> used(records_.size(), false);
+    std::uint32_t table = FindTable("BLOCK_RECORD");
+    if (table != kNone) {
+        for (std::uint32_t k = records_[table].next; k != kNone && records_[k].parent == table; k = records_[k].next) {
+            if (!TypeIs(k, "BLOCK_RECORD")) continue;
+            BlockInfo info;
+            info.record = k;
+            auto it = blockByName.find(base::FoldCase(Object(this, k).GetText(2)));
+            if (it != blockByName.end()) {
+                info.begin = it->second;
+                info.end = endOf(it->second);
+                used[it->second] = true;
+            }
+            blocks_.push_back(info);
+        }
+    }
+    for (std::uint32_t begin : blockOrder) {
+        if (used[begin]) continue;
+        if (table != kNone)
+            warnings_.push_back(fmt::format("{}: block \"{}\" has no BLOCK_RECORD", fileName_,
+                                            Object(this, begin).GetText(2)));
+        blocks_.push_back({kNone, begin, endOf(begin), false});
+    }
+    // R12 files and files without blocks have no model space record: a virtual one stands for
+    // the ENTITIES section.
+    if (FindBlock("*Model_Space").IsNull() && FindBlock("$MODEL_SPACE").IsNull())
+        blocks_.insert(blocks_.begin(), BlockInfo{});
+}
+
+void Database::ReportBlockCycles() {
+    // A block that holds a reference to itself, directly or through others, cannot be drawn;
+    // AutoCAD refuses to make one, so a file that has one is reported.
+    std::vector<BlockRecord> blocks = Blocks();
+    std::map<std::string, std::size_t> byName;
+    for (std::size_t b = 0; b < blocks.size(); ++b) byName.emplace(base::FoldCase(blocks[b].Name()), b);
+    std::vector<std::vector<std::size_t>> refers(blocks.size());
+    for (std::size_t b = 0; b < blocks.size(); ++b) {
+        if (blocks[b].IsLayout()) continue;
+        for (const Entity& e : blocks[b].Entities()) {
+            if (e.Type() != "INSERT" && e.Type() != "MINSERT") continue;
+            auto it = byName.find(base::FoldCase(e.GetText(2)));
+            if (it != byName.end()) refers[b].push_back(it->second);
+        }
+    }
+    std::vector<int> state(blocks.size(), 0);  // 0 new, 1 on the path, 2 done
+    for (std::size_t root = 0; root < blocks.size(); ++root) {
+        if (state[root] != 0) continue;
+        std::vector<std::pair<std::size_t, std::size_t>> path{{root, 0}};  // block, next edge
+        state[root] = 1;
+        while (!path.empty()) {
+            auto& [b, edge] = path.back();
+            if (edge == refers[b].size()) {
+                state[b] = 2;
+                path.pop_back();
+                continue;
+            }
+            std::size_t next = refers[b][edge++];
+            if (state[next] == 1) {
+                warnings_.push_back(fmt::format("{}: block \"{}\" refers to itself through \"{}\"", fileName_,
+                                                blocks[next].Name(), blocks[b].Name()));
+            } else if (state[next] == 0) {
+                state[next] = 1;
+                path.push_back({next, 0});
+            }
+        }
+    }
+}
+
+// ---------------------------------------------------------------------------------------------
+// Tag access
+
+std::size_t Database::TagCount(std::uint32_t rec) const {
+    const Record& r = records_[rec];
+    return r.owned != kNone ? owned_[r.owned].size() : r.tagCount;
+}
+
+int Database::CodeAt(std::uint32_t rec, std::size_t i) const {
+    const Record& r = records_[rec];
+    return r.owned != kNone ? owned_[r.owned][i].code : stream_.tags[r.firstTag + i].code;
+}
+
+bool Database::IsOriginal(std::uint32_t rec, std::size_t i) const {
+    const Record& r = records_[rec];
+    return r.owned == kNone || owned_[r.owned][i].orig != kNone;
+}
+
+std::string_view Database::RawAt(std::uint32_t rec, std::size_t i) const {
+    const Record& r = records_[rec];
+    std::uint32_t tag = r.owned != kNone ? owned_[r.owned][i].orig : r.firstTag + static_cast<std::uint32_t>(i);
+    return RawValue(bytes_, stream_, tag);
+}
+
+std::string Database::TextAt(std::uint32_t rec, std::size_t i) const {
+    const Record& r = records_[rec];
+    if (r.owned != kNone && owned_[r.owned][i].orig == kNone) return owned_[r.owned][i].value;
+    int code = CodeAt(rec, i);
+    std::string_view raw = RawAt(rec, i);
+    ValueKind kind = KindOfCode(code);
+    if (stream_.form == DxfForm::Ascii) {
+        if (kind == ValueKind::Text) return codec_.Decode(raw);
+        return std::string(TrimBlanks(raw));
+    }
+    switch (kind) {
+        case ValueKind::Text: return codec_.Decode(raw);
+        case ValueKind::Handle: return std::string(raw);
+        case ValueKind::Double: return RealText(ReadLe<double>(raw));
+        case ValueKind::Int16:
+        case ValueKind::Int32:
+        case ValueKind::Int64:
+        case ValueKind::Bool: return std::to_string(ReadBinaryInt(raw));
+        case ValueKind::Binary: return HexOf(raw);
+    }
+    return {};
+}
+
+double Database::RealAt(std::uint32_t rec, std::size_t i) const {
+    if (stream_.form != DxfForm::Ascii && IsOriginal(rec, i) && KindOfCode(CodeAt(rec, i)) == ValueKind::Double)
+        return ReadLe<double>(RawAt(rec, i));
+    if (IsOriginal(rec, i) && stream_.form == DxfForm::Ascii) {
+        std::string_view s = TrimBlanks(RawAt(rec, i));
+        if (!s.empty() && s.front() == '+') s.remove_prefix(1);
+        double v = 0;
+        std::from_chars(s.data(), s.data() + s.size(), v);
+        return v;
+    }
+    return Tag{0, TextAt(rec, i)}.Real();
+}
+
+long long Database::IntAt(std::uint32_t rec, std::size_t i) const {
+    if (IsOriginal(rec, i) && stream_.form == DxfForm::Ascii) {
+        std::string_view s = TrimBlanks(RawAt(rec, i));
+        if (!s.empty() && s.front() == '+') s.remove_prefix(1);
+        long long v = 0;
+        auto res = std::from_chars(s.data(), s.data() + s.size(), v);
+        if (res.ec == std::errc() && res.ptr == s.data() + s.size()) return v;
+    }
+    return Tag{0, TextAt(rec, i)}.Int();
+}
+
+Handle Database::HandleAt(std::uint32_t rec, std::size_t i) const {
+    if (IsOriginal(rec, i)) return ParseHandle(RawAt(rec, i));
+    return ParseHandle(TextAt(rec, i));
+}
+
+std::string Database::TypeOf(std::uint32_t rec) const {
+    if (TagCount(rec) == 0 || CodeAt(rec, 0) != 0) return {};
+    if (IsOriginal(rec, 0)) return std::string(TrimBlanks(RawAt(rec, 0)));
+    return TextAt(rec, 0);
+}
+
+bool Database::TypeIs(std::uint32_t rec, std::string_view type) const {
+    if (TagCount(rec) == 0 || CodeAt(rec, 0) != 0) return false;
+    if (IsOriginal(rec, 0)) return TrimBlanks(RawAt(rec, 0)) == type;
+    return TextAt(rec, 0) == type;
+}
+
+TagList Database::TagsOf(std::uint32_t rec) const {
+    TagList out;
+    std::size_t n = TagCount(rec);
+    out.reserve(n);
+    for (std::size_t i = 1; i < n; ++i) out.push_back({CodeAt(rec, i), TextAt(rec, i)});
+    return out;
+}
+
+// ---------------------------------------------------------------------------------------------
+// Editing
+
+std::vector<Database::OwnedTag>& Database::Own(std::uint32_t rec) {
+    modified_ = true;
+    Record& r = records_[rec];
+    if (r.owned == kNone) {
+        std::vector<OwnedTag> tags;
+        tags.reserve(r.tagCount + 4);
+        for (std::uint32_t k = 0; k < r.tagCount; ++k)
+            tags.push_back({stream_.tags[r.firstTag + k].code, r.firstTag + k, {}});
+        r.owned = static_cast<std::uint32_t>(owned_.size());
+        owned_.push_back(std::move(tags));
+    }
+    return owned_[records_[rec].owned];
+}
+
+void Database::SetTagAt(std::uint32_t rec, std::size_t i, std::string value) {
+    if (IsOriginal(rec, i) && TextAt(rec, i) == value) return;  // unchanged values keep their bytes
+    OwnedTag& tag = Own(rec)[i];
+    tag.orig = kNone;
+    tag.value = std::move(value);
+}
+
+void Database::InsertTagAt(std::uint32_t rec, std::size_t i, Tag tag) {
+    auto& tags = Own(rec);
+    tags.insert(tags.begin() + static_cast<std::ptrdiff_t>(std::min(i, tags.size())),
+                OwnedTag{tag.code, kNone, std::move(tag.value)});
+}
+
+void Database::EraseTagsAt(std::uint32_t rec, std::size_t i, std::size_t count) {
+    auto& tags = Own(rec);
+    tags.erase(tags.begin() + static_cast<std::ptrdiff_t>(i), tags.begin() + static_cast<std::ptrdiff_t>(i + count));
+}
+
+std::uint32_t Database::NewRecord(const TagList& tags, std::uint32_t after, SectionKind section,
+                                  std::uint32_t parent) {
+    modified_ = true;
+    Record r;
+    r.section = section;
+    r.parent = parent;
+    r.owned = static_cast<std::uint32_t>(owned_.size());
+    std::vector<OwnedTag> owned;
+    owned.reserve(tags.size());
+    for (const Tag& t : tags) owned.push_back({t.code, kNone, t.value});
+    owned_.push_back(std::move(owned));
+    std::uint32_t index = static_cast<std::uint32_t>(records_.size());
+    for (const Tag& t : tags) {
+        if (t.code == 5 || t.code == 105) {
+            r.handle = ParseHandle(t.value);
+            break;
+        }
+    }
+    records_.push_back(r);
+    if (records_.back().handle) IndexHandle(records_.back().handle, index);
+    // Link after `after`, or at the front when it is kNone.
+    Record& n = records_[index];
+    n.prev = after;
+    n.next = after == kNone ? first_ : records_[after].next;
+    if (n.next != kNone) records_[n.next].prev = index;
+    else last_ = index;
+    if (after != kNone) records_[after].next = index;
+    else first_ = index;
+    return index;
+}
+
+void Database::Unlink(std::uint32_t rec) {
+    Record& r = records_[rec];
+    if (r.prev != kNone) records_[r.prev].next = r.next;
+    else first_ = r.next;
+    if (r.next != kNone) records_[r.next].prev = r.prev;
+    else last_ = r.prev;
+    r.prev = r.next = kNone;
+}
+
+void Database::EraseRecord(std::uint32_t rec) {
+    Record& r = records_[rec];
+    if (r.erased) return;
+    modified_ = true;
+    Unlink(rec);
+    r.erased = true;
+    if (r.handle) {
+        auto it = byHandle_.find(r.handle);
+        if (it != byHandle_.end() && it->second == rec) byHandle_.erase(it);
+    }
+}
+
+Handle Database::NextHandle() {
+    Handle h = handSeed_++;
+    SyncHandSeed();
+    return h;
+}
+
+void Database::SyncHandSeed() {
+    if (HeaderTagIndex("$HANDSEED") != kNone) SetHeader("$HANDSEED", {Tag{5, HandleText(handSeed_)}});
+    // Handles given on reading only mean something to readers once the header says so.
+    if (handlesWereAssigned_ && HeaderTagIndex("$HANDLING") != kNone && HeaderInt("$HANDLING") == 0) {
+        SetHeader("$HANDLING", {Tag{70, "1"}});
+        if (HeaderTagIndex("$HANDSEED") == kNone) SetHeader("$HANDSEED", {Tag{5, HandleText(handSeed_)}});
+    }
+}
+
+std::uint32_t Database::Lookup(Handle handle) const {
+    auto it = byHandle_.find(handle);
+    return it == byHandle_.end() ? kNone : it->second;
+}
+
+void Database::IndexHandle(Handle handle, std::uint32_t rec) { byHandle_[handle] = rec; }
+
+// ---------------------------------------------------------------------------------------------
+// Objects
+
+Object Database::ObjectByHandle(Handle handle) {
+    std::uint32_t rec = Lookup(handle);
+    if (rec == kNone || records_[rec].erased) return Object();
+    return Object(this, rec);
+}
+
+std::vector<Object> Database::Objects() {
+    std::vector<Object> out;
+    for (std::uint32_t k = first_; k != kNone; k = records_[k].next)
+        if (TagCount(k) > 0 && CodeAt(k, 0) == 0) out.emplace_back(this, k);
+    return out;
+}
+
+std::vector<std::pair<std::string, std::size_t>> Database::CountsByType() const {
+    std::map<std::string, std::size_t> counts;
+    for (std::uint32_t k = first_; k != kNone; k = records_[k].next) {
+        std::string type = TypeOf(k);
+        if (!type.empty()) ++counts[type];
+    }
+    return {counts.begin(), counts.end()};
+}
+
+// ---------------------------------------------------------------------------------------------
+// Sections and header
+
+std::uint32_t Database::SectionRecord(SectionKind kind) const {
+    for (std::uint32_t k = first_; k != kNone; k = records_[k].next)
+        if (records_[k].section == kind && records_[k].parent == kNone && TypeIs(k, "SECTION")) return k;
+    return kNone;
+}
+
+std::uint32_t Database::SectionEnd(std::uint32_t sectionRec) const {
+    for (std::uint32_t k = records_[sectionRec].next; k != kNone; k = records_[k].next)
+        if (TypeIs(k, "ENDSEC")) return k;
+    return kNone;
+}
+
+std::uint32_t Database::EnsureSection(SectionKind kind) {
+    std::uint32_t rec = SectionRecord(kind);
+    if (rec != kNone) return rec;
+    // Sections go in their fixed order; the new one follows the last section that comes before it.
+    std::uint32_t after = kNone;
+    for (std::uint32_t k = first_; k != kNone; k = records_[k].next) {
+        if (TypeIs(k, "EOF")) break;
+        if (TypeIs(k, "ENDSEC") && records_[k].section < kind) after = k;
+        if (TypeIs(k, "ENDSEC") && records_[k].section > kind) break;
+        if (k == first_ && TagCount(k) > 0 && CodeAt(k, 0) != 0) after = k;  // leading comments
+    }
+    std::uint32_t section = NewRecord({{0, "SECTION"}, {2, SectionName(kind)}}, after, kind, kNone);
+    NewRecord({{0, "ENDSEC"}}, section, kind, section);
+    return section;
+}
+
+std::uint32_t Database::HeaderTagIndex(std::string_view name) const {
+    std::uint32_t rec = SectionRecord(SectionKind::Header);
+    if (rec == kNone) return kNone;
+    std::size_t n = TagCount(rec);
+    for (std::size_t i = 2; i < n; ++i) {
+        if (CodeAt(rec, i) != 9) continue;
+        std::string_view raw = IsOriginal(rec, i) ? TrimBlanks(RawAt(rec, i)) : std::string_view();
+        if (IsOriginal(rec, i) ? base::EqualNoCase(raw, name) : base::EqualNoCase(TextAt(rec, i), name))
+            return static_cast<std::uint32_t>(i);
+    }
+    return kNone;
+}
+
+TagList Database::Header(std::string_view name) const {
+    TagList out;
+    std::uint32_t i = HeaderTagIndex(name);
+    if (i == kNone) return out;
+    std::uint32_t rec = SectionRecord(SectionKind::Header);
+    for (std::size_t k = i + 1; k < TagCount(rec) && CodeAt(rec, k) != 9; ++k)
+        out.push_back({CodeAt(rec, k), TextAt(rec, k)});
+    return out;
+}
+
+std::string Database::HeaderText(std::string_view name, std::string_view fallback) const {
+    TagList values = Header(name);
+    return values.empty() ? std::string(fallback) : values.front().value;
+}
+
+double Database::HeaderReal(std::string_view name, double fallback) const {
+    TagList values = Header(name);
+    return values.empty() ? fallback : values.front().Real();
+}
+
+long long Database::HeaderInt(std::string_view name, long long fallback) const {
+    TagList values = Header(name);
+    return values.empty() ? fallback : values.front().Int();
+}
+
+base::Status Database::SetHeader(std::string_view name, const TagList& values) {
+    if (name.empty() || values.empty())
+        return base::Status::Error("a header variable needs a name and a value");
+    std::uint32_t rec = EnsureSection(SectionKind::Header);
+    std::uint32_t at = HeaderTagIndex(name);
+    if (at == kNone) {
+        std::size_t end = TagCount(rec);
+        InsertTagAt(rec, end, Tag{9, std::string(name)});
+        for (std::size_t k = 0; k < values.size(); ++k) InsertTagAt(rec, end + 1 + k, values[k]);
+        return base::Status::Ok();
+    }
+    std::size_t k = at + 1;
+    std::size_t old = 0;
+    while (k + old < TagCount(rec) && CodeAt(rec, k + old) != 9) ++old;
+    bool sameShape = old == values.size();
+    for (std::size_t v = 0; sameShape && v < old; ++v) sameShape = CodeAt(rec, k + v) == values[v].code;
+    if (sameShape) {
+        for (std::size_t v = 0; v < old; ++v) SetTagAt(rec, k + v, values[v].value);
+        return base::Status::Ok();
+    }
+    EraseTagsAt(rec, k, old);
+    for (std::size_t v = 0; v < values.size(); ++v) InsertTagAt(rec, k + v, values[v]);
+    return base::Status::Ok();
+}
+
+// ---------------------------------------------------------------------------------------------
+// Writing
+
+void Database::WriteTag(std::string& out, int code, std::string_view text) const {
+    ValueKind kind = KindOfCode(code);
+    if (kind == ValueKind::Binary && text.size() > 254) {
+        // AutoCAD keeps binary chunks at 127 bytes; longer data goes in several tags.
+        for (std::size_t p = 0; p < text.size(); p += 254) WriteTag(out, code, text.substr(p, 254));
+        return;
+    }
+    if (stream_.form == DxfForm::Ascii) {
+        const char* eol = crlf_ ? "\r\n" : "\n";
+        if (paddedCodes_) fmt::format_to(std::back_inserter(out), "{:>3}", code);
+        else fmt::format_to(std::back_inserter(out), "{}", code);
+        out += eol;
+        if (kind == ValueKind::Text) out += codec_.Encode(text);
+        else out.append(text);
+        out += eol;
+        return;
+    }
+    if (stream_.form == DxfForm::Binary) {
+        AppendLe<std::int16_t>(out, static_cast<std::int16_t>(code));
+    } else if (code < 255) {
+        out += static_cast<char>(code);
+    } else {
+        out += static_cast<char>(255);
+        AppendLe<std::int16_t>(out, static_cast<std::int16_t>(code));
+    }
+    Tag tag{code, std::string(text)};
+    switch (kind) {
+        case ValueKind::Text: out += codec_.Encode(text); out += '\0'; break;
+        case ValueKind::Handle: out.append(text); out += '\0'; break;
+        case ValueKind::Double: AppendLe<double>(out, tag.Real()); break;
+        case ValueKind::Int16: AppendLe<std::int16_t>(out, static_cast<std::int16_t>(tag.Int())); break;
+        case ValueKind::Int32: AppendLe<std::int32_t>(out, static_cast<std::int32_t>(tag.Int())); break;
+        case ValueKind::Int64: AppendLe<std::int64_t>(out, tag.Int()); break;
+        case ValueKind::Bool: out += static_cast<char>(tag.Int() != 0); break;
+        case ValueKind::Binary: {
+            std::string bytes = BytesOfHex(text);
+            out += static_cast<char>(bytes.size());
+            out += bytes;
+            break;
+        }
+    }
+}
+
+void Database::WriteRecord(std::string& out, std::uint32_t rec) const {
+    const Record& r = records_[rec];
+    const auto& tags = stream_.tags;
+    auto span = [&](std::uint32_t tag, std::uint32_t count) {
+        out.append(bytes_, tags[tag].start, tags[tag + count].start - tags[tag].start);
+    };
+    if (r.owned == kNone) {
+        if (r.handleAssigned && modified_ && r.tagCount > 0) {
+            span(r.firstTag, 1);
+            WriteTag(out, TypeIs(rec, "DIMSTYLE") ? 105 : 5, HandleText(r.handle));
+            span(r.firstTag + 1, r.tagCount - 1);
+        } else {
+            span(r.firstTag, r.tagCount);
+        }
+        return;
+    }
+    const auto& owned = owned_[r.owned];
+    for (std::size_t i = 0; i < owned.size(); ++i) {
+        const OwnedTag& t = owned[i];
+        if (t.orig != kNone) span(t.orig, 1);
+        else WriteTag(out, t.code, t.value);
+        if (i == 0 && r.handleAssigned) WriteTag(out, TypeIs(rec, "DIMSTYLE") ? 105 : 5, HandleText(r.handle));
+    }
+}
+
+std::string Database::Write() const {
+    std::string out;
+    out.reserve(bytes_.size() + bytes_.size() / 16 + 64);
+    out.append(bytes_, 0, stream_.prefix);
+    bool eofWritten = false;
+    for (std::uint32_t k = first_; k != kNone; k = records_[k].next) {
+        WriteRecord(out, k);
+        eofWritten = eofWritten || TypeIs(k, "EOF");
+    }
+    // A changed drawing gets the EOF record other readers insist on.
+    if (modified_ && !eofWritten) WriteTag(out, 0, "EOF");
+    std::size_t tail = stream_.tags.back().start;
+    out.append(bytes_, tail, bytes_.size() - tail);
+    return out;
+}
+
+base::Status Database::Save(const std::string& path, const std::string& backupPath) const {
+    std::string bytes = Write();
+    base::Status status = base::WriteFileAtomic(path, bytes, {backupPath});
+    if (!status) return base::Status::Error(fmt::format("{}: cannot save: {}", path, status.Message()));
+    return status;
+}
+
+
+// ---------------------------------------------------------------------------------------------
+// Symbol tables
+
+namespace {
+
+const char* RecordSubclass(std::string_view table) {
+    if (table == "LAYER") return "AcDbLayerTableRecord";
+    if (table == "STYLE") return "AcDbTextStyleTableRecord";
+    if (table == "LTYPE") return "AcDbLinetypeTableRecord";
+    if (table == "APPID") return "AcDbRegAppTableRecord";
+    if (table == "VIEW") return "AcDbViewTableRecord";
+    if (table == "VPORT") return "AcDbViewportTableRecord";
+    if (table == "UCS") return "AcDbUCSTableRecord";
+    if (table == "DIMSTYLE") return "AcDbDimStyleTableRecord";
+    if (table == "BLOCK_RECORD") return "AcDbBlockTableRecord";
+    return "";
+}
+
+}  // namespace
+
+std::uint32_t Database::FindTable(std::string_view table) const {
+    for (std::uint32_t k = first_; k != kNone; k = records_[k].next) {
+        if (records_[k].section != SectionKind::Tables || !TypeIs(k, "TABLE")) continue;
+        if (Object(const_cast<Database*>(this), k).GetText(2) == table) return k;
+    }
+    return kNone;
+}
+
+std::vector<SymbolRecord> Database::TableRecords(std::string_view table) {
+    std::vector<SymbolRecord> out;
+    std::uint32_t t = FindTable(table);
+    if (t == kNone) return out;
+    for (std::uint32_t k = records_[t].next; k != kNone && records_[k].parent == t; k = records_[k].next)
+        if (!TypeIs(k, "ENDTAB")) out.emplace_back(this, k);
+    return out;
+}
+
+SymbolRecord Database::FindRecord(std::string_view table, std::string_view name) {
+    for (const SymbolRecord& r : TableRecords(table))
+        if (base::EqualNoCase(r.Name(), name)) return r;
+    return SymbolRecord();
+}
+
+base::Result<SymbolRecord> Database::AddRecord(std::string_view table, std::string_view name, const TagList& data) {
+    if (name.empty()) return base::Status::Error(fmt::format("a {} record needs a name", table));
+    if (SymbolRecord existing = FindRecord(table, name)) return existing;
+    bool r13 = release_ >= 1012;
+    std::uint32_t t = FindTable(table);
+    if (t == kNone) {
+        std::uint32_t section = EnsureSection(SectionKind::Tables);
+        std::uint32_t end = SectionEnd(section);
+        TagList head = {{0, "TABLE"}, {2, std::string(table)}};
+        if (r13) {
+            head.push_back({5, HandleText(NextHandle())});
+            head.push_back({330, "0"});
+            head.push_back({100, "AcDbSymbolTable"});
+        }
+        head.push_back({70, "0"});
+        t = NewRecord(head, records_[end].prev, SectionKind::Tables, section);
+        NewRecord({{0, "ENDTAB"}}, t, SectionKind::Tables, t);
+    }
+    std::uint32_t endtab = t;
+    while (records_[endtab].next != kNone && records_[records_[endtab].next].parent == t) endtab = records_[endtab].next;
+    if (TypeIs(endtab, "ENDTAB")) endtab = records_[endtab].prev;
+    TagList tags = {{0, std::string(table)}, {table == "DIMSTYLE" ? 105 : 5, HandleText(NextHandle())}};
+    if (r13) {
+        tags.push_back({330, Object(this, t).HandleString()});
+        tags.push_back({100, "AcDbSymbolTableRecord"});
+        tags.push_back({100, RecordSubclass(table)});
+    }
+    tags.push_back({2, std::string(name)});
+    if (table != "BLOCK_RECORD") tags.push_back({70, "0"});
+    tags.insert(tags.end(), data.begin(), data.end());
+    std::uint32_t rec = NewRecord(tags, endtab, SectionKind::Tables, t);
+    // The table's count is a hint to readers; keep it no lower than the records it has.
+    Object tableObject(this, t);
+    long long count = static_cast<long long>(TableRecords(table).size());
+    if (tableObject.GetInt(70, 0) < count) tableObject.SetInt(70, count);
+    return SymbolRecord(this, rec);
+}
+
+Layer Database::FindLayer(std::string_view name) {
+    SymbolRecord r = FindRecord("LAYER", name);
+    return r ? Layer(this, r.Index()) : Layer();
+}
+
+base::Result<Layer> Database::AddLayer(std::string_view name) {
+    TagList data = {{62, "7"}, {6, "CONTINUOUS"}};
+    if (release_ >= 1015) data.push_back({370, "-3"});
+    auto r = AddRecord("LAYER", name, data);
+    if (!r) return r.GetStatus();
+    return Layer(this, r->Index());
+}
+
+base::Status Database::RegisterApp(std::string_view name) {
+    auto r = AddRecord("APPID", name);
+    return r ? base::Status::Ok() : r.GetStatus();
+}
+
+SymbolRecord Database::ActiveViewport() { return FindRecord("VPORT", "*ACTIVE"); }
+
+// ---------------------------------------------------------------------------------------------
+// Blocks
+
+std::vector<BlockRecord> Database::Blocks() {
+    std::vector<BlockRecord> out;
+    for (std::uint32_t b = 0; b < blocks_.size(); ++b)
+        if (!blocks_[b].erased) out.emplace_back(this, b);
+    return out;
+}
+
+BlockRecord Database::FindBlock(std::string_view name) {
+    for (std::uint32_t b = 0; b < blocks_.size(); ++b) {
+        if (blocks_[b].erased) continue;
+        BlockRecord block(this, b);
+        if (base::EqualNoCase(block.Name(), name)) return block;
+    }
+    return BlockRecord();
+}
+
+BlockRecord Database::ModelSpace() {
+    for (std::uint32_t b = 0; b < blocks_.size(); ++b)
+        if (BlockRecord(this, b).IsModelSpace()) return BlockRecord(this, b);
+    return BlockRecord();
+}
+
+BlockRecord Database::PaperSpace() {
+    BlockRecord block = FindBlock("*Paper_Space");
+    return block ? block : FindBlock("$PAPER_SPACE");
+}
+
+base::Result<BlockRecord> Database::CreateBlock(std::string_view name, double baseX, double baseY, double baseZ) {
+    if (name.empty()) return base::Status::Error("a block needs a name");
+    if (FindBlock(name)) return base::Status::Error(fmt::format("block \"{}\" exists already", name));
+    BlockInfo info;
+    bool r13 = release_ >= 1012;
+    Handle owner = 0;
+    if (r13) {
+        auto record = AddRecord("BLOCK_RECORD", name, {{340, "0"}});
+        if (!record) return record.GetStatus();
+        info.record = record->Index();
+        owner = record->GetHandle();
+    }
+    std::uint32_t section = EnsureSection(SectionKind::Blocks);
+    std::uint32_t end = SectionEnd(section);
+    TagList begin = {{0, "BLOCK"}, {5, HandleText(NextHandle())}};
+    if (r13) {
+        begin.push_back({330, HandleText(owner)});
+        begin.push_back({100, "AcDbEntity"});
+    }
+    begin.push_back({8, "0"});
+    if (r13) begin.push_back({100, "AcDbBlockBegin"});
+    begin.push_back({2, std::string(name)});
+    begin.push_back({70, name.front() == '*' ? "1" : "0"});
+    begin.push_back(RealTag(10, baseX));
+    begin.push_back(RealTag(20, baseY));
+    begin.push_back(RealTag(30, baseZ));
+    begin.push_back({3, std::string(name)});
+    begin.push_back({1, ""});
+    info.begin = NewRecord(begin, records_[end].prev, SectionKind::Blocks, section);
+    TagList finish = {{0, "ENDBLK"}, {5, HandleText(NextHandle())}};
+    if (r13) {
+        finish.push_back({330, HandleText(owner)});
+        finish.push_back({100, "AcDbEntity"});
+    }
+    finish.push_back({8, "0"});
+    if (r13) finish.push_back({100, "AcDbBlockEnd"});
+    info.end = NewRecord(finish, info.begin, SectionKind::Blocks, info.begin);
+    blocks_.push_back(info);
+    return BlockRecord(this, static_cast<std::uint32_t>(blocks_.size() - 1));
+}
+
+base::Status Database::EraseBlock(BlockRecord block) {
+    if (!block || block.IsErased()) return base::Status::Error("no block to erase");
+    if (block.IsLayout()) return base::Status::Error(fmt::format("\"{}\" is a layout and cannot be erased", block.Name()));
+    for (BlockReference& ref : block.References()) ref.Erase();
+    BlockInfo& info = blocks_[block.index_];
+    if (info.begin != kNone) {
+        std::uint32_t k = info.begin;
+        while (k != kNone) {
+            std::uint32_t next = records_[k].next;
+            bool last = k == info.end;
+            EraseRecord(k);
+            if (last) break;
+            k = next;
+        }
+    }
+    if (info.record != kNone) Object(this, info.record).Erase();
+    info.erased = true;
+    modified_ = true;
+    return base::Status::Ok();
+}
+
+Dictionary Database::NamedObjects() {
+    std::uint32_t section = SectionRecord(SectionKind::Objects);
+    if (section == kNone) return Dictionary();
+    for (std::uint32_t k = records_[section].next; k != kNone; k = records_[k].next) {
+        if (TypeIs(k, "ENDSEC")) break;
+        if (TypeIs(k, "DICTIONARY")) return Dictionary(this, k);  // the root comes first
+    }
+    return Dictionary();
+}
+
+}  // namespace cad

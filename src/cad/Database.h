@@ -1,0 +1,238 @@
+#pragma once
+// The drawing database: a DXF file kept as its bytes plus an index of its objects by handle.
+// Unchanged objects are written back from the original bytes; changed and new objects in the
+// file's own style (version, encoding, line ends, ASCII or binary).
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "base/Status.h"
+#include "cad/Tag.h"
+#include "cad/Tagger.h"
+#include "cad/TextCodec.h"
+
+namespace cad {
+
+class Object;
+class Entity;
+class BlockRecord;
+class Layer;
+class SymbolRecord;
+class Dictionary;
+
+// Which section of the file an object stands in.
+enum class SectionKind : std::uint8_t { None, Header, Classes, Tables, Blocks, Entities, Objects, Other };
+
+// One DXF drawing. Views (Object and the typed views) point into it by index: they stay valid
+// as long as the database lives, also across edits; an erased object's view reads as erased.
+class Database {
+public:
+    static constexpr std::uint32_t kNone = 0xFFFFFFFFu;
+
+    // Reads a drawing file; a failure says the file, the line or byte offset and the reason.
+    static base::Result<std::unique_ptr<Database>> Open(const std::string& path);
+    // Reads a drawing from bytes; `fileName` is used in messages only.
+    static base::Result<std::unique_ptr<Database>> FromBytes(std::string bytes, std::string fileName);
+
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
+    ~Database();
+
+    // Writes the drawing to `path` through a temporary file; with a `backupPath` the old file
+    // is kept there. A failure leaves `path` as it was and says why.
+    base::Status Save(const std::string& path, const std::string& backupPath = {}) const;
+    // The bytes Save writes: the original bytes when nothing was changed.
+    std::string Write() const;
+    // True once anything was set, created or erased.
+    bool IsModified() const { return modified_; }
+
+    // The name the database was read from.
+    const std::string& FileName() const { return fileName_; }
+    // $ACADVER, "AC1009" when the file has no header (AutoCAD reads such files as R12).
+    std::string Version() const;
+    // The release number of the version: 1009 for "AC1009", 1032 for "AC1032".
+    int Release() const { return release_; }
+    // ASCII, binary R12 or binary R13+.
+    DxfForm Form() const { return stream_.form; }
+    // The text encoding of the file.
+    const TextCodec& Codec() const { return codec_; }
+    // What was repaired while reading (duplicate handles, a missing EOF...), each with where.
+    const std::vector<std::string>& Warnings() const { return warnings_; }
+
+    // ---- Objects and handles
+    // The object with `handle`; a null view when there is none or it was erased.
+    Object ObjectByHandle(Handle handle);
+    // Every live object in file order, structural records (SECTION, TABLE...) included.
+    std::vector<Object> Objects();
+    // Counts of live objects by record type ("LINE", "INSERT", "LAYER"...), in name order.
+    std::vector<std::pair<std::string, std::size_t>> CountsByType() const;
+    // The next handle to give out; always above every handle in the drawing.
+    Handle HandleSeed() const { return handSeed_; }
+
+    // ---- Header variables
+    // The tags of a header variable such as "$ACADVER" (name without regard to case); empty
+    // when the header lacks it.
+    TagList Header(std::string_view name) const;
+    // The first value of a header variable as text; `fallback` when it is missing.
+    std::string HeaderText(std::string_view name, std::string_view fallback = {}) const;
+    // The first value of a header variable as a real; `fallback` when it is missing.
+    double HeaderReal(std::string_view name, double fallback = 0) const;
+    // The first value of a header variable as an integer; `fallback` when it is missing.
+    long long HeaderInt(std::string_view name, long long fallback = 0) const;
+    // Sets a header variable, adding it at the end of the header when missing; a file without
+    // a header section gets one. Fails for an empty name or no values.
+    base::Status SetHeader(std::string_view name, const TagList& values);
+
+    // ---- Symbol tables ("LAYER", "STYLE", "LTYPE", "APPID", "VIEW", "VPORT", "BLOCK_RECORD"...)
+    // The records of a table in file order; empty when the table is missing.
+    std::vector<SymbolRecord> TableRecords(std::string_view table);
+    // The record named `name` (without regard to case); a null view when there is none.
+    SymbolRecord FindRecord(std::string_view table, std::string_view name);
+    // Adds a record with the given data tags (name and flags are set here); returns the
+    // existing one when the name is taken. Fails when the table is missing and cannot be made.
+    base::Result<SymbolRecord> AddRecord(std::string_view table, std::string_view name,
+                                         const TagList& data = {});
+    // The layer named `name`; a null view when there is none.
+    Layer FindLayer(std::string_view name);
+    // The layer named `name`, made on colour 7 and CONTINUOUS when missing.
+    base::Result<Layer> AddLayer(std::string_view name);
+    // Registers an application name for extended data; nothing happens when it exists.
+    base::Status RegisterApp(std::string_view name);
+    // The active viewport ("*ACTIVE" VPORT); a null view when there is none.
+    SymbolRecord ActiveViewport();
+
+    // ---- Blocks
+    // Every block record in file order: model space, paper spaces and blocks.
+    std::vector<BlockRecord> Blocks();
+    // The block record named `name` (without regard to case); a null view when there is none.
+    BlockRecord FindBlock(std::string_view name);
+    // Model space ("*Model_Space", "$MODEL_SPACE" in R12 files); always present.
+    BlockRecord ModelSpace();
+    // The active paper space; a null view in files that have none.
+    BlockRecord PaperSpace();
+    // Makes an empty block definition; fails when the name is empty or taken.
+    base::Result<BlockRecord> CreateBlock(std::string_view name, double baseX = 0, double baseY = 0,
+                                          double baseZ = 0);
+    // Erases a block definition, its entities and every reference to it; model and paper space
+    // cannot be erased.
+    base::Status EraseBlock(BlockRecord block);
+
+    // ---- Objects section
+    // The root dictionary of the OBJECTS section; a null view in files without one (R12).
+    Dictionary NamedObjects();
+
+    // ---- Selection
+    // Every entity of model and paper space that passes `filter` (AutoCAD's filter lists: 0 type
+    // with wildcards and commas, 2 block name, 8 layer, -3 with 1001 applications, -4 groups
+    // "<or" "<and" "<not" "<xor"), in database order. An unbalanced group selects nothing.
+    std::vector<Entity> Select(const TagList& filter);
+
+private:
+    friend class Object;
+    friend class Entity;
+    friend class BlockRecord;
+    friend class SymbolRecord;
+    friend class Dictionary;
+    friend class Xrecord;
+    friend class Layer;
+    friend class BlockReference;
+    friend class Polyline;
+
+    // One record of the file: a 0 tag and the tags up to the next 0 tag.
+    struct Record {
+        std::uint32_t firstTag = 0;   // first original tag
+        std::uint32_t tagCount = 0;   // original tags; 0 for records made here
+        Handle handle = 0;
+        std::uint32_t prev = kNone;   // neighbours in file order
+        std::uint32_t next = kNone;
+        std::uint32_t owned = kNone;  // index into owned_ once the record was changed
+        std::uint32_t parent = kNone; // BLOCK of a block entity, INSERT/POLYLINE of a sub-entity,
+                                      // TABLE of a table record, SECTION otherwise
+        SectionKind section = SectionKind::None;
+        bool erased = false;
+        bool handleAssigned = false;  // the handle was given here; written once anything changes
+    };
+    // A tag of a changed record: the original tag `orig`, or a new value.
+    struct OwnedTag {
+        int code;
+        std::uint32_t orig;
+        std::string value;
+    };
+    // A block: its BLOCK_RECORD (R13+), its BLOCK and ENDBLK; model space of R12 files and
+    // the active spaces keep their entities in the ENTITIES section instead.
+    struct BlockInfo {
+        std::uint32_t record = kNone;
+        std::uint32_t begin = kNone;
+        std::uint32_t end = kNone;
+        bool erased = false;
+    };
+
+    Database() = default;
+    base::Status Load();
+    void IndexRecords();
+    void IndexBlocks();
+    void AssignMissingHandles();
+    void ReportBlockCycles();
+
+    // Tag access of a record, original or changed.
+    std::size_t TagCount(std::uint32_t rec) const;
+    int CodeAt(std::uint32_t rec, std::size_t i) const;
+    std::string TextAt(std::uint32_t rec, std::size_t i) const;      // decoded UTF-8
+    std::string_view RawAt(std::uint32_t rec, std::size_t i) const;  // only for original tags
+    double RealAt(std::uint32_t rec, std::size_t i) const;
+    long long IntAt(std::uint32_t rec, std::size_t i) const;
+    Handle HandleAt(std::uint32_t rec, std::size_t i) const;
+    bool IsOriginal(std::uint32_t rec, std::size_t i) const;
+    std::string TypeOf(std::uint32_t rec) const;
+    bool TypeIs(std::uint32_t rec, std::string_view type) const;
+    TagList TagsOf(std::uint32_t rec) const;
+
+    // Editing of a record's tags.
+    std::vector<OwnedTag>& Own(std::uint32_t rec);
+    void SetTagAt(std::uint32_t rec, std::size_t i, std::string value);
+    void InsertTagAt(std::uint32_t rec, std::size_t i, Tag tag);
+    void EraseTagsAt(std::uint32_t rec, std::size_t i, std::size_t count);
+    std::uint32_t NewRecord(const TagList& tags, std::uint32_t after, SectionKind section,
+                            std::uint32_t parent);
+    void Unlink(std::uint32_t rec);
+    void EraseRecord(std::uint32_t rec);
+    Handle NextHandle();
+    std::uint32_t Lookup(Handle handle) const;
+    void IndexHandle(Handle handle, std::uint32_t rec);
+
+    std::uint32_t SectionRecord(SectionKind kind) const;
+    std::uint32_t SectionEnd(std::uint32_t sectionRec) const;
+    std::uint32_t EnsureSection(SectionKind kind);
+    std::uint32_t FindTable(std::string_view table) const;
+    std::uint32_t HeaderTagIndex(std::string_view name) const;
+    void SyncHandSeed();
+
+    // Writing.
+    void WriteRecord(std::string& out, std::uint32_t rec) const;
+    void WriteTag(std::string& out, int code, std::string_view text) const;
+
+    std::string fileName_;
+    std::string bytes_;
+    TagStream stream_;
+    TextCodec codec_;
+    std::vector<Record> records_;
+    std::vector<std::vector<OwnedTag>> owned_;
+    std::vector<BlockInfo> blocks_;
+    std::unordered_map<Handle, std::uint32_t> byHandle_;
+    std::vector<std::string> warnings_;
+    std::uint32_t first_ = kNone;
+    std::uint32_t last_ = kNone;
+    Handle handSeed_ = 1;
+    int release_ = 1009;
+    bool modified_ = false;
+    bool handlesWereAssigned_ = false;
+    // Line end and group code style of the file, for what is written new.
+    bool crlf_ = false;
+    bool paddedCodes_ = true;
+};
+
+}  // namespace cad

@@ -1,0 +1,70 @@
+#include "cad/Entity.h"
+
+#include "cad/BlockRecord.h"
+#include "cad/Database.h"
+#include "cad/SymbolRecord.h"
+
+namespace cad {
+
+base::Status Entity::SetLayer(std::string_view layer) {
+    if (!db_) return base::Status::Error("no entity");
+    Layer found = db_->FindLayer(layer);
+    if (!found) return base::Status::Error("the drawing has no layer \"" + std::string(layer) + "\"");
+    if (LayerName() != found.Name()) SetText(8, found.Name(), "AcDbEntity");
+    return base::Status::Ok();
+}
+
+void Entity::SetVisible(bool visible) {
+    if (visible == IsVisible()) return;
+    if (visible) Remove(60);
+    else SetInt(60, 1, "AcDbEntity");
+}
+
+BlockRecord Entity::OwnerBlock() const {
+    if (!db_) return BlockRecord();
+    std::uint32_t rec = index_;
+    const auto& records = db_->records_;
+    // Sub-entities belong to the block of their reference or polyline.
+    while (records[rec].parent != Database::kNone && records[records[rec].parent].section == records[rec].section &&
+           !db_->TypeIs(records[rec].parent, "BLOCK") && !db_->TypeIs(records[rec].parent, "SECTION"))
+        rec = records[rec].parent;
+    std::uint32_t parent = records[rec].parent;
+    if (parent != Database::kNone && db_->TypeIs(parent, "BLOCK")) {
+        for (std::uint32_t b = 0; b < db_->blocks_.size(); ++b)
+            if (db_->blocks_[b].begin == parent) return BlockRecord(db_, b);
+        return BlockRecord();
+    }
+    return Entity(db_, rec).IsInPaperSpace() ? db_->PaperSpace() : db_->ModelSpace();
+}
+
+Point3 Entity::GetPoint(int code, Point3 fallback) const {
+    std::size_t i = Find(code);
+    if (i == std::string::npos) return fallback;
+    Point3 p{RealAt(i), 0, 0};
+    // The coordinates follow each other; look right behind first, then anywhere.
+    std::size_t n = TagCount();
+    if (i + 1 < n && CodeAt(i + 1) == code + 10) p.y = RealAt(i + 1);
+    else p.y = GetReal(code + 10, 0);
+    if (i + 2 < n && CodeAt(i + 2) == code + 20) p.z = RealAt(i + 2);
+    else p.z = GetReal(code + 20, 0);
+    return p;
+}
+
+void Entity::SetPoint(int code, Point3 p, std::string_view subclass) {
+    if (!db_) return;
+    if (!Has(code)) {
+        SetReal(code, p.x, subclass);
+        SetReal(code + 10, p.y, subclass);
+        if (p.z != 0) SetReal(code + 20, p.z, subclass);
+        return;
+    }
+    SetReal(code, p.x, subclass);
+    // Keep the y and z right behind x when they are new.
+    std::size_t i = Find(code);
+    if (Has(code + 10)) SetReal(code + 10, p.y);
+    else InsertTag(i + 1, RealTag(code + 10, p.y));
+    if (Has(code + 20)) SetReal(code + 20, p.z);
+    else if (p.z != 0) InsertTag(Find(code + 10) + 1, RealTag(code + 20, p.z));
+}
+
+}  // namespace cad

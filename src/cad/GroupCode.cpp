@@ -1,0 +1,53 @@
+#include "cad/GroupCode.h"
+
+namespace cad {
+
+ValueKind KindOfCode(int code) {
+    if (code < 0) return code == -5 || code == -4 || code == -3 ? ValueKind::Text : ValueKind::Handle;
+    if (code <= 4) return ValueKind::Text;
+    if (code == 5) return ValueKind::Handle;
+    if (code <= 9) return ValueKind::Text;
+    if (code <= 59) return ValueKind::Double;
+    if (code <= 79) return ValueKind::Int16;
+    if (code <= 89) return ValueKind::Text;
+    if (code <= 99) return ValueKind::Int32;
+    if (code == 105) return ValueKind::Handle;
+    if (code <= 109) return ValueKind::Text;
+    if (code <= 149) return ValueKind::Double;
+    if (code <= 159) return ValueKind::Text;
+    if (code <= 169) return ValueKind::Int64;
+    if (code <= 179) return ValueKind::Int16;
+    if (code <= 209) return ValueKind::Text;
+    if (code <= 239) return ValueKind::Double;
+    if (code <= 269) return ValueKind::Text;
+    if (code <= 289) return ValueKind::Int16;
+    if (code <= 299) return ValueKind::Bool;
+    if (code <= 309) return ValueKind::Text;
+    if (code <= 319) return ValueKind::Binary;
+    if (code <= 369) return ValueKind::Handle;
+    if (code <= 389) return ValueKind::Int16;
+    if (code <= 399) return ValueKind::Handle;
+    if (code <= 409) return ValueKind::Int16;
+    if (code <= 419) return ValueKind::Text;
+    if (code <= 429) return ValueKind::Int32;
+    if (code <= 439) return ValueKind::Text;
+    if (code <= 459) return ValueKind::Int32;
+    if (code <= 469) return ValueKind::Double;
+    if (code <= 479) return ValueKind::Text;
+    if (code <= 481) return ValueKind::Handle;
+    if (code <= 1003) return ValueKind::Text;
+    if (code == 1004) return ValueKind::Binary;
+    if (code == 1005) return ValueKind::Handle;
+    if (code <= 1009) return ValueKind::Text;
+    if (code <= 1059) return ValueKind::Double;
+    if (code <= 1070) return ValueKind::Int16;
+    if (code == 1071) return ValueKind::Int32;
+    return ValueKind::Text;
+}
+
+bool IsPointerCode(int code) {
+    return (code >= 320 && code <= 369) || (code >= 390 && code <= 399) || code == 480 ||
+           code == 481 || code == 1005;
+}
+
+}  // namespace cad

@@ -1,0 +1,243 @@
+#include "cad/Tagger.h"
+
+#include <cstring>
+#include <fmt/format.h>
+
+#include "cad/GroupCode.h"
+
+namespace cad {
+namespace {
+
+constexpr std::size_t kMaxNotes = 100;
+constexpr std::string_view kBinarySentinel("AutoCAD Binary DXF\r\n\x1a\0", 22);
+
+bool IsBlank(char c) { return c == ' ' || c == '\t' || c == '\r'; }
+
+std::string_view TrimBlanks(std::string_view s) {
+    while (!s.empty() && IsBlank(s.front())) s.remove_prefix(1);
+    while (!s.empty() && IsBlank(s.back())) s.remove_suffix(1);
+    return s;
+}
+
+// Parses a group code; false for anything but an optional sign and digits.
+bool ParseCode(std::string_view s, int& code) {
+    if (s.empty()) return false;
+    bool negative = s.front() == '-';
+    if (negative || s.front() == '+') s.remove_prefix(1);
+    if (s.empty() || s.size() > 6) return false;
+    int value = 0;
+    for (char c : s) {
+        if (c < '0' || c > '9') return false;
+        value = value * 10 + (c - '0');
+    }
+    code = negative ? -value : value;
+    return true;
+}
+
+// How a numeric value reads: a number, a number followed by junk, or no number at all.
+// Integers are checked as loosely as reals: Pro/ENGINEER writes "1.0" for integer codes.
+enum class NumberForm { Clean, TrailingJunk, NotANumber };
+
+NumberForm CheckNumber(std::string_view s) {
+    s = TrimBlanks(s);
+    std::size_t i = 0;
+    while (i < s.size() && ((s[i] >= '0' && s[i] <= '9') || s[i] == '-' || s[i] == '+' || s[i] == '.' ||
+                            s[i] == 'e' || s[i] == 'E'))
+        ++i;
+    bool digits = false;
+    for (std::size_t k = 0; k < i; ++k) digits = digits || (s[k] >= '0' && s[k] <= '9');
+    if (!digits) return NumberForm::NotANumber;
+    return i == s.size() ? NumberForm::Clean : NumberForm::TrailingJunk;
+}
+
+std::string Printable(std::string_view s) {
+    std::string out;
+    for (char c : s.substr(0, 40)) out += (static_cast<unsigned char>(c) < 32) ? '?' : c;
+    if (s.size() > 40) out += "...";
+    return out;
+}
+
+base::Status ScanAscii(std::string_view bytes, std::string_view fileName, TagStream& out) {
+    const char* data = bytes.data();
+    const std::size_t n = bytes.size();
+    std::size_t pos = 0;
+    if (n >= 3 && std::memcmp(data, "\xEF\xBB\xBF", 3) == 0) pos = 3;  // a UTF-8 mark from editors
+    out.prefix = static_cast<std::uint32_t>(pos);
+    std::size_t line = 1;
+    auto fail = [&](std::size_t at, const std::string& why) {
+        return base::Status::Error(fmt::format("{}: line {}: {}", fileName, at, why));
+    };
+    while (pos < n) {
+        const char* nl = static_cast<const char*>(std::memchr(data + pos, '\n', n - pos));
+        std::size_t lineEnd = nl ? static_cast<std::size_t>(nl - data) : n;
+        std::string_view codeText = TrimBlanks(bytes.substr(pos, lineEnd - pos));
+        if (codeText.empty() || codeText == "\x1a") {
+            // Blank lines or a DOS end mark after the last tag are trailing bytes, not a tag.
+            std::size_t k = pos;
+            while (k < n && (IsBlank(data[k]) || data[k] == '\n' || data[k] == '\x1a')) ++k;
+            if (k == n) break;
+            return fail(line, "empty group code line");
+        }
+        int code = 0;
+        if (!ParseCode(codeText, code))
+            return fail(line, fmt::format("invalid group code \"{}\"", Printable(codeText)));
+        if (code < 0 || code > 1071)
+            return fail(line, fmt::format("group code {} is out of range", code));
+        if (!nl)
+            return fail(line, fmt::format("group code {} has no value: the file ends after it", code));
+        std::size_t valueStart = lineEnd + 1;
+        const char* vnl = static_cast<const char*>(std::memchr(data + valueStart, '\n', n - valueStart));
+        std::size_t valueEnd = vnl ? static_cast<std::size_t>(vnl - data) : n;
+        std::string_view value = bytes.substr(valueStart, valueEnd - valueStart);
+        ValueKind kind = KindOfCode(code);
+        if (kind == ValueKind::Double || IsIntegerKind(kind)) {
+            NumberForm form = CheckNumber(value);
+            if (form == NumberForm::NotANumber)
+                return fail(line + 1, fmt::format("value \"{}\" of group code {} is not a number",
+                                                  Printable(value), code));
+            // Some writers (QCAD's dxflib) leave junk behind a number; the number counts.
+            if (form == NumberForm::TrailingJunk && out.notes.size() < kMaxNotes)
+                out.notes.push_back(fmt::format("{}: line {}: value \"{}\" of group code {} is read as its leading number",
+                                                fileName, line + 1, Printable(value), code));
+        }
+        out.tags.push_back({static_cast<std::uint32_t>(pos), code});
+        pos = vnl ? valueEnd + 1 : n;
+        line += 2;
+        if (code == 0 && TrimBlanks(value) == "EOF") {
+            out.sawEof = true;
+            break;
+        }
+    }
+    out.tags.push_back({static_cast<std::uint32_t>(pos), -1});
+    return base::Status::Ok();
+}
+
+// True when a plausible group code starts at `pos`, or the buffer ends there.
+bool NextCodeFits(const unsigned char* data, std::size_t n, std::size_t pos, bool twoByte) {
+    if (pos == n) return true;
+    if (twoByte) {
+        if (pos + 2 > n) return false;
+        int code = static_cast<std::int16_t>(data[pos] | (data[pos + 1] << 8));
+        return code >= 0 && code <= 1071;
+    }
+    if (pos >= n) return false;
+    if (data[pos] != 255) return true;
+    if (pos + 3 > n) return false;
+    int code = static_cast<std::int16_t>(data[pos + 1] | (data[pos + 2] << 8));
+    return code >= 0 && code <= 1071;
+}
+
+base::Status ScanBinary(std::string_view bytes, std::string_view fileName, TagStream& out) {
+    const auto* data = reinterpret_cast<const unsigned char*>(bytes.data());
+    const std::size_t n = bytes.size();
+    std::size_t pos = kBinarySentinel.size();
+    out.prefix = static_cast<std::uint32_t>(pos);
+    // Releases from R13 on write two-byte group codes; R12 writes one byte, 255 escaping a
+    // two-byte code. The first tag is always 0/SECTION, so its second byte tells them apart.
+    bool twoByte = n >= pos + 2 && data[pos] == 0 && data[pos + 1] == 0;
+    out.form = twoByte ? DxfForm::Binary : DxfForm::BinaryR12;
+    auto fail = [&](std::size_t at, const std::string& why) {
+        return base::Status::Error(fmt::format("{}: byte offset {}: {}", fileName, at, why));
+    };
+    while (pos < n) {
+        std::size_t start = pos;
+        int code = 0;
+        if (twoByte || data[pos] == 255) {
+            std::size_t at = twoByte ? pos : pos + 1;
+            if (at + 2 > n) return fail(start, "the file ends inside a group code");
+            code = static_cast<std::int16_t>(data[at] | (data[at + 1] << 8));
+            pos = at + 2;
+        } else {
+            code = data[pos++];
+        }
+        if (code < 0 || code > 1071)
+            return fail(start, fmt::format("group code {} is out of range", code));
+        std::size_t size = 0;
+        ValueKind kind = KindOfCode(code);
+        switch (kind) {
+            case ValueKind::Text:
+            case ValueKind::Handle: {
+                const void* z = std::memchr(data + pos, 0, n - pos);
+                if (!z) return fail(start, fmt::format("the text of group code {} has no end", code));
+                size = static_cast<const unsigned char*>(z) - (data + pos) + 1;
+                break;
+            }
+            case ValueKind::Double: size = 8; break;
+            case ValueKind::Int16: size = 2; break;
+            case ValueKind::Int32: size = 4; break;
+            case ValueKind::Int64: size = 8; break;
+            case ValueKind::Bool: size = 1; break;
+            case ValueKind::Binary:
+                if (pos >= n) return fail(start, fmt::format("group code {} has no value", code));
+                size = 1 + data[pos];
+                break;
+        }
+        if (kind != ValueKind::Text && kind != ValueKind::Handle && kind != ValueKind::Binary &&
+            !NextCodeFits(data, n, pos + size, twoByte)) {
+            // Some writers (LibreCAD) store a number in the wrong width; the width after which
+            // a sensible group code follows is the one the writer used.
+            for (std::size_t other : {2, 4, 8, 1}) {
+                if (other != size && NextCodeFits(data, n, pos + other, twoByte)) {
+                    size = other;
+                    break;
+                }
+            }
+        }
+        if (pos + size > n)
+            return fail(start, fmt::format("the file ends inside the value of group code {}", code));
+        out.tags.push_back({static_cast<std::uint32_t>(start), code});
+        bool eof = code == 0 && size == 4 && std::memcmp(data + pos, "EOF", 4) == 0;
+        pos += size;
+        if (eof) {
+            out.sawEof = true;
+            break;
+        }
+    }
+    out.tags.push_back({static_cast<std::uint32_t>(pos), -1});
+    return base::Status::Ok();
+}
+
+}  // namespace
+
+base::Status ScanTags(std::string_view bytes, std::string_view fileName, TagStream& out) {
+    out = TagStream();
+    if (bytes.size() >= 0xFFFFFFFFull)
+        return base::Status::Error(fmt::format("{}: the file is too large (4 GiB or more)", fileName));
+    // About one tag per 8 bytes is typical of ASCII files; reserving avoids regrowth copies.
+    bool binary = bytes.substr(0, kBinarySentinel.size()) == kBinarySentinel;
+    out.tags.reserve(bytes.size() / (binary ? 10 : 12) + 16);
+    if (binary) {
+        out.form = DxfForm::Binary;
+        return ScanBinary(bytes, fileName, out);
+    }
+    out.form = DxfForm::Ascii;
+    return ScanAscii(bytes, fileName, out);
+}
+
+std::string_view RawValue(std::string_view bytes, const TagStream& stream, std::size_t index) {
+    const RawTag& tag = stream.tags[index];
+    std::size_t end = stream.tags[index + 1].start;
+    if (stream.form == DxfForm::Ascii) {
+        const char* data = bytes.data();
+        const char* nl = static_cast<const char*>(std::memchr(data + tag.start, '\n', end - tag.start));
+        std::size_t begin = nl ? static_cast<std::size_t>(nl - data) + 1 : end;
+        if (end > begin && data[end - 1] == '\n') --end;
+        if (end > begin && data[end - 1] == '\r') --end;
+        return bytes.substr(begin, end - begin);
+    }
+    std::size_t begin = tag.start + (stream.form == DxfForm::Binary ? 2 : (static_cast<unsigned char>(bytes[tag.start]) == 255 ? 3 : 1));
+    switch (KindOfCode(tag.code)) {
+        case ValueKind::Text:
+        case ValueKind::Handle: return bytes.substr(begin, end - begin - 1);
+        case ValueKind::Binary: return bytes.substr(begin + 1, end - begin - 1);
+        default: return bytes.substr(begin, end - begin);
+    }
+}
+
+std::size_t LineOfOffset(std::string_view bytes, std::size_t offset) {
+    std::size_t line = 1;
+    for (std::size_t i = 0; i < offset && i < bytes.size(); ++i) line += bytes[i] == '\n';
+    return line;
+}
+
+}  // namespace cad
