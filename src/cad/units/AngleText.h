@@ -27,7 +27,7 @@ base::Result<std::string> AngleText(double angle, int units, int precision,
 // The angle, in radians in [0, 2pi), that text means; a bare number is in the units' own measure
 // (degrees for 0, 1 and 4, grads for 2, radians for 3, -1: settings.aunits). In every mode the
 // marked forms are read too: 45d30'15", 45°30', 50g, 1.2r, and bearings N 45d30' E, N45dE, S 45 W,
-// N, E, S, W. A sign may lead an unmarked or marked angle. Fails with the text and the place.
+// N, E, S, W (a bare number in a bearing is degrees). A sign may lead an unmarked or marked angle. Fails with the text and the place.
 base::Result<double> TextToAngle(std::string_view text, int units, const UnitSettings& settings);
 
 // An absolute angle as measured from $ANGBASE in the $ANGDIR sense, in [0, 2pi).

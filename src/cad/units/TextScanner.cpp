@@ -2,6 +2,8 @@
 
 #include <charconv>
 #include <cmath>
+#include <cstdlib>
+#include <string>
 
 namespace cad {
 namespace {
@@ -51,7 +53,13 @@ bool TextScanner::ScanReal(double& value) {
     }
     double parsed = 0.0;
     auto [end, ec] = std::from_chars(text_.data() + start, text_.data() + p, parsed);
-    if (ec != std::errc() || end != text_.data() + p || !std::isfinite(parsed)) return false;
+    if (ec == std::errc::result_out_of_range) {
+        // Too small to hold is zero, as the C library reads it; too large is no number.
+        parsed = std::strtod(std::string(text_.substr(start, p - start)).c_str(), nullptr);
+        if (parsed != 0.0) return false;
+    } else if (ec != std::errc() || end != text_.data() + p || !std::isfinite(parsed)) {
+        return false;
+    }
     value = parsed;
     pos_ = p;
     return true;

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <limits>
 #include <numbers>
+#include <random>
 #include <ostream>
 #include <string>
 
@@ -249,6 +250,22 @@ INSTANTIATE_TEST_SUITE_P(Failures, TextToAngleRefuses, testing::Values(
     FromTextCase{"NE", 4, 0}, FromTextCase{"-N 45d E", 4, 0}, FromTextCase{"45 30", 0, 0},
     FromTextCase{"45g30'", 2, 0}, FromTextCase{"1/2", 0, 0}, FromTextCase{"1e999", 0, 0},
     FromTextCase{"nan", 0, 0}, FromTextCase{"Ex", 4, 0}, FromTextCase{"N -45d E", 4, 0}));
+
+TEST(TextToAngle, AnyTextGivesAnAngleOfOneTurnOrAFailure) {
+    std::mt19937 random(7);
+    const std::string alphabet = "0123456789.-+'\" eEdDrRgGnNsSwW\xC2\xB0x\t";
+    for (int i = 0; i < 20000; ++i) {
+        std::string text;
+        int length = static_cast<int>(random() % 12);
+        for (int j = 0; j < length; ++j) text += alphabet[random() % alphabet.size()];
+        for (int units = 0; units <= 4; ++units) {
+            auto radians = TextToAngle(text, units, UnitSettings());
+            if (!radians.IsOk()) continue;
+            EXPECT_GE(*radians, 0.0) << text;
+            EXPECT_LT(*radians, 2 * kPi) << text;
+        }
+    }
+}
 
 TEST(TextToAngle, RefusesUnknownUnits) {
     EXPECT_FALSE(TextToAngle("1", 5, UnitSettings()).IsOk());

@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <limits>
+#include <random>
 #include <ostream>
 #include <string>
 
@@ -259,7 +260,8 @@ INSTANTIATE_TEST_SUITE_P(Numbers, TextToDistanceReads, testing::Values(
     FromTextCase{"-17 1/2", 5, -17.5},
     FromTextCase{"1E-3", 1, 0.001},
     FromTextCase{"100000000000000000000", 2, 1e20},
-    FromTextCase{"0", 2, 0.0}));
+    FromTextCase{"0", 2, 0.0},
+    FromTextCase{"1e-400", 2, 0.0}));
 
 INSTANTIATE_TEST_SUITE_P(FeetAndInches, TextToDistanceReads, testing::Values(
     FromTextCase{"1'5-1/2\"", 4, 17.5},
@@ -314,6 +316,22 @@ INSTANTIATE_TEST_SUITE_P(Failures, TextToDistanceRefuses, testing::Values(
     FromTextCase{"1'-", 4, 0}, FromTextCase{"1'-5\"x", 4, 0}, FromTextCase{"1'2'", 4, 0},
     FromTextCase{"12,5", 2, 0}, FromTextCase{"0x10", 2, 0}, FromTextCase{"1e", 2, 0},
     FromTextCase{"-", 2, 0}, FromTextCase{"\"", 4, 0}, FromTextCase{"5\"\"", 4, 0}));
+
+// Whatever a cell holds, reading it never crashes and never gives a number that isn't finite.
+TEST(TextToDistance, AnyTextGivesAFiniteNumberOrAFailure) {
+    std::mt19937 random(4);
+    const std::string alphabet = "0123456789.-+/'\" eE dDrgNSWx\t";
+    for (int i = 0; i < 20000; ++i) {
+        std::string text;
+        int length = static_cast<int>(random() % 12);
+        for (int j = 0; j < length; ++j) text += alphabet[random() % alphabet.size()];
+        for (int units = 1; units <= 5; ++units) {
+            auto value = TextToDistance(text, units, UnitSettings());
+            if (!value.IsOk()) continue;
+            EXPECT_TRUE(std::isfinite(*value)) << text;
+        }
+    }
+}
 
 TEST(TextToDistance, RefusesUnknownUnits) {
     EXPECT_FALSE(TextToDistance("1", 0, UnitSettings()).IsOk());
