@@ -22,12 +22,6 @@ double Normalize(double angle) {
     return reduced >= kTurn ? 0.0 : reduced;
 }
 
-std::uint64_t Power10(int exponent) {
-    std::uint64_t power = 1;
-    while (exponent-- > 0) power *= 10;
-    return power;
-}
-
 // A decimal angle in degrees, grads or radians; turn is the full circle in that measure.
 void AppendDecimalAngle(std::string& out, double value, double turn, int precision, int dimzin) {
     DecimalDigits digits(value);
@@ -50,11 +44,17 @@ struct DmsRounding {
 DmsRounding DmsFor(int precision) {
     precision = std::min(precision, kMaxDmsPrecision);
     DmsRounding rounding;
-    if (precision >= 1) rounding.level = 1, rounding.perDegree = 60;
-    if (precision >= 3) rounding.level = 2, rounding.perDegree = 3600;
+    if (precision >= 1) {
+        rounding.level = 1;
+        rounding.perDegree = 60;
+    }
+    if (precision >= 3) {
+        rounding.level = 2;
+        rounding.perDegree = 3600;
+    }
     if (precision >= 5) {
         rounding.decimals = precision - 4;
-        rounding.perDegree = 3600 * Power10(rounding.decimals);
+        rounding.perDegree = 3600 * PowerOfTen(rounding.decimals);
     }
     return rounding;
 }

@@ -118,6 +118,12 @@ std::optional<std::uint64_t> RoundScaled(double value, int decimals) {
     return digits.Scaled(decimals);
 }
 
+std::uint64_t PowerOfTen(int exponent) {
+    std::uint64_t power = 1;
+    while (exponent-- > 0) power *= 10;
+    return power;
+}
+
 void AppendScaled(std::string& out, std::uint64_t scaled, int decimals) {
     char digits[24];
     auto [end, ec] = std::to_chars(digits, digits + sizeof digits, scaled);

@@ -44,6 +44,9 @@ private:
 // nothing when it has more than 18 digits.
 std::optional<std::uint64_t> RoundScaled(double value, int decimals);
 
+// 10^exponent for exponent 0..19.
+std::uint64_t PowerOfTen(int exponent);
+
 // Appends an integer scaled by 10^decimals as "int.frac" with exactly `decimals` places.
 void AppendScaled(std::string& out, std::uint64_t scaled, int decimals);
 

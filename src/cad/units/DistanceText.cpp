@@ -3,6 +3,7 @@
 #include "cad/units/DecimalDigits.h"
 #include "cad/units/TextScanner.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <numeric>
@@ -44,14 +45,18 @@ void AppendScientific(std::string& out, double value, int precision, int dimzin)
 }
 
 void AppendDecimal(std::string& out, double value, int precision, int dimzin) {
+    auto scaled = RoundScaled(value, precision);
+    DecimalDigits digits(0.0);
+    if (!scaled) {
+        digits = DecimalDigits(value);
+        digits.RoundAt(precision);
+    }
+    bool zero = scaled ? *scaled == 0 : digits.IsZero();
+    if (value < 0 && !zero) out += '-';
     std::size_t from = out.size();
-    if (auto scaled = RoundScaled(value, precision)) {
-        if (value < 0 && *scaled != 0) out += '-', ++from;
+    if (scaled) {
         AppendScaled(out, *scaled, precision);
     } else {
-        DecimalDigits digits(value);
-        digits.RoundAt(precision);
-        if (value < 0 && !digits.IsZero()) out += '-', ++from;
         digits.AppendFixed(out, precision);
     }
     SuppressZeros(out, from, dimzin);
@@ -67,10 +72,15 @@ struct FeetInches {
 
 // Joins feet and inches the way $DIMZIN 0-3 wants them: 0 drops zero feet and zero inches,
 // 1 keeps both, 2 drops zero inches, 3 drops zero feet. Something always shows.
+bool FeetShown(bool feetZero, int dimzin) {
+    int zin = dimzin & 3;
+    return !(feetZero && (zin == 0 || zin == 3));
+}
+
 void AppendFeetInches(std::string& out, bool negative, const FeetInches& parts,
                       const UnitSettings& settings) {
     int zin = settings.dimzin & 3;
-    bool showFeet = !(parts.feetZero && (zin == 0 || zin == 3));
+    bool showFeet = FeetShown(parts.feetZero, settings.dimzin);
     bool showInches = !(parts.inchesZero && (zin == 0 || zin == 2));
     if (!showFeet && !showInches) showInches = true;
     if (negative && !(parts.feetZero && parts.inchesZero)) out += '-';
@@ -85,7 +95,7 @@ void AppendFeetInches(std::string& out, bool negative, const FeetInches& parts,
     }
 }
 
-// Whole feet of a magnitude too large for scaled integers, where doubles hold no fractions.
+// Feet and inches of a magnitude whose scaled count of places would pass 18 digits.
 FeetInches HugeFeetInches(double magnitude, int decimals) {
     FeetInches parts;
     double inches = std::fmod(magnitude, 12.0);
@@ -108,8 +118,7 @@ void AppendEngineering(std::string& out, double value, int precision,
     double magnitude = std::fabs(value);
     FeetInches parts;
     if (auto scaled = RoundScaled(magnitude, precision)) {
-        std::uint64_t unit = 1;
-        for (int i = 0; i < precision; ++i) unit *= 10;
+        std::uint64_t unit = PowerOfTen(precision);
         std::uint64_t feet = *scaled / (12 * unit);
         std::uint64_t inches = *scaled % (12 * unit);
         parts.feet = std::to_string(feet);
@@ -175,10 +184,8 @@ void AppendArchitectural(std::string& out, double value, int precision,
     DecimalDigits(feet).AppendFixed(parts.feet, 0);
     parts.feetZero = feet == 0.0;
     parts.inchesZero = inches.whole == 0.0 && inches.numerator == 0;
-    int zin = settings.dimzin & 3;
-    bool feetShown = !(parts.feetZero && (zin == 0 || zin == 3));
     // "0 1/2" only beside shown feet: 1'-0 1/2", but 1/2" alone.
-    AppendFraction(parts.inches, inches, !feetShown, settings);
+    AppendFraction(parts.inches, inches, !FeetShown(parts.feetZero, settings.dimzin), settings);
     AppendFeetInches(out, value < 0, parts, settings);
 }
 
