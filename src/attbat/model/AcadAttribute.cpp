@@ -1,0 +1,13 @@
+#include "attbat/model/AcadAttribute.h"
+
+#include "attbat/model/PropertyTable.h"
+#include "base/Text.h"
+
+namespace attbat {
+
+AcadAttribute::AcadAttribute(std::string tag, std::string_view value, int kind)
+    : tag(std::move(tag)), value(base::Trim(value)), kind(kind) {}
+
+std::string AcadAttribute::DisplayName() const { return DupName(tag, dupIndex); }
+
+}  // namespace attbat

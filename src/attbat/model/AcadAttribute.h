@@ -1,0 +1,29 @@
+#pragma once
+// One value on one block reference: an attribute, a dynamic property or one of the nine
+// pseudo-properties. A plain value, copied freely; nothing in it points into a drawing.
+#include <string>
+#include <string_view>
+
+namespace attbat {
+
+class AcadAttribute {
+public:
+    AcadAttribute() = default;
+    // Trims blanks around `value`; handle, prompt and flags stay empty or 0.
+    AcadAttribute(std::string tag, std::string_view value, int kind);
+
+    // The column name of this value: the tag, or "%s_Dup(%d)" for a later one of its tag.
+    std::string DisplayName() const;
+
+    int dupIndex = 0;        // 0 for the first of its tag on the reference (case counts), 1...
+    std::string prompt;      // prompt of the matching definition, or empty
+    std::string handle;      // the attribute entity's handle; empty for a property
+    int invisible = 0;
+    int constant = 0;
+    int isDistance = 0;      // a dynamic distance property holding a real: the text is a length
+    std::string tag;         // attribute tag, dynamic property name or long property name
+    std::string value;
+    int kind = 0;            // 0 attribute or dynamic property, else the property's bit
+};
+
+}  // namespace attbat

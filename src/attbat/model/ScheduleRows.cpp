@@ -1,0 +1,405 @@
+#include "attbat/model/ScheduleRows.h"
+
+#include <unordered_map>
+#include <utility>
+
+#include "attbat/model/AcadBlockArray.h"
+#include "attbat/model/AcadBlockFilter.h"
+#include "attbat/model/AcadBlockView.h"
+#include "attbat/model/DrawingContext.h"
+#include "attbat/model/PropertyTable.h"
+#include "base/Format.h"
+#include "base/Text.h"
+#include "base/Wildcard.h"
+
+namespace attbat {
+namespace {
+
+// "%s<%s%c%s>" of drawing, handle, cut and field: "%s<%s_%s>" for attributes and "%s<%s:%s>"
+// for properties. Built by hand because a schedule makes one per cell.
+std::string KeyText(const AcadBlockRef& row, char cut, std::string_view field) {
+    std::string key;
+    key.reserve(row.dwgFile.size() + row.handle.size() + field.size() + 3);
+    key += row.dwgFile;
+    key += '<';
+    key += row.handle;
+    key += cut;
+    key += field;
+    key += '>';
+    return key;
+}
+
+// The field of an attribute's key: the tag for the first of its tag; for a later one the tag
+// with the attribute's own handle, or the "%s_Dup(%d)" name when it has none. Under
+// promptAsHeader the "%s(%s)" form of tag and handle is the same text.
+std::string AttributeField(const AcadAttribute& attribute) {
+    if (attribute.dupIndex < 1) return attribute.tag;
+    if (!attribute.handle.empty()) return base::Sprintf("%s(%s)", attribute.tag, attribute.handle);
+    return DupName(attribute.tag, attribute.dupIndex);
+}
+
+// Whether an attribute belongs to a column named by tag: the first of its tag by the tag, a
+// later one by its "%s_Dup(%d)" name.
+bool MatchesColumn(const AcadAttribute& attribute, std::string_view column) {
+    if (attribute.dupIndex < 1) return attribute.tag == column;
+    // Cheap test first: the name must start with the tag.
+    if (column.size() <= attribute.tag.size() || column.compare(0, attribute.tag.size(),
+                                                                attribute.tag) != 0) {
+        return false;
+    }
+    return DupName(attribute.tag, attribute.dupIndex) == column;
+}
+
+// Value and key of the property cell `bit` of a row; `areaUnit` only for the outer area.
+void PropertyCell(const AcadBlockRef& row, int bit, int areaUnit, std::string& value,
+                  std::string& key, const DrawingContext& drawing) {
+    std::string shortKey;
+    switch (bit) {
+        case kPosX:
+        case kPosY:
+        case kPosZ: {
+            const double coordinate = bit == kPosX   ? row.position.x
+                                      : bit == kPosY ? row.position.y
+                                                     : row.position.z;
+            // Decimal units show an exact zero as "0", not as "0.0000".
+            value = drawing.LinearUnits() == 2 && coordinate == 0.0
+                        ? std::string("0")
+                        : drawing.DistanceText(coordinate, row.lunits, -1);
+            shortKey = bit == kPosX ? "PosX" : bit == kPosY ? "PosY" : "PosZ";
+            break;
+        }
+        case kScaleX:
+        case kScaleY:
+        case kScaleZ: {
+            const double factor = bit == kScaleX   ? row.scale.x
+                                  : bit == kScaleY ? row.scale.y
+                                                   : row.scale.z;
+            value = base::Sprintf("%G", factor);
+            shortKey = bit == kScaleX ? "ScaleX" : bit == kScaleY ? "ScaleY" : "ScaleZ";
+            break;
+        }
+        case kRotation:
+            value = drawing.AngleText(row.rotation, row.aunits, -1);
+            shortKey = "Rotation";
+            break;
+        case kLayer:
+            value = row.layer.name;
+            shortKey = "Layer";
+            break;
+        default: {
+            const double area = row.outerArea;
+            if (area < 1e-5) {
+                value = "N.A.";
+            } else if (areaUnit == 1) {
+                value = drawing.DistanceText(area, 2, 2);
+            } else if (areaUnit == 2) {
+                value = drawing.DistanceText(area / 144.0, 2, 4);
+            } else if (areaUnit == 3) {
+                value = drawing.DistanceText(area * 0.0254 * 0.0254, 2, 4);
+            } else {
+                value = base::Sprintf("%.2f", area);
+            }
+            shortKey = AreaShortKey(areaUnit);
+            break;
+        }
+    }
+    key = KeyText(row, ':', shortKey);
+}
+
+// Bit of a column named by a long property name (the outer area by its leading characters, so
+// that its unit forms match too); 0 for an attribute column.
+int PropertyBitOfColumn(std::string_view column) {
+    const AcadAttributeArray& table = PropertyTable();
+    for (const AcadAttribute& property : table) {
+        if (property.kind != kOuterArea && base::EqualNoCase(column, property.tag)) {
+            return property.kind;
+        }
+    }
+    if (base::EqualNoCase(base::Left(column, static_cast<long>(kOuterAreaName.size())),
+                          kOuterAreaName)) {
+        return kOuterArea;
+    }
+    return 0;
+}
+
+void WriteHeader(RowTable& rows, RowTable& keys, const AcadBlockView& view,
+                 const CStringArrayEx& columns) {
+    CStringArrayEx header;
+    CStringArrayEx headerKeys;
+    if (view.showName) {
+        header.Add(std::string(view.identityColumn == 2 ? HeaderHandle : HeaderDwgFile));
+        headerKeys.Add(std::string());
+    }
+    header.Add(std::string(HeaderBlockName));
+    headerKeys.Add(std::string(BlockColumnMark));
+    if (view.showCount) {
+        header.Add(std::string(HeaderQuantity));
+        headerKeys.Add(std::string());
+    }
+    for (const std::string& column : columns) {
+        header.Add(column);
+        headerKeys.Add(std::string());
+    }
+    rows.Add(std::move(header));
+    keys.Add(std::move(headerKeys));
+}
+
+// Identical rows (cell for cell without regard to case, the count cell included) from `first`
+// on become their first row, with the keys of each cell joined line by line and the count cell
+// showing how many there were. Rows are grouped by their case-folded cells, so the result is
+// the one of comparing every row with every later row, in linear time.
+void MergeRows(RowTable& rows, RowTable& keys, int first, const AcadBlockView& view) {
+    const int total = rows.GetSize();
+    std::vector<CStringArrayEx> keptRows;
+    std::vector<CStringArrayEx> keptKeys;
+    std::vector<int> counts;
+    std::unordered_map<std::string, std::size_t> groupOf;
+    std::string signature;
+    for (int i = first; i < total; ++i) {
+        CStringArrayEx& row = rows[i];
+        signature.clear();
+        for (const std::string& cell : row) {
+            const std::string folded = base::FoldCase(cell);
+            signature += std::to_string(folded.size());
+            signature += ':';
+            signature += folded;
+        }
+        const auto [at, isNew] = groupOf.try_emplace(signature, keptRows.size());
+        if (isNew) {
+            keptRows.push_back(std::move(row));
+            keptKeys.push_back(std::move(keys[i]));
+            counts.push_back(1);
+            continue;
+        }
+        CStringArrayEx& keptKey = keptKeys[at->second];
+        const CStringArrayEx& rowKey = keys[i];
+        const int cells = std::min(keptKey.GetSize(), rowKey.GetSize());
+        for (int c = 0; c < cells; ++c) {
+            if (!keptKey[c].empty() && !rowKey[c].empty()) {
+                keptKey[c] += '\n';
+                keptKey[c] += rowKey[c];
+            }
+        }
+        ++counts[at->second];
+    }
+    rows.SetSize(first);
+    keys.SetSize(first);
+    const int countCell = view.showName ? 2 : 1;
+    for (std::size_t k = 0; k < keptRows.size(); ++k) {
+        CStringArrayEx& row = keptRows[k];
+        if (row.GetSize() > 1 && view.showCount && countCell < row.GetSize()) {
+            row[countCell] = base::Sprintf("%d", counts[k]);
+        }
+        rows.Add(std::move(row));
+        keys.Add(std::move(keptKeys[k]));
+    }
+}
+
+}  // namespace
+
+void BuildRows(AcadBlockArray& blockArray, RowTable& rows, RowTable& keys, AcadBlockView& view,
+               const AcadBlockFilter& filter, const CStringArrayEx& names,
+               const DrawingContext& drawing) {
+    blockArray.BuildColumns(view);
+    bool firstHeader = true;
+    for (const std::string& name : names) {
+        std::vector<AcadBlock*> found;
+        blockArray.FindAllByName(name, found);
+        const std::vector<const AcadBlock*> blocks(found.begin(), found.end());
+        AddGroup(blockArray, rows, keys, view, filter, blocks, firstHeader, drawing);
+    }
+}
+
+void AddGroup(const AcadBlockArray& blockArray, RowTable& rows, RowTable& keys,
+              const AcadBlockView& view, const AcadBlockFilter& filter,
+              const std::vector<const AcadBlock*>& blocks, bool& firstHeader,
+              const DrawingContext& drawing) {
+    if (blocks.empty()) return;
+    CStringArrayEx ownColumns;
+    if (view.headerStyle != 0) ownColumns = view.ColumnsOf(blocks);
+    const CStringArrayEx& columns = view.headerStyle != 0 ? ownColumns : view.columns;
+
+    // Without a header of its own, the group's first data row carries the block column mark.
+    bool markPending = false;
+    bool headerWritten = false;
+    if (!view.includeHeader) {
+        markPending = true;
+    } else if (view.headerStyle == 0 && firstHeader) {
+        WriteHeader(rows, keys, view, columns);
+        headerWritten = true;
+        firstHeader = false;
+    } else if (view.headerStyle != 0) {
+        WriteHeader(rows, keys, view, columns);
+        headerWritten = true;
+    } else {
+        markPending = true;
+    }
+
+    const int firstData = rows.GetSize();
+    for (const AcadBlock* block : blocks) {
+        if (!BlockPassesFilter(*block, filter)) continue;
+        for (const AcadBlockRef& row : block->refs) {
+            if (!RowPassesFilter(row, blockArray.layers, filter, drawing)) continue;
+            CStringArrayEx values;
+            CStringArrayEx rowKeys;
+            if (view.showName) {
+                if (view.identityColumn == 2) {
+                    values.Add(row.handle);
+                    rowKeys.Add(std::string());
+                } else {
+                    std::string identity = block->dwgFile;
+                    if (view.identityColumn == 1 && !row.ownerName.empty()) {
+                        identity += '|';
+                        identity += row.ownerName;
+                    }
+                    values.Add(std::move(identity));
+                    rowKeys.Add(std::string(CurrentDrawingMark));
+                }
+            }
+            values.Add(block->name);
+            rowKeys.Add(markPending ? std::string(BlockColumnMark) : std::string());
+            markPending = false;
+            if (view.showCount) {
+                values.Add(std::string("1"));
+                rowKeys.Add(std::string());
+            }
+            for (const std::string& column : columns) {
+                std::string value;
+                std::string key;
+                CellText(row, column, value, key, view, drawing);
+                values.Add(std::move(value));
+                rowKeys.Add(std::move(key));
+            }
+            rows.Add(std::move(values));
+            keys.Add(std::move(rowKeys));
+        }
+    }
+
+    if (rows.GetSize() == firstData) {
+        // A block header over no rows would stand alone in the sheet.
+        if (headerWritten && view.headerStyle != 0) {
+            rows.RemoveAt(firstData - 1);
+            keys.RemoveAt(firstData - 1);
+        }
+        return;
+    }
+    if (view.combineItems) MergeRows(rows, keys, firstData, view);
+}
+
+bool CellText(const AcadBlockRef& row, std::string_view column, std::string& valueOut,
+              std::string& keyOut, const AcadBlockView& view, const DrawingContext& drawing) {
+    valueOut.clear();
+    keyOut.clear();
+    if (const int bit = PropertyBitOfColumn(column); bit != 0) {
+        PropertyCell(row, bit, view.areaUnit, valueOut, keyOut, drawing);
+        return true;
+    }
+    const bool skipEmpty = !view.noValueTags.IsEmpty();
+    for (const AcadAttribute& attribute : row.attributes) {
+        if (skipEmpty && attribute.value.empty()) continue;
+        const bool match = view.promptAsHeader ? attribute.prompt == column
+                                               : MatchesColumn(attribute, column);
+        if (!match) continue;
+        valueOut = attribute.value;
+        // A constant attribute can't be written back, so its cell gets no key.
+        if (!attribute.constant) keyOut = KeyText(row, '_', AttributeField(attribute));
+        return true;
+    }
+    return false;
+}
+
+bool CellTextByKey(const AcadBlockRef& row, std::string_view shortKey, std::string& valueOut,
+                   std::string& keyOut, const AcadBlockView& view, bool isProperty,
+                   bool& isDistanceOut, const DrawingContext& drawing) {
+    valueOut.clear();
+    keyOut.clear();
+    isDistanceOut = false;
+    int bit = 0;
+    int areaUnit = 0;
+    if (isProperty) {
+        const int unit = AreaUnitOfShortKey(shortKey);
+        if (unit != 0 || base::EqualNoCase(shortKey, kOuterAreaKey)) {
+            bit = kOuterArea;
+            areaUnit = unit;
+        } else {
+            for (const AcadAttribute& property : PropertyTable()) {
+                if (property.kind != kOuterArea && base::EqualNoCase(shortKey, property.value)) {
+                    bit = property.kind;
+                }
+            }
+        }
+    } else if (base::EqualNoCase(shortKey, "Layer")) {
+        bit = kLayer;
+    }
+    if (bit != 0) {
+        PropertyCell(row, bit, areaUnit, valueOut, keyOut, drawing);
+        return true;
+    }
+    const bool skipEmpty = !view.noValueTags.IsEmpty();
+    for (const AcadAttribute& attribute : row.attributes) {
+        if (skipEmpty && attribute.value.empty()) continue;
+        if (attribute.tag != shortKey) continue;
+        valueOut = attribute.value;
+        if (!attribute.constant) keyOut = KeyText(row, '_', AttributeField(attribute));
+        isDistanceOut = attribute.isDistance != 0;
+        return true;
+    }
+    return false;
+}
+
+bool RowPassesFilter(const AcadBlockRef& row, const CStringArrayEx& layers,
+                     const AcadBlockFilter& filter, const DrawingContext& drawing) {
+    if (filter.currentSpaceOnly && row.ownerId != drawing.CurrentSpaceId()) return false;
+    if (!filter.incNested && !row.topLevel) return false;
+    if (!filter.incFrozen && row.layer.frozen) return false;
+    if (!filter.incLocked && row.layer.locked) return false;
+    if (!filter.incOff && row.layer.off) return false;
+    if (!layers.IsEmpty() && layers.FindString(row.layer.name, true) < 0) return false;
+    return true;
+}
+
+bool BlockPassesFilter(const AcadBlock& block, const AcadBlockFilter& filter) {
+    if (!filter.incXref && block.isXref) return false;
+    const std::string pattern = base::Trim(filter.blockPattern);
+    return pattern.empty() || base::WcMatch(block.name, pattern, true);
+}
+
+bool ParseKeyCell(std::string_view cell, CStringArrayEx& handles, std::string& tag,
+                  int& kindOut) {
+    // Handles hold no "_", so the first one is the cut and a tag may hold more.
+    std::size_t cut = cell.find('_');
+    bool isProperty = false;
+    if (cut == std::string_view::npos || cut < 1) {
+        cut = cell.find(':');
+        if (cut == std::string_view::npos || cut < 1) return false;
+        isProperty = true;
+    }
+    const std::string_view left = cell.substr(0, cut);
+    const std::string_view right = cell.substr(cut + 1);
+    if (left.empty() || right.empty()) return false;
+    tag = right;
+    kindOut = isProperty ? PropertyBitOf(right) : 0;
+    std::size_t start = 0;
+    while (start <= left.size()) {
+        std::size_t end = left.find('|', start);
+        if (end == std::string_view::npos) end = left.size();
+        const std::string_view handle = left.substr(start, end - start);
+        if (!handle.empty() && handles.FindString(handle, true) < 0) {
+            handles.Add(std::string(handle));
+        }
+        start = end + 1;
+    }
+    return true;
+}
+
+void SplitPair(std::string_view text, std::string& first, std::string& second) {
+    const std::size_t at = text.find(Separator);
+    if (at == std::string_view::npos) {
+        second = text;
+        return;
+    }
+    first = text.substr(0, at);
+    second = text.substr(at + Separator.size());
+}
+
+}  // namespace attbat

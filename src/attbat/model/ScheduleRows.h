@@ -1,0 +1,76 @@
+#pragma once
+// Turning blocks into schedule rows: two tables of one shape, `rows` with what the user sees and
+// `keys` with the text that ties each cell back to a drawing, a reference and a field. Every
+// export writes the keys as cell comments and every import reads them back, so the literals and
+// forms here are shared by the whole program.
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "attbat/tables/Array.h"
+#include "attbat/tables/CStringArrayEx.h"
+
+namespace attbat {
+
+class AcadBlock;
+class AcadBlockArray;
+class AcadBlockFilter;
+class AcadBlockRef;
+class AcadBlockView;
+class DrawingContext;
+
+// A table of rows as both CDataTable and CStringTable hold them.
+using RowTable = Array<CStringArrayEx>;
+
+inline constexpr std::string_view HeaderHandle = "Handle";
+inline constexpr std::string_view HeaderDwgFile = "DWG File";
+inline constexpr std::string_view HeaderBlockName = "Block Name";
+inline constexpr std::string_view HeaderQuantity = "Quantity";
+// In `keys`, in the block name column of exactly one row of each group: where a table starts
+// and which column holds block names.
+inline constexpr std::string_view BlockColumnMark = "089153E6-B97A-470c-8974-E302E7F9BFF2";
+// In `keys`, in the identity column of each data row in file form: that column holds a path.
+inline constexpr std::string_view CurrentDrawingMark = "Velmar_CurrentDrawing";
+// What SplitPair cuts at.
+inline constexpr std::string_view Separator = "%}.{%";
+
+// Builds the columns (header style 0), then one group per name of `names`, in list order, over
+// the normal blocks of that name (an empty name takes them all). Appends to both tables.
+void BuildRows(AcadBlockArray& blockArray, RowTable& rows, RowTable& keys, AcadBlockView& view,
+               const AcadBlockFilter& filter, const CStringArrayEx& names,
+               const DrawingContext& drawing);
+// One group: its header (as header style, includeHeader and `firstHeader` say), one row per
+// reference that passes the filters, then merging of equal rows when combineItems is set.
+// An empty `blocks` adds nothing.
+void AddGroup(const AcadBlockArray& blockArray, RowTable& rows, RowTable& keys,
+              const AcadBlockView& view, const AcadBlockFilter& filter,
+              const std::vector<const AcadBlock*>& blocks, bool& firstHeader,
+              const DrawingContext& drawing);
+// The value and key of one cell of `row` under a column name; false (both empty) when the row
+// has nothing for that column.
+bool CellText(const AcadBlockRef& row, std::string_view column, std::string& valueOut,
+              std::string& keyOut, const AcadBlockView& view, const DrawingContext& drawing);
+// The same by short key ("PosX", "OPArea.sq.ft.", a tag): properties only when `isProperty`
+// ("Layer" always), attributes by tag alone; `isDistanceOut` tells a dynamic distance value.
+bool CellTextByKey(const AcadBlockRef& row, std::string_view shortKey, std::string& valueOut,
+                   std::string& keyOut, const AcadBlockView& view, bool isProperty,
+                   bool& isDistanceOut, const DrawingContext& drawing);
+// Whether a row counts: current space, nesting, layer states, then the layer list (empty passes
+// all; names compared without regard to case), in that order.
+bool RowPassesFilter(const AcadBlockRef& row, const CStringArrayEx& layers,
+                     const AcadBlockFilter& filter, const DrawingContext& drawing);
+// Whether a block counts: external references unless incXref, and the trimmed block pattern
+// (empty passes all) without regard to case.
+bool BlockPassesFilter(const AcadBlock& block, const AcadBlockFilter& filter);
+// Parses the inner text of a key ("2F3_DOOR", "2F3|2F9:PosX"): cut at the first "_" from
+// position 1, else at the first ":" from position 1, whose right side gives the property bit in
+// `kindOut` (0 for an attribute). Each non-empty handle left of the cut, split at "|", is added
+// to `handles` unless there already (without regard to case). False, adding nothing, when either
+// side is empty.
+bool ParseKeyCell(std::string_view cell, CStringArrayEx& handles, std::string& tag,
+                  int& kindOut);
+// Cuts `text` at Separator into `first` and `second`; without one the whole goes to `second`
+// and `first` stays as it was.
+void SplitPair(std::string_view text, std::string& first, std::string& second);
+
+}  // namespace attbat
