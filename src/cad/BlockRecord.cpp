@@ -72,7 +72,14 @@ Point3 BlockRecord::BasePoint() const {
 std::string BlockRecord::LayoutName() const {
     if (!db_) return {};
     Object layout = db_->ObjectByHandle(Record().GetHandleValue(340));
-    if (layout && layout.Type() == "LAYOUT") return layout.GetText(1);
+    if (layout && layout.Type() == "LAYOUT") {
+        // The plot settings come first with a 1 of their own; the name is the AcDbLayout one.
+        bool inLayout = false;
+        for (const Tag& t : layout.Tags()) {
+            if (t.code == 100) inLayout = t.value == "AcDbLayout";
+            else if (inLayout && t.code == 1) return t.value;
+        }
+    }
     if (IsModelSpace()) return "Model";
     return IsPaperSpace() ? "Layout1" : std::string();
 }

@@ -33,6 +33,8 @@ public:
     std::string Name() const;
     // The BLOCK_RECORD's handle, or the BLOCK's in R12 files; 0 for R12 model space.
     Handle GetHandle() const;
+    // The handle as text; "" when there is none.
+    std::string HandleString() const { return GetHandle() ? HandleText(GetHandle()) : std::string(); }
     // The BLOCK_RECORD; a null view in R12 files.
     Object Record() const;
     // The BLOCK entity; a null view for R12 model space.
