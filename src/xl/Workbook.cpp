@@ -137,9 +137,9 @@ base::Status Workbook::Init() {
     workbookPart_ = package_.TargetOf("", "officeDocument");
     if (workbookPart_.empty()) {
         std::string relsError = package_.RelsError("");
-        // Lenient: a package whose root relationships are lost still has its workbook.
+        if (!relsError.empty()) return base::Status::Error(relsError);
+        // Lenient: a package without a workbook relationship may still have the usual part.
         if (package_.Has("xl/workbook.xml")) workbookPart_ = package_.Find("xl/workbook.xml");
-        else if (!relsError.empty()) return base::Status::Error(relsError);
         else return base::Status::Error(label + ": no workbook part: the package holds no spreadsheet");
     }
     if (!package_.Has(workbookPart_))
