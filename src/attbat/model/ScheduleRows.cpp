@@ -122,6 +122,10 @@ int PropertyBitOfColumn(std::string_view column) {
     return 0;
 }
 
+bool ResolvedCellText(const AcadBlockRef& row, std::string_view column, int bit,
+                      std::string& valueOut, std::string& keyOut, const AcadBlockView& view,
+                      const DrawingContext& drawing);
+
 void WriteHeader(RowTable& rows, RowTable& keys, const AcadBlockView& view,
                  const CStringArrayEx& columns) {
     CStringArrayEx header;
@@ -159,10 +163,18 @@ void MergeRows(RowTable& rows, RowTable& keys, int first, const AcadBlockView& v
         CStringArrayEx& row = rows[i];
         signature.clear();
         for (const std::string& cell : row) {
-            const std::string folded = base::FoldCase(cell);
-            signature += std::to_string(folded.size());
-            signature += ':';
-            signature += folded;
+            // Each cell folded and ended by a byte no UTF-8 text holds, so cells can't run
+            // into each other.
+            for (std::size_t pos = 0; pos < cell.size();) {
+                const auto byte = static_cast<unsigned char>(cell[pos]);
+                if (byte < 0x80) {  // ASCII folds to itself or its lower case
+                    signature += static_cast<char>(byte >= 'A' && byte <= 'Z' ? byte + 32 : byte);
+                    ++pos;
+                } else {
+                    base::AppendUtf8(signature, base::FoldCase(base::DecodeUtf8(cell, pos)));
+                }
+            }
+            signature += '\xFF';
         }
         const auto [at, isNew] = groupOf.try_emplace(signature, keptRows.size());
         if (isNew) {
@@ -235,40 +247,46 @@ void AddGroup(const AcadBlockArray& blockArray, RowTable& rows, RowTable& keys,
         markPending = true;
     }
 
+    // Which columns are properties is decided once per group, not once per cell.
+    std::vector<int> columnBits;
+    columnBits.reserve(static_cast<std::size_t>(columns.GetSize()));
+    for (const std::string& column : columns) columnBits.push_back(PropertyBitOfColumn(column));
+
+    const int cellCount = (view.showName ? 1 : 0) + 1 + (view.showCount ? 1 : 0) +
+                          columns.GetSize();
     const int firstData = rows.GetSize();
     for (const AcadBlock* block : blocks) {
         if (!BlockPassesFilter(*block, filter)) continue;
         for (const AcadBlockRef& row : block->refs) {
             if (!RowPassesFilter(row, blockArray.layers, filter, drawing)) continue;
+            // Sized once: a row is filled by index rather than grown cell by cell.
             CStringArrayEx values;
             CStringArrayEx rowKeys;
+            values.SetSize(cellCount);
+            rowKeys.SetSize(cellCount);
+            int cell = 0;
             if (view.showName) {
                 if (view.identityColumn == 2) {
-                    values.Add(row.handle);
-                    rowKeys.Add(std::string());
+                    values[cell] = row.handle;
                 } else {
-                    std::string identity = block->dwgFile;
+                    std::string& identity = values[cell];
+                    identity = block->dwgFile;
                     if (view.identityColumn == 1 && !row.ownerName.empty()) {
                         identity += '|';
                         identity += row.ownerName;
                     }
-                    values.Add(std::move(identity));
-                    rowKeys.Add(std::string(CurrentDrawingMark));
+                    rowKeys[cell] = CurrentDrawingMark;
                 }
+                ++cell;
             }
-            values.Add(block->name);
-            rowKeys.Add(markPending ? std::string(BlockColumnMark) : std::string());
+            values[cell] = block->name;
+            if (markPending) rowKeys[cell] = BlockColumnMark;
             markPending = false;
-            if (view.showCount) {
-                values.Add(std::string("1"));
-                rowKeys.Add(std::string());
-            }
-            for (const std::string& column : columns) {
-                std::string value;
-                std::string key;
-                CellText(row, column, value, key, view, drawing);
-                values.Add(std::move(value));
-                rowKeys.Add(std::move(key));
+            ++cell;
+            if (view.showCount) values[cell++] = "1";
+            for (int c = 0; c < columns.GetSize(); ++c, ++cell) {
+                ResolvedCellText(row, columns[c], columnBits[static_cast<std::size_t>(c)],
+                                 values[cell], rowKeys[cell], view, drawing);
             }
             rows.Add(std::move(values));
             keys.Add(std::move(rowKeys));
@@ -288,9 +306,18 @@ void AddGroup(const AcadBlockArray& blockArray, RowTable& rows, RowTable& keys,
 
 bool CellText(const AcadBlockRef& row, std::string_view column, std::string& valueOut,
               std::string& keyOut, const AcadBlockView& view, const DrawingContext& drawing) {
+    return ResolvedCellText(row, column, PropertyBitOfColumn(column), valueOut, keyOut, view,
+                            drawing);
+}
+
+namespace {
+
+bool ResolvedCellText(const AcadBlockRef& row, std::string_view column, int bit,
+                      std::string& valueOut, std::string& keyOut, const AcadBlockView& view,
+                      const DrawingContext& drawing) {
     valueOut.clear();
     keyOut.clear();
-    if (const int bit = PropertyBitOfColumn(column); bit != 0) {
+    if (bit != 0) {
         PropertyCell(row, bit, view.areaUnit, valueOut, keyOut, drawing);
         return true;
     }
@@ -307,6 +334,8 @@ bool CellText(const AcadBlockRef& row, std::string_view column, std::string& val
     }
     return false;
 }
+
+}  // namespace
 
 bool CellTextByKey(const AcadBlockRef& row, std::string_view shortKey, std::string& valueOut,
                    std::string& keyOut, const AcadBlockView& view, bool isProperty,
