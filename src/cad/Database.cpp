@@ -16,6 +16,7 @@
 #include "cad/GroupCode.h"
 #include "cad/Object.h"
 #include "cad/SymbolRecord.h"
+#include "cad/units/UnitSettings.h"
 
 namespace cad {
 namespace {
@@ -745,6 +746,19 @@ base::Status Database::SetHeader(std::string_view name, const TagList& values) {
     EraseTagsAt(rec, k, old);
     for (std::size_t v = 0; v < values.size(); ++v) InsertTagAt(rec, k + v, values[v]);
     return base::Status::Ok();
+}
+
+UnitSettings Database::Units() const {
+    UnitSettings units;
+    units.lunits = static_cast<int>(HeaderInt("$LUNITS", units.lunits));
+    units.luprec = static_cast<int>(HeaderInt("$LUPREC", units.luprec));
+    units.aunits = static_cast<int>(HeaderInt("$AUNITS", units.aunits));
+    units.auprec = static_cast<int>(HeaderInt("$AUPREC", units.auprec));
+    units.angbase = HeaderReal("$ANGBASE", 0) * 3.14159265358979323846 / 180.0;
+    units.angdir = static_cast<int>(HeaderInt("$ANGDIR", units.angdir));
+    units.dimzin = static_cast<int>(HeaderInt("$DIMZIN", units.dimzin));
+    units.unitmode = static_cast<int>(HeaderInt("$UNITMODE", units.unitmode));
+    return units;
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -23,6 +23,7 @@ class BlockRecord;
 class Layer;
 class SymbolRecord;
 class Dictionary;
+struct UnitSettings;
 
 // Which section of the file an object stands in.
 enum class SectionKind : std::uint8_t { None, Header, Classes, Tables, Blocks, Entities, Objects, Other };
@@ -86,6 +87,10 @@ public:
     // Sets a header variable, adding it at the end of the header when missing; a file without
     // a header section gets one. Fails for an empty name or no values.
     base::Status SetHeader(std::string_view name, const TagList& values);
+    // The unit settings ($LUNITS, $LUPREC, $AUNITS, $AUPREC, $ANGBASE, $ANGDIR, $DIMZIN,
+    // $UNITMODE) with a new drawing's defaults for what the header lacks; $ANGBASE is kept in
+    // degrees in the file like every group 50 and comes out in radians.
+    UnitSettings Units() const;
 
     // ---- Symbol tables ("LAYER", "STYLE", "LTYPE", "APPID", "VIEW", "VPORT", "BLOCK_RECORD"...)
     // The records of a table in file order; empty when the table is missing.

@@ -173,11 +173,11 @@ base::Status ScanBinary(std::string_view bytes, std::string_view fileName, TagSt
                 break;
         }
         if (kind != ValueKind::Text && kind != ValueKind::Handle && kind != ValueKind::Binary &&
-            !NextCodeFits(data, n, pos + size, twoByte)) {
+            pos + size <= n && !NextCodeFits(data, n, pos + size, twoByte)) {
             // Some writers (LibreCAD) store a number in the wrong width; the width after which
             // a sensible group code follows is the one the writer used.
             for (std::size_t other : {2, 4, 8, 1}) {
-                if (other != size && NextCodeFits(data, n, pos + other, twoByte)) {
+                if (other != size && pos + other < n && NextCodeFits(data, n, pos + other, twoByte)) {
                     size = other;
                     break;
                 }
