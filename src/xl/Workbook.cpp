@@ -49,7 +49,7 @@ const PropertySlot kProperties[] = {
     {"Revision Number", true, "revision"}, {"Last Print Date", true, "lastPrinted"},
     {"Creation Date", true, "created"}, {"Last Save Time", true, "modified"},
     {"Category", true, "category"},     {"Content status", true, "contentStatus"},
-    {"Application Name", false, "Application"}, {"Template", false, "Template"},
+    {"Application Name", false, "Application"}, {"Application Version", false, "AppVersion"}, {"Template", false, "Template"},
     {"Company", false, "Company"},      {"Manager", false, "Manager"},
     {"Hyperlink base", false, "HyperlinkBase"}, {"Security", false, "DocSecurity"},
     {"Total Editing Time", false, "TotalTime"},
