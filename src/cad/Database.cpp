@@ -523,8 +523,16 @@ TagList Database::TagsOf(std::uint32_t rec) const {
 // ---------------------------------------------------------------------------------------------
 // Editing
 
-std::vector<Database::OwnedTag>& Database::Own(std::uint32_t rec) {
+void Database::Touch() {
+    if (modified_) return;
     modified_ = true;
+    // Handles given while reading go into the file with the first change, and the header
+    // must then say that the drawing has handles.
+    if (handlesWereAssigned_) SyncHandSeed();
+}
+
+std::vector<Database::OwnedTag>& Database::Own(std::uint32_t rec) {
+    Touch();
     Record& r = records_[rec];
     if (r.owned == kNone) {
         std::vector<OwnedTag> tags;
@@ -557,7 +565,7 @@ void Database::EraseTagsAt(std::uint32_t rec, std::size_t i, std::size_t count) 
 
 std::uint32_t Database::NewRecord(const TagList& tags, std::uint32_t after, SectionKind section,
                                   std::uint32_t parent) {
-    modified_ = true;
+    Touch();
     Record r;
     r.section = section;
     r.parent = parent;
@@ -598,7 +606,7 @@ void Database::Unlink(std::uint32_t rec) {
 void Database::EraseRecord(std::uint32_t rec) {
     Record& r = records_[rec];
     if (r.erased) return;
-    modified_ = true;
+    Touch();
     Unlink(rec);
     r.erased = true;
     if (r.handle) {

@@ -197,6 +197,7 @@ private:
     TagList TagsOf(std::uint32_t rec) const;
 
     // Editing of a record's tags.
+    void Touch();
     std::vector<OwnedTag>& Own(std::uint32_t rec);
     void SetTagAt(std::uint32_t rec, std::size_t i, std::string value);
     void InsertTagAt(std::uint32_t rec, std::size_t i, Tag tag);

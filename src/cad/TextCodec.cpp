@@ -47,6 +47,8 @@ bool Convert(iconv_t cd, std::string_view in, std::string& out) {
     std::size_t dstLeft = out.size();
     std::size_t r = iconv(cd, &src, &srcLeft, &dst, &dstLeft);
     if (r == static_cast<std::size_t>(-1)) return false;
+    // Hebrew and Vietnamese pages hold back a base letter for a combining mark until flushed.
+    if (iconv(cd, nullptr, nullptr, &dst, &dstLeft) == static_cast<std::size_t>(-1)) return false;
     out.resize(out.size() - dstLeft);
     return true;
 }

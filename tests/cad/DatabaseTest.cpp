@@ -1,0 +1,157 @@
+// The database as a whole: header variables, handles, saving.
+#include "cad/Database.h"
+
+#include <filesystem>
+
+#include <gtest/gtest.h>
+
+#include "Fixtures.h"
+#include "base/File.h"
+#include "cad/units/UnitSettings.h"
+
+namespace {
+
+TEST(Database, ReadsAndSetsHeaderVariablesWithoutRegardToCase) {
+    auto db = cadtest::Load(cadtest::R12Drawing());
+    ASSERT_TRUE(db);
+    EXPECT_EQ(db->HeaderText("$acadver"), "AC1009");
+    EXPECT_EQ(db->HeaderInt("$LUNITS"), 4);
+    EXPECT_EQ(db->HeaderInt("$MISSING", 42), 42);
+    EXPECT_TRUE(db->SetHeader("$LUNITS", {{70, "2"}}));
+    EXPECT_TRUE(db->SetHeader("$CLAYER", {{8, "Walls"}}));
+    EXPECT_TRUE(db->SetHeader("$INSBASE", {{10, "1.0"}, {20, "2.0"}, {30, "0.0"}}));
+    EXPECT_FALSE(db->SetHeader("", {{70, "1"}}));
+    auto again = cadtest::Reload(*db);
+    ASSERT_TRUE(again);
+    EXPECT_EQ(again->HeaderInt("$LUNITS"), 2);
+    EXPECT_EQ(again->HeaderText("$CLAYER"), "Walls");
+    EXPECT_EQ(again->Header("$INSBASE").size(), 3u);
+    EXPECT_EQ(again->Header("$INSBASE")[1].Real(), 2.0);
+}
+
+TEST(Database, UnitsComeFromTheHeaderWithDefaults) {
+    auto db = cadtest::Load(cadtest::R12Drawing());
+    ASSERT_TRUE(db);
+    cad::UnitSettings units = db->Units();
+    EXPECT_EQ(units.lunits, 4);
+    EXPECT_EQ(units.luprec, 4);
+    EXPECT_EQ(units.aunits, 0);
+    db->SetHeader("$ANGBASE", {{50, "90.0"}});
+    EXPECT_NEAR(db->Units().angbase, 3.14159265358979 / 2, 1e-12);
+}
+
+TEST(Database, FilesWithoutHandlesGetThemInFileOrderTheSameEveryTime) {
+    auto a = cadtest::Load(cadtest::R12Drawing());
+    auto b = cadtest::Load(cadtest::R12Drawing());
+    ASSERT_TRUE(a && b);
+    auto ea = a->ModelSpace().Entities();
+    auto eb = b->ModelSpace().Entities();
+    ASSERT_EQ(ea.size(), 2u);
+    EXPECT_NE(ea[0].GetHandle(), 0u);
+    EXPECT_LT(ea[0].GetHandle(), ea[1].GetHandle());
+    EXPECT_EQ(ea[1].GetHandle(), eb[1].GetHandle());
+    EXPECT_TRUE(a->ObjectByHandle(ea[1].GetHandle()) == ea[1]);
+}
+
+TEST(Database, AssignedHandlesAreWrittenOnlyAfterAChange) {
+    std::string text = cadtest::R12Drawing();
+    auto db = cadtest::Load(text);
+    ASSERT_TRUE(db);
+    EXPECT_EQ(db->Write(), text);
+    cad::Handle line = db->ModelSpace().Entities()[0].GetHandle();
+    db->ModelSpace().Entities()[1].SetText(8, "Walls");
+    auto again = cadtest::Reload(*db);
+    ASSERT_TRUE(again);
+    EXPECT_TRUE(again->Warnings().empty());
+    cad::Object found = again->ObjectByHandle(line);
+    ASSERT_TRUE(found);
+    EXPECT_EQ(found.Type(), "LINE");
+    EXPECT_EQ(found.GetText(8), "Walls");
+    EXPECT_EQ(again->HeaderInt("$HANDLING"), 1);
+    EXPECT_GT(cad::ParseHandle(again->HeaderText("$HANDSEED")), line);
+}
+
+TEST(Database, NewHandlesComeFromTheSeedWhichStaysAboveAll) {
+    auto db = cadtest::Corpus("entities-attribs-ac1015.dxf");
+    ASSERT_TRUE(db);
+    cad::Handle seed = db->HandleSeed();
+    auto line = db->ModelSpace().AddLine({0, 0, 0}, {1, 1, 0});
+    ASSERT_TRUE(line);
+    EXPECT_EQ(line->GetHandle(), seed);
+    EXPECT_EQ(db->HandleSeed(), seed + 1);
+    EXPECT_EQ(cad::ParseHandle(db->HeaderText("$HANDSEED")), seed + 1);
+    cad::Handle highest = 0;
+    for (const cad::Object& o : db->Objects()) highest = std::max(highest, o.GetHandle());
+    EXPECT_GT(db->HandleSeed(), highest);
+}
+
+TEST(Database, UnchangedSaveIsByteIdentical) {
+    std::string text = cadtest::R12Drawing("\r\n");
+    auto db = cadtest::Load(text);
+    ASSERT_TRUE(db);
+    EXPECT_FALSE(db->IsModified());
+    EXPECT_EQ(db->Write(), text);
+}
+
+TEST(Database, ChangedObjectsAreWrittenInTheFilesOwnStyle) {
+    std::string text = cadtest::R12Drawing("\r\n");
+    auto db = cadtest::Load(text);
+    ASSERT_TRUE(db);
+    db->ModelSpace().Entities()[0].SetReal(11, 7.5);
+    std::string out = db->Write();
+    EXPECT_NE(out.find("11\r\n7.5\r\n"), std::string::npos);
+    EXPECT_EQ(out.find("\n11\n"), std::string::npos);
+    // Unchanged values of the changed object keep their text.
+    EXPECT_NE(out.find("21\r\n5.0\r\n"), std::string::npos);
+}
+
+TEST(Database, SaveKeepsABackupAndReplacesAtomically) {
+    std::string folder = ::testing::TempDir() + "/cad-save";
+    std::filesystem::create_directories(folder);
+    std::string path = folder + "/plan.dxf";
+    std::string text = cadtest::R12Drawing();
+    ASSERT_TRUE(base::WriteFileAtomic(path, text));
+    auto db = cad::Database::Open(path);
+    ASSERT_TRUE(db);
+    (*db)->SetHeader("$LUNITS", {{70, "2"}});
+    ASSERT_TRUE((*db)->Save(path, folder + "/plan.bak"));
+    EXPECT_EQ(*base::ReadFile(folder + "/plan.bak"), text);
+    EXPECT_EQ(*base::ReadFile(path), (*db)->Write());
+}
+
+TEST(Database, AFailedSaveLeavesTheTargetAndSaysWhy) {
+    auto db = cadtest::Load(cadtest::R12Drawing());
+    ASSERT_TRUE(db);
+    base::Status status = db->Save("/nonexistent-folder/plan.dxf");
+    ASSERT_FALSE(status);
+    EXPECT_NE(status.Message().find("/nonexistent-folder/plan.dxf"), std::string::npos);
+}
+
+TEST(Database, CountsObjectsByType) {
+    auto db = cadtest::Load(cadtest::R12Drawing());
+    ASSERT_TRUE(db);
+    auto counts = db->CountsByType();
+    auto find = [&](const std::string& type) {
+        for (auto& [t, n] : counts)
+            if (t == type) return n;
+        return std::size_t{0};
+    };
+    EXPECT_EQ(find("LINE"), 2u);
+    EXPECT_EQ(find("ATTRIB"), 1u);
+    EXPECT_EQ(find("SECTION"), 4u);
+}
+
+TEST(Database, ErasedObjectsAreGoneFromTheIndexAndTheFile) {
+    auto db = cadtest::Load(cadtest::R12Drawing());
+    ASSERT_TRUE(db);
+    cad::Entity line = db->ModelSpace().Entities()[0];
+    cad::Handle handle = line.GetHandle();
+    line.Erase();
+    EXPECT_TRUE(line.IsErased());
+    EXPECT_FALSE(db->ObjectByHandle(handle));
+    auto again = cadtest::Reload(*db);
+    ASSERT_TRUE(again);
+    EXPECT_EQ(again->ModelSpace().Entities().size(), 1u);
+}
+
+}  // namespace
