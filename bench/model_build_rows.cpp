@@ -27,7 +27,6 @@ public:
     std::string AngleText(double value, int, int) const override {
         return base::Sprintf("%.0f", value * 57.29577951308232);
     }
-    std::string CurrentDocumentFile() const override { return "/drawings/plant.dxf"; }
 };
 
 constexpr int kBlocks = 20;

@@ -23,8 +23,6 @@ public:
     virtual std::string DistanceText(double value, int units, int precision) const = 0;
     // The host's angle text for radians, same rules as DistanceText.
     virtual std::string AngleText(double value, int units, int precision) const = 0;
-    // Full path of the current document; empty for a drawing that was never saved.
-    virtual std::string CurrentDocumentFile() const = 0;
 };
 
 }  // namespace attbat

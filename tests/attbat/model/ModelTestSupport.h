@@ -23,11 +23,9 @@ public:
     std::string AngleText(double value, int units, int precision) const override {
         return base::Sprintf("A[%d,%d]%g", units, precision, value);
     }
-    std::string CurrentDocumentFile() const override { return currentFile; }
 
     ObjectId currentSpace = 0x1F;  // model space
     int lunits = 2;
-    std::string currentFile = "C:\\a.dwg";
 };
 
 // Settings kept in a map of "section/name" to text; records how many writes were made.
