@@ -9,6 +9,7 @@
 
 #include "base/Text.h"
 #include "xl/Comments.h"
+#include "xl/FormulaRefs.h"
 #include "xl/NumberFormat.h"
 #include "xl/SharedStrings.h"
 #include "xl/Workbook.h"
@@ -1006,6 +1007,212 @@ base::Status Worksheet::SaveTo(std::string& out) {
     xml.replace(marker, std::string_view(kSheetDataMarker).size(), rows);
     out = std::move(xml);
     return base::Status::Ok();
+}
+
+}  // namespace xl
+
+namespace xl {
+namespace {
+
+// The value of attribute `name` inside raw attribute text (` t="shared" si="0"`); "" if absent.
+std::string RawAttr(std::string_view attrs, std::string_view name) {
+    std::string key = " " + std::string(name) + "=\"";
+    std::size_t at = attrs.find(key);
+    if (at == std::string_view::npos) return {};
+    std::size_t start = at + key.size();
+    std::size_t end = attrs.find('"', start);
+    return std::string(attrs.substr(start, end - start));
+}
+
+std::string SetRawAttr(std::string attrs, std::string_view name, std::string_view value) {
+    std::string key = " " + std::string(name) + "=\"";
+    std::size_t at = attrs.find(key);
+    if (at == std::string::npos) return attrs;
+    std::size_t start = at + key.size();
+    std::size_t end = attrs.find('"', start);
+    attrs.replace(start, end - start, value);
+    return attrs;
+}
+
+// Space-separated ranges (sqref) after a shift; "" when every one of them is gone.
+std::string MapSqref(std::string_view sqref, const RowShift& shift) {
+    std::string out;
+    std::size_t pos = 0;
+    while (pos < sqref.size()) {
+        std::size_t end = sqref.find(' ', pos);
+        if (end == std::string_view::npos) end = sqref.size();
+        CellRange r = ParseRange(sqref.substr(pos, end - pos));
+        if (r.IsValid()) {
+            CellRange m = shift.MapRange(r);
+            if (m.IsValid()) out += (out.empty() ? "" : " ") + RangeName(m);
+        }
+        pos = end + 1;
+    }
+    return out;
+}
+
+}  // namespace
+
+void Worksheet::Unshare() {
+    struct Master {
+        int row, column;
+        std::string formula;
+    };
+    std::map<std::string, Master> masters;
+    for (auto& [rowNo, row] : data_->rows)
+        for (Cell& c : row.cells)
+            if (c.hasFormula && RawAttr(c.fAttrs, "t") == "shared" && !c.formula.empty())
+                masters[RawAttr(c.fAttrs, "si")] = Master{rowNo, c.column, c.formula};
+    if (masters.empty()) return;
+    // Shared formulas are written out cell by cell, so that a moved or deleted master cell
+    // can't leave its followers without a formula.
+    for (auto& [rowNo, row] : data_->rows)
+        for (Cell& c : row.cells) {
+            if (!c.hasFormula || RawAttr(c.fAttrs, "t") != "shared") continue;
+            auto it = masters.find(RawAttr(c.fAttrs, "si"));
+            if (it != masters.end() && c.formula.empty())
+                c.formula = TranslateFormula(it->second.formula, rowNo - it->second.row, c.column - it->second.column);
+            c.fAttrs.clear();
+        }
+}
+
+void Worksheet::Shift(const RowShift& shift) {
+    if (!Load() || shift.count <= 0) return;
+    LoadNotes();
+    Unshare();
+    bool wholeRows = shift.firstColumn == 1 && shift.lastColumn == kMaxColumn;
+    std::map<int, Row> moved;
+    if (wholeRows) {
+        for (auto& [rowNo, row] : data_->rows)
+            if (int to = shift.Map(rowNo)) moved[to] = std::move(row);
+    } else {
+        std::map<int, std::vector<Cell>> cellsTo;
+        for (auto& [rowNo, row] : data_->rows) {
+            std::vector<Cell> keep;
+            for (Cell& c : row.cells) {
+                if (c.column < shift.firstColumn || c.column > shift.lastColumn) {
+                    keep.push_back(std::move(c));
+                } else if (int to = shift.Map(rowNo)) {
+                    cellsTo[to].push_back(std::move(c));
+                }
+            }
+            row.cells = std::move(keep);
+            moved[rowNo] = std::move(row);
+        }
+        for (auto& [to, cells] : cellsTo) {
+            Row& row = moved[to];
+            for (Cell& c : cells) row.cells.push_back(std::move(c));
+            std::sort(row.cells.begin(), row.cells.end(), [](const Cell& a, const Cell& b) { return a.column < b.column; });
+        }
+    }
+    data_->rows = std::move(moved);
+    // Formula references, here and in every sheet that names this one.
+    for (auto& [rowNo, row] : data_->rows)
+        for (Cell& c : row.cells) {
+            if (!c.hasFormula) continue;
+            if (!c.formula.empty()) c.formula = ShiftFormula(c.formula, shift, name_, true);
+            if (std::string ref = RawAttr(c.fAttrs, "ref"); !ref.empty()) {
+                CellRange r = shift.MapRange(ParseRange(ref));
+                c.fAttrs = SetRawAttr(c.fAttrs, "ref", r.IsValid() ? RangeName(r) : CellName(rowNo, c.column));
+            }
+        }
+    for (int i = 0; i < book_.SheetCount(); ++i) {
+        Worksheet* other = book_.Sheet(i);
+        if (other == this || other->Kind() != SheetKind::Worksheet || !other->Load()) continue;
+        bool touched = false;
+        for (auto& [rowNo, row] : other->data_->rows)
+            for (Cell& c : row.cells) {
+                if (c.formula.empty() || base::FindNoCase(c.formula, name_) == std::string::npos) continue;
+                std::string shifted = ShiftFormula(c.formula, shift, name_, false);
+                if (shifted != c.formula) {
+                    if (RawAttr(c.fAttrs, "t") == "shared") other->Unshare();
+                    c.formula = std::move(shifted);
+                    touched = true;
+                }
+            }
+        if (touched) other->Touch();
+    }
+    pugi::xml_node names = Child(book_.workbookXml_->document_element(), "definedNames");
+    for (pugi::xml_node n = names.first_child(); n; n = n.next_sibling()) {
+        std::string text = n.text().get();
+        std::string shifted = ShiftFormula(text, shift, name_, false);
+        if (shifted != text) {
+            n.text().set(shifted.c_str());
+            book_.TouchWorkbook();
+        }
+    }
+    // Merges, hyperlinks, conditional formats and validations by their ranges.
+    auto mapList = [&](std::string_view listName, std::string_view itemName, std::string_view attr) {
+        pugi::xml_node list = Child(Root(), listName);
+        for (pugi::xml_node item = list.first_child(); item;) {
+            pugi::xml_node next = item.next_sibling();
+            if (LocalName(item) == itemName) {
+                std::string mapped = MapSqref(Attr(item, attr).value(), shift);
+                if (mapped.empty()) {
+                    if (std::string id = Attr(item, "id").value(); !id.empty() && itemName == "hyperlink")
+                        book_.GetPackage().RemoveRelationship(part_, id);
+                    list.remove_child(item);
+                } else {
+                    Attr(item, attr).set_value(mapped.c_str());
+                }
+            }
+            item = next;
+        }
+        if (list && !Child(list, itemName)) Root().remove_child(list);
+        else if (pugi::xml_attribute count = list.attribute("count")) {
+            int n = 0;
+            for (pugi::xml_node item = list.first_child(); item; item = item.next_sibling()) n += LocalName(item) == itemName;
+            count.set_value(n);
+        }
+    };
+    mapList("mergeCells", "mergeCell", "ref");
+    mapList("hyperlinks", "hyperlink", "ref");
+    mapList("dataValidations", "dataValidation", "sqref");
+    for (pugi::xml_node cf = Child(Root(), "conditionalFormatting"); cf;) {
+        pugi::xml_node next = cf.next_sibling();
+        if (LocalName(cf) == "conditionalFormatting") {
+            std::string mapped = MapSqref(Attr(cf, "sqref").value(), shift);
+            if (mapped.empty()) Root().remove_child(cf);
+            else Attr(cf, "sqref").set_value(mapped.c_str());
+        }
+        cf = next;
+    }
+    std::vector<Note> notes;
+    for (Note& n : data_->notes) {
+        if (n.column >= shift.firstColumn && n.column <= shift.lastColumn) {
+            n.row = shift.Map(n.row);
+            if (n.row == 0) continue;
+        }
+        notes.push_back(std::move(n));
+    }
+    std::stable_sort(notes.begin(), notes.end(), [](const Note& a, const Note& b) {
+        return a.row != b.row ? a.row < b.row : a.column < b.column;
+    });
+    if (!data_->notes.empty()) notesChanged_ = true;
+    data_->notes = std::move(notes);
+    // Cached results of moved formulas are stale until the program calculates again.
+    book_.SetRecalculateOnOpen(true);
+    Touch();
+}
+
+void Worksheet::InsertRows(int row, int count) {
+    if (row < 1 || row > kMaxRow) return;
+    Shift(RowShift{row, count, true, 1, kMaxColumn});
+}
+
+void Worksheet::DeleteRows(int row, int count) {
+    if (row < 1 || row > kMaxRow) return;
+    Shift(RowShift{row, std::min(count, kMaxRow - row + 1), false, 1, kMaxColumn});
+}
+
+void Worksheet::InsertCellsDown(const CellRange& range) {
+    if (!range.IsValid()) return;
+    Shift(RowShift{range.firstRow, range.lastRow - range.firstRow + 1, true, range.firstColumn, range.lastColumn});
+}
+
+void Worksheet::DeleteCellsUp(const CellRange& range) {
+    if (!range.IsValid()) return;
+    Shift(RowShift{range.firstRow, range.lastRow - range.firstRow + 1, false, range.firstColumn, range.lastColumn});
 }
 
 }  // namespace xl

@@ -22,6 +22,7 @@ class xml_node;
 namespace xl {
 
 class Workbook;
+struct RowShift;
 
 enum class SheetState { Visible, Hidden, VeryHidden };
 enum class SheetKind { Worksheet, Chartsheet, Dialogsheet, Macrosheet };
@@ -137,6 +138,17 @@ public:
     // A column's width in points.
     double ColumnWidthPoints(int column);
 
+    // Inserts `count` rows before `row`; everything below moves down (values, styles, merges,
+    // notes, hyperlinks, and formula references in every sheet). Rows pushed past the last
+    // sheet row are lost.
+    void InsertRows(int row, int count);
+    // Deletes `count` rows from `row`; everything below moves up, references to them become #REF!.
+    void DeleteRows(int row, int count);
+    // Inserts cells at a range, moving the cells below in its columns down.
+    void InsertCellsDown(const CellRange& range);
+    // Deletes the cells of a range, moving the cells below in its columns up.
+    void DeleteCellsUp(const CellRange& range);
+
     // The saved selection ("A1:B3 D4") and active cell ("A1") of the sheet's first view.
     std::string Selection();
     std::string ActiveCell();
@@ -161,6 +173,8 @@ private:
     void LoadNotes();
     base::Status SaveTo(std::string& sheetXml);
     void SaveNotes();
+    void Shift(const RowShift& shift);
+    void Unshare();
 
     Workbook& book_;
     std::string name_;

@@ -351,3 +351,88 @@ TEST(Workbook, LowercaseCellReferencesAreRead) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(Workbook, DeletedRowsMoveEverythingBelowUp) {
+    auto book = xl::Workbook::Create();
+    xl::Worksheet* s = book->Sheet(0);
+    (void)book->AddSheet("Other");
+    s->SetString(2, 1, "gone");
+    s->SetString(3, 1, "stays");
+    s->SetNote(3, 1, "key");
+    s->SetNote(2, 2, "deleted note");
+    ASSERT_TRUE(s->Merge({3, 2, 4, 3}).IsOk());
+    s->AddHyperlink(3, 4, "https://example.com");
+    s->SetRowHeight(3, 33);
+    auto again = Reopen(*book);
+    xl::Worksheet* t = again->Sheet(0);
+    t->DeleteRows(2, 1);
+    auto third = Reopen(*again);
+    xl::Worksheet* u = third->Sheet(0);
+    EXPECT_EQ(u->Text(2, 1), "stays");
+    EXPECT_EQ(u->Text(3, 1), "");
+    ASSERT_EQ(u->Notes().size(), 1u);
+    EXPECT_EQ(u->Notes()[0].row, 2);
+    EXPECT_EQ(u->MergeArea(2, 2), (xl::CellRange{2, 2, 3, 3}));
+    ASSERT_EQ(u->Hyperlinks().size(), 1u);
+    EXPECT_EQ(u->Hyperlinks()[0].range, (xl::CellRange{2, 4, 2, 4}));
+    EXPECT_DOUBLE_EQ(u->RowHeight(2), 33);
+}
+
+TEST(Workbook, InsertedRowsMoveFormulasAndCellsDown) {
+    auto book = xl::Workbook::Open(std::string(VELMAR_CORPUS) + "/xlsx/excel2013-strict-note-merge-formulas.xlsx");
+    ASSERT_TRUE(book.IsOk());
+    xl::Worksheet* s = (*book)->Sheet(0);
+    xl::CellRange used{1, 1, s->LastFilledRow(), s->LastFilledColumn()};
+    auto before = s->Values(used);
+    std::size_t notes = s->Notes().size();
+    s->InsertRows(1, 2);
+    auto again = Reopen(**book);
+    xl::Worksheet* t = again->Sheet(0);
+    EXPECT_EQ(t->LastFilledRow(), used.lastRow + 2);
+    auto after = t->Values({3, 1, used.lastRow + 2, used.lastColumn});
+    for (std::size_t r = 0; r < before.size(); ++r)
+        for (std::size_t c = 0; c < before[r].size(); ++c) {
+            EXPECT_EQ(after[r][c].type, before[r][c].type);
+            EXPECT_EQ(after[r][c].text, before[r][c].text);
+        }
+    EXPECT_EQ(t->Notes().size(), notes);
+}
+
+TEST(Workbook, CellsInsertedAndDeletedInColumnsOnly) {
+    auto book = xl::Workbook::Create();
+    xl::Worksheet* s = book->Sheet(0);
+    s->SetString(1, 1, "a1");
+    s->SetString(1, 2, "b1");
+    s->SetString(2, 2, "b2");
+    s->InsertCellsDown({1, 2, 1, 2});
+    EXPECT_EQ(s->Text(1, 1), "a1");
+    EXPECT_EQ(s->Text(1, 2), "");
+    EXPECT_EQ(s->Text(2, 2), "b1");
+    EXPECT_EQ(s->Text(3, 2), "b2");
+    s->DeleteCellsUp({1, 2, 2, 2});
+    EXPECT_EQ(s->Text(1, 2), "b2");
+    EXPECT_EQ(s->Text(1, 1), "a1");
+}
+
+TEST(Workbook, SharedFormulasSurviveDeletingTheirFirstCell) {
+    auto book = xl::Workbook::Open(std::string(VELMAR_CORPUS) + "/xlsx/excel2011mac-notes-stress-5-sheets.xlsx");
+    ASSERT_TRUE(book.IsOk());
+    xl::Worksheet* s = nullptr;
+    int row = 0, col = 0;
+    for (int i = 0; i < (*book)->SheetCount() && !s; ++i) {
+        xl::Worksheet* w = (*book)->Sheet(i);
+        for (int r = 1; r <= w->LastFilledRow() && !s; ++r)
+            for (int c = 1; c <= w->LastFilledColumn() && !s; ++c)
+                if (!w->Value(r, c).formula.empty() && !w->Value(r + 1, c).formula.empty() &&
+                    w->Value(r + 1, c).formula.empty() == false) {
+                    s = w, row = r, col = c;
+                }
+    }
+    ASSERT_NE(s, nullptr);
+    s->DeleteRows(row, 1);
+    EXPECT_FALSE(s->Value(row, col).formula.empty());
+}
+
+}  // namespace
