@@ -173,14 +173,24 @@ bool Walker::Add(const Entity& e, const Matrix3d& m, Extents3d& out, const std::
     if (type == "INSERT" || type == "MINSERT")
         return AddReference(BlockReference(e.GetDatabase(), e.Index()), m, out, layerOfZero, depth);
     if (type == "DIMENSION" || type == "ARC_DIMENSION" || type == "LARGE_RADIAL_DIMENSION" || type == "ACAD_TABLE") {
-        // Their look is an anonymous block drawn in world coordinates (tables at their
-        // insertion point, which the block already holds).
+        // Their look is an anonymous block: a dimension's drawn in world coordinates, a
+        // table's relative to its insertion point along its direction (11).
         BlockRecord block = db_->FindBlock(e.GetText(2));
         if (!block) {
             error = "its block \"" + e.GetText(2) + "\" is missing";
             return false;
         }
-        return AddBlock(block, m, out, EffectiveLayer(e, layerOfZero), depth + 1);
+        Matrix3d place = m;
+        if (type == "ACAD_TABLE") {
+            Point3 normal = Normalized(NormalOf(e));
+            if (normal == Point3{}) normal = {0, 0, 1};
+            Point3 xDir = Normalized(PointOf(e, 11, {1, 0, 0}));
+            if (xDir == Point3{}) xDir = {1, 0, 0};
+            Point3 origin = ObjectToWorld(normal).Apply(PointOf(e, 10));
+            place = m * Matrix3d::Frame(origin, xDir, Normalized(Cross(normal, xDir)), normal) *
+                    Matrix3d::Translation(-block.BasePoint());
+        }
+        return AddBlock(block, place, out, EffectiveLayer(e, layerOfZero), depth + 1);
     }
     if (type == "MULTILEADER" || type == "MLEADER") return AddMLeader(e, m, out, depth);
     if (type == "RAY" || type == "XLINE") error = "it has no finite extents";
