@@ -7,6 +7,7 @@
 #include "attbat/frame/CArxErrLog.h"
 #include "attbat/frame/CAttBatApp.h"
 #include "base/Format.h"
+#include "base/Path.h"
 #include "base/Text.h"
 #include "host/Console.h"
 #include "host/Locations.h"
@@ -306,10 +307,8 @@ int RunCommandLine(const std::vector<std::string>& args, CAttBatApp& app,
         } else if (name == "help") {
             help = true;
         } else if (name == "version") {
-            if (!entry) {
-                std::puts("velmar 9.72");
-                return exitOk;
-            }
+            std::puts("velmar 9.72");
+            return exitOk;
         } else {
             SetGlobal(global, name, value ? *value : std::string());
         }
@@ -323,6 +322,11 @@ int RunCommandLine(const std::vector<std::string>& args, CAttBatApp& app,
         return help ? exitOk : exitUsage;
     }
     if (global.yes && global.no) return UsageError("--yes and --no contradict each other.");
+    if (base::EqualNoCase(base::Extension(global.drawing), ".dwg")) {
+        return UsageError("'" + global.drawing +
+                          "' is a .dwg drawing, which this program doesn't read. Save it as DXF "
+                          "from your CAD program (or convert it) and give the .dxf file.");
+    }
 
     host::Console& console = host::CurrentConsole();
     console.SetInteractive(host::Console::DetectTerminal());

@@ -1,5 +1,8 @@
 #include "attbat/frame/CommandLine.h"
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include "FrameFixture.h"
 #include "attbat/frame/CAttBatApp.h"
 #include "base/Path.h"
@@ -213,6 +216,57 @@ TEST(ParseSwitch, ReadsTheUsualWordsWithoutCase) {
 
 TEST(JsonQuote, EscapesWhatJsonNeeds) {
     EXPECT_EQ(JsonQuote("a\"b\\c\n\x01"), "\"a\\\"b\\\\c\\n\\u0001\"");
+}
+
+}  // namespace
+
+namespace {
+
+using namespace attbat;
+
+class CommandLineProcessTest : public CommandLineTest {};
+
+TEST_F(CommandLineProcessTest, ADwgDrawingIsRefusedWithWhatToDo) {
+    EXPECT_EQ(Run({"--drawing", "C:\\plans\\Plan.DWG", "about"}), exitUsage);
+    EXPECT_NE(Warnings().find("Save it as DXF"), std::string::npos);
+}
+
+TEST_F(CommandLineProcessTest, TwoVelmarRunsAtOnceLoseNoWrite) {
+    constexpr int rounds = 15;
+    pid_t children[2];
+    for (int w = 0; w < 2; ++w) {
+        children[w] = fork();
+        ASSERT_GE(children[w], 0);
+        if (children[w] == 0) {
+            int failures = 0;
+            for (int i = 0; i < rounds; ++i) {
+                if (w == 0) {
+                    failures += Run({"--quiet", "options", "--calculate-outer-polygon",
+                                     i % 2 ? "on" : "off"}) != exitOk;
+                } else {
+                    failures += !CRegistry::SetString("Velmar\\DrawingList",
+                                                      "/plans/" + std::to_string(i) + ".dxf", "");
+                }
+            }
+            _exit(failures);
+        }
+    }
+    for (pid_t child : children) {
+        int status = 0;
+        ASSERT_EQ(waitpid(child, &status, 0), child);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    }
+    EXPECT_EQ(CRegistry::GetList("DrawingList").size(), static_cast<std::size_t>(rounds));
+    EXPECT_EQ(CRegistry::GetInt("Velmar", "CalOuterPolygon", -1), (rounds - 1) % 2);
+    EXPECT_EQ(CRegistry::GetInt("Velmar", "AutoUploadToActiveWorkbook", -1), 0);
+}
+
+TEST_F(CommandLineProcessTest, ADamagedSettingsFileIsReportedAndTheRunGoesOn) {
+    std::ofstream(File("settings.ini")) << "this is no settings file\n";
+    EXPECT_EQ(Run({"options", "--auto-upload", "on"}), exitOk);
+    EXPECT_NE(Warnings().find("is damaged"), std::string::npos);
+    EXPECT_EQ(Slurp(File("settings.ini.damaged")), "this is no settings file\n");
+    EXPECT_EQ(CRegistry::GetInt("Velmar", "AutoUploadToActiveWorkbook", 0), 1);
 }
 
 }  // namespace
