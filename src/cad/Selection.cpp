@@ -43,7 +43,10 @@ bool ParseNodes(const TagList& f, std::size_t& pos, std::string_view closing, st
                 out.push_back(std::move(node));
                 continue;
             }
-            if (v.size() && v.front() != '<' && v.back() != '>' ) {
+            static const char* const relational[] = {"=", "!=", "/=", "<>", "<", "<=", ">", ">=", "*"};
+            bool isRelational = false;
+            for (const char* op : relational) isRelational = isRelational || v == op;
+            if (isRelational) {
                 // A relational test applies to the tag that follows.
                 if (pos + 1 >= f.size()) return false;
                 FilterNode node;

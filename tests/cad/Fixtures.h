@@ -11,7 +11,9 @@
 #include "cad/BlockRecord.h"
 #include "cad/BlockReference.h"
 #include "cad/Database.h"
+#include "cad/Dictionary.h"
 #include "cad/GroupCode.h"
+#include "cad/SymbolRecord.h"
 
 namespace cadtest {
 

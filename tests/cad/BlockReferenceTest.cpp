@@ -1,0 +1,104 @@
+// Block references with their attributes.
+#include "cad/BlockReference.h"
+
+#include <cmath>
+
+#include <gtest/gtest.h>
+
+#include "Fixtures.h"
+
+namespace {
+
+cad::BlockReference FirstInsert(cad::Database& db) {
+    for (const cad::Entity& e : db.ModelSpace().Entities())
+        if (e.Type() == "INSERT") return cad::BlockReference(&db, e.Index());
+    return cad::BlockReference();
+}
+
+TEST(BlockReference, ReadsPlacementAndAttributes) {
+    auto db = cadtest::Load(cadtest::R12Drawing());
+    ASSERT_TRUE(db);
+    cad::BlockReference ref = FirstInsert(*db);
+    ASSERT_TRUE(ref);
+    EXPECT_EQ(ref.BlockName(), "Door");
+    EXPECT_TRUE(ref.Block() == db->FindBlock("Door"));
+    EXPECT_EQ(ref.Position(), (cad::Point3{10, 20, 0}));
+    EXPECT_EQ(ref.ScaleFactors(), (cad::Point3{2, 2, 2}));
+    EXPECT_NEAR(ref.Rotation(), std::acos(-1) / 2, 1e-12);
+    EXPECT_EQ(ref.Normal(), (cad::Point3{0, 0, 1}));
+    auto atts = ref.Attributes();
+    ASSERT_EQ(atts.size(), 1u);
+    EXPECT_EQ(atts[0].Tag(), "NUMBER");
+    EXPECT_EQ(atts[0].TextString(), "D-101");
+    EXPECT_TRUE(ref.FindAttribute("NUMBER") == atts[0]);
+    EXPECT_FALSE(ref.FindAttribute("number"));
+    EXPECT_TRUE(atts[0].OwnerBlock() == db->ModelSpace());
+}
+
+TEST(BlockReference, SetsPlacementAndLayer) {
+    auto db = cadtest::Load(cadtest::R12Drawing());
+    ASSERT_TRUE(db);
+    cad::BlockReference ref = FirstInsert(*db);
+    ref.SetPosition({1, 2, 3});
+    ref.SetScaleFactors({3, 3, 3});
+    ref.SetRotation(0);
+    EXPECT_TRUE(ref.SetLayer("walls"));
+    EXPECT_FALSE(ref.SetLayer("No such layer"));
+    auto again = cadtest::Reload(*db);
+    cad::BlockReference read = FirstInsert(*again);
+    EXPECT_EQ(read.Position(), (cad::Point3{1, 2, 3}));
+    EXPECT_EQ(read.ScaleFactors(), (cad::Point3{3, 3, 3}));
+    EXPECT_EQ(read.Rotation(), 0);
+    EXPECT_EQ(read.LayerName(), "Walls");
+}
+
+TEST(BlockReference, AttributesAreAppendedBeforeTheSeqend) {
+    auto db = cadtest::Corpus("entities-attribs-ac1015.dxf");
+    ASSERT_TRUE(db);
+    auto block = db->CreateBlock("Plain");
+    ASSERT_TRUE(block);
+    auto ref = db->ModelSpace().AddBlockReference(*block, {0, 0, 0});
+    ASSERT_TRUE(ref);
+    EXPECT_TRUE(ref->Attributes().empty());
+    ref->AppendAttribute("A", "1", {0, 0, 0}, 1);
+    ref->AppendAttribute("B", "2", {0, 1, 0}, 1);
+    auto again = cadtest::Reload(*db);
+    ASSERT_TRUE(again);
+    auto refs = again->FindBlock("Plain").References();
+    ASSERT_EQ(refs.size(), 1u);
+    EXPECT_EQ(refs[0].GetInt(66), 1);
+    auto atts = refs[0].Attributes();
+    ASSERT_EQ(atts.size(), 2u);
+    EXPECT_EQ(atts[0].Tag(), "A");
+    EXPECT_EQ(atts[1].TextString(), "2");
+    EXPECT_EQ(atts[1].OwnerHandle(), refs[0].GetHandle());
+}
+
+TEST(BlockReference, ErasingAReferenceErasesItsAttributesAndSeqend) {
+    auto db = cadtest::Load(cadtest::R12Drawing());
+    ASSERT_TRUE(db);
+    cad::BlockReference ref = FirstInsert(*db);
+    cad::Attribute att = ref.Attributes()[0];
+    ref.Erase();
+    EXPECT_TRUE(att.IsErased());
+    auto again = cadtest::Reload(*db);
+    for (const auto& [type, count] : again->CountsByType()) {
+        EXPECT_NE(type, "INSERT");
+        EXPECT_NE(type, "ATTRIB");
+        EXPECT_NE(type, "SEQEND");
+    }
+}
+
+TEST(BlockReference, EveryCorpusReferenceListsItsAttributesInOrder) {
+    auto db = cadtest::Corpus("ezdxf-192-inserts-576-attribs-ac1018.dxf");
+    ASSERT_TRUE(db);
+    std::size_t inserts = 0, attribs = 0;
+    for (const cad::Entity& e : db->Select({{0, "INSERT"}})) {
+        ++inserts;
+        attribs += cad::BlockReference(db.get(), e.Index()).Attributes().size();
+    }
+    EXPECT_EQ(inserts, 192u);
+    EXPECT_EQ(attribs, 576u);
+}
+
+}  // namespace
