@@ -205,4 +205,19 @@ void Archive::StringArray(CStringArrayEx& values) {
     }
 }
 
+void Archive::WordArray(std::vector<std::uint16_t>& values) {
+    std::uint64_t count = storing_ ? values.size() : 0;
+    Count(count);
+    if (storing_) {
+        for (std::uint16_t& value : values) UInt16(value);
+        return;
+    }
+    values.clear();
+    for (std::uint64_t i = 0; i < count && Ok(); ++i) {
+        std::uint16_t value = 0;
+        UInt16(value);
+        if (Ok()) values.push_back(value);
+    }
+}
+
 }  // namespace attbat

@@ -9,6 +9,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace attbat {
 
@@ -43,6 +44,9 @@ public:
     void String(std::string& value);
     // Stores or loads a count and that many strings; loading replaces the array's content.
     void StringArray(CStringArrayEx& values);
+    // Stores or loads a count and that many 16-bit numbers (a column order, for instance);
+    // loading replaces the content.
+    void WordArray(std::vector<std::uint16_t>& values);
 
     // Marks the load as failed at the present offset (the first failure is kept).
     void Fail(std::string_view what);

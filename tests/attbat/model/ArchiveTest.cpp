@@ -94,6 +94,18 @@ TEST(Archive, StringArraysRoundTrip) {
     EXPECT_EQ(back, names);
 }
 
+TEST(Archive, WordArraysRoundTrip) {
+    std::vector<std::uint16_t> order{2, 0, 0x1234};
+    Archive archive = Archive::ForStoring();
+    archive.WordArray(order);
+    EXPECT_EQ(Hex(archive.Bytes()), "03 00 02 00 00 00 34 12");
+    std::vector<std::uint16_t> back{9};
+    Archive reader = Archive::ForLoading(archive.Bytes());
+    reader.WordArray(back);
+    EXPECT_TRUE(reader.Ok());
+    EXPECT_EQ(back, order);
+}
+
 TEST(Archive, AShortStreamFailsWithItsOffsetAndLaterReadsGiveZeros) {
     const std::string bytes("\x01\x00\x00\x00\x02\x00", 6);
     Archive reader = Archive::ForLoading(bytes);
