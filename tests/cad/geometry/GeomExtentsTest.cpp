@@ -228,7 +228,7 @@ TEST_F(GeomExtentsTest, ReferenceWithAttributeFromTheDrawing) {
     // Tag 1 of the rooms drawing: circle of radius 0.5 at (5,4) and the value "1" at (5.6,4),
     // 0.25 high; the attribute definition of the block is not drawn.
     auto refs = db->FindBlock("TAG").References();
-    ASSERT_EQ(refs.size(), 3u);
+    ASSERT_EQ(refs.size(), 4u);
     ExpectBox(Measure(refs[0]), {4.5, 3.5, 0}, {5.85, 4.5, 0});
 }
 

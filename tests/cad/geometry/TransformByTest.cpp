@@ -20,7 +20,7 @@ protected:
         db = geotest::Rooms();
         ASSERT_TRUE(db);
         auto refs = db->FindBlock("TAG").References();
-        ASSERT_EQ(refs.size(), 3u);
+        ASSERT_EQ(refs.size(), 4u);
         tag = refs[0];  // at (5,4), attribute "1" at (5.6,4), 0.25 high
     }
     void ExpectSameTransform(const Matrix3d& a, const Matrix3d& b) {
