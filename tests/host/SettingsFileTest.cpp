@@ -52,6 +52,41 @@ TEST(SettingsData, DamageIsReportedWithItsLine) {
     EXPECT_FALSE(host::SettingsData::Parse("[Velmar]\n\"A\"=\"\xff\"\n"));
 }
 
+TEST(SettingsData, AnyBytesParseOrFailWithoutHarm) {
+    const std::string valid =
+        "[Velmar]\n\"A\"=dword:00000001\n\"B\"=\"t\\\\x\"\n\"C\"=hex:01,02\n[Velmar\\Sub]\n";
+    ASSERT_TRUE(host::SettingsData::Parse(valid));
+    unsigned seed = 12345;
+    auto next = [&seed] { return seed = seed * 1103515245u + 12345u; };
+    for (int round = 0; round < 3000; ++round) {
+        std::string text = valid;
+        for (int edits = 1 + next() % 4; edits > 0; --edits) {
+            std::size_t at = next() % (text.size() + 1);
+            switch (next() % 3) {
+            case 0: text.insert(at, 1, static_cast<char>(next() >> 8)); break;
+            case 1: if (at < text.size()) text.erase(at, 1); break;
+            default: if (at < text.size()) text[at] = static_cast<char>(next() >> 8); break;
+            }
+        }
+        auto parsed = host::SettingsData::Parse(text);
+        if (parsed) {
+            // Whatever parses writes out as something that parses to the same.
+            auto again = host::SettingsData::Parse(parsed->Serialize());
+            ASSERT_TRUE(again);
+            EXPECT_EQ(again->Serialize(), parsed->Serialize());
+        } else {
+            EXPECT_FALSE(parsed.GetStatus().Message().empty());
+        }
+    }
+}
+
+TEST(SettingsData, NamesCompareWithoutCaseBeyondAscii) {
+    host::SettingsData data;
+    data.Set("Velmar\\Größe", "Ärger", host::SettingValue::Integer(1));
+    EXPECT_NE(data.Find("VELMAR\\GRÖẞE", "ärger"), nullptr);
+    EXPECT_NE(data.Find("velmar\\größe", "ÄRGER"), nullptr);
+}
+
 TEST(SettingsData, DeleteSectionTakesItsSubsectionsAlong) {
     host::SettingsData data;
     data.Set("Velmar", "A", host::SettingValue::Integer(1));

@@ -53,11 +53,15 @@ public:
     void Summary(std::string_view key, std::string_view text);
     void Summary(std::string_view key, long long number);
     void SummaryBool(std::string_view key, bool value);
+    // Says that the user cancelled, so that the summary tells it from a failure.
+    void MarkCancelled() { cancelled_ = true; }
+    bool Cancelled() const { return cancelled_; }
     // The summary's fields as JSON members ("key": value), in the order added.
     const std::vector<std::pair<std::string, std::string>>& SummaryFields() const { return summary_; }
 
 private:
     std::vector<std::pair<std::string, std::string>> summary_;
+    bool cancelled_ = false;
 };
 
 // Exit status of a command: 0 done, 1 failed or cancelled, 2 bad usage.

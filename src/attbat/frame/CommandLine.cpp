@@ -138,7 +138,9 @@ int RunGuarded(CAttBatApp& app, const CommandEntry& entry, CommandContext& conte
 
 void PrintJson(const CommandEntry& entry, const CommandContext& context, int status) {
     std::string json = "{\"command\": " + JsonQuote(entry.localName) + ", \"status\": " +
-                       JsonQuote(status == exitOk ? "ok" : "failed") +
+                       JsonQuote(status == exitOk       ? "ok"
+                                 : context.Cancelled() ? "cancelled"
+                                                       : "failed") +
                        ", \"exit\": " + std::to_string(status);
     for (const auto& [key, value] : context.SummaryFields()) {
         json += ", " + JsonQuote(key) + ": " + value;
@@ -307,19 +309,22 @@ int RunCommandLine(const std::vector<std::string>& args, CAttBatApp& app,
         } else if (name == "help") {
             help = true;
         } else if (name == "version") {
-            std::puts("velmar 9.72");
+            host::CurrentPrinter().Print("velmar 9.72\n");
             return exitOk;
         } else {
             SetGlobal(global, name, value ? *value : std::string());
         }
     }
-    if (help || !entry) {
-        if (help && entry) {
-            std::fputs(CommandHelpText(app, *entry).c_str(), stdout);
-            return exitOk;
-        }
-        std::fputs(UsageText().c_str(), help ? stdout : stderr);
-        return help ? exitOk : exitUsage;
+    if (help) {
+        host::CurrentPrinter().Print(entry ? CommandHelpText(app, *entry) : UsageText());
+        return exitOk;
+    }
+    if (!entry) {
+        host::CurrentPrinter().Warn(
+            "Usage: velmar [global options] COMMAND [options]\n"
+            "velmar: no command given. 'velmar help' lists the commands, 'velmar --help' the "
+            "global options.");
+        return exitUsage;
     }
     if (global.yes && global.no) return UsageError("--yes and --no contradict each other.");
     if (base::EqualNoCase(base::Extension(global.drawing), ".dwg")) {

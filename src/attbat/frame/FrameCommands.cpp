@@ -120,7 +120,10 @@ int Debug(CommandContext& context) {
             break;
         }
         if (result == host::RTCAN) {
-            if (!debugOn) return exitFailed;
+            if (!debugOn) {
+                context.MarkCancelled();
+                return exitFailed;
+            }
             break;
         }
     }

@@ -65,14 +65,19 @@ TEST_F(CommandLineTest, AnUnknownOptionIsBadUsage) {
 
 TEST_F(CommandLineTest, AMissingCommandIsBadUsage) {
     EXPECT_EQ(RunCommandLine({}, app), exitUsage);
+    EXPECT_NE(Warnings().find("Usage: velmar"), std::string::npos);
     EXPECT_EQ(RunCommandLine({"--quiet"}, app), exitUsage);
 }
 
 TEST_F(CommandLineTest, HelpAndVersionSucceed) {
     EXPECT_EQ(RunCommandLine({"--help"}, app), exitOk);
+    EXPECT_NE(Printed().find("--answers FILE"), std::string::npos);
     EXPECT_EQ(RunCommandLine({"--version"}, app), exitOk);
+    EXPECT_NE(Printed().find("velmar 9.72\n"), std::string::npos);
     EXPECT_EQ(RunCommandLine({"options", "--help"}, app), exitOk);
-    EXPECT_EQ(RunCommandLine({"export", "--help"}, app), exitOk);
+    EXPECT_NE(Printed().find("\"Update drawing paths in Excel.\" (Upload to Excel)"), std::string::npos);
+    EXPECT_EQ(RunCommandLine({"export", "-h"}, app), exitOk);
+    EXPECT_NE(Printed().find("not available in this build yet"), std::string::npos);
 }
 
 TEST_F(CommandLineTest, ACommandNotYetInThisBuildIsListedButFails) {
