@@ -1,0 +1,193 @@
+#include "cad/geometry/Table.h"
+
+#include "cad/Database.h"
+#include "cad/Text.h"
+
+namespace cad {
+
+namespace {
+
+// The cell style sections of a TABLESTYLE come in this order (data, title, header, as AutoCAD
+// writes them: its Standard style has the 6-high title second), each opened by its text style (7).
+constexpr const char* kStyleNames[] = {"_DATA", "_TITLE", "_HEADER"};
+
+}  // namespace
+
+std::size_t Table::TableData() const {
+    std::size_t end = OwnDataEnd();
+    for (std::size_t i = 1; i < end; ++i)
+        if (CodeAt(i) == 100 && TextAt(i) == "AcDbTable") return i;
+    return 1;
+}
+
+std::size_t Table::FindInTable(int code) const { return Find(code, TableData()); }
+
+int Table::Rows() const {
+    std::size_t i = FindInTable(91);
+    return i == std::string::npos ? 0 : static_cast<int>(IntAt(i));
+}
+
+int Table::Columns() const {
+    std::size_t i = FindInTable(92);
+    return i == std::string::npos ? 0 : static_cast<int>(IntAt(i));
+}
+
+std::vector<double> Table::RowHeights() const {
+    std::vector<double> out;
+    std::size_t end = OwnDataEnd();
+    for (std::size_t i = TableData(); i < end && CodeAt(i) != 171; ++i)
+        if (CodeAt(i) == 141) out.push_back(RealAt(i));
+    return out;
+}
+
+std::vector<double> Table::ColumnWidths() const {
+    std::vector<double> out;
+    std::size_t end = OwnDataEnd();
+    for (std::size_t i = TableData(); i < end && CodeAt(i) != 171; ++i)
+        if (CodeAt(i) == 142) out.push_back(RealAt(i));
+    return out;
+}
+
+Object Table::Style() const {
+    std::size_t i = FindInTable(342);
+    if (!db_ || i == std::string::npos) return {};
+    return db_->ObjectByHandle(HandleAt(i));
+}
+
+TableRowKind Table::RowType(int row) const {
+    // The table's own override (280, 281 before the cells) wins over its style's.
+    auto flag = [&](int code) {
+        std::size_t end = OwnDataEnd();
+        for (std::size_t i = TableData(); i < end && CodeAt(i) != 171; ++i)
+            if (CodeAt(i) == code) return IntAt(i) != 0;
+        Object style = Style();
+        return style && style.GetInt(code, 0) != 0;
+    };
+    int next = 0;
+    if (!flag(280)) {
+        if (row == next) return TableRowKind::Title;
+        ++next;
+    }
+    if (!flag(281) && row == next) return TableRowKind::Header;
+    return TableRowKind::Data;
+}
+
+bool Table::CellRange(int row, int column, std::size_t& begin, std::size_t& end) const {
+    int rows = Rows(), columns = Columns();
+    if (row < 0 || column < 0 || row >= rows || column >= columns) return false;
+    int wanted = row * columns + column;
+    std::size_t dataEnd = OwnDataEnd();
+    int cell = -1;
+    for (std::size_t i = TableData(); i < dataEnd; ++i) {
+        if (CodeAt(i) != 171) continue;
+        if (++cell == wanted) {
+            begin = i;
+            end = i + 1;
+            while (end < dataEnd && CodeAt(end) != 171) ++end;
+            return true;
+        }
+    }
+    return false;
+}
+
+std::size_t Table::CellTextTag(std::size_t begin, std::size_t end) const {
+    std::size_t one = std::string::npos;
+    for (std::size_t i = begin; i < end; ++i) {
+        if (CodeAt(i) == 302) return i;
+        if (CodeAt(i) == 1 && one == std::string::npos) one = i;
+    }
+    return one;
+}
+
+TableCellStyle Table::CellStyle(int row, int column) const {
+    TableCellStyle style;
+    TableRowKind kind = RowType(row);
+    int section = kind == TableRowKind::Data ? 0 : kind == TableRowKind::Title ? 1 : 2;
+    style.name = kStyleNames[section];
+    style.textStyle = "Standard";
+    if (Object tableStyle = Style()) {
+        TagList tags = tableStyle.Tags();
+        int seen = -1;
+        for (const Tag& t : tags) {
+            if (t.code == 7) ++seen;
+            if (seen != section) continue;
+            if (t.code == 7) style.textStyle = t.value;
+            else if (t.code == 140) style.textHeight = t.Real();
+            else if (t.code == 170) style.alignment = static_cast<int>(t.Int());
+        }
+    }
+    std::size_t begin = 0, end = 0;
+    if (!CellRange(row, column, begin, end)) return style;
+    for (std::size_t i = begin; i < end && !(CodeAt(i) == 301 && TextAt(i) == "CELL_VALUE"); ++i) {
+        int code = CodeAt(i);
+        if (code == 7) style.textStyle = TextAt(i);
+        else if (code == 140) style.textHeight = RealAt(i);
+        else if (code == 170) style.alignment = static_cast<int>(IntAt(i));
+    }
+    return style;
+}
+
+int Table::CellType(int row, int column) const {
+    std::size_t begin = 0, end = 0;
+    return CellRange(row, column, begin, end) ? static_cast<int>(IntAt(begin)) : 0;
+}
+
+std::string Table::CellText(int row, int column) const {
+    std::size_t begin = 0, end = 0;
+    if (!CellRange(row, column, begin, end) || IntAt(begin) == 2) return {};
+    std::size_t i = CellTextTag(begin, end);
+    if (i == std::string::npos) return {};
+    if (CodeAt(i) == 302) return TextAt(i);
+    // Long texts of older tables come in chunks (2, 3) before the last piece (1).
+    std::string text;
+    for (std::size_t k = begin; k < i; ++k)
+        if (CodeAt(k) == 2 || CodeAt(k) == 3) text += TextAt(k);
+    return text + TextAt(i);
+}
+
+std::string Table::CellPlainText(int row, int column) const { return MTextPlainText(CellText(row, column)); }
+
+BlockRecord Table::CellBlock(int row, int column) const {
+    std::size_t begin = 0, end = 0;
+    if (!db_ || !CellRange(row, column, begin, end) || IntAt(begin) != 2) return {};
+    for (std::size_t i = begin; i < end; ++i) {
+        if (CodeAt(i) != 340) continue;
+        Handle handle = HandleAt(i);
+        for (const BlockRecord& block : db_->Blocks())
+            if (block.GetHandle() == handle) return block;
+    }
+    return {};
+}
+
+base::Status Table::SetCellText(int row, int column, std::string_view text) {
+    std::size_t begin = 0, end = 0;
+    if (!CellRange(row, column, begin, end))
+        return base::Status::Error("table " + HandleString() + " has no cell at row " + std::to_string(row) +
+                                   ", column " + std::to_string(column));
+    if (IntAt(begin) == 2) return base::Status::Error("cell " + std::to_string(row) + "," + std::to_string(column) +
+                                                      " of table " + HandleString() + " holds a block");
+    if (CellText(row, column) == text) return base::Status::Ok();
+    std::size_t i = CellTextTag(begin, end);
+    if (i != std::string::npos && CodeAt(i) == 302) {
+        SetTagText(i, std::string(text));
+        // The cell value keeps the string a second time (1) when it is a string value.
+        for (std::size_t k = begin; k < i; ++k)
+            if (CodeAt(k) == 1) SetTagText(k, std::string(text));
+        return base::Status::Ok();
+    }
+    // Older tables: replace the chunks and the last piece with AutoCAD's chunking.
+    std::size_t at = end;
+    if (i != std::string::npos) {
+        std::size_t first = i;
+        while (first > begin && (CodeAt(first - 1) == 2 || CodeAt(first - 1) == 3)) --first;
+        EraseTags(first, i - first + 1);
+        at = first;
+    }
+    for (Tag tag : MTextContentTags(text)) {
+        if (tag.code == 3) tag.code = 2;
+        InsertTag(at++, tag);
+    }
+    return base::Status::Ok();
+}
+
+}  // namespace cad
