@@ -34,7 +34,7 @@ struct OptionBox {
 constexpr OptionBox optionBoxes[] = {
     {"export-blocks-in-mleaders", "Export Attribute", "Export blocks in MLeaders",
      &COptionsDialog::m_exportBlocksInMLeader},
-    {"calculate-outer-polygon", "Export Attribute", "Calculate outer polygon of block reference.",
+    {"calc-outer-polygon", "Export Attribute", "Calculate outer polygon of block reference.",
      &COptionsDialog::m_calOuterPolygon},
     {"update-drawing-paths", "Upload to Excel", "Update drawing paths in Excel.",
      &COptionsDialog::m_updateDrawingPathsInExcel},

@@ -100,7 +100,7 @@ TEST_F(CommandLineTest, GlobalOptionsMayFollowTheCommand) {
 }
 
 TEST_F(CommandLineTest, OptionsStoresTheGivenCheckBoxesAsOkWould) {
-    EXPECT_EQ(Run({"options", "--calculate-outer-polygon", "on", "--auto-upload=yes"}), exitOk);
+    EXPECT_EQ(Run({"options", "--calc-outer-polygon", "on", "--auto-upload=yes"}), exitOk);
     EXPECT_EQ(CRegistry::GetInt("Velmar", "CalOuterPolygon", -1), 1);
     EXPECT_EQ(CRegistry::GetInt("Velmar", "AutoUploadToActiveWorkbook", -1), 1);
     EXPECT_EQ(CRegistry::GetInt("Velmar", "ExportBlocksInMLeader", -1), 1);
@@ -191,7 +191,7 @@ TEST_F(CommandLineTest, HelpListsTheCommandsByGroup) {
     EXPECT_LT(text.find("VelmarInByHandle"), cell);
     EXPECT_GT(text.find("GetCellBlockInfo"), cell);
     EXPECT_EQ(Run({"help", "options"}), exitOk);
-    EXPECT_NE(Printed().find("--calculate-outer-polygon on|off"), std::string::npos);
+    EXPECT_NE(Printed().find("--calc-outer-polygon on|off"), std::string::npos);
     EXPECT_EQ(Run({"help", "nosuch"}), exitUsage);
 }
 
@@ -246,7 +246,7 @@ TEST_F(CommandLineProcessTest, TwoVelmarRunsAtOnceLoseNoWrite) {
             int failures = 0;
             for (int i = 0; i < rounds; ++i) {
                 if (w == 0) {
-                    failures += Run({"--quiet", "options", "--calculate-outer-polygon",
+                    failures += Run({"--quiet", "options", "--calc-outer-polygon",
                                      i % 2 ? "on" : "off"}) != exitOk;
                 } else {
                     failures += !CRegistry::SetString("Velmar\\DrawingList",
