@@ -102,14 +102,21 @@ const CommandEntry* CAttBatApp::FindCommand(std::string_view name) const {
 
 int CAttBatApp::Run(const CommandEntry& entry, CommandContext& context) {
     const CommandHandler* handler = Handler(entry);
-    if (!handler) {
+    int status = exitFailed;
+    if (handler) {
+        status = handler->run(context);
+    } else {
         host::CurrentPrinter().Warn(std::string(entry.localName) + " (velmar " +
                                     std::string(entry.alias) +
                                     ") is not available in this build yet.");
         context.Summary("error", "not available in this build yet");
-        return exitFailed;
     }
-    return handler->run(context);
+    if (commandObserver_) {
+        commandObserver_(entry.globalName, status == exitOk ? CommandOutcome::Ended
+                                           : context.Cancelled() ? CommandOutcome::Cancelled
+                                                                 : CommandOutcome::Failed);
+    }
+    return status;
 }
 
 std::string CAttBatApp::TakeQueuedCommand() {

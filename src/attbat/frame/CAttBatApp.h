@@ -18,6 +18,9 @@ namespace attbat {
 
 class MenuHost;
 
+// How a command ended, as the editor's commandEnded / commandCancelled / commandFailed tell it.
+enum class CommandOutcome { Ended, Cancelled, Failed };
+
 // Host facts found at load: the year of the host family and its product text.
 extern int hostYear;
 extern std::string hostProduct;
@@ -52,8 +55,13 @@ public:
     // null when there is none.
     const CommandEntry* FindCommand(std::string_view name) const;
     // Runs a registered command: its exit status; a command without its work says it is not
-    // available in this build yet and fails.
+    // available in this build yet and fails. The command observer hears how it ended.
     int Run(const CommandEntry& entry, CommandContext& context);
+    // The editor's command notifications, with the command's global name; one observer, set by
+    // whoever watches commands (the upload after a change), none by default.
+    void SetCommandObserver(std::function<void(std::string_view, CommandOutcome)> observer) {
+        commandObserver_ = std::move(observer);
+    }
 
     // The menu host; null (the default) where there are no menus, and then no load is queued.
     void SetMenuHost(MenuHost* menuHost) { menuHost_ = menuHost; }
@@ -82,6 +90,7 @@ private:
     MenuHost* menuHost_ = nullptr;
     std::function<void()> autoUpdate_;
     std::function<void(bool)> autoUpload_;
+    std::function<void(std::string_view, CommandOutcome)> commandObserver_;
     std::deque<std::string> queue_;
 };
 

@@ -152,6 +152,27 @@ TEST_F(CAttBatAppTest, ImplementGivesACommandItsWork) {
     EXPECT_EQ(app.Run(*FindCommandEntry("export"), context), exitOk);
 }
 
+TEST_F(CAttBatAppTest, TheCommandObserverHearsHowEachCommandEnded) {
+    CAttBatApp app;
+    std::vector<std::pair<std::string, CommandOutcome>> heard;
+    app.SetCommandObserver([&](std::string_view name, CommandOutcome outcome) {
+        heard.emplace_back(std::string(name), outcome);
+    });
+    app.Implement("Velmar_Links", {{}, "", [](CommandContext& c) {
+                                       c.MarkCancelled();
+                                       return exitFailed;
+                                   }});
+    app.EntryPoint(kInitAppMsg, nullptr);
+    CommandContext ok, cancelled, failed;
+    app.Run(*FindCommandEntry("about"), ok);
+    app.Run(*FindCommandEntry("links"), cancelled);
+    app.Run(*FindCommandEntry("export"), failed);
+    ASSERT_EQ(heard.size(), 3u);
+    EXPECT_EQ(heard[0], std::make_pair(std::string("_Velmar_About"), CommandOutcome::Ended));
+    EXPECT_EQ(heard[1], std::make_pair(std::string("_Velmar_Links"), CommandOutcome::Cancelled));
+    EXPECT_EQ(heard[2], std::make_pair(std::string("_VelmarOut"), CommandOutcome::Failed));
+}
+
 TEST_F(CAttBatAppTest, InitQueuesTheMenuLoadOnlyWhereThereAreMenus) {
     CAttBatApp app;
     app.EntryPoint(kInitAppMsg, nullptr);
