@@ -1,0 +1,103 @@
+#include "host/Document.h"
+
+#include <algorithm>
+
+#include "base/Path.h"
+#include "base/Text.h"
+
+namespace host {
+
+base::Result<std::unique_ptr<Document>> Document::Open(const std::string& path) {
+    auto db = ReadSideDatabase(path);
+    if (!db) return base::Status::Error(db.GetStatus().Message());
+    return std::make_unique<Document>(std::move(db.Value()));
+}
+
+Document::Document(std::unique_ptr<cad::Database> db) : db_(std::move(db)) {}
+
+std::vector<std::string> Document::TakeQueued() {
+    std::vector<std::string> out;
+    out.swap(queue_);
+    return out;
+}
+
+base::Status Document::Save() {
+    if (!db_->IsModified()) return base::Status::Ok();
+    return SaveSideDatabase(*db_);
+}
+
+DocumentManager& DocumentManager::Instance() {
+    static DocumentManager manager;
+    return manager;
+}
+
+base::Result<Document*> DocumentManager::OpenCurrent(const std::string& path) {
+    auto doc = Open(path);
+    if (doc) current_ = doc.Value();
+    return doc;
+}
+
+base::Result<Document*> DocumentManager::Open(const std::string& path) {
+    if (Document* open = Find(path)) return open;
+    auto doc = Document::Open(path);
+    if (!doc) return base::Status::Error(doc.GetStatus().Message());
+    return Add(std::move(doc.Value()), false);
+}
+
+Document* DocumentManager::Add(std::unique_ptr<Document> doc, bool makeCurrent) {
+    docs_.push_back(std::move(doc));
+    if (makeCurrent) current_ = docs_.back().get();
+    return docs_.back().get();
+}
+
+Document* DocumentManager::Find(std::string_view path) const {
+    for (const auto& doc : docs_)
+        if (base::EqualNoCase(doc->FileName(), path)) return doc.get();
+    return nullptr;
+}
+
+std::vector<Document*> DocumentManager::Documents() const {
+    std::vector<Document*> out;
+    if (current_) out.push_back(current_);
+    for (const auto& doc : docs_)
+        if (doc.get() != current_) out.push_back(doc.get());
+    return out;
+}
+
+void DocumentManager::Close(Document* doc) {
+    if (doc == current_) current_ = nullptr;
+    std::erase_if(docs_, [doc](const auto& d) { return d.get() == doc; });
+}
+
+void DocumentManager::CloseAll() {
+    current_ = nullptr;
+    docs_.clear();
+}
+
+base::Status DocumentManager::SaveAll() {
+    base::Status first = base::Status::Ok();
+    for (const auto& doc : docs_) {
+        base::Status status = doc->Save();
+        if (!status.IsOk() && first.IsOk()) first = status;
+    }
+    return first;
+}
+
+std::string BackupPathOf(std::string_view path) {
+    return base::ReplaceExtension(path, ".bak");
+}
+
+base::Result<std::unique_ptr<cad::Database>> ReadSideDatabase(const std::string& path) {
+    if (base::EqualNoCase(base::Extension(path), ".dwg"))
+        return base::Status::Error(path + ": DWG files can't be read here; convert the drawing to "
+                                          "DXF (SAVEAS, or a DWG to DXF converter) and give that file.");
+    return cad::Database::Open(path);
+}
+
+base::Status SaveSideDatabase(const cad::Database& db, const std::string& path) {
+    const std::string& target = path.empty() ? db.FileName() : path;
+    std::string backup = base::FileExists(target) ? BackupPathOf(target) : std::string();
+    return db.Save(target, backup);
+}
+
+}  // namespace host

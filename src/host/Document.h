@@ -1,0 +1,102 @@
+#pragma once
+// Documents as the CAD host has them: the current drawing (named by --drawing), other drawings
+// open in the same run, side databases read from a file and saved back in the version they were
+// read in, document locks and the queue of strings sent to a document's command line.
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "base/Status.h"
+#include "cad/Database.h"
+
+namespace host {
+
+// One open drawing: its file, its database, its lock and its command queue.
+class Document {
+public:
+    // Reads `path`; a failure says why (a .dwg file is refused with what to do).
+    static base::Result<std::unique_ptr<Document>> Open(const std::string& path);
+    // Wraps a database read elsewhere; its file name is the database's.
+    explicit Document(std::unique_ptr<cad::Database> db);
+
+    // The full path the drawing was read from.
+    const std::string& FileName() const { return db_->FileName(); }
+    // The drawing; valid as long as the document lives.
+    cad::Database& Database() { return *db_; }
+
+    // Write lock (mode 4 of the host): locks nest; a document locked twice needs two unlocks.
+    void Lock() { ++locks_; }
+    // Unlocking an unlocked document does nothing.
+    void Unlock() { if (locks_ > 0) --locks_; }
+    bool IsLocked() const { return locks_ > 0; }
+
+    // Queues a string for the document's command line, run after the present command ends.
+    void SendStringToExecute(std::string_view text) { queue_.emplace_back(text); }
+    // The strings queued so far, first sent first; empty when none.
+    const std::vector<std::string>& Queued() const { return queue_; }
+    // Hands the queue over and empties it.
+    std::vector<std::string> TakeQueued();
+
+    // Saves in place, in the version it was read in, keeping the old file as NAME.bak; an
+    // unchanged drawing is not written at all.
+    base::Status Save();
+
+private:
+    std::unique_ptr<cad::Database> db_;
+    std::vector<std::string> queue_;
+    int locks_ = 0;
+};
+
+// Holds a document's write lock for a scope, on every road out. A null document is allowed.
+class DocumentLock {
+public:
+    explicit DocumentLock(Document* doc) : doc_(doc) { if (doc_) doc_->Lock(); }
+    ~DocumentLock() { if (doc_) doc_->Unlock(); }
+    DocumentLock(const DocumentLock&) = delete;
+    DocumentLock& operator=(const DocumentLock&) = delete;
+private:
+    Document* doc_;
+};
+
+// The documents of this run (AcApDocManager): at most one current, any number of others.
+class DocumentManager {
+public:
+    // The manager of this run.
+    static DocumentManager& Instance();
+
+    // The current document; null when the run was given no drawing.
+    Document* CurDocument() const { return current_; }
+    // Opens `path` (or finds it open, without regard to case) and makes it current.
+    base::Result<Document*> OpenCurrent(const std::string& path);
+    // Opens `path` beside the current one, or finds it open; the current one stays.
+    base::Result<Document*> Open(const std::string& path);
+    // Adds a document; with `makeCurrent` it becomes current. Returns it.
+    Document* Add(std::unique_ptr<Document> doc, bool makeCurrent);
+    // The open document of `path` (without regard to case); null when none.
+    Document* Find(std::string_view path) const;
+    // Every open document, current first when there is one.
+    std::vector<Document*> Documents() const;
+    // Closes one document without saving; the current one leaves no current behind.
+    void Close(Document* doc);
+    // Closes all, without saving.
+    void CloseAll();
+    // Saves every changed document in place with its backup; the first failure is returned,
+    // the others are still tried.
+    base::Status SaveAll();
+
+private:
+    std::vector<std::unique_ptr<Document>> docs_;
+    Document* current_ = nullptr;
+};
+
+// The backup name the host's save keeps: the drawing's name with the extension ".bak".
+std::string BackupPathOf(std::string_view path);
+
+// A side database (readDwgFile): the drawing of `path` read on its own, owned by the caller.
+base::Result<std::unique_ptr<cad::Database>> ReadSideDatabase(const std::string& path);
+// saveAs in the original version: writes `db` to `path` (its own file when empty), keeping the
+// previous file as NAME.bak. The drawing keeps the version it was read in.
+base::Status SaveSideDatabase(const cad::Database& db, const std::string& path = {});
+
+}  // namespace host

@@ -1,0 +1,134 @@
+#include "host/Document.h"
+
+#include <filesystem>
+
+#include <gtest/gtest.h>
+
+#include "base/File.h"
+#include "cad/BlockRecord.h"
+#include "host/WorkingDatabase.h"
+#include "TempFolder.h"
+
+namespace {
+
+std::string CopyCorpus(const TempFolder& dir, const std::string& name) {
+    std::string target = dir.File(name);
+    std::filesystem::copy_file(std::string(VELMAR_CORPUS) + "/dxf/" + name, target);
+    return target;
+}
+
+struct DocumentManagerTest : ::testing::Test {
+    ~DocumentManagerTest() override { host::DocumentManager::Instance().CloseAll(); }
+    TempFolder dir;
+};
+
+TEST_F(DocumentManagerTest, OpenCurrentFindsAnOpenDrawingWithoutRegardToCase) {
+    std::string path = CopyCorpus(dir, "attribute-ac1032.dxf");
+    auto& manager = host::DocumentManager::Instance();
+    auto doc = manager.OpenCurrent(path);
+    ASSERT_TRUE(doc) << doc.GetStatus().Message();
+    EXPECT_EQ(manager.CurDocument(), doc.Value());
+    std::string upper = dir.Path() + "/ATTRIBUTE-AC1032.DXF";
+    EXPECT_EQ(manager.Find(upper), doc.Value());
+    auto again = manager.Open(path);
+    ASSERT_TRUE(again);
+    EXPECT_EQ(again.Value(), doc.Value());
+    EXPECT_EQ(manager.Documents().size(), 1u);
+}
+
+TEST_F(DocumentManagerTest, OtherDrawingsStayBesideTheCurrentOne) {
+    std::string a = CopyCorpus(dir, "attribute-ac1032.dxf");
+    std::string b = CopyCorpus(dir, "entities-attribs-ac1015.dxf");
+    auto& manager = host::DocumentManager::Instance();
+    ASSERT_TRUE(manager.OpenCurrent(a));
+    auto other = manager.Open(b);
+    ASSERT_TRUE(other);
+    EXPECT_EQ(manager.CurDocument()->FileName(), a);
+    auto docs = manager.Documents();
+    ASSERT_EQ(docs.size(), 2u);
+    EXPECT_EQ(docs[0], manager.CurDocument());
+    manager.Close(manager.CurDocument());
+    EXPECT_EQ(manager.CurDocument(), nullptr);
+    EXPECT_EQ(manager.Documents().size(), 1u);
+}
+
+TEST_F(DocumentManagerTest, DwgFileIsRefusedWithWhatToDo) {
+    auto doc = host::DocumentManager::Instance().Open(dir.File("plan.dwg"));
+    ASSERT_FALSE(doc);
+    EXPECT_NE(doc.GetStatus().Message().find("DXF"), std::string::npos);
+}
+
+TEST_F(DocumentManagerTest, LocksNestAndTheGuardReleasesOnScopeEnd) {
+    auto& manager = host::DocumentManager::Instance();
+    auto doc = manager.OpenCurrent(CopyCorpus(dir, "attribute-ac1032.dxf"));
+    ASSERT_TRUE(doc);
+    {
+        host::DocumentLock lock(doc.Value());
+        EXPECT_TRUE(doc.Value()->IsLocked());
+        {
+            host::DocumentLock inner(doc.Value());
+        }
+        EXPECT_TRUE(doc.Value()->IsLocked());
+    }
+    EXPECT_FALSE(doc.Value()->IsLocked());
+    doc.Value()->Unlock();
+    EXPECT_FALSE(doc.Value()->IsLocked());
+}
+
+TEST_F(DocumentManagerTest, StringsSentToADocumentQueueInOrder) {
+    auto doc = host::DocumentManager::Instance().OpenCurrent(CopyCorpus(dir, "attribute-ac1032.dxf"));
+    ASSERT_TRUE(doc);
+    doc.Value()->SendStringToExecute("REGEN\n");
+    doc.Value()->SendStringToExecute("Velmar_UpdateParamsInDynamicBlocks\n");
+    auto queued = doc.Value()->TakeQueued();
+    ASSERT_EQ(queued.size(), 2u);
+    EXPECT_EQ(queued[0], "REGEN\n");
+    EXPECT_TRUE(doc.Value()->Queued().empty());
+}
+
+TEST_F(DocumentManagerTest, UnchangedDocumentIsNotWrittenAndLeavesNoBackup) {
+    std::string path = CopyCorpus(dir, "attribute-ac1032.dxf");
+    auto doc = host::DocumentManager::Instance().OpenCurrent(path);
+    ASSERT_TRUE(doc);
+    EXPECT_TRUE(doc.Value()->Save().IsOk());
+    EXPECT_FALSE(std::filesystem::exists(dir.File("attribute-ac1032.bak")));
+}
+
+TEST(SideDatabase, SavedInItsVersionWithTheOldFileKeptAsBak) {
+    TempFolder dir;
+    std::string path = CopyCorpus(dir, "entities-attribs-ac1015.dxf");
+    auto original = base::ReadFile(path);
+    ASSERT_TRUE(original);
+    auto db = host::ReadSideDatabase(path);
+    ASSERT_TRUE(db) << db.GetStatus().Message();
+    std::string version = db.Value()->Version();
+    ASSERT_TRUE(db.Value()->ModelSpace().AddLine({0, 0, 0}, {1, 1, 0}));
+    ASSERT_TRUE(host::SaveSideDatabase(*db.Value()).IsOk());
+    auto backup = base::ReadFile(dir.File("entities-attribs-ac1015.bak"));
+    ASSERT_TRUE(backup);
+    EXPECT_EQ(backup.Value(), original.Value());
+    auto again = host::ReadSideDatabase(path);
+    ASSERT_TRUE(again);
+    EXPECT_EQ(again.Value()->Version(), version);
+}
+
+TEST_F(DocumentManagerTest, WorkingDatabaseFollowsTheCurrentDocumentAndTheScopePutsItBack) {
+    auto& manager = host::DocumentManager::Instance();
+    EXPECT_EQ(host::WorkingDatabase(), nullptr);
+    auto doc = manager.OpenCurrent(CopyCorpus(dir, "attribute-ac1032.dxf"));
+    ASSERT_TRUE(doc);
+    cad::Database* current = &doc.Value()->Database();
+    EXPECT_EQ(host::WorkingDatabase(), current);
+    auto side = host::ReadSideDatabase(CopyCorpus(dir, "entities-attribs-ac1015.dxf"));
+    ASSERT_TRUE(side);
+    {
+        host::ScopedWorkingDatabase scope(side.Value().get());
+        EXPECT_TRUE(scope.Switched());
+        EXPECT_EQ(host::WorkingDatabase(), side.Value().get());
+        host::ScopedWorkingDatabase same(side.Value().get());
+        EXPECT_FALSE(same.Switched());
+    }
+    EXPECT_EQ(host::WorkingDatabase(), current);
+}
+
+}  // namespace
