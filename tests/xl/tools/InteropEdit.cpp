@@ -1,6 +1,7 @@
 // xl_interop_edit IN OUT: the edit the interop checks look for in other programs: a cell
-// written, a note added, a row deleted (the row below the used cells of the first worksheet).
+// written, a note added, a row deleted (below the used range of the first worksheet).
 
+#include <algorithm>
 #include <cstdio>
 
 #include "xl/Workbook.h"
@@ -20,7 +21,9 @@ int main(int argc, char** argv) {
         if ((*book)->Sheet(i)->Kind() == xl::SheetKind::Worksheet && (*book)->Sheet(i)->Load())
             sheet = (*book)->Sheet(i);
     if (!sheet) return 1;
-    int row = sheet->LastFilledRow() + 2;
+    // Below everything the sheet holds (merges and formatted cells too), so that the deleted
+    // row moves nothing the checks compare.
+    int row = std::min(std::max(sheet->LastFilledRow(), sheet->UsedRange().lastRow) + 2, xl::kMaxRow - 1);
     sheet->SetString(row + 1, 1, "doomed row");
     sheet->SetString(row, 1, "velmar edit");
     sheet->SetNote(row, 1, "velmar note", "velmar");
