@@ -14,6 +14,13 @@ namespace {
 
 // The terminal's answer: a number of the list or a listed name; nothing is a cancel.
 CExcelROTDialog::Result AskOnTerminal(CExcelROTDialog& dialog) {
+    // A workbook named on the command line is the answer, as if picked from the list.
+    if (std::string chosen = excel::CurrentServer().ChosenInAdvance(); !chosen.empty())
+        for (std::size_t i = 0; i < dialog.m_List.size(); ++i)
+            if (base::EqualNoCase(dialog.m_List[i], chosen)) {
+                dialog.m_Selected = static_cast<int>(i);
+                return dialog.OnOK() ? CExcelROTDialog::IDOK : CExcelROTDialog::IDCANCEL;
+            }
     host::Printf("\n%s", CExcelROTDialog::kTitle);
     if (!dialog.m_Message.empty()) host::Printf("\n%s", dialog.m_Message);
     host::Printf("\n%s", CExcelROTDialog::kPrompt);

@@ -34,8 +34,9 @@ public:
 
     // Runs the dialog: OnInitDialog, then the runner (the user), IDOK or IDCANCEL.
     Result DoModal();
-    // Who answers the dialog: by default the terminal (the listed names, numbered, and a prompt
-    // for a number or name); tests and the desktop front end install their own.
+    // Who answers the dialog: by default the workbook named before the command when it is
+    // listed, else the terminal (the listed names, numbered, and a prompt for a number or name);
+    // tests and the desktop front end install their own.
     using Runner = std::function<Result(CExcelROTDialog&)>;
     static void SetRunner(Runner runner);
 };

@@ -364,3 +364,14 @@ TEST_F(BridgeTest, VelmarTestWithWindowButNoWorkbookWindowSaysSo) {
     EXPECT_FALSE(ExcelUtils::WindowFound);
     EXPECT_NE(Printed().find("AccessibleObjectFromWorkbookWindow failed."), std::string::npos);
 }
+
+TEST_F(BridgeTest, ChooserIsAnsweredByTheWorkbookNamedBeforeTheCommand) {
+    std::string first = MakeBook("a.xlsx");
+    std::string second = MakeBook("b.xlsx");
+    Attach(first);
+    ASSERT_TRUE(ExcelUtils::OpenWorkbook(second));
+    ExcelUtils::Disconnect();
+    ASSERT_TRUE(ExcelUtils::ChooseFromRunningObjects(""));  // the built-in runner, no prompt
+    EXPECT_EQ(ExcelUtils::Workbook->FullName(), first);
+    EXPECT_TRUE(ui_.Shown().empty());
+}

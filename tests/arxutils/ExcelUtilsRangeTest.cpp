@@ -579,3 +579,24 @@ TEST_F(BridgeTest, OperationsWithoutWorksheetReportAndGiveFalse) {
     EXPECT_FALSE(ExcelUtils::ReadCommentAndText(map, false));
     EXPECT_EQ(LastBox(), "Unknown error in ReadCommentAndText");
 }
+
+TEST_F(BridgeTest, DeleteRowsRefusesToMoveFormulasRatherThanLoseThem) {
+    std::string path = CopyCorpus("libreoffice73-formulas-bools-errors.xlsx");
+    Attach(path);
+    EXPECT_FALSE(ExcelUtils::DeleteRows({1}));
+    EXPECT_EQ(LastBox(), "Cells with formulas would have to move; insert or delete these cells in the "
+                         "spreadsheet program instead.");
+    EXPECT_EQ(Printed(), "");
+    EXPECT_FALSE(backend_->HasChanges());
+}
+
+TEST_F(BridgeTest, InsertAtRefusesToMoveMergedCells) {
+    Attach(MakeBook("a.xlsx", [](xl::Worksheet& s) {
+        s.SetString(3, 1, "merged");
+        ASSERT_TRUE(s.Merge({3, 1, 3, 2}));
+    }));
+    EXPECT_FALSE(ExcelUtils::InsertAt(1, 1, excel::xlShiftDown));
+    EXPECT_EQ(LastBox(), "Merged cells would have to move; insert or delete these cells in the spreadsheet "
+                         "program instead.");
+    EXPECT_TRUE(ExcelUtils::InsertAt(4, 1, excel::xlShiftDown));  // nothing merged below row 4
+}

@@ -38,6 +38,9 @@ public:
     virtual std::vector<std::shared_ptr<Dispatch>> WorkbookWindows(std::intptr_t window) = 0;
     // Brings a window to the front; false when it can't.
     virtual bool SetForegroundWindow(std::intptr_t window) = 0;
+    // The workbook the user named before the command (its display name), which answers the
+    // workbook chooser without asking; "" when none was named.
+    virtual std::string ChosenInAdvance() { return {}; }
 };
 
 // The server of this run; never null (a file backend without workbooks until one is installed).

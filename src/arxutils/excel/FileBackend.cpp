@@ -694,6 +694,25 @@ void MoveCell(xl::Worksheet& sheet, int fromRow, int fromColumn, int toRow, int 
     sheet.ClearValue(fromRow, fromColumn);
 }
 
+// Cells are moved by value, note and format; a formula, merge or hyperlink in the way would not
+// survive the move, so such a move is refused instead of losing it.
+void CheckMovable(xl::Worksheet& sheet, const xl::CellRange& region) {
+    if (!region.IsValid()) return;
+    for (const auto& row : sheet.Values(region))
+        for (const xl::CellValue& v : row)
+            if (!v.formula.empty())
+                Fail("Cells with formulas would have to move; insert or delete these cells in the "
+                     "spreadsheet program instead.");
+    for (const xl::CellRange& merge : sheet.Merges())
+        if (merge.Intersects(region))
+            Fail("Merged cells would have to move; insert or delete these cells in the spreadsheet "
+                 "program instead.");
+    for (const xl::Hyperlink& link : sheet.Hyperlinks())
+        if (link.range.Intersects(region))
+            Fail("Cells with hyperlinks would have to move; insert or delete these cells in the "
+                 "spreadsheet program instead.");
+}
+
 class FileRange : public Range {
 public:
     FileRange(StatePtr state, Book* book, xl::Worksheet* sheet, std::vector<xl::CellRange> areas, RangeMode mode)
@@ -750,9 +769,8 @@ public:
     Variant Text() override {
         const xl::CellRange& a = First();
         std::string first = sheet_->Text(a.firstRow, a.firstColumn);
-        xl::CellRange clipped = Clip(*sheet_, a);
-        if (clipped.lastRow > clipped.firstRow || clipped.lastColumn > clipped.firstColumn)
-            for (const auto& row : sheet_->Texts(clipped))
+        if (a.lastRow > a.firstRow || a.lastColumn > a.firstColumn)
+            for (const auto& row : sheet_->Texts(Clip(*sheet_, a)))
                 for (const std::string& t : row)
                     if (t != first) return {};
         return Variant::String(std::move(first));
@@ -893,6 +911,7 @@ public:
         if (down) {
             int n = a.lastRow - a.firstRow + 1;
             int lastColumn = std::min(a.lastColumn, used.lastColumn);
+            CheckMovable(*sheet_, {a.firstRow, a.firstColumn, used.lastRow, lastColumn});
             for (int r = used.lastRow; r >= a.firstRow; --r) {
                 for (int c = a.firstColumn; c <= lastColumn; ++c) MoveCell(*sheet_, r, c, r + n, c);
                 if (WholeRows(a)) sheet_->SetRowHeight(r + n, sheet_->RowHeight(r));
@@ -900,6 +919,7 @@ public:
         } else {
             int n = a.lastColumn - a.firstColumn + 1;
             int lastRow = std::min(a.lastRow, used.lastRow);
+            CheckMovable(*sheet_, {a.firstRow, a.firstColumn, lastRow, used.lastColumn});
             for (int c = used.lastColumn; c >= a.firstColumn; --c)
                 for (int r = a.firstRow; r <= lastRow; ++r) MoveCell(*sheet_, r, c, r, c + n);
         }
@@ -912,6 +932,7 @@ public:
         if (up) {
             int n = a.lastRow - a.firstRow + 1;
             int lastColumn = std::min(a.lastColumn, used.lastColumn);
+            CheckMovable(*sheet_, {a.firstRow, a.firstColumn, used.lastRow, lastColumn});
             for (int r = a.firstRow; r <= used.lastRow; ++r) {
                 for (int c = a.firstColumn; c <= lastColumn; ++c) {
                     if (r + n <= used.lastRow) {
@@ -926,6 +947,7 @@ public:
         } else {
             int n = a.lastColumn - a.firstColumn + 1;
             int lastRow = std::min(a.lastRow, used.lastRow);
+            CheckMovable(*sheet_, {a.firstRow, a.firstColumn, lastRow, used.lastColumn});
             for (int c = a.firstColumn; c <= used.lastColumn; ++c)
                 for (int r = a.firstRow; r <= lastRow; ++r) {
                     if (c + n <= used.lastColumn) {
@@ -1130,6 +1152,8 @@ std::vector<std::shared_ptr<Dispatch>> FileBackend::WorkbookWindows(std::intptr_
 }
 
 bool FileBackend::SetForegroundWindow(std::intptr_t window) { return window != 0 && state_->running; }
+
+std::string FileBackend::ChosenInAdvance() { return state_->running ? state_->options.workbook : std::string(); }
 
 bool FileBackend::HasChanges() const {
     for (const auto& book : state_->books)

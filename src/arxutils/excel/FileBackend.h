@@ -52,6 +52,8 @@ public:
     void SendToMainWindow(std::intptr_t window, unsigned message) override;
     std::vector<std::shared_ptr<Dispatch>> WorkbookWindows(std::intptr_t window) override;
     bool SetForegroundWindow(std::intptr_t window) override;
+    // The --workbook file while its instance runs.
+    std::string ChosenInAdvance() override;
 
     // Writes every workbook the command changed: in place, the new one (or, when no workbook
     // was added, the --workbook one) to --output, other new ones under a free name beside the
