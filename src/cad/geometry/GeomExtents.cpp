@@ -124,7 +124,7 @@ private:
     bool AddText(const Entity& e, const Matrix3d& m, Extents3d& out);
     bool AddMText(const Entity& e, const Matrix3d& m, Extents3d& out);
     bool AddImage(const Entity& e, const Matrix3d& m, Extents3d& out);
-    bool AddVertices(const Entity& e, const Matrix3d& m, Extents3d& out);
+    bool AddVertices(const Entity& e, const Matrix3d& m, Extents3d& out, int code);
     bool AddReference(const BlockReference& ref, const Matrix3d& m, Extents3d& out, const std::string& layerOfZero,
                       int depth);
     bool AddBlock(const BlockRecord& block, const Matrix3d& m, Extents3d& out, const std::string& layerOfZero,
@@ -169,7 +169,9 @@ bool Walker::Add(const Entity& e, const Matrix3d& m, Extents3d& out, const std::
     if (type == "TEXT" || type == "ATTRIB" || type == "ATTDEF") return AddText(e, m, out);
     if (type == "MTEXT") return AddMText(e, m, out);
     if (type == "IMAGE" || type == "WIPEOUT") return AddImage(e, m, out);
-    if (type == "LEADER") return AddVertices(e, m, out);
+    // Leaders and meshes list their vertices as 10, multilines as 11, all in world coordinates.
+    if (type == "LEADER" || type == "MESH") return AddVertices(e, m, out, 10);
+    if (type == "MLINE") return AddVertices(e, m, out, 11);
     if (type == "INSERT" || type == "MINSERT")
         return AddReference(BlockReference(e.GetDatabase(), e.Index()), m, out, layerOfZero, depth);
     if (type == "DIMENSION" || type == "ARC_DIMENSION" || type == "LARGE_RADIAL_DIMENSION" || type == "ACAD_TABLE") {
@@ -177,7 +179,7 @@ bool Walker::Add(const Entity& e, const Matrix3d& m, Extents3d& out, const std::
         // table's relative to its insertion point along its direction (11).
         BlockRecord block = db_->FindBlock(e.GetText(2));
         if (!block) {
-            error = "its block \"" + e.GetText(2) + "\" is missing";
+            error = e.GetText(2).empty() ? "it names no block to draw it" : "its block \"" + e.GetText(2) + "\" is missing";
             return false;
         }
         Matrix3d place = m;
@@ -455,12 +457,12 @@ bool Walker::AddImage(const Entity& e, const Matrix3d& m, Extents3d& out) {
     return true;
 }
 
-bool Walker::AddVertices(const Entity& e, const Matrix3d& m, Extents3d& out) {
+bool Walker::AddVertices(const Entity& e, const Matrix3d& m, Extents3d& out, int code) {
     TagList tags = OwnTags(e);
     bool any = false;
     for (std::size_t i = 0; i + 1 < tags.size(); ++i) {
-        if (tags[i].code != 10) continue;
-        double z = i + 2 < tags.size() && tags[i + 2].code == 30 ? tags[i + 2].Real() : 0;
+        if (tags[i].code != code || tags[i + 1].code != code + 10) continue;
+        double z = i + 2 < tags.size() && tags[i + 2].code == code + 20 ? tags[i + 2].Real() : 0;
         out.AddPoint(m.Apply({tags[i].Real(), tags[i + 1].Real(), z}));
         any = true;
     }

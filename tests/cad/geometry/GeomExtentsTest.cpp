@@ -339,3 +339,24 @@ TEST(GeomExtents, EveryEntityOfTheCorpusMeasuresOrSaysWhy) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(GeomExtentsTest, MultilineByItsVertices) {
+    cad::Entity m = Append("MLINE", {{100, "AcDbMline"}, {2, "STANDARD"}, RealTag(40, 1), {70, "0"}, {71, "1"},
+                                     {72, "2"}, {73, "2"}, RealTag(10, 0), RealTag(20, 0), RealTag(30, 0),
+                                     RealTag(11, 0), RealTag(21, 0), RealTag(31, 0), RealTag(12, 1), RealTag(22, 0),
+                                     RealTag(32, 0), RealTag(13, 0), RealTag(23, 1), RealTag(33, 0),
+                                     RealTag(11, 4), RealTag(21, 3), RealTag(31, 0), RealTag(12, 1), RealTag(22, 0),
+                                     RealTag(32, 0), RealTag(13, 0), RealTag(23, 1), RealTag(33, 0)});
+    ExpectBox(Measure(m), {0, 0, 0}, {4, 3, 0});
+}
+
+TEST_F(GeomExtentsTest, DimensionWithoutBlockSaysSo) {
+    cad::Entity d = Append("DIMENSION", {{100, "AcDbDimension"}, RealTag(10, 5), RealTag(20, 3), RealTag(30, 0)});
+    auto box = cad::GeomExtents(d);
+    ASSERT_FALSE(box);
+    EXPECT_NE(box.GetStatus().Message().find("no block"), std::string::npos) << box.GetStatus().Message();
+}
+
+}  // namespace

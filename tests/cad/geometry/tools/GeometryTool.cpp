@@ -4,6 +4,8 @@
 //   cad_geometry_tool transform IN OUT REF_HANDLE ANGLE_DEGREES SCALE DX DY
 //       (rotation about the normal through the position, scaling about the origin, translation)
 //   cad_geometry_tool view IN OUT HANDLE      (the active view on the entity's extents)
+//   cad_geometry_tool extents IN              (one line per model space entity:
+//       handle type min-x min-y min-z max-x max-y max-z, or handle type "-" reason)
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -25,7 +27,25 @@ int Fail(const std::string& message) {
 
 }  // namespace
 
+int Extents(cad::Database& db) {
+    for (const cad::Entity& e : db.ModelSpace().Entities()) {
+        auto box = cad::GeomExtents(e);
+        if (!box) {
+            std::printf("%s %s - %s\n", e.HandleString().c_str(), e.Type().c_str(), box.GetStatus().Message().c_str());
+            continue;
+        }
+        std::printf("%s %s %.17g %.17g %.17g %.17g %.17g %.17g\n", e.HandleString().c_str(), e.Type().c_str(),
+                    box->Min().x, box->Min().y, box->Min().z, box->Max().x, box->Max().y, box->Max().z);
+    }
+    return 0;
+}
+
 int main(int argc, char** argv) {
+    if (argc == 3 && std::string(argv[1]) == "extents") {
+        auto opened = cad::Database::Open(argv[2]);
+        if (!opened) return Fail(opened.GetStatus().Message());
+        return Extents(**opened);
+    }
     if (argc < 5) return Fail("usage: mleader-set|transform|view IN OUT HANDLE ...");
     std::string command = argv[1];
     auto opened = cad::Database::Open(argv[2]);
