@@ -1,0 +1,1 @@
+velmar_interop(arxutils_workbooks SCRIPT arxutils_workbooks.py DEPENDS arxutils_make_workbook)
