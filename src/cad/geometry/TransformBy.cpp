@@ -39,6 +39,47 @@ void SetNormal(Entity& e, Point3 normal, std::string_view subclass) {
     e.SetReal(230, normal.z, subclass);
 }
 
+// The parts of a multi-line attribute that AcDbText does not hold: the alignment point it
+// repeats after its own subclass, and its embedded MTEXT (101), whose points are in world
+// coordinates.
+class MultiLineParts : public Attribute {
+public:
+    using Attribute::Attribute;
+
+    void Transform(const Matrix3d& m, const Matrix3d& toNew, double stretchX, double stretchY) {
+        std::size_t n = TagCount();
+        bool attributeData = false, embedded = false;
+        for (std::size_t i = 1; i < n; ++i) {
+            int code = CodeAt(i);
+            if (code == 100) attributeData = TextAt(i) == "AcDbAttribute" || TextAt(i) == "AcDbAttributeDefinition";
+            if (code == 101) embedded = true;
+            if (code == 1001) break;
+            if (!attributeData && !embedded) continue;
+            if (code == 11 && !embedded) SetPointAt(i, toNew.Apply(PointAt(i)));
+            else if (embedded && code == 10) SetPointAt(i, m.Apply(PointAt(i)));
+            else if (embedded && code == 11) SetPointAt(i, Normalized(m.ApplyToVector(PointAt(i))));
+            else if (embedded && (code == 40 || code == 46)) SetRealAt(i, RealAt(i) * stretchY);
+            else if (embedded && code == 41) SetRealAt(i, RealAt(i) * stretchX);
+        }
+    }
+
+private:
+    Point3 PointAt(std::size_t i) const {
+        Point3 p{RealAt(i), 0, 0};
+        if (i + 1 < TagCount() && CodeAt(i + 1) == CodeAt(i) + 10) p.y = RealAt(i + 1);
+        if (i + 2 < TagCount() && CodeAt(i + 2) == CodeAt(i) + 20) p.z = RealAt(i + 2);
+        return p;
+    }
+    void SetRealAt(std::size_t i, double value) {
+        if (Differs(value, RealAt(i))) SetTagText(i, RealText(value));
+    }
+    void SetPointAt(std::size_t i, Point3 p) {
+        SetRealAt(i, p.x);
+        if (i + 1 < TagCount() && CodeAt(i + 1) == CodeAt(i) + 10) SetRealAt(i + 1, p.y);
+        if (i + 2 < TagCount() && CodeAt(i + 2) == CodeAt(i) + 20) SetRealAt(i + 2, p.z);
+    }
+};
+
 void TransformAttribute(Attribute& a, const Matrix3d& m) {
     Point3 oldNormal{a.GetReal(210, 0), a.GetReal(220, 0), a.GetReal(230, 1)};
     Matrix3d ocs = ObjectToWorld(oldNormal);
@@ -56,6 +97,7 @@ void TransformAttribute(Attribute& a, const Matrix3d& m) {
     double widthFactor = a.GetReal(41, 1) * (stretchY > 0 ? stretchX / stretchY : 1);
     double rotation = std::atan2(p.x.y, p.x.x);
 
+    if (a.IsMTextAttribute()) MultiLineParts(a.GetDatabase(), a.Index()).Transform(m, toNew, stretchX, stretchY);
     SetNormal(a, p.normal, "AcDbText");
     if (Differs(position, a.Position())) a.SetPosition(position);
     if (aligned && Differs(alignment, a.AlignmentPoint())) a.SetAlignmentPoint(alignment);

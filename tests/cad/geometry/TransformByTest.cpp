@@ -1,5 +1,6 @@
 #include "cad/geometry/TransformBy.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include <gtest/gtest.h>
@@ -50,7 +51,7 @@ TEST_F(TransformByTest, RotationAboutNormalThroughPositionTurnsReferenceAndAttri
     EXPECT_DOUBLE_EQ(a.Height(), 0.25);
 }
 
-TEST_F(TransformByTest, ScalingAboutOriginMultipliesScaleAndMovesAway) {
+TEST_F(TransformByTest, ScaleXOfTwoOnScaleThreeGivesSixAndMovesAwayFromOrigin) {
     auto ref = db->ModelSpace().AddBlockReference(db->FindBlock("TAG"), {2, 1, 0}, {3, 3, 3});
     ASSERT_TRUE(ref);
     ASSERT_TRUE(cad::TransformBy(*ref, Matrix3d::Scaling(2)));
@@ -136,6 +137,38 @@ TEST_F(TransformByTest, ChangesSurviveSaveAndReload) {
     ExpectPoint(ref.Position(), {-5, -4, 0});
     EXPECT_NEAR(ref.Rotation(), cad::kPi, 1e-12);
     ExpectPoint(ref.FindAttribute("NO").Position(), {-5.6, -4, 0});
+}
+
+}  // namespace
+
+namespace {
+
+TEST(TransformBy, MultiLineAttributeMovesItsEmbeddedText) {
+    auto opened = cad::Database::Open(std::string(VELMAR_CORPUS) + "/dxf/acadsharp-sample-ac1032.dxf");
+    ASSERT_TRUE(opened) << opened.GetStatus().Message();
+    cad::Database& db = **opened;
+    cad::Attribute attribute(&db, db.ObjectByHandle(0x79D).Index());
+    ASSERT_TRUE(attribute.IsMTextAttribute());
+    cad::BlockReference ref(&db, db.ObjectByHandle(0x79C).Index());
+    ASSERT_EQ(ref.Type(), "INSERT");
+    ASSERT_TRUE(cad::TransformBy(ref, Matrix3d::Translation({10, 0, 0}) * Matrix3d::Scaling(2, {977.2814835151885, 28.7508142234822, 0})));
+    // The embedded text sat at the alignment point; it stays there, moved by 10, twice as high.
+    cad::TagList tags = attribute.Tags();
+    auto embedded = std::find(tags.begin(), tags.end(), cad::Tag{101, "Embedded Object"});
+    ASSERT_NE(embedded, tags.end());
+    EXPECT_NEAR((embedded + 1)->Real(), 987.2814835151885, 1e-9);
+    EXPECT_NEAR((embedded + 2)->Real(), 28.7508142234822, 1e-9);
+    EXPECT_NEAR((embedded + 4)->Real(), 2 * 1.720654456209621, 1e-12);
+    ExpectPoint(attribute.AlignmentPoint(), {987.2814835151885, 28.7508142234822, 0});
+    EXPECT_NEAR(attribute.Height(), 2 * 1.720654456209621, 1e-12);
+    // The alignment point the attribute repeats for its multi-line form follows too.
+    int seen = 0;
+    for (std::size_t i = 0; i < tags.size(); ++i) {
+        if (tags[i].code == 11 && ++seen == 2) {
+            EXPECT_NEAR(tags[i].Real(), 987.2814835151885, 1e-9);
+        }
+    }
+    EXPECT_EQ(seen, 2);
 }
 
 }  // namespace
