@@ -1,6 +1,11 @@
 #include "cad/Database.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <cstring>
 #include <functional>
@@ -102,8 +107,39 @@ std::string BytesOfHex(std::string_view hex) {
 
 Database::~Database() = default;
 
+namespace {
+
+// Reads a whole file into a buffer of exactly its size: a drawing can be hundreds of megabytes,
+// and a growing buffer would need a multiple of that for a moment.
+base::Result<std::string> ReadDrawingFile(const std::string& path) {
+    int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return base::Status::Error(fmt::format("{}: cannot open: {}", path, std::strerror(errno)));
+    struct stat info {};
+    if (::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode)) {
+        ::close(fd);
+        return base::Status::Error(fmt::format("{}: not a regular file", path));
+    }
+    std::string bytes;
+    bytes.resize(static_cast<std::size_t>(info.st_size));
+    std::size_t done = 0;
+    while (done < bytes.size()) {
+        ssize_t n = ::read(fd, bytes.data() + done, bytes.size() - done);
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) {
+            std::string reason = n < 0 ? std::strerror(errno) : "the file got shorter while it was read";
+            ::close(fd);
+            return base::Status::Error(fmt::format("{}: cannot read: {}", path, reason));
+        }
+        done += static_cast<std::size_t>(n);
+    }
+    ::close(fd);
+    return bytes;
+}
+
+}  // namespace
+
 base::Result<std::unique_ptr<Database>> Database::Open(const std::string& path) {
-    auto bytes = base::ReadFile(path);
+    auto bytes = ReadDrawingFile(path);
     if (!bytes) return bytes.GetStatus();
     return FromBytes(std::move(*bytes), path);
 }
