@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <ctime>
+#include <filesystem>
 
 #include "arxutils/AutoWrap.h"
 #include "arxutils/CExcelROTDialog.h"
@@ -193,12 +194,19 @@ bool ExcelUtils::AddWorkbook() {
 bool ExcelUtils::OpenWorkbook(const std::string& path, int updateLinks, int readOnly) {
     if (path.empty() || !Application) return false;
     const std::string fileName = base::FileName(path);
+    // Full names are absolute; a path given relative to the working folder names the same file.
+    std::string fullPath = path;
+    if (path.find("://") == std::string::npos) {
+        std::error_code error;
+        auto absolute = std::filesystem::absolute(path, error);
+        if (!error) fullPath = absolute.lexically_normal().string();
+    }
     return Guarded([&] {
         auto books = Application->GetWorkbooks();
         int count = books->Count();
         for (int i = 1; i <= count; ++i) {
             auto book = books->Item(i);
-            if (base::EqualNoCase(book->FullName(), path)) {
+            if (base::EqualNoCase(book->FullName(), path) || base::EqualNoCase(book->FullName(), fullPath)) {
                 Workbook = std::move(book);
                 return true;
             }

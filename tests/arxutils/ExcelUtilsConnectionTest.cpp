@@ -375,3 +375,21 @@ TEST_F(BridgeTest, ChooserIsAnsweredByTheWorkbookNamedBeforeTheCommand) {
     EXPECT_EQ(ExcelUtils::Workbook->FullName(), first);
     EXPECT_TRUE(ui_.Shown().empty());
 }
+
+TEST_F(BridgeTest, RelativeWorkbookPathsBecomeFullNamesAndMatchWhenOpenedAgain) {
+    std::string path = MakeBook("rel/Data.xlsx");
+    auto cwd = std::filesystem::current_path();
+    std::filesystem::current_path(Path("rel"));
+    excel::FileBackendOptions options;
+    options.workbook = "Data.xlsx";
+    Install(options);
+    bool connected = ExcelUtils::ConnectToExcel(true);
+    std::string fullName = connected ? ExcelUtils::Workbook->FullName() : "";
+    bool reopened = ExcelUtils::OpenWorkbook("./Data.xlsx");
+    std::filesystem::current_path(cwd);
+    ASSERT_TRUE(connected);
+    EXPECT_EQ(fullName, path);
+    EXPECT_TRUE(reopened);
+    EXPECT_TRUE(ui_.Shown().empty());
+    EXPECT_EQ(ExcelUtils::Application->GetWorkbooks()->Count(), 1);
+}

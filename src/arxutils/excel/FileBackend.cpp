@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <ctime>
+#include <filesystem>
 #include <map>
 
 #include "arxutils/excel/AutomationError.h"
@@ -22,6 +23,14 @@ namespace {
 
 [[noreturn]] void Fail(const std::string& description, std::int32_t code = kErrApplication) {
     throw AutomationError(code, description);
+}
+
+// A workbook's full name is its absolute path, as the application reports it; addresses stay.
+std::string FullPath(const std::string& path) {
+    if (path.find("://") != std::string::npos) return path;
+    std::error_code error;
+    auto absolute = std::filesystem::absolute(path, error);
+    return error ? path : absolute.lexically_normal().string();
 }
 
 // One workbook of the instance, and the window state the application keeps beside the file.
@@ -311,8 +320,9 @@ public:
     std::unique_ptr<Workbook> Open(const std::string& fileName, int, int readOnly) override {
         CheckRunning(*state_);
         std::string name = base::FileName(fileName);
+        std::string fullName = FullPath(fileName);
         for (auto& book : state_->books) {
-            if (base::EqualNoCase(book->fullName, fileName)) {
+            if (base::EqualNoCase(book->fullName, fullName)) {
                 state_->active = book.get();
                 return MakeWorkbook(state_, book.get());
             }
@@ -326,7 +336,7 @@ public:
         if (!opened) Fail(opened.GetStatus().Message());
         auto book = std::make_unique<Book>();
         book->file = std::move(opened.Value());
-        book->fullName = fileName;
+        book->fullName = fullName;
         book->readOnly = readOnly != 0;
         state_->active = book.get();
         state_->books.push_back(std::move(book));
@@ -1072,7 +1082,7 @@ base::Result<std::unique_ptr<FileBackend>> FileBackend::Create(const FileBackend
     if (!opened) return opened.GetStatus();
     auto book = std::make_unique<Book>();
     book->file = std::move(opened.Value());
-    book->fullName = options.workbook;
+    book->fullName = FullPath(options.workbook);
     book->fromOptions = true;
     xl::Workbook& wb = *book->file;
     if (!options.sheet.empty()) {
@@ -1200,7 +1210,7 @@ base::Status FileBackend::SaveChanged() {
         book->dirty = false;
         if (book->isNew) {
             book->isNew = false;
-            book->fullName = target;
+            book->fullName = FullPath(target);
             host::Printf("\nNew workbook saved as %s.", target);
         } else if (!inPlace) {
             host::Printf("\nWorkbook %s saved as %s.", book->fullName, target);
