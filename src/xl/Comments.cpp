@@ -39,7 +39,9 @@ std::string WriteComments(const std::vector<Note>& notes) {
         authors += "</author>";
     }
     std::string out;
-    out.reserve(notes.size() * 120 + 300);
+    std::size_t textBytes = 0;
+    for (const Note& n : notes) textBytes += n.text.size();
+    out.reserve(textBytes + notes.size() * 90 + authors.size() + 300);
     out += "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\r\n"
            "<comments xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"><authors>";
     out += authors;
@@ -133,6 +135,7 @@ std::string WriteVml(std::string_view original, const std::vector<Note>& notes, 
         out += "<v:shapetype id=\"_x0000_t202\" coordsize=\"21600,21600\" o:spt=\"202\"\r\n"
                "  path=\"m,l,21600r21600,l21600,xe\">\r\n  <v:stroke joinstyle=\"miter\"/>\r\n"
                "  <v:path gradientshapeok=\"t\" o:connecttype=\"rect\"/>\r\n </v:shapetype>";
+    out.reserve(out.size() + notes.size() * 560 + 16);
     int id = shapeBase + 1;
     for (const Note& n : notes) {
         int r = n.row - 1, c = n.column - 1;

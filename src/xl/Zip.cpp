@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <vector>
 
 #include "base/Format.h"
 
@@ -334,29 +335,28 @@ void ZipWriter::Add(std::string_view name, std::string_view data) {
     }
     e.method = 8;
     std::string packed;
+    packed.reserve(data.size() / 4 + 64);
     z_stream z{};
     // Fast deflate for big generated parts: they are repetitive and compress well anyway.
-    deflateInit2(&z, data.size() > (1u << 20) ? 1 : 6, Z_DEFLATED, -MAX_WBITS, 8,
-                 Z_DEFAULT_STRATEGY);
-    packed.resize(deflateBound(&z, static_cast<uLong>(std::min<std::uint64_t>(data.size(), 1u << 30))) +
-                  64);
-    std::uint64_t inDone = 0, outDone = 0;
+    deflateInit2(&z, data.size() > (1u << 20) ? 1 : 6, Z_DEFLATED, -MAX_WBITS, 8, Z_DEFAULT_STRATEGY);
+    // Through a fixed chunk, so that no output buffer of the input's size is ever zero-filled.
+    std::vector<char> chunk(1 << 18);
+    std::uint64_t inDone = 0;
     int rc = Z_OK;
     while (rc != Z_STREAM_END) {
         uInt inChunk = static_cast<uInt>(std::min<std::uint64_t>(data.size() - inDone, 1u << 30));
         z.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data.data() + inDone));
         z.avail_in = inChunk;
-        if (packed.size() - outDone < 65536) packed.resize(packed.size() * 2);
-        uInt outChunk = static_cast<uInt>(std::min<std::uint64_t>(packed.size() - outDone, 1u << 30));
-        z.next_out = reinterpret_cast<Bytef*>(packed.data() + outDone);
-        z.avail_out = outChunk;
         bool last = inDone + inChunk == data.size();
-        rc = deflate(&z, last ? Z_FINISH : Z_NO_FLUSH);
+        do {
+            z.next_out = reinterpret_cast<Bytef*>(chunk.data());
+            z.avail_out = static_cast<uInt>(chunk.size());
+            rc = deflate(&z, last ? Z_FINISH : Z_NO_FLUSH);
+            packed.append(chunk.data(), chunk.size() - z.avail_out);
+        } while (z.avail_out == 0 && rc != Z_STREAM_END);
         inDone += inChunk - z.avail_in;
-        outDone += outChunk - z.avail_out;
     }
     deflateEnd(&z);
-    packed.resize(outDone);
     e.compressedSize = packed.size();
     AddLocal(std::move(e), packed);
 }
