@@ -420,7 +420,8 @@ bool ExcelUtils::ReadValues(attbat::CStringTable& table, const std::string& addr
         case VarType::Number: AddRowTo(table, attbat::CStringArrayEx{NumberText(value.number)}); return true;
         case VarType::String: AddRowTo(table, attbat::CStringArrayEx{value.text}); return true;
         case VarType::Array: break;
-        default: return true;  // a lone Boolean, date or error reads as nothing
+        // Anything else is taken for an array, which a lone Boolean, date or error is not.
+        default: throw AutomationError(kErrInvalidArg, "");
         }
         const VariantArray& array = *value.array;
         for (int r = 0; r < array.rows; ++r) {

@@ -90,7 +90,8 @@ public:
     static bool ReadCellsSelected(attbat::CStringTable& table, const std::string& address,
                                   const std::string& selectedRows, int expectedRows, bool textOnly);
     // The range in one fetch: numbers as drawing text with trailing zeros dropped; a Boolean,
-    // date or error adds no cell at all, so the rest of its row moves left. RangeAddress stays.
+    // date or error adds no cell at all, so the rest of its row moves left (a lone one fails).
+    // RangeAddress stays.
     static bool ReadValues(attbat::CStringTable& table, const std::string& address);
     static bool ReadValues(attbat::CStringTable& table, const std::string& firstCell, const std::string& lastCell);
     // Each key line of each comment ("_" past the first character; ":" too unless

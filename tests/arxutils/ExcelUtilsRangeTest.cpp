@@ -600,3 +600,14 @@ TEST_F(BridgeTest, InsertAtRefusesToMoveMergedCells) {
                          "program instead.");
     EXPECT_TRUE(ExcelUtils::InsertAt(4, 1, excel::xlShiftDown));  // nothing merged below row 4
 }
+
+TEST_F(BridgeTest, ReadValuesOfALoneBooleanCellFailsAsANonArray) {
+    Attach(CopyData("typed-cells.xlsx"));
+    attbat::CStringTable table;
+    EXPECT_FALSE(ExcelUtils::ReadValues(table, "B2"));
+    EXPECT_EQ(table.GetSize(), 0);
+    EXPECT_EQ(LastBox(), "The parameter is incorrect.");
+    attbat::CStringTable number;
+    ASSERT_TRUE(ExcelUtils::ReadValues(number, "B1"));
+    EXPECT_EQ(Rows(number), (Grid{{"12.5"}}));
+}
