@@ -185,7 +185,9 @@ void Store(xl::Worksheet& sheet, int row, int column, const Variant& v) {
     }
 }
 
-Variant ToVariant(xl::CellValue&& value, xl::Worksheet& sheet, int row, int column) {
+// `date1904`: the file counts days from 1904 (old Mac files); dates always leave as days from
+// 1899-12-30.
+Variant ToVariant(xl::CellValue&& value, xl::Worksheet& sheet, int row, int column, bool date1904) {
     switch (value.type) {
     case xl::CellType::Empty: return {};
     case xl::CellType::String: return Variant::String(std::move(value.text));
@@ -193,7 +195,8 @@ Variant ToVariant(xl::CellValue&& value, xl::Worksheet& sheet, int row, int colu
     case xl::CellType::Error: return Variant::Error(std::move(value.text));
     case xl::CellType::Number:
         // Cells shown as dates come out as dates, as the application's Value gives them.
-        if (xl::IsDateFormat(sheet.Format(row, column).numberFormat)) return Variant::Date(value.number);
+        if (xl::IsDateFormat(sheet.Format(row, column).numberFormat))
+            return Variant::Date(value.number + (date1904 ? 1462 : 0));
         return Variant::Number(value.number);
     }
     return {};
@@ -731,14 +734,16 @@ public:
     Variant GetValue() override {
         const xl::CellRange& a = First();
         if (a.firstRow == a.lastRow && a.firstColumn == a.lastColumn)
-            return ToVariant(sheet_->Value(a.firstRow, a.firstColumn), *sheet_, a.firstRow, a.firstColumn);
+            return ToVariant(sheet_->Value(a.firstRow, a.firstColumn), *sheet_, a.firstRow, a.firstColumn,
+                             book_->file->Date1904());
+        const bool date1904 = book_->file->Date1904();
         auto values = sheet_->Values(a);
         auto array = std::make_shared<VariantArray>(a.lastRow - a.firstRow + 1, a.lastColumn - a.firstColumn + 1);
         for (int r = 0; r < array->rows; ++r)
             for (int c = 0; c < array->columns; ++c) {
                 xl::CellValue& v = values[static_cast<std::size_t>(r)][static_cast<std::size_t>(c)];
                 if (v.type != xl::CellType::Empty)
-                    array->At(r, c) = ToVariant(std::move(v), *sheet_, a.firstRow + r, a.firstColumn + c);
+                    array->At(r, c) = ToVariant(std::move(v), *sheet_, a.firstRow + r, a.firstColumn + c, date1904);
             }
         return Variant::Array(std::move(array));
     }
