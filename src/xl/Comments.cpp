@@ -2,51 +2,91 @@
 
 #include <pugixml.hpp>
 
+#include <algorithm>
+#include <cstdlib>
 #include <map>
 
 #include "xl/Xml.h"
 
 namespace xl {
 
-base::Result<std::vector<Note>> ReadNotes(std::string_view xml, std::string_view label) {
+base::Result<NotesPart> ReadNotes(std::string_view xml, std::string_view label) {
     pugi::xml_document doc;
     if (base::Status st = ParseXml(doc, xml, label); !st) return st;
     pugi::xml_node root = doc.document_element();
-    std::vector<std::string> authors;
+    NotesPart part;
+    bool defaultNs = false;
+    for (pugi::xml_attribute a = root.first_attribute(); a; a = a.next_attribute()) {
+        std::string_view name = a.name();
+        defaultNs = defaultNs || name == "xmlns";
+        part.rootAttributes += " ";
+        part.rootAttributes += name;
+        part.rootAttributes += "=\"";
+        AppendEscaped(part.rootAttributes, a.value(), true);
+        part.rootAttributes += "\"";
+    }
+    // Kept comments are unprefixed, so the root must declare the default namespace.
+    if (!defaultNs) part.rootAttributes += " xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"";
     for (pugi::xml_node a = Child(root, "authors").first_child(); a; a = a.next_sibling())
-        if (LocalName(a) == "author") authors.push_back(a.text().get());
-    std::vector<Note> notes;
+        if (LocalName(a) == "author") part.authors.push_back(a.text().get());
     for (pugi::xml_node c = Child(root, "commentList").first_child(); c; c = c.next_sibling()) {
         if (LocalName(c) != "comment") continue;
-        Note n;
-        if (!ParseCell(Attr(c, "ref").value(), n.row, n.column)) continue;
+        StoredNote n;
+        if (!ParseCell(Attr(c, "ref").value(), n.note.row, n.note.column)) continue;
+        n.originalRow = n.note.row;
+        n.originalColumn = n.note.column;
         std::size_t author = Attr(c, "authorId").as_uint();
-        if (author < authors.size()) n.author = authors[author];
-        n.text = RichText(Child(c, "text"));
-        notes.push_back(std::move(n));
+        if (author < part.authors.size()) n.note.author = part.authors[author];
+        n.note.text = RichText(Child(c, "text"));
+        // Prefixed elements would lose their namespace outside their part; those are rewritten.
+        if (std::string_view(c.name()).find(':') == std::string_view::npos) {
+            pugi::xml_document scratch;
+            pugi::xml_node copy = scratch.append_copy(c);
+            copy.remove_attribute("ref");
+            struct W : pugi::xml_writer {
+                std::string s;
+                void write(const void* d, size_t size) override { s.append(static_cast<const char*>(d), size); }
+            } w;
+            copy.print(w, "", pugi::format_raw);
+            n.commentXml = std::move(w.s);
+        }
+        part.notes.push_back(std::move(n));
     }
-    return notes;
+    return part;
 }
 
-std::string WriteComments(const std::vector<Note>& notes) {
+std::string WriteComments(std::string_view rootAttributes, std::vector<std::string> authors,
+                          const std::vector<StoredNote>& notes) {
     std::map<std::string, int> authorIds;
-    std::string authors;
-    for (const Note& n : notes) {
-        if (authorIds.count(n.author)) continue;
-        authorIds.emplace(n.author, static_cast<int>(authorIds.size()));
-        authors += "<author>";
-        AppendEscaped(authors, n.author);
-        authors += "</author>";
-    }
+    for (std::size_t i = 0; i < authors.size(); ++i) authorIds.emplace(authors[i], static_cast<int>(i));
+    for (const StoredNote& n : notes)
+        if (!authorIds.count(n.note.author)) {
+            authorIds.emplace(n.note.author, static_cast<int>(authors.size()));
+            authors.push_back(n.note.author);
+        }
     std::string out;
     std::size_t textBytes = 0;
-    for (const Note& n : notes) textBytes += n.text.size();
-    out.reserve(textBytes + notes.size() * 90 + authors.size() + 300);
-    out += "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\r\n"
-           "<comments xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"><authors>";
-    out += authors;
+    for (const StoredNote& n : notes) textBytes += n.note.text.size() + n.commentXml.size();
+    out.reserve(textBytes + notes.size() * 90 + 300);
+    out += "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\r\n<comments";
+    out += rootAttributes.empty() ? " xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\""
+                                  : rootAttributes;
+    out += "><authors>";
+    for (const std::string& a : authors) {
+        out += "<author>";
+        AppendEscaped(out, a);
+        out += "</author>";
+    }
     out += "</authors><commentList>";
-    for (const Note& n : notes) {
+    for (const StoredNote& stored : notes) {
+        const Note& n = stored.note;
+        if (!stored.commentXml.empty()) {
+            out += "<comment ref=\"";
+            out += CellName(n.row, n.column);
+            out += '"';
+            out.append(stored.commentXml, std::string_view("<comment").size());
+            continue;
+        }
         out += "<comment ref=\"";
         out += CellName(n.row, n.column);
         out += "\" authorId=\"";
@@ -89,6 +129,50 @@ std::size_t ElementEnd(std::string_view text, std::size_t start, std::string_vie
     return std::string_view::npos;
 }
 
+// The number inside <tag>...</tag> of a shape; -1 when absent.
+int TagNumber(std::string_view shape, std::string_view tag) {
+    std::size_t at = shape.find("<" + std::string(tag) + ">");
+    if (at == std::string_view::npos) return -1;
+    return std::atoi(std::string(shape.substr(at + tag.size() + 2, 12)).c_str());
+}
+
+// A note shape moved by whole rows and columns: its cell and the rows of its anchor.
+std::string MoveShape(std::string shape, int rows, int columns) {
+    if (rows == 0 && columns == 0) return shape;
+    auto replaceTag = [&](std::string_view tag, int delta) {
+        std::string open = "<" + std::string(tag) + ">";
+        std::size_t at = shape.find(open);
+        if (at == std::string::npos) return;
+        std::size_t start = at + open.size();
+        std::size_t end = shape.find('<', start);
+        int v = std::atoi(shape.c_str() + start) + delta;
+        shape.replace(start, end - start, std::to_string(std::max(0, v)));
+    };
+    replaceTag("x:Row", rows);
+    replaceTag("x:Column", columns);
+    std::size_t at = shape.find("<x:Anchor>");
+    if (at != std::string::npos) {
+        std::size_t start = at + 10;
+        std::size_t end = shape.find('<', start);
+        std::string anchor = shape.substr(start, end - start);
+        std::vector<int> v;
+        for (std::size_t pos = 0; pos <= anchor.size();) {
+            std::size_t comma = anchor.find(',', pos);
+            if (comma == std::string::npos) comma = anchor.size();
+            v.push_back(std::atoi(anchor.c_str() + pos));
+            pos = comma + 1;
+        }
+        if (v.size() == 8) {
+            v[0] = std::max(0, v[0] + columns), v[4] = std::max(0, v[4] + columns);
+            v[2] = std::max(0, v[2] + rows), v[6] = std::max(0, v[6] + rows);
+            std::string text;
+            for (std::size_t i = 0; i < 8; ++i) text += (i ? ", " : "") + std::to_string(v[i]);
+            shape.replace(start, end - start, text);
+        }
+    }
+    return shape;
+}
+
 bool IsNoteShape(std::string_view shape) {
     std::size_t cd = shape.find("ObjectType=");
     return cd != std::string_view::npos && shape.substr(cd + 12, 4) == "Note";
@@ -96,9 +180,11 @@ bool IsNoteShape(std::string_view shape) {
 
 }  // namespace
 
-std::string WriteVml(std::string_view original, const std::vector<Note>& notes, int shapeBase) {
+std::string WriteVml(std::string_view original, const std::vector<StoredNote>& notes, int shapeBase) {
     std::string kept;
     bool hasNoteType = false;
+    std::map<std::pair<int, int>, std::string> noteShapes;  // by the (0-based) cell they show
+    long maxId = shapeBase;
     std::string head =
         "<xml xmlns:v=\"urn:schemas-microsoft-com:vml\"\r\n xmlns:o=\"urn:schemas-microsoft-com:office:office\"\r\n"
         " xmlns:x=\"urn:schemas-microsoft-com:office:excel\">\r\n";
@@ -119,7 +205,14 @@ std::string WriteVml(std::string_view original, const std::vector<Note>& notes, 
             std::string_view element = original.substr(lt, end - lt);
             if (name == "v:shapetype" && element.find("_x0000_t202") != std::string_view::npos)
                 hasNoteType = true;
-            if (!(name == "v:shape" && IsNoteShape(element))) {
+            if (name == "v:shape") {
+                std::size_t idAt = element.find("_x0000_s");
+                if (idAt != std::string_view::npos) maxId = std::max(maxId, std::atol(std::string(element.substr(idAt + 8, 12)).c_str()));
+            }
+            if (name == "v:shape" && IsNoteShape(element)) {
+                int r = TagNumber(element, "x:Row"), c = TagNumber(element, "x:Column");
+                if (r >= 0 && c >= 0) noteShapes.emplace(std::make_pair(r, c), std::string(element));
+            } else {
                 kept += element;
                 kept += "\r\n";
             }
@@ -136,9 +229,16 @@ std::string WriteVml(std::string_view original, const std::vector<Note>& notes, 
                "  path=\"m,l,21600r21600,l21600,xe\">\r\n  <v:stroke joinstyle=\"miter\"/>\r\n"
                "  <v:path gradientshapeok=\"t\" o:connecttype=\"rect\"/>\r\n </v:shapetype>";
     out.reserve(out.size() + notes.size() * 560 + 16);
-    int id = shapeBase + 1;
-    for (const Note& n : notes) {
+    long id = maxId + 1;
+    for (const StoredNote& stored : notes) {
+        const Note& n = stored.note;
         int r = n.row - 1, c = n.column - 1;
+        auto shape = stored.originalRow ? noteShapes.find({stored.originalRow - 1, stored.originalColumn - 1}) : noteShapes.end();
+        if (shape != noteShapes.end()) {
+            out += MoveShape(shape->second, n.row - stored.originalRow, n.column - stored.originalColumn);
+            noteShapes.erase(shape);
+            continue;
+        }
         out += "<v:shape id=\"_x0000_s";
         out += std::to_string(id++);
         out += "\" type=\"#_x0000_t202\" style='position:absolute;margin-left:59.25pt;margin-top:1.5pt;"

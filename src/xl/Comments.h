@@ -11,12 +11,30 @@
 
 namespace xl {
 
-// The notes of a comments part in file order; a malformed part is an error naming `label`.
-base::Result<std::vector<Note>> ReadNotes(std::string_view xml, std::string_view label);
-// A comments part for `notes`, streamed as text.
-std::string WriteComments(const std::vector<Note>& notes);
-// The VML drawing for `notes`: shapes of `originalVml` that are not notes are kept, note shapes
-// are written fresh with shape ids from `shapeBase` (a multiple of 1024 unique in the workbook).
-std::string WriteVml(std::string_view originalVml, const std::vector<Note>& notes, int shapeBase);
+// A note as the sheet keeps it: where it was read from, and its <comment> element as written
+// (without its ref) so that an untouched note keeps its rich text; "" once the text changed.
+struct StoredNote {
+    Note note;
+    int originalRow = 0, originalColumn = 0;  // 0 for a note added since reading
+    std::string commentXml;
+};
+
+// A comments part: its authors in order and its notes in file order.
+struct NotesPart {
+    std::string rootAttributes;  // namespace declarations of the root, as XML
+    std::vector<std::string> authors;
+    std::vector<StoredNote> notes;
+};
+
+// Reads a comments part; a malformed part is an error naming `label`.
+base::Result<NotesPart> ReadNotes(std::string_view xml, std::string_view label);
+// A comments part for `notes`, streamed as text; `authors` (the part's own) keep their ids.
+// `rootAttributes` (the part's own, or "" for a new part) are written on the root.
+std::string WriteComments(std::string_view rootAttributes, std::vector<std::string> authors,
+                          const std::vector<StoredNote>& notes);
+// The VML drawing for `notes`: shapes of `originalVml` that are not notes are kept, the shape of
+// a note read from it is kept too (moved with its note), and new notes get new shapes with ids
+// above every id in use and at least `shapeBase` (a multiple of 1024 unique in the workbook).
+std::string WriteVml(std::string_view originalVml, const std::vector<StoredNote>& notes, int shapeBase);
 
 }  // namespace xl

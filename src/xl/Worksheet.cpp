@@ -122,7 +122,9 @@ struct Worksheet::Data {
     pugi::xml_document doc;
     std::map<int, Row> rows;
     bool notesLoaded = false;
-    std::vector<Note> notes;  // sorted by row, column
+    std::vector<StoredNote> notes;  // sorted by row, column
+    std::vector<std::string> authors;  // of the comments part as read
+    std::string commentsRoot;          // its root's namespace declarations
     std::string commentsPart;
     std::string vmlPart;
 };
@@ -449,23 +451,28 @@ void Worksheet::LoadNotes() {
     if (data_->commentsPart.empty()) return;
     auto xml = pkg.Read(data_->commentsPart);
     if (!xml) return;
-    auto notes = ReadNotes(*xml, pkg.Label() + ": " + data_->commentsPart);
-    if (!notes) return;
-    data_->notes = std::move(*notes);
-    std::stable_sort(data_->notes.begin(), data_->notes.end(), [](const Note& a, const Note& b) {
-        return a.row != b.row ? a.row < b.row : a.column < b.column;
+    auto part = ReadNotes(*xml, pkg.Label() + ": " + data_->commentsPart);
+    if (!part) return;
+    data_->notes = std::move(part->notes);
+    data_->authors = std::move(part->authors);
+    data_->commentsRoot = std::move(part->rootAttributes);
+    std::stable_sort(data_->notes.begin(), data_->notes.end(), [](const StoredNote& a, const StoredNote& b) {
+        return a.note.row != b.note.row ? a.note.row < b.note.row : a.note.column < b.note.column;
     });
 }
 
 std::vector<Note> Worksheet::Notes() {
     LoadNotes();
-    return data_->notes;
+    std::vector<Note> out;
+    out.reserve(data_->notes.size());
+    for (const StoredNote& n : data_->notes) out.push_back(n.note);
+    return out;
 }
 
 const Note* Worksheet::NoteAt(int row, int column) {
     LoadNotes();
-    for (const Note& n : data_->notes)
-        if (n.row == row && n.column == column) return &n;
+    for (const StoredNote& n : data_->notes)
+        if (n.note.row == row && n.note.column == column) return &n.note;
     return nullptr;
 }
 
@@ -473,15 +480,18 @@ void Worksheet::SetNote(int row, int column, std::string_view text, std::string_
     LoadNotes();
     notesChanged_ = true;
     auto it = std::lower_bound(data_->notes.begin(), data_->notes.end(), std::make_pair(row, column),
-                               [](const Note& n, std::pair<int, int> rc) {
-                                   return std::make_pair(n.row, n.column) < rc;
+                               [](const StoredNote& n, std::pair<int, int> rc) {
+                                   return std::make_pair(n.note.row, n.note.column) < rc;
                                });
-    if (it != data_->notes.end() && it->row == row && it->column == column) {
-        it->text = std::string(text);
-        it->author = std::string(author);
+    if (it != data_->notes.end() && it->note.row == row && it->note.column == column) {
+        it->note.text = std::string(text);
+        it->note.author = std::string(author);
+        it->commentXml.clear();
         return;
     }
-    data_->notes.insert(it, Note{row, column, std::string(author), std::string(text)});
+    StoredNote added;
+    added.note = Note{row, column, std::string(author), std::string(text)};
+    data_->notes.insert(it, std::move(added));
 }
 
 bool Worksheet::DeleteNote(int row, int column) {
@@ -491,7 +501,7 @@ bool Worksheet::DeleteNote(int row, int column) {
 int Worksheet::ClearNotes(const CellRange& range) {
     LoadNotes();
     std::size_t before = data_->notes.size();
-    std::erase_if(data_->notes, [&](const Note& n) { return range.Contains(n.row, n.column); });
+    std::erase_if(data_->notes, [&](const StoredNote& n) { return range.Contains(n.note.row, n.note.column); });
     int removed = static_cast<int>(before - data_->notes.size());
     if (removed) notesChanged_ = true;
     return removed;
@@ -539,7 +549,7 @@ void Worksheet::SaveNotes() {
     int base = 1024 * (book_.IndexOf(this) + 1);
     if (std::size_t at = originalVml.find("data=\""); at != std::string::npos)
         base = 1024 * std::atoi(originalVml.c_str() + at + 6);
-    pkg.Write(data_->commentsPart, WriteComments(data_->notes));
+    pkg.Write(data_->commentsPart, WriteComments(data_->commentsRoot, data_->authors, data_->notes));
     pkg.Write(data_->vmlPart, WriteVml(originalVml, data_->notes, base));
     notesChanged_ = false;
 }
@@ -1177,16 +1187,16 @@ void Worksheet::Shift(const RowShift& shift) {
         }
         cf = next;
     }
-    std::vector<Note> notes;
-    for (Note& n : data_->notes) {
-        if (n.column >= shift.firstColumn && n.column <= shift.lastColumn) {
-            n.row = shift.Map(n.row);
-            if (n.row == 0) continue;
+    std::vector<StoredNote> notes;
+    for (StoredNote& n : data_->notes) {
+        if (n.note.column >= shift.firstColumn && n.note.column <= shift.lastColumn) {
+            n.note.row = shift.Map(n.note.row);
+            if (n.note.row == 0) continue;
         }
         notes.push_back(std::move(n));
     }
-    std::stable_sort(notes.begin(), notes.end(), [](const Note& a, const Note& b) {
-        return a.row != b.row ? a.row < b.row : a.column < b.column;
+    std::stable_sort(notes.begin(), notes.end(), [](const StoredNote& a, const StoredNote& b) {
+        return a.note.row != b.note.row ? a.note.row < b.note.row : a.note.column < b.note.column;
     });
     if (!data_->notes.empty()) notesChanged_ = true;
     data_->notes = std::move(notes);

@@ -436,3 +436,45 @@ TEST(Workbook, SharedFormulasSurviveDeletingTheirFirstCell) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(Workbook, UntouchedNotesKeepTheirShapesAndRichText) {
+    auto book = xl::Workbook::Open(std::string(VELMAR_CORPUS) + "/xlsx/excel2011mac-notes-stress-5-sheets.xlsx");
+    ASSERT_TRUE(book.IsOk());
+    int visibleBefore = 0;
+    for (const std::string& p : (*book)->GetPackage().PartNames())
+        if (p.find(".vml") != std::string::npos) {
+            std::string vml = *(*book)->GetPackage().Read(p);
+            for (std::size_t at = vml.find("<x:Visible"); at != std::string::npos; at = vml.find("<x:Visible", at + 1)) ++visibleBefore;
+        }
+    ASSERT_GT(visibleBefore, 0);
+    for (int i = 0; i < (*book)->SheetCount(); ++i) {
+        xl::Worksheet* s = (*book)->Sheet(i);
+        if (s->Notes().empty()) continue;
+        s->SetNote(s->LastFilledRow() + 5, 1, "added");
+        s->InsertRows(1, 1);
+    }
+    auto again = Reopen(**book);
+    int visibleAfter = 0;
+    for (const std::string& p : again->GetPackage().PartNames())
+        if (p.find(".vml") != std::string::npos) {
+            std::string vml = *again->GetPackage().Read(p);
+            for (std::size_t at = vml.find("<x:Visible"); at != std::string::npos; at = vml.find("<x:Visible", at + 1)) ++visibleAfter;
+        }
+    EXPECT_EQ(visibleAfter, visibleBefore);
+}
+
+TEST(Workbook, NotesMoveWithTheirShapesWhenRowsAreInserted) {
+    auto book = xl::Workbook::Create();
+    book->Sheet(0)->SetNote(3, 2, "moving");
+    auto again = Reopen(*book);
+    again->Sheet(0)->InsertRows(2, 4);
+    auto third = Reopen(*again);
+    ASSERT_EQ(third->Sheet(0)->Notes().size(), 1u);
+    EXPECT_EQ(third->Sheet(0)->Notes()[0].row, 7);
+    std::string vml = *third->GetPackage().Read("xl/drawings/vmlDrawing1.vml");
+    EXPECT_NE(vml.find("<x:Row>6</x:Row>"), std::string::npos);
+}
+
+}  // namespace
