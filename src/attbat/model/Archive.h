@@ -21,6 +21,8 @@ public:
     static Archive ForStoring();
     // An archive that loads from `bytes`, which must outlive it.
     static Archive ForLoading(std::string_view bytes);
+    // A temporary would be gone before the first read.
+    static Archive ForLoading(std::string&& bytes) = delete;
 
     // True for an archive made by ForStoring.
     bool IsStoring() const { return storing_; }

@@ -3,7 +3,10 @@
 #include <gtest/gtest.h>
 
 #include "ModelTestSupport.h"
+#include <random>
+
 #include "attbat/model/AcadBlockArray.h"
+#include "attbat/model/AcadBlockFilter.h"
 #include "attbat/model/Archive.h"
 
 namespace attbat {
@@ -184,9 +187,44 @@ TEST(AcadBlockView, ADamagedViewStreamFails) {
     Archive archive = Archive::ForStoring();
     view.Serialize(archive);
     AcadBlockView back;
-    Archive reader = Archive::ForLoading(archive.Bytes().substr(0, 70));
+    const std::string damaged = archive.Bytes().substr(0, 70);
+    Archive reader = Archive::ForLoading(damaged);
     back.Serialize(reader);
     EXPECT_FALSE(reader.Ok());
+}
+
+TEST(AcadBlockView, EveryTruncationOfAFilterAndViewStreamFailsCleanly) {
+    AcadBlockFilter filter;
+    filter.blockPattern = "DOOR*";
+    filter.names = CStringArrayEx{"DOOR", "WINDOW"};
+    AcadBlockView view = SampleView();
+    Archive archive = Archive::ForStoring();
+    filter.Serialize(archive);
+    view.Serialize(archive);
+    const std::string& bytes = archive.Bytes();
+    for (std::size_t size = 0; size < bytes.size(); ++size) {
+        AcadBlockFilter filterBack;
+        AcadBlockView viewBack;
+        Archive reader = Archive::ForLoading(std::string_view(bytes).substr(0, size));
+        filterBack.Serialize(reader);
+        viewBack.Serialize(reader);
+        EXPECT_FALSE(reader.Ok()) << size;
+    }
+}
+
+TEST(AcadBlockView, RandomBytesNeverCrashTheReader) {
+    std::mt19937 random(5);
+    std::uniform_int_distribution<int> byte(0, 255);
+    for (int round = 0; round < 2000; ++round) {
+        std::string bytes(static_cast<std::size_t>(byte(random)), '\0');
+        for (char& c : bytes) c = static_cast<char>(byte(random) < 64 ? 0xFF : byte(random));
+        AcadBlockFilter filter;
+        AcadBlockView view;
+        Archive reader = Archive::ForLoading(bytes);
+        filter.Serialize(reader);
+        view.Serialize(reader);
+        EXPECT_LE(reader.Position(), bytes.size());
+    }
 }
 
 TEST(AcadBlockView, IsColumnOnFollowsThePropertyFlagsByLongName) {

@@ -1,0 +1,546 @@
+#include "attbat/model/AcadDatabase.h"
+
+#include <optional>
+#include <set>
+#include <unordered_map>
+
+#include "arxutils/ArxUtils.h"
+#include "base/Format.h"
+#include "base/Path.h"
+#include "base/Text.h"
+#include "cad/BlockRecord.h"
+#include "cad/SymbolRecord.h"
+#include "cad/units/NearlyEqual.h"
+#include "cad/units/UnitSettings.h"
+#include "host/Document.h"
+#include "host/Printer.h"
+#include "host/WorkingDatabase.h"
+
+namespace attbat {
+
+ObjectId SpaceIdOf(const cad::BlockRecord& space) {
+    if (!space) return 0;
+    cad::Handle handle = space.GetHandle();
+    return handle ? handle : kHandlelessModelSpaceId;
+}
+
+namespace {
+
+Point3d ToPoint(cad::Point3 p) { return {p.x, p.y, p.z}; }
+Scale3d ToScale(cad::Point3 p) { return {p.x, p.y, p.z}; }
+
+// What one read of a database looks up again and again: references by block, layer states and
+// owner names, each made once.
+class ReadCache {
+public:
+    explicit ReadCache(cad::Database& db) : db_(db) {
+        for (const cad::BlockRecord& block : db.Blocks()) {
+            for (const cad::Entity& entity : block.Entities()) {
+                std::string type = entity.Type();
+                if (type != "INSERT" && type != "MINSERT") continue;
+                cad::BlockReference ref(entity.GetDatabase(), entity.Index());
+                refsByBlock_[base::FoldCase(ref.BlockName())].push_back(ref);
+            }
+        }
+    }
+
+    // The references of `block` that stand directly in a space or block.
+    const std::vector<cad::BlockReference>& DirectRefs(const cad::BlockRecord& block) {
+        static const std::vector<cad::BlockReference> none;
+        auto it = refsByBlock_.find(base::FoldCase(block.Name()));
+        return it == refsByBlock_.end() ? none : it->second;
+    }
+
+    // The references of `block` and of every block holding one, through any depth.
+    std::vector<cad::BlockReference> AllRefs(const cad::BlockRecord& block) {
+        std::vector<cad::BlockReference> out;
+        std::set<std::string> seen{base::FoldCase(block.Name())};
+        std::vector<cad::BlockRecord> pending{block};
+        while (!pending.empty()) {
+            cad::BlockRecord current = pending.back();
+            pending.pop_back();
+            for (const cad::BlockReference& ref : DirectRefs(current)) {
+                out.push_back(ref);
+                cad::BlockRecord holder = ref.OwnerBlock();
+                if (holder && !holder.IsLayout() && seen.insert(base::FoldCase(holder.Name())).second)
+                    pending.push_back(holder);
+            }
+        }
+        return out;
+    }
+
+    AcadLayer Layer(const std::string& name) {
+        auto it = layers_.find(name);
+        if (it != layers_.end()) return it->second;
+        arxutils::LayerState state;
+        arxutils::ReadLayerState(name, state, db_);
+        AcadLayer layer(name, state.frozen, state.off, state.locked);
+        layers_.emplace(name, layer);
+        return layer;
+    }
+
+    std::string OwnerName(ObjectId id, const cad::BlockRecord& space) {
+        auto it = ownerNames_.find(id);
+        if (it != ownerNames_.end()) return it->second;
+        return ownerNames_.emplace(id, space.Name()).first->second;
+    }
+
+    // A layout's spaces by their id, so an owner list of ids gives names back.
+    void NoteSpace(const cad::BlockRecord& space) { OwnerName(SpaceIdOf(space), space); }
+
+private:
+    cad::Database& db_;
+    std::unordered_map<std::string, std::vector<cad::BlockReference>> refsByBlock_;
+    std::unordered_map<std::string, AcadLayer> layers_;
+    std::unordered_map<ObjectId, std::string> ownerNames_;
+};
+
+// Every layout a reference counts in, once per outer instance of the blocks around it.
+int CollectLayoutOwners(ReadCache& cache, const cad::BlockReference& ref, std::vector<ObjectId>& out,
+                        int depth) {
+    cad::BlockRecord owner = ref.OwnerBlock();
+    if (!owner) return 0;
+    if (owner.IsLayout()) {
+        cache.NoteSpace(owner);
+        out.push_back(SpaceIdOf(owner));
+        return 1;
+    }
+    // A block that holds itself (damaged files) would never end.
+    if (depth > 64) return 0;
+    int count = 0;
+    for (const cad::BlockReference& outer : cache.DirectRefs(owner))
+        count += CollectLayoutOwners(cache, outer, out, depth + 1);
+    return count;
+}
+
+AcadAttributeDef DefinitionOf(const cad::AttributeBase& def, std::string prompt) {
+    AcadAttributeDef out(def.Tag(), std::move(prompt), ToPoint(def.Position()), def.IsConstant(),
+                         def.IsInvisible(), def.IsPreset(), def.IsVerifiable(), 0);
+    return out;
+}
+
+void LoadDefinitions(AcadBlock& block, const cad::BlockRecord& record) {
+    for (const cad::AttributeDefinition& def : record.AttributeDefinitions()) {
+        AcadAttributeDef column = DefinitionOf(def, def.Prompt());
+        if (def.IsConstant()) column.defaultValue = def.DefaultValue();
+        block.defs.AddSorted(std::move(column));
+    }
+}
+
+AcadBlock MakeBlock(const cad::BlockRecord& record, std::string_view name, bool isXref) {
+    return AcadBlock(std::string(name), record.Name(), record.HasAttributeDefinitions(),
+                     record.IsAnonymous(), isXref, record.IsOverlay(), record.IsLayout(),
+                     record.IsUnloaded());
+}
+
+AcadAttribute AttributeOf(const cad::Attribute& attribute, bool plain) {
+    AcadAttribute out(attribute.Tag(), plain ? attribute.PlainText() : attribute.TextString(), 0);
+    out.handle = attribute.HandleString();
+    out.constant = attribute.IsConstant();
+    out.invisible = attribute.IsInvisible();
+    return out;
+}
+
+// The side of a read that stays the same for all its rows.
+struct ReadContext {
+    cad::Database& db;
+    std::string name;
+    const cad::BlockReference* xrefInsert;
+    const PolygonList* polygons;
+    cad::Matrix3d transform;
+    cad::Handle ownerFilter = 0;
+    int lunits;
+    int aunits;
+    ReadCache cache;
+    std::set<std::string>* reading;  // files of the xref chain being read, against cycles
+};
+
+void ReadXref(AcadBlockArray& blocks, const std::string& path,
+              const std::vector<cad::BlockReference>& inserts, const PolygonList* polygons,
+              std::set<std::string>& reading);
+
+void ReadDatabaseIn(AcadBlockArray& blocks, cad::Database& db, std::string_view name,
+                    const cad::BlockReference* xrefInsert, const PolygonList* polygons,
+                    std::set<std::string>& reading);
+
+// The file an external reference names: its own path, relative to the host drawing's folder
+// when not absolute, then its bare name beside the host drawing; a .dwg name is looked for as
+// the .dxf drawing of the same name. "" when none exists.
+std::string FindXrefFile(const std::string& xrefPath, const std::string& hostFile) {
+    std::string path = base::ToNativeSeparators(xrefPath);
+    std::string folder = base::Folder(hostFile);
+    std::vector<std::string> candidates;
+    auto addWithDxf = [&](const std::string& p) {
+        candidates.push_back(p);
+        if (base::EqualNoCase(base::Extension(p), ".dwg")) candidates.push_back(base::ReplaceExtension(p, ".dxf"));
+    };
+    addWithDxf(path);
+    if (!path.empty() && path[0] != '/') addWithDxf(base::JoinPath(folder, path));
+    addWithDxf(base::JoinPath(folder, base::FileName(path)));
+    for (const std::string& candidate : candidates)
+        if (!candidate.empty() && base::FileExists(candidate) && !base::IsDirectory(candidate)) return candidate;
+    return {};
+}
+
+void ReadExternalReference(AcadBlockArray& blocks, ReadContext& ctx, const cad::BlockRecord& record) {
+    const std::vector<cad::BlockReference>& inserts = ctx.cache.DirectRefs(record);
+    std::string path = record.PathName();
+    std::string file = record.IsUnloaded() ? std::string() : FindXrefFile(path, ctx.db.FileName());
+    if (file.empty()) {
+        host::Printf("\nThe Xref \"%s\" is not resolved.", path);
+        return;
+    }
+    if (inserts.empty()) return;
+    ReadXref(blocks, file, inserts, ctx.polygons, *ctx.reading);
+}
+
+void ReadBlock(AcadBlockArray& blocks, ReadContext& ctx, const cad::BlockRecord& record) {
+    AcadBlock block = MakeBlock(record, ctx.name, ctx.xrefInsert != nullptr);
+    LoadDefinitions(block, record);
+    const std::vector<cad::BlockReference>& direct = ctx.cache.DirectRefs(record);
+    std::vector<cad::BlockReference> all;
+    bool allRead = false;
+    for (std::size_t i = 0; i < direct.size(); ++i) {
+        const cad::BlockReference& ref = direct[i];
+        if (ref.IsErased() || !ref.IsVisible()) continue;
+        cad::BlockRecord owner = ref.OwnerBlock();
+        if (!owner) continue;
+        std::vector<ObjectId> owners;
+        int topLevel = 1;
+        if (owner.IsLayout()) {
+            ctx.cache.NoteSpace(owner);
+            owners.push_back(SpaceIdOf(owner));
+        } else {
+            topLevel = 0;
+            if (!allRead) {
+                all = ctx.cache.AllRefs(record);
+                allRead = true;
+            }
+            std::string ownerName = owner.Name();
+            for (const cad::BlockReference& outer : all)
+                if (base::EqualNoCase(outer.BlockName(), ownerName))
+                    CollectLayoutOwners(ctx.cache, outer, owners, 0);
+            if (owners.empty()) continue;
+        }
+        double area = ctx.xrefInsert
+                          ? OuterArea(ref, &ctx.transform, ctx.ownerFilter, *ctx.polygons)
+                          : OuterArea(ref, nullptr, 0, *ctx.polygons);
+        AcadBlockRef row(ctx.name, ToPoint(ref.Position()), ToScale(ref.ScaleFactors()),
+                         ctx.cache.Layer(ref.LayerName()), ref.Rotation(), ref.HandleString(),
+                         topLevel, owners[0], ctx.lunits, ctx.aunits, area);
+        for (const cad::Attribute& attribute : ref.Attributes()) {
+            AcadAttribute value = AttributeOf(attribute, true);
+            if (i == 0 && block.defs.IndexOfNoCase(value.tag) < 0)
+                block.defs.AddSorted(DefinitionOf(attribute, std::string()));
+            row.attributes.Add(std::move(value));
+        }
+        AddConstantAttributes(row, block.defs);
+        AddDynamicProperties(block, ref, row);
+        AssignDupAndPrompt(row, block.defs);
+        for (ObjectId id : owners) {
+            row.ownerId = id;
+            row.ownerName = ctx.cache.OwnerName(id, owner);
+            block.refs.Add(row);
+        }
+    }
+    // Appending and one stable sort give the order of inserting each row before the first lower one.
+    block.refs.SortTopDown();
+    blocks.AddSorted(std::move(block));
+}
+
+void ReadDatabaseIn(AcadBlockArray& blocks, cad::Database& db, std::string_view name,
+                    const cad::BlockReference* xrefInsert, const PolygonList* polygons,
+                    std::set<std::string>& reading) {
+    std::optional<host::ScopedWorkingDatabase> working;
+    if (!xrefInsert) working.emplace(&db);
+    PolygonList own;
+    if (!polygons) {
+        if (calcOuterPolygon) own = GatherPolygons(&db);
+        polygons = &own;
+    }
+    cad::UnitSettings units = db.Units();
+    ReadContext ctx{db, std::string(name), xrefInsert, polygons, {}, 0, units.lunits, units.aunits,
+                    ReadCache(db), &reading};
+    if (xrefInsert) {
+        ctx.transform = cad::BlockTransform(*xrefInsert);
+        ctx.ownerFilter = xrefInsert->OwnerHandle();
+    }
+    for (const cad::BlockRecord& record : db.Blocks()) {
+        if (record.IsErased()) continue;
+        if (record.IsExternalReference()) {
+            ReadExternalReference(blocks, ctx, record);
+            continue;
+        }
+        std::string blockName = record.Name();
+        if (record.IsLayout() || record.IsUnloaded() || record.IsOverlay() ||
+            blockName.find('|') != std::string::npos)
+            continue;
+        ReadBlock(blocks, ctx, record);
+    }
+}
+
+void ReadXref(AcadBlockArray& blocks, const std::string& path,
+              const std::vector<cad::BlockReference>& inserts, const PolygonList* polygons,
+              std::set<std::string>& reading) {
+    std::string key = base::FoldCase(path);
+    if (!reading.insert(key).second) return;  // an xref that refers back to a drawing being read
+    auto side = host::ReadSideDatabase(path);
+    if (side) {
+        for (const cad::BlockReference& insert : inserts)
+            ReadDatabaseIn(blocks, *side.Value(), path, &insert, polygons, reading);
+    } else {
+        host::Printf("\nThe Xref \"%s\" is not resolved.", path);
+    }
+    reading.erase(key);
+}
+
+}  // namespace
+
+void ReadDatabase(AcadBlockArray& blocks, cad::Database& db, std::string_view name,
+                  const cad::BlockReference* xrefInsert, const PolygonList* polygons) {
+    std::set<std::string> reading{base::FoldCase(db.FileName())};
+    ReadDatabaseIn(blocks, db, name, xrefInsert, polygons, reading);
+}
+
+base::Status ReadDrawing(AcadBlockArray& blocks, std::string_view file, SettingsStore* settings) {
+    host::Document* current = host::DocumentManager::Instance().CurDocument();
+    cad::Database* db = nullptr;
+    std::unique_ptr<cad::Database> side;
+    std::string name;
+    if (file.empty() || (current && base::EqualNoCase(file, current->FileName()))) {
+        if (!current) return base::Status::Error("There is no current drawing to read; give one with --drawing.");
+        db = &current->Database();
+        name = current->FileName();
+    } else {
+        auto read = host::ReadSideDatabase(std::string(file));
+        if (!read) return read.GetStatus();
+        side = std::move(read.Value());
+        db = side.get();
+        name = std::string(file);
+    }
+    ReadDatabase(blocks, *db, name, nullptr, nullptr);
+    if (!settings || settings->GetInt(kSettingsSection, "ExportBlocksInMLeader", 1) != 0) {
+        host::ScopedWorkingDatabase working(db);
+        ReadMLeadersOfDatabase(blocks, *db, name);
+    }
+    return base::Status::Ok();
+}
+
+void ReadMLeadersOfDatabase(AcadBlockArray& blocks, cad::Database& db, std::string_view name) {
+    for (const cad::Entity& entity : db.Select({{0, "MULTILEADER"}}))
+        ReadOneMLeader(blocks, cad::MLeader(entity.GetDatabase(), entity.Index()), name);
+}
+
+base::Status ReadOneMLeader(AcadBlockArray& blocks, const cad::MLeader& leader, std::string_view name) {
+    if (leader.ContentType() != cad::MLeaderContentKind::Block)
+        return base::Status::Error("603");  // eNotThatKindOfClass: no block content
+    cad::BlockRecord content = leader.BlockContent();
+    if (!content) return base::Status::Error("603");
+    AcadBlock* block = blocks.FindByName(content.Name());
+    if (!block) {
+        AcadBlock made = MakeBlock(content, name, false);
+        LoadDefinitions(made, content);
+        blocks.AddSorted(std::move(made));
+        block = blocks.FindByName(content.Name());
+        if (!block) return base::Status::Error("603");
+    }
+    cad::Database& db = *leader.GetDatabase();
+    arxutils::LayerState state;
+    std::string layerName = leader.LayerName();
+    arxutils::ReadLayerState(layerName, state, db);
+    cad::BlockRecord space = leader.OwnerBlock();
+    AcadBlockRef row(std::string(name), ToPoint(leader.BlockPosition()), ToScale(leader.BlockScale()),
+                     AcadLayer(layerName, state.frozen, state.off, state.locked), 0.0,
+                     leader.HandleString(), 1, SpaceIdOf(space), -1, -1, -1.0,
+                     space ? space.Name() : std::string());
+    for (const cad::AttributeDefinition& def : content.AttributeDefinitions()) {
+        auto value = leader.GetBlockAttributeValue(def);
+        if (!value) continue;
+        AcadAttribute attribute(def.Tag(), value.Value(), 0);
+        attribute.invisible = def.IsInvisible();
+        attribute.constant = def.IsConstant();
+        row.attributes.Add(std::move(attribute));
+    }
+    AssignDupAndPrompt(row, block->defs);
+    block->refs.AddSorted(std::move(row));
+    return base::Status::Ok();
+}
+
+namespace {
+
+// A selection read's row: top level, units of the display, values as stored.
+void AddRefFromEntity(AcadBlock& block, const cad::BlockReference& ref, bool sorted,
+                      std::string_view name) {
+    cad::Database& db = *ref.GetDatabase();
+    arxutils::LayerState state;
+    std::string layerName = ref.LayerName();
+    arxutils::ReadLayerState(layerName, state, db);
+    double area = calcOuterPolygon ? OuterAreaOf(ref, nullptr, 0) : -1.0;
+    cad::BlockRecord space = ref.OwnerBlock();
+    AcadBlockRef row(std::string(name), ToPoint(ref.Position()), ToScale(ref.ScaleFactors()),
+                     AcadLayer(layerName, state.frozen, state.off, state.locked), ref.Rotation(),
+                     ref.HandleString(), 1, SpaceIdOf(space), -1, -1, area,
+                     space ? space.Name() : std::string());
+    for (const cad::Attribute& attribute : ref.Attributes()) {
+        AcadAttribute value = AttributeOf(attribute, false);
+        AcadAttributeDef def = DefinitionOf(attribute, std::string());
+        if (!block.defs.FindByTagAndKind(def)) block.defs.AddAppend(std::move(def));
+        row.attributes.Add(std::move(value));
+    }
+    AddConstantAttributes(row, block.defs);
+    AddDynamicProperties(block, ref, row);
+    AssignDupAndPrompt(row, block.defs);
+    if (sorted) block.refs.AddSorted(std::move(row));
+    else block.refs.Add(std::move(row));
+}
+
+bool SkippedForSelection(const cad::BlockRecord& record) {
+    return !record || record.IsLayout() || record.IsUnloaded() || record.IsOverlay();
+}
+
+// Joins a selection's block to one of its name already read, or adds it.
+void MergeBlock(AcadBlockArray& blocks, AcadBlock block) {
+    AcadBlock* existing = block.isAnonymous ? nullptr : blocks.FindByName(block.name);
+    if (!existing) {
+        blocks.Add(std::move(block));
+        return;
+    }
+    existing->refs.Append(block.refs);
+    for (const AcadAttributeDef& def : block.defs)
+        if (!existing->defs.FindByTagAndKind(def)) existing->defs.AddAppend(def);
+}
+
+}  // namespace
+
+void ReadSelection(AcadBlockArray& blocks, const std::vector<cad::BlockReference>& refs,
+                   std::string_view name) {
+    for (const cad::BlockReference& ref : refs) {
+        if (!ref || ref.IsErased()) continue;
+        cad::BlockRecord record = ref.Block();
+        if (SkippedForSelection(record)) continue;
+        AcadBlock block = MakeBlock(record, name, false);
+        LoadDefinitions(block, record);
+        AddRefFromEntity(block, ref, false, name);
+        MergeBlock(blocks, std::move(block));
+        for (const cad::Entity& entity : record.Entities()) {
+            if (entity.Type() != "INSERT") continue;
+            cad::BlockReference nested(entity.GetDatabase(), entity.Index());
+            cad::BlockRecord nestedRecord = nested.Block();
+            if (SkippedForSelection(nestedRecord)) continue;
+            AcadBlock inner = MakeBlock(nestedRecord, name, false);
+            LoadDefinitions(inner, nestedRecord);
+            AddRefFromEntity(inner, nested, false, name);
+            MergeBlock(blocks, std::move(inner));
+        }
+    }
+}
+
+void ReadBlocksWithRefs(AcadBlockArray& blocks, const std::vector<cad::BlockRecord>& blockIds,
+                        const std::vector<cad::BlockReference>& refIds, std::string_view name) {
+    for (const cad::BlockRecord& record : blockIds) {
+        if (SkippedForSelection(record)) continue;
+        AcadBlock block = MakeBlock(record, name, false);
+        LoadDefinitions(block, record);
+        for (const cad::BlockReference& ref : refIds)
+            if (!ref.IsErased() && ref.Block() == record && ref.OwnerBlock().IsLayout())
+                AddRefFromEntity(block, ref, true, name);
+        blocks.AddSorted(std::move(block));
+        for (const cad::Entity& entity : record.Entities()) {
+            if (entity.Type() != "INSERT") continue;
+            cad::BlockReference nested(entity.GetDatabase(), entity.Index());
+            cad::BlockRecord nestedRecord = nested.Block();
+            if (SkippedForSelection(nestedRecord)) continue;
+            AcadBlock inner = MakeBlock(nestedRecord, name, false);
+            LoadDefinitions(inner, nestedRecord);
+            AddRefFromEntity(inner, nested, true, name);
+            blocks.AddSorted(std::move(inner));
+        }
+    }
+}
+
+cad::BlockRecord DynamicBlockOf(const cad::BlockReference& reference) {
+    cad::BlockRecord record = reference.Block();
+    if (!record) return {};
+    // An anonymous copy of a dynamic block names its source in the record's extended data.
+    cad::TagList data = record.Record().Xdata("AcDbBlockRepBTag");
+    for (const cad::Tag& tag : data) {
+        if (tag.code != 1005) continue;
+        cad::Database* db = reference.GetDatabase();
+        cad::Handle source = tag.AsHandle();
+        for (const cad::BlockRecord& block : db->Blocks())
+            if (block.GetHandle() == source) return block;
+    }
+    return {};
+}
+
+std::vector<DynamicProperty> DynamicPropertiesOf(const cad::BlockReference&) {
+    // The drawing library keeps evaluated dynamic properties opaque; none are offered yet.
+    return {};
+}
+
+std::string PropertyText(const DynamicProperty& property, int lunits, int aunits, const cad::Database* db) {
+    switch (property.type) {
+    case 1:
+        return property.text;
+    case 40:
+        if (property.units == DynamicProperty::Units::Angle)
+            return arxutils::AngleText(db, property.real, aunits, -1);
+        if (property.units == DynamicProperty::Units::Distance) {
+            if (lunits == 2 && cad::NearlyEqual(property.real, 0)) return "0";
+            return arxutils::DistanceText(db, property.real, lunits, -1);
+        }
+        if (cad::NearlyEqual(property.real, 0)) return "0";
+        return base::Sprintf("%g", property.real);
+    case 70:
+        return base::Sprintf("%d", static_cast<int>(static_cast<short>(property.integer)));
+    case 90:
+        return base::Sprintf("%ld", static_cast<long>(static_cast<int>(property.integer)));
+    default:
+        return {};
+    }
+}
+
+void AddDynamicProperties(AcadBlock& block, const cad::BlockReference& reference, AcadBlockRef& row) {
+    cad::BlockRecord source = DynamicBlockOf(reference);
+    if (!source) return;
+    for (const DynamicProperty& property : DynamicPropertiesOf(reference)) {
+        AcadAttribute value(property.name,
+                            PropertyText(property, row.lunits, row.aunits, reference.GetDatabase()), 0);
+        value.isDistance = property.units == DynamicProperty::Units::Distance && property.type == 40;
+        row.attributes.Add(std::move(value));
+        if (block.isAnonymous && !block.defs.FindDynamicOrPropertyByTag(property.name))
+            block.defs.AddAppend(AcadAttributeDef(property.name, property.name, {}, property.readOnly,
+                                                  property.show, 0, 0, 2));
+    }
+    if (!block.isAnonymous) return;
+    std::string trueName = source.Name();
+    if (trueName.find('*') == std::string::npos && !base::EqualNoCase(trueName, block.name)) {
+        block.name = trueName;
+        block.isAnonymous = 0;
+    }
+}
+
+void AssignDupAndPrompt(AcadBlockRef& row, const AcadAttributeDefArray& defs) {
+    std::unordered_map<std::string, int> seen;
+    for (AcadAttribute& attribute : row.attributes) {
+        attribute.dupIndex = seen[attribute.tag]++;
+        attribute.prompt.clear();
+        for (const AcadAttributeDef& def : defs) {
+            if (def.tag == attribute.tag && def.dupIndex == attribute.dupIndex) {
+                attribute.prompt = def.prompt;
+                break;
+            }
+        }
+    }
+}
+
+void AddConstantAttributes(AcadBlockRef& row, const AcadAttributeDefArray& defs) {
+    for (const AcadAttributeDef& def : defs) {
+        if (!def.constant || def.kind != 0 || row.attributes.IndexOfTag(def.tag) >= 0) continue;
+        AcadAttribute value(def.tag, def.defaultValue, 0);
+        value.constant = 1;
+        row.attributes.Add(std::move(value));
+    }
+}
+
+}  // namespace attbat
