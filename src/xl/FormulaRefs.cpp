@@ -240,6 +240,64 @@ std::string ShiftFormula(std::string_view formula, const RowShift& shift, std::s
     });
 }
 
+std::string QuoteSheetName(std::string_view name) {
+    bool plain = !name.empty() && !std::isdigit(static_cast<unsigned char>(name[0]));
+    for (char c : name) plain = plain && (std::isalnum(static_cast<unsigned char>(c)) || c == '_' || c == '.' || static_cast<unsigned char>(c) >= 0x80);
+    // A name that reads as a cell (A1, R1C1) must be quoted too.
+    int r, c;
+    if (plain && ParseCell(name, r, c)) plain = false;
+    if (plain) return std::string(name);
+    std::string out = "'";
+    for (char ch : name) {
+        out += ch;
+        if (ch == '\'') out += '\'';
+    }
+    return out + "'";
+}
+
+std::string RenameSheetInFormula(std::string_view f, std::string_view from, std::string_view to) {
+    std::string out;
+    std::size_t i = 0;
+    while (i < f.size()) {
+        char c = f[i];
+        if (c == '"') {
+            std::size_t end = i + 1;
+            while (end < f.size() && !(f[end] == '"' && (end + 1 >= f.size() || f[end + 1] != '"'))) end += f[end] == '"' ? 2 : 1;
+            out += f.substr(i, end + 1 - i);
+            i = end + 1;
+            continue;
+        }
+        bool boundary = i == 0 || !(IsNameChar(f[i - 1]) || f[i - 1] == ']');
+        if (boundary && c == '\'') {
+            std::string name;
+            std::size_t end = i + 1;
+            while (end < f.size()) {
+                if (f[end] == '\'') {
+                    if (end + 1 < f.size() && f[end + 1] == '\'') { name += '\''; end += 2; continue; }
+                    break;
+                }
+                name += f[end++];
+            }
+            if (end + 1 < f.size() && f[end + 1] == '!' && base::EqualNoCase(name, from)) out += QuoteSheetName(to);
+            else out += f.substr(i, std::min(end + 1, f.size()) - i);
+            i = end + 1;
+            continue;
+        }
+        if (boundary && IsNameChar(c)) {
+            std::size_t end = i;
+            while (end < f.size() && IsNameChar(f[end])) ++end;
+            std::string_view name = f.substr(i, end - i);
+            if (end < f.size() && f[end] == '!' && base::EqualNoCase(name, from)) out += QuoteSheetName(to);
+            else out += name;
+            i = end;
+            continue;
+        }
+        out += c;
+        ++i;
+    }
+    return out;
+}
+
 std::string TranslateFormula(std::string_view formula, int rows, int columns) {
     return Walk(formula, [&](std::string_view, Kind kind, Part& a, Part& b, bool& deleted) -> std::string {
         auto move = [&](Part& p, bool col, bool row) {

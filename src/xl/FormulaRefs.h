@@ -30,6 +30,12 @@ struct RowShift {
 // `formula` with its references to `sheet` moved by `shift`; a deleted reference becomes
 // #REF!. Unqualified references count as `sheet` when `onSheet` (the formula lives there).
 std::string ShiftFormula(std::string_view formula, const RowShift& shift, std::string_view sheet, bool onSheet);
+// `formula` with the sheet prefixes naming `from` (without regard to case) renamed to `to`,
+// quoted when the new name needs it.
+std::string RenameSheetInFormula(std::string_view formula, std::string_view from, std::string_view to);
+// A sheet name as a formula prefix: 'My Sheet' quoted (apostrophes doubled), Data bare.
+std::string QuoteSheetName(std::string_view name);
+
 // `formula` as it reads `rows` rows and `columns` columns away: relative references move,
 // absolute ones ($A$1) stay.
 std::string TranslateFormula(std::string_view formula, int rows, int columns);

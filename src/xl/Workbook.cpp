@@ -7,6 +7,7 @@
 #include "base/File.h"
 #include "base/Path.h"
 #include "base/Text.h"
+#include "xl/FormulaRefs.h"
 #include "xl/SharedStrings.h"
 #include "xl/Styles.h"
 #include "xl/Xml.h"
@@ -332,7 +333,16 @@ base::Status Workbook::RenameSheet(Worksheet& sheet, std::string_view name) {
         return base::Status::Error("A sheet named \"" + std::string(name) + "\" already exists in this workbook.");
     pugi::xml_node node = SheetNode(sheet);
     if (node) node.attribute("name").set_value(std::string(name).c_str());
+    std::string old = sheet.name_;
     sheet.name_ = std::string(name);
+    if (old == name) return base::Status::Ok();
+    // References follow the sheet, as they do when a tab is renamed in the program.
+    for (auto& s : sheets_) s->RenameInFormulas(old, name);
+    pugi::xml_node names = Child(workbookXml_->document_element(), "definedNames");
+    for (pugi::xml_node n = names.first_child(); n; n = n.next_sibling()) {
+        std::string renamed = RenameSheetInFormula(n.text().get(), old, name);
+        if (renamed != n.text().get()) n.text().set(renamed.c_str());
+    }
     workbookChanged_ = true;
     return base::Status::Ok();
 }

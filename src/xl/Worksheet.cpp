@@ -357,6 +357,19 @@ void Worksheet::SetNumber(int row, int column, double value) {
     c.attrs.clear();
 }
 
+void Worksheet::SetFormula(int row, int column, std::string_view formula) {
+    if (!Load()) return;
+    Cell& c = MakeCell(row, column);
+    c.type.clear();
+    c.value.clear();
+    c.formula = std::string(formula);
+    c.fAttrs.clear();
+    c.hasFormula = true;
+    c.inlineXml.clear();
+    c.attrs.clear();
+    book_.SetRecalculateOnOpen(true);
+}
+
 void Worksheet::ClearValue(int row, int column) {
     Cell* c = FindCell(row, column);
     if (!c) return;
@@ -1203,6 +1216,19 @@ void Worksheet::Shift(const RowShift& shift) {
     // Cached results of moved formulas are stale until the program calculates again.
     book_.SetRecalculateOnOpen(true);
     Touch();
+}
+
+void Worksheet::RenameInFormulas(std::string_view from, std::string_view to) {
+    if (kind_ != SheetKind::Worksheet || !Load()) return;
+    for (auto& [rowNo, row] : data_->rows)
+        for (Cell& c : row.cells) {
+            if (c.formula.empty() || base::FindNoCase(c.formula, from) == std::string::npos) continue;
+            std::string renamed = RenameSheetInFormula(c.formula, from, to);
+            if (renamed != c.formula) {
+                c.formula = std::move(renamed);
+                Touch();
+            }
+        }
 }
 
 void Worksheet::InsertRows(int row, int count) {

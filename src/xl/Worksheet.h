@@ -75,6 +75,8 @@ public:
     void SetString(int row, int column, std::string_view text);
     // Writes a number; the cell keeps its style, loses its formula.
     void SetNumber(int row, int column, double value);
+    // Writes a formula (without "="); the cached value is dropped, so the program computes it.
+    void SetFormula(int row, int column, std::string_view formula);
     // Empties a cell's value but keeps its style.
     void ClearValue(int row, int column);
     // Values of a rectangle, row by row, in one pass.
@@ -175,6 +177,7 @@ private:
     void SaveNotes();
     void Shift(const RowShift& shift);
     void Unshare();
+    void RenameInFormulas(std::string_view from, std::string_view to);
 
     Workbook& book_;
     std::string name_;

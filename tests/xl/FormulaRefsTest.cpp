@@ -45,3 +45,16 @@ TEST(FormulaRefs, SharedFormulasTranslateRelativeReferences) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(FormulaRefs, RenamedSheetPrefixesFollow) {
+    EXPECT_EQ(xl::RenameSheetInFormula("Data!A1+data!B2+Other!C3", "DATA", "New"), "New!A1+New!B2+Other!C3");
+    EXPECT_EQ(xl::RenameSheetInFormula("'My Data'!A1", "my data", "Blocks 2"), "'Blocks 2'!A1");
+    EXPECT_EQ(xl::RenameSheetInFormula("\"Data!A1\"&Data!A1", "Data", "X"), "\"Data!A1\"&X!A1");
+    EXPECT_EQ(xl::RenameSheetInFormula("MyData!A1", "Data", "X"), "MyData!A1");
+    EXPECT_EQ(xl::QuoteSheetName("A1"), "'A1'");
+    EXPECT_EQ(xl::QuoteSheetName("It's"), "'It''s'");
+}
+
+}  // namespace

@@ -478,3 +478,18 @@ TEST(Workbook, NotesMoveWithTheirShapesWhenRowsAreInserted) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(Workbook, RenamingASheetUpdatesFormulasAndNames) {
+    auto book = xl::Workbook::Create();
+    (void)book->AddSheet("Data");
+    book->Sheet(0)->SetFormula(1, 1, "Data!A1*2");
+    book->Sheet(1)->SetFormula(1, 1, "SUM(data!B1:B3)+Sheet1!A1");
+    ASSERT_TRUE(book->RenameSheet(*book->Sheet(1), "Block Data").IsOk());
+    auto again = Reopen(*book);
+    EXPECT_EQ(again->Sheet(0)->Value(1, 1).formula, "'Block Data'!A1*2");
+    EXPECT_EQ(again->Sheet(1)->Value(1, 1).formula, "SUM('Block Data'!B1:B3)+Sheet1!A1");
+}
+
+}  // namespace
