@@ -9,16 +9,20 @@ namespace cad {
 class Extents3d {
 public:
     Extents3d() = default;
+    // The box around two corners given in any order.
     Extents3d(Point3 a, Point3 b) { AddPoint(a); AddPoint(b); }
 
     // False until a point was added.
     bool IsValid() const { return valid_; }
+    // The corners; the origin while the box is empty.
     Point3 Min() const { return min_; }
     Point3 Max() const { return max_; }
     // The middle of the box; the origin when empty.
     Point3 Center() const { return Midpoint(min_, max_); }
+    // Width, height and depth; zeros for an empty box or a single point.
     Point3 Size() const { return max_ - min_; }
 
+    // Grows the box to hold `p`; the first point makes a box of no size.
     void AddPoint(Point3 p);
     // Grows by another box; an empty one changes nothing.
     void AddExtents(const Extents3d& other);

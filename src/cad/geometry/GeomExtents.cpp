@@ -121,7 +121,7 @@ private:
     bool AddSplineEntity(const Entity& e, const Matrix3d& m, Extents3d& out);
     bool AddCorners(const Entity& e, const Matrix3d& m, Extents3d& out, bool objectCoordinates);
     bool AddHatch(const Entity& e, const Matrix3d& m, Extents3d& out);
-    bool AddText(const Entity& e, const Matrix3d& m, Extents3d& out);
+    bool AddText(const Entity& e, const Matrix3d& m, Extents3d& out, bool inBlock = true);
     bool AddMText(const Entity& e, const Matrix3d& m, Extents3d& out);
     bool AddImage(const Entity& e, const Matrix3d& m, Extents3d& out);
     bool AddVertices(const Entity& e, const Matrix3d& m, Extents3d& out, int code);
@@ -166,7 +166,8 @@ bool Walker::Add(const Entity& e, const Matrix3d& m, Extents3d& out, const std::
     if (type == "SOLID" || type == "TRACE") return AddCorners(e, m, out, true);
     if (type == "3DFACE") return AddCorners(e, m, out, false);
     if (type == "HATCH") return AddHatch(e, m, out);
-    if (type == "TEXT" || type == "ATTRIB" || type == "ATTDEF") return AddText(e, m, out);
+    // An attribute definition shows its tag where it stands, its value inside a reference.
+    if (type == "TEXT" || type == "ATTRIB" || type == "ATTDEF") return AddText(e, m, out, depth > 0);
     if (type == "MTEXT") return AddMText(e, m, out);
     if (type == "IMAGE" || type == "WIPEOUT") return AddImage(e, m, out);
     // Leaders and meshes list their vertices as 10, multilines as 11, all in world coordinates.
@@ -376,12 +377,13 @@ bool Walker::AddHatch(const Entity& e, const Matrix3d& m, Extents3d& out) {
     return any;
 }
 
-bool Walker::AddText(const Entity& e, const Matrix3d& m, Extents3d& out) {
+bool Walker::AddText(const Entity& e, const Matrix3d& m, Extents3d& out, bool inBlock) {
     Text text(e.GetDatabase(), e.Index());
     std::string shown = text.TextString();
     if (e.Type() != "TEXT") {
         AttributeBase attribute(e.GetDatabase(), e.Index());
         if (attribute.IsMTextAttribute()) shown = attribute.PlainText();
+        if (e.Type() == "ATTDEF" && !inBlock) shown = attribute.Tag();
     }
     double height = text.Height();
     double widthFactor = e.GetReal(41, 1);

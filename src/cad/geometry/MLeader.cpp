@@ -75,6 +75,8 @@ Point3 MLeader::BlockNormal() const { return PointAt(FindInContext(14), {0, 0, 1
 
 std::vector<MLeader::AttributeValue> MLeader::BlockAttributeValues() const {
     std::vector<AttributeValue> out;
+    // Without context data the owner (330) would read as a value.
+    if (ContextEnd() == 0) return out;
     std::size_t end = OwnDataEnd();
     // After the context, each value is a group 330 (definition), 177, 44, 302.
     for (std::size_t i = ContextEnd() + 1; i < end; ++i) {
@@ -118,6 +120,7 @@ base::Result<std::string> MLeader::GetBlockAttributeValue(const AttributeDefinit
 base::Status MLeader::SetBlockAttributeValue(const AttributeDefinition& definition, std::string_view value) {
     auto index = DefinitionIndex(definition);
     if (!index) return index.GetStatus();
+    if (ContextEnd() == 0) return base::Status::Error("multileader " + HandleString() + " has no context data");
     std::size_t end = OwnDataEnd();
     std::size_t insertAt = std::string::npos;
     for (std::size_t i = ContextEnd() + 1; i < end; ++i) {

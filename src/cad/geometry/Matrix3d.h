@@ -14,6 +14,7 @@ class BlockReference;
 inline constexpr double kGeomTolerance = 1e-10;
 inline constexpr double kPi = 3.14159265358979323846;
 
+// Vector arithmetic on points; exact, no tolerance involved.
 inline Point3 operator+(Point3 a, Point3 b) { return {a.x + b.x, a.y + b.y, a.z + b.z}; }
 inline Point3 operator-(Point3 a, Point3 b) { return {a.x - b.x, a.y - b.y, a.z - b.z}; }
 inline Point3 operator-(Point3 a) { return {-a.x, -a.y, -a.z}; }
@@ -23,6 +24,7 @@ inline double Dot(Point3 a, Point3 b) { return a.x * b.x + a.y * b.y + a.z * b.z
 inline Point3 Cross(Point3 a, Point3 b) {
     return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
 }
+// The Euclidean length; 0 for the zero vector.
 inline double Length(Point3 a) { return std::sqrt(Dot(a, a)); }
 inline Point3 Midpoint(Point3 a, Point3 b) { return (a + b) * 0.5; }
 // The vector scaled to length 1; the zero vector when its length is `tol` or less.
@@ -37,6 +39,7 @@ public:
     Matrix3d() = default;
     // A transform from its rows; the fourth row of a 4x4 matrix is always 0 0 0 1 here.
     static Matrix3d FromRows(const double (&rows)[3][4]);
+    // Moves by `offset`; a zero offset gives the identity.
     static Matrix3d Translation(Point3 offset);
     // Scaling by `factor` about `center`; a factor of 0 collapses everything onto the centre.
     static Matrix3d Scaling(double factor, Point3 center = {});
@@ -50,16 +53,19 @@ public:
 
     // This transform after `other`: (this * other)(p) == this(other(p)).
     Matrix3d operator*(const Matrix3d& other) const;
+    // The image of a point, translation included.
     Point3 Apply(Point3 p) const;
     // Applies the linear part only, for directions.
     Point3 ApplyToVector(Point3 v) const;
     // The inverse; the identity for a singular transform (check Determinant first).
     Matrix3d Inverse() const;
+    // The determinant of the linear part: negative for mirroring transforms, 0 for collapsing ones.
     double Determinant() const;
     // True when no entry differs from the identity's by more than `tol`.
     bool IsIdentity(double tol = 1e-12) const;
     // The entry in row `row` (0..2) and column `col` (0..3, 3 being the translation).
     double At(int row, int col) const { return m_[row][col]; }
+    // Column `col` (0..3) as a vector: the image of an axis, or the translation for 3.
     Point3 Column(int col) const { return {m_[0][col], m_[1][col], m_[2][col]}; }
 
 private:

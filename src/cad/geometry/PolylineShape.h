@@ -16,6 +16,7 @@ class Extents3d;
 class PolylineShape {
 public:
     PolylineShape() = default;
+    // A shape from its vertices; the normal need not have length 1.
     PolylineShape(std::vector<PolylinePoint> points, bool closed, double elevation = 0, Point3 normal = {0, 0, 1})
         : points_(std::move(points)), closed_(closed), elevation_(elevation), normal_(normal) {}
     // The shape of an LWPOLYLINE; an empty shape for a null view.
@@ -29,8 +30,9 @@ public:
     bool IsClosed(double tol = kGeomTolerance) const;
     // The vertex `index` in world coordinates; the origin for an index out of range.
     Point3 PointAt(int index) const;
-    // The vertex `index` in the polyline's plane (x, y) with its bulge; zeros out of range.
+    // The vertices in the polyline's plane (x, y) with their bulges; empty for an empty shape.
     const std::vector<PolylinePoint>& Points() const { return points_; }
+    // The plane: its height along the normal (0 when not given) and its normal ((0, 0, 1) for 2D).
     double Elevation() const { return elevation_; }
     Point3 Normal() const { return normal_; }
 

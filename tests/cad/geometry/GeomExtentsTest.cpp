@@ -360,3 +360,21 @@ TEST_F(GeomExtentsTest, DimensionWithoutBlockSaysSo) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(GeomExtentsTest, AttributeDefinitionShowsItsTagAloneAndItsValueWhenConstant) {
+    auto alone = ms.AddAttributeDefinition("NUMBER", "No?", "D1", {0, 0, 0}, 1);
+    ExpectBox(Measure(*alone), {0, 0, 0}, {6, 1, 0});
+    auto block = db->CreateBlock("CONST");
+    ASSERT_TRUE(block->AddAttributeDefinition("KIND", "Kind?", "AB", {1, 0, 0}, 1, 2));
+    ASSERT_TRUE(block->AddAttributeDefinition("HIDDEN", "Hidden?", "XYZ", {1, 5, 0}, 1, 0));
+    auto ref = ms.AddBlockReference(*block, {10, 0, 0});
+    // The constant value "AB" is drawn at (11,0); the other definition only through the
+    // attribute the reference got, "XYZ" at (11,5).
+    ExpectBox(Measure(*ref), {11, 0, 0}, {14, 6, 0});
+    ref->FindAttribute("HIDDEN").SetInvisible(true);
+    ExpectBox(Measure(*ref), {11, 0, 0}, {13, 1, 0});
+}
+
+}  // namespace
