@@ -44,4 +44,7 @@ with tempfile.TemporaryDirectory() as tmp:
     check(near(vport.dxf.center, (11, 9.35)), "view centre %s" % (vport.dxf.center,))
     check(abs(vport.dxf.height - 2.7) < 1e-9, "view height %s" % vport.dxf.height)
     check(abs(vport.dxf.aspect_ratio * vport.dxf.height - 2) < 1e-9, "view width")
+    # The drawing's extents: the rooms from (0,0) to (43,10), the moved tag (10,8)-(12,10.7).
+    check(near(doc.header["$EXTMIN"], (0, 0, 0)), "EXTMIN %s" % (doc.header["$EXTMIN"],))
+    check(near(doc.header["$EXTMAX"], (43, 10.7, 0)), "EXTMAX %s" % (doc.header["$EXTMAX"],))
 print("ok")

@@ -3,7 +3,8 @@
 //   cad_geometry_tool mleader-set IN OUT LEADER_HANDLE ATTDEF_HANDLE VALUE
 //   cad_geometry_tool transform IN OUT REF_HANDLE ANGLE_DEGREES SCALE DX DY
 //       (rotation about the normal through the position, scaling about the origin, translation)
-//   cad_geometry_tool view IN OUT HANDLE      (the active view on the entity's extents)
+//   cad_geometry_tool view IN OUT HANDLE      (the active view on the entity's extents, and
+//       the drawing's extents brought up to date)
 //   cad_geometry_tool extents IN              (one line per model space entity:
 //       handle type min-x min-y min-z max-x max-y max-z, or handle type "-" reason)
 #include <cstdio>
@@ -14,6 +15,7 @@
 #include "cad/Database.h"
 #include "cad/Text.h"
 #include "cad/geometry/ActiveView.h"
+#include "cad/geometry/DrawingExtents.h"
 #include "cad/geometry/GeomExtents.h"
 #include "cad/geometry/MLeader.h"
 #include "cad/geometry/TransformBy.h"
@@ -69,6 +71,7 @@ int main(int argc, char** argv) {
         auto box = cad::GeomExtents(cad::Entity(&db, object.Index()));
         if (!box) return Fail(box.GetStatus().Message());
         if (auto status = cad::SetActiveView(db, *box); !status) return Fail(status.Message());
+        if (auto status = cad::UpdateExtents(db); !status) return Fail(status.Message());
     } else {
         return Fail("unknown command or wrong number of arguments: " + command);
     }
