@@ -321,7 +321,15 @@ base::Result<Worksheet*> Workbook::AddSheet(std::string_view name, int position)
     sheet->relId_ = rel;
     Worksheet* raw = sheet.get();
     sheets_.insert(sheets_.begin() + position, std::move(sheet));
-    if (active_ >= position && SheetCount() > 1 && active_ < SheetCount() - 1 && position <= active_) ++active_;
+    // Positions after the new sheet move: the active tab and names scoped to a sheet.
+    if (position <= active_ && SheetCount() > 1) {
+        ++active_;
+        if (pugi::xml_attribute tab = Attr(Child(Child(root, "bookViews"), "workbookView"), "activeTab"))
+            tab.set_value(active_);
+    }
+    for (pugi::xml_node n = Child(Child(root, "definedNames"), "definedName"); n; n = n.next_sibling())
+        if (pugi::xml_attribute local = n.attribute("localSheetId"); local && local.as_int() >= position)
+            local.set_value(local.as_int() + 1);
     workbookChanged_ = true;
     return raw;
 }

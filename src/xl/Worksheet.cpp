@@ -334,6 +334,11 @@ std::string Worksheet::Text(int row, int column) {
 
 void Worksheet::SetString(int row, int column, std::string_view text) {
     if (!Load()) return;
+    // An empty text empties the cell, as assigning "" does in the program.
+    if (text.empty()) {
+        ClearValue(row, column);
+        return;
+    }
     std::uint32_t id = book_.Strings().Add(text);
     Cell& c = MakeCell(row, column);
     c.type = "s";

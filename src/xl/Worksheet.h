@@ -71,7 +71,8 @@ public:
     CellValue Value(int row, int column);
     // What the cell shows: its value through its number format ("" for empty cells).
     std::string Text(int row, int column);
-    // Writes a string (shared, deduplicated); the cell keeps its style, loses its formula.
+    // Writes a string (shared, deduplicated); the cell keeps its style, loses its formula; an
+    // empty string empties the cell.
     void SetString(int row, int column, std::string_view text);
     // Writes a number; the cell keeps its style, loses its formula.
     void SetNumber(int row, int column, double value);

@@ -493,3 +493,24 @@ TEST(Workbook, RenamingASheetUpdatesFormulasAndNames) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(Workbook, AddingASheetBeforeTheActiveOneKeepsItActive) {
+    auto book = xl::Workbook::Create();
+    (void)book->AddSheet("First", 0);
+    EXPECT_EQ(book->ActiveSheetIndex(), 1);
+    auto again = Reopen(*book);
+    EXPECT_EQ(again->ActiveSheetIndex(), 1);
+    EXPECT_EQ(again->Sheet(again->ActiveSheetIndex())->Name(), "Sheet1");
+}
+
+TEST(Workbook, WritingAnEmptyStringEmptiesTheCell) {
+    auto book = xl::Workbook::Create();
+    book->Sheet(0)->SetString(1, 1, "x");
+    book->Sheet(0)->SetString(1, 1, "");
+    EXPECT_EQ(book->Sheet(0)->Value(1, 1).type, xl::CellType::Empty);
+    EXPECT_EQ(book->Sheet(0)->LastFilledRow(), 0);
+}
+
+}  // namespace
