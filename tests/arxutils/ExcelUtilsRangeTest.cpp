@@ -580,25 +580,28 @@ TEST_F(BridgeTest, OperationsWithoutWorksheetReportAndGiveFalse) {
     EXPECT_EQ(LastBox(), "Unknown error in ReadCommentAndText");
 }
 
-TEST_F(BridgeTest, DeleteRowsRefusesToMoveFormulasRatherThanLoseThem) {
+TEST_F(BridgeTest, DeleteRowsMovesFormulasUpWithTheirRows) {
     std::string path = CopyCorpus("libreoffice73-formulas-bools-errors.xlsx");
     Attach(path);
-    EXPECT_FALSE(ExcelUtils::DeleteRows({1}));
-    EXPECT_EQ(LastBox(), "Cells with formulas would have to move; insert or delete these cells in the "
-                         "spreadsheet program instead.");
-    EXPECT_EQ(Printed(), "");
-    EXPECT_FALSE(backend_->HasChanges());
+    ASSERT_TRUE(ExcelUtils::DeleteRows({1}));
+    EXPECT_EQ(Printed(), "Delete the row 1 successfully.");
+    ASSERT_TRUE(backend_->SaveChanged().IsOk());
+    auto file = xl::Workbook::Open(path);
+    ASSERT_TRUE(file);
+    xl::CellValue first = file.Value()->Sheet(0)->Value(1, 1);
+    EXPECT_EQ(first.formula, "(2 < 4)");
+    EXPECT_EQ(first.type, xl::CellType::Boolean);
 }
 
-TEST_F(BridgeTest, InsertAtRefusesToMoveMergedCells) {
+TEST_F(BridgeTest, InsertAtRefusesToMoveMergedCellsSideways) {
     Attach(MakeBook("a.xlsx", [](xl::Worksheet& s) {
-        s.SetString(3, 1, "merged");
-        ASSERT_TRUE(s.Merge({3, 1, 3, 2}));
+        s.SetString(1, 3, "merged");
+        ASSERT_TRUE(s.Merge({1, 3, 2, 4}));
     }));
-    EXPECT_FALSE(ExcelUtils::InsertAt(1, 1, excel::xlShiftDown));
+    EXPECT_FALSE(ExcelUtils::InsertAt(1, 1, excel::xlShiftToRight));
     EXPECT_EQ(LastBox(), "Merged cells would have to move; insert or delete these cells in the spreadsheet "
                          "program instead.");
-    EXPECT_TRUE(ExcelUtils::InsertAt(4, 1, excel::xlShiftDown));  // nothing merged below row 4
+    EXPECT_TRUE(ExcelUtils::InsertAt(3, 1, excel::xlShiftToRight));  // nothing merged in row 3
 }
 
 TEST_F(BridgeTest, ReadValuesOfALoneBooleanCellFailsAsANonArray) {
@@ -610,4 +613,25 @@ TEST_F(BridgeTest, ReadValuesOfALoneBooleanCellFailsAsANonArray) {
     attbat::CStringTable number;
     ASSERT_TRUE(ExcelUtils::ReadValues(number, "B1"));
     EXPECT_EQ(Rows(number), (Grid{{"12.5"}}));
+}
+
+TEST_F(BridgeTest, FindAnyContentFromTheEndGivesTheLastFilledRowAndColumn) {
+    Attach(MakeBook("a.xlsx", [](xl::Worksheet& s) {
+        s.SetString(2, 5, "far right");
+        s.SetString(7, 2, "last row");
+        s.ApplyFormat({20, 1, 20, 1}, [] { xl::StyleChange c; c.bold = true; return c; }());  // format only
+    }));
+    auto cells = ExcelUtils::Worksheet->Cells();
+    auto byRows = cells->Find("*", nullptr, excel::xlByRows, excel::xlPrevious);
+    ASSERT_TRUE(byRows);
+    EXPECT_EQ(byRows->Address(), "$B$7");
+    auto byColumns = cells->Find("*", nullptr, excel::xlByColumns, excel::xlPrevious);
+    ASSERT_TRUE(byColumns);
+    EXPECT_EQ(byColumns->Address(), "$E$2");
+    auto text = cells->Find("LAST ROW", nullptr, excel::xlByRows, excel::xlNext);
+    ASSERT_TRUE(text);
+    EXPECT_EQ(text->Row(), 7);
+    EXPECT_FALSE(cells->Find("absent", nullptr, excel::xlByRows, excel::xlNext));
+    cells->SetItem(9, 9, excel::Variant::String("via item"));
+    EXPECT_EQ(cells->Find("*", nullptr, excel::xlByRows, excel::xlPrevious)->Address(), "$I$9");
 }

@@ -202,6 +202,8 @@ public:
     // The cell at `row`, `column` from the range's top-left (both from 1); for a range of rows
     // or columns, Item(n) is the n-th row or column.
     virtual std::unique_ptr<Range> Item(int row, int column = 1) = 0;
+    // Item as a property put: the value of the cell at `row`, `column` from the top-left.
+    virtual void SetItem(int row, int column, const Variant& value) { Item(row, column)->SetValue(value); }
     // What the cell shows; Empty when the cells of the range show different texts.
     virtual Variant Text() = 0;
     // A1 form, "$A$1:$B$2" (areas joined by ","); the flags drop the dollars.

@@ -707,8 +707,8 @@ void MoveCell(xl::Worksheet& sheet, int fromRow, int fromColumn, int toRow, int 
     sheet.ClearValue(fromRow, fromColumn);
 }
 
-// Cells are moved by value, note and format; a formula, merge or hyperlink in the way would not
-// survive the move, so such a move is refused instead of losing it.
+// Cells moved sideways go by value, note and format; a formula, merge or hyperlink in the way
+// would not survive that, so such a move is refused instead of losing it.
 void CheckMovable(xl::Worksheet& sheet, const xl::CellRange& region) {
     if (!region.IsValid()) return;
     for (const auto& row : sheet.Values(region))
@@ -920,58 +920,23 @@ public:
     }
     void Insert(int shift) override {
         const xl::CellRange a = First();
-        xl::CellRange used = sheet_->UsedRange();
-        bool down = WholeRows(a) || shift == xlShiftDown || (shift != xlShiftToRight && a.lastColumn - a.firstColumn > a.lastRow - a.firstRow);
-        if (WholeColumns(a)) down = false;
-        if (down) {
-            int n = a.lastRow - a.firstRow + 1;
-            int lastColumn = std::min(a.lastColumn, used.lastColumn);
-            CheckMovable(*sheet_, {a.firstRow, a.firstColumn, used.lastRow, lastColumn});
-            for (int r = used.lastRow; r >= a.firstRow; --r) {
-                for (int c = a.firstColumn; c <= lastColumn; ++c) MoveCell(*sheet_, r, c, r + n, c);
-                if (WholeRows(a)) sheet_->SetRowHeight(r + n, sheet_->RowHeight(r));
-            }
+        if (WholeColumns(a) || (!WholeRows(a) && shift == xlShiftToRight)) {
+            ShiftRight(a);
+        } else if (WholeRows(a)) {
+            sheet_->InsertRows(a.firstRow, a.lastRow - a.firstRow + 1);
         } else {
-            int n = a.lastColumn - a.firstColumn + 1;
-            int lastRow = std::min(a.lastRow, used.lastRow);
-            CheckMovable(*sheet_, {a.firstRow, a.firstColumn, lastRow, used.lastColumn});
-            for (int c = used.lastColumn; c >= a.firstColumn; --c)
-                for (int r = a.firstRow; r <= lastRow; ++r) MoveCell(*sheet_, r, c, r, c + n);
+            sheet_->InsertCellsDown(a);
         }
         book_->dirty = true;
     }
     void Delete(int shift) override {
         const xl::CellRange a = First();
-        xl::CellRange used = sheet_->UsedRange();
-        bool up = WholeRows(a) || (!WholeColumns(a) && shift != xlShiftToLeft);
-        if (up) {
-            int n = a.lastRow - a.firstRow + 1;
-            int lastColumn = std::min(a.lastColumn, used.lastColumn);
-            CheckMovable(*sheet_, {a.firstRow, a.firstColumn, used.lastRow, lastColumn});
-            for (int r = a.firstRow; r <= used.lastRow; ++r) {
-                for (int c = a.firstColumn; c <= lastColumn; ++c) {
-                    if (r + n <= used.lastRow) {
-                        MoveCell(*sheet_, r + n, c, r, c);
-                    } else {
-                        sheet_->ClearValue(r, c);
-                        sheet_->DeleteNote(r, c);
-                    }
-                }
-                if (WholeRows(a) && r + n <= used.lastRow) sheet_->SetRowHeight(r, sheet_->RowHeight(r + n));
-            }
+        if (WholeColumns(a) || (!WholeRows(a) && shift == xlShiftToLeft)) {
+            ShiftLeft(a);
+        } else if (WholeRows(a)) {
+            sheet_->DeleteRows(a.firstRow, a.lastRow - a.firstRow + 1);
         } else {
-            int n = a.lastColumn - a.firstColumn + 1;
-            int lastRow = std::min(a.lastRow, used.lastRow);
-            CheckMovable(*sheet_, {a.firstRow, a.firstColumn, lastRow, used.lastColumn});
-            for (int c = a.firstColumn; c <= used.lastColumn; ++c)
-                for (int r = a.firstRow; r <= lastRow; ++r) {
-                    if (c + n <= used.lastColumn) {
-                        MoveCell(*sheet_, r, c + n, r, c);
-                    } else {
-                        sheet_->ClearValue(r, c);
-                        sheet_->DeleteNote(r, c);
-                    }
-                }
+            sheet_->DeleteCellsUp(a);
         }
         book_->dirty = true;
     }
@@ -994,6 +959,30 @@ public:
     std::unique_ptr<Hyperlinks> GetHyperlinks() override { return std::make_unique<FileHyperlinks>(Styled()); }
 
 private:
+    // Sideways moves go cell by cell (value, note, format); the workbook moves rows itself.
+    void ShiftRight(const xl::CellRange& a) {
+        xl::CellRange used = sheet_->UsedRange();
+        int n = a.lastColumn - a.firstColumn + 1;
+        int lastRow = std::min(a.lastRow, used.lastRow);
+        CheckMovable(*sheet_, {a.firstRow, a.firstColumn, lastRow, used.lastColumn});
+        for (int c = used.lastColumn; c >= a.firstColumn; --c)
+            for (int r = a.firstRow; r <= lastRow; ++r) MoveCell(*sheet_, r, c, r, c + n);
+    }
+    void ShiftLeft(const xl::CellRange& a) {
+        xl::CellRange used = sheet_->UsedRange();
+        int n = a.lastColumn - a.firstColumn + 1;
+        int lastRow = std::min(a.lastRow, used.lastRow);
+        CheckMovable(*sheet_, {a.firstRow, a.firstColumn, lastRow, used.lastColumn});
+        for (int c = a.firstColumn; c <= used.lastColumn; ++c)
+            for (int r = a.firstRow; r <= lastRow; ++r) {
+                if (c + n <= used.lastColumn) {
+                    MoveCell(*sheet_, r, c + n, r, c);
+                } else {
+                    sheet_->ClearValue(r, c);
+                    sheet_->DeleteNote(r, c);
+                }
+            }
+    }
     const xl::CellRange& First() const { return areas_.front(); }
     std::unique_ptr<Range> Make(std::vector<xl::CellRange> areas) {
         return std::make_unique<FileRange>(state_, book_, sheet_, std::move(areas), RangeMode::Cells);
