@@ -1,5 +1,6 @@
 #include "attbat/model/AcadDatabase.h"
 
+#include <algorithm>
 #include <optional>
 #include <set>
 #include <unordered_map>
@@ -97,7 +98,7 @@ private:
 
 // Every layout a reference counts in, once per outer instance of the blocks around it.
 int CollectLayoutOwners(ReadCache& cache, const cad::BlockReference& ref, std::vector<ObjectId>& out,
-                        int depth) {
+                        std::vector<cad::BlockRecord>& path) {
     cad::BlockRecord owner = ref.OwnerBlock();
     if (!owner) return 0;
     if (owner.IsLayout()) {
@@ -105,11 +106,13 @@ int CollectLayoutOwners(ReadCache& cache, const cad::BlockReference& ref, std::v
         out.push_back(SpaceIdOf(owner));
         return 1;
     }
-    // A block that holds itself (damaged files) would never end.
-    if (depth > 64) return 0;
+    // A block that holds itself, through any chain (damaged files), is inserted nowhere.
+    if (std::find(path.begin(), path.end(), owner) != path.end()) return 0;
+    path.push_back(owner);
     int count = 0;
     for (const cad::BlockReference& outer : cache.DirectRefs(owner))
-        count += CollectLayoutOwners(cache, outer, out, depth + 1);
+        count += CollectLayoutOwners(cache, outer, out, path);
+    path.pop_back();
     return count;
 }
 
@@ -217,9 +220,10 @@ void ReadBlock(AcadBlockArray& blocks, ReadContext& ctx, const cad::BlockRecord&
                 allRead = true;
             }
             std::string ownerName = owner.Name();
+            std::vector<cad::BlockRecord> path{record};
             for (const cad::BlockReference& outer : all)
                 if (base::EqualNoCase(outer.BlockName(), ownerName))
-                    CollectLayoutOwners(ctx.cache, outer, owners, 0);
+                    CollectLayoutOwners(ctx.cache, outer, owners, path);
             if (owners.empty()) continue;
         }
         double area = ctx.xrefInsert
