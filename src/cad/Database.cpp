@@ -363,7 +363,6 @@ void Database::AssignMissingHandles() {
             std::string type = TypeOf(k);
             if (type == "SECTION" || type == "ENDSEC" || type == "ENDTAB" || (r12 && type == "TABLE"))
                 continue;
-            if (type == "SEQEND" && r12) continue;
         }
         // Files without handles get them in file order, so the same file gets the same keys.
         r.handle = handSeed_++;
