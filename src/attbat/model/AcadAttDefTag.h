@@ -2,6 +2,7 @@
 // One chosen column across blocks: a tag with its duplicate number (and kind, which is never
 // stored in a template).
 #include <string>
+#include <utility>
 
 namespace attbat {
 
@@ -10,7 +11,9 @@ class AcadAttributeDef;
 
 class AcadAttDefTag {
 public:
+    // An empty tag, dupIndex and kind 0.
     AcadAttDefTag() = default;
+    // Any tag, even an empty one, is kept as given.
     AcadAttDefTag(std::string tag, int dupIndex, int kind)
         : tag(std::move(tag)), dupIndex(dupIndex), kind(kind) {}
     // Tag, dupIndex and kind of a definition.

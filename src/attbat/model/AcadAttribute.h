@@ -8,6 +8,7 @@ namespace attbat {
 
 class AcadAttribute {
 public:
+    // Empty texts and zero numbers.
     AcadAttribute() = default;
     // Trims blanks around `value`; handle, prompt and flags stay empty or 0.
     AcadAttribute(std::string tag, std::string_view value, int kind);

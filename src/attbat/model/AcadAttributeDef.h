@@ -10,6 +10,7 @@ namespace attbat {
 
 class AcadAttributeDef {
 public:
+    // Empty texts, zero numbers and position, layer "0".
     AcadAttributeDef() = default;
     // For a dynamic property (kind 2) pass its name as tag and prompt, read-only as `constant`
     // and shown as `invisible`; a property (kind 1) has an empty prompt and a zero position.

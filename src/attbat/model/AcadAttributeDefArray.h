@@ -29,6 +29,7 @@ public:
     void InsertAt(int index, AcadAttributeDef def);
 
 private:
+    // Raises def.dupIndex by one for each element of the same tag (case counts).
     void Number(AcadAttributeDef& def) const;
 };
 

@@ -12,6 +12,7 @@ namespace attbat {
 
 class AcadBlockRef {
 public:
+    // No drawing or handle, unit scale, top level, the drawing's own units, no outer polygon.
     AcadBlockRef() = default;
     // A row as the drawing reader makes it; `ownerName` is the name of the block record of
     // `ownerId` (the layout text of the "DWG File" cell), empty when unknown.

@@ -43,8 +43,10 @@ public:
                   std::string_view value, bool isProperty, AcadBlockRefIndex& index);
 
 private:
+    // Appends the value to a row, a property when `isProperty` is set.
     static void AppendValue(AcadBlockRef& row, std::string_view tag, std::string_view value,
                             bool isProperty);
+    // Appends a default row with that drawing and handle; returns its index.
     int AppendRow(std::string_view file, std::string_view handle);
 };
 

@@ -35,6 +35,7 @@ public:
     // columnSort.
     CStringArrayEx ColumnsOf(const std::vector<const AcadBlock*>& blocks) const;
 
+    // Property columns, one flag each; all off in a fresh view.
     int showPosX = 0;
     int showPosY = 0;
     int showPosZ = 0;
@@ -43,15 +44,15 @@ public:
     int showScaleZ = 0;
     int showRotation = 0;
     int showLayer = 0;
-    int spare = 0;
+    int spare = 0;               // unused, kept for the record's shape
     int showAtts = 1;            // attribute columns at all
-    int showOuterArea = 0;
+    int showOuterArea = 0;       // the outer polygon's area column
     int areaUnit = 0;            // 0 drawing units, 1 sq. inches, 2 sq. feet, 3 sq. metres
-    int showOuterLength = 0;
+    int showOuterLength = 0;     // kept with the options; no property column answers to it
     int combineItems = 1;        // merge identical rows, counting them
-    int includeHeader = 1;
+    int includeHeader = 1;       // 0: no header row; the first data row carries the mark
     int showName = 0;            // adds the identity column
-    int promptAsHeader = 0;
+    int promptAsHeader = 0;      // attribute columns named by prompt instead of tag
     int showCount = 1;           // the "Quantity" column
     int unselNoValueAtts = 1;    // the wizard switches off columns without any value
     int selectDynProperties = 1; // dynamic property columns are on

@@ -8,6 +8,7 @@ namespace attbat {
 // Name and the three states; everything empty or 0 by default.
 class AcadLayer {
 public:
+    // An unnamed layer that is thawed, on and unlocked.
     AcadLayer() = default;
     // An unnamed layer is allowed; the row filter then only looks at the flags.
     AcadLayer(std::string name, int frozen, int off, int locked)

@@ -1,0 +1,280 @@
+#include "attbat/model/DrawingWriter.h"
+
+#include <cmath>
+#include <cstdlib>
+#include <vector>
+
+#include "arxutils/ArxUtils.h"
+#include "base/Text.h"
+#include "cad/BlockReference.h"
+#include "cad/geometry/GeomExtents.h"
+#include "cad/geometry/MLeader.h"
+#include "cad/geometry/Matrix3d.h"
+#include "cad/geometry/TransformBy.h"
+#include "cad/units/UnitSettings.h"
+#include "host/Document.h"
+#include "host/Printer.h"
+#include "host/ProgressMeter.h"
+#include "host/WorkingDatabase.h"
+
+namespace attbat {
+namespace {
+
+// Sets an attribute's text when it differs, realigning it unless the new text is blank.
+void SetAttributeText(cad::Attribute& attribute, const std::string& value, WriteTrace* trace) {
+    std::string current = attribute.IsMTextAttribute() ? attribute.PlainText() : attribute.TextString();
+    if (current == value) return;
+    attribute.SetValue(value);
+    if (trace) ++trace->textWrites;
+    if (!base::Trim(value).empty()) {
+        AdjustAlignment(attribute);
+        if (trace) ++trace->alignments;
+    }
+}
+
+// The text(handle) form of a tag: the handle between "(" and the closing ")"; "" otherwise.
+std::string HandleOfTag(const std::string& tag) {
+    std::size_t open = tag.find('(');
+    if (open == std::string::npos || open < 1 || open + 1 >= tag.size()) return {};
+    return base::Trim(tag.substr(open + 1), ")");
+}
+
+void WriteAttribute(cad::BlockReference& ref, const AcadAttribute& value, cad::Database& db,
+                    WriteTrace* trace) {
+    for (cad::Attribute& attribute : ref.Attributes()) {
+        if (attribute.Tag() != value.tag) continue;
+        SetAttributeText(attribute, value.value, trace);
+        return;
+    }
+    // Dynamic properties would be matched here; the drawing library doesn't expose them.
+    std::string handle = HandleOfTag(value.tag);
+    if (handle.empty()) return;
+    cad::Object target = arxutils::HandleToId(db, handle);
+    if (!target || target.Type() != "ATTRIB") return;
+    cad::Attribute attribute(target.GetDatabase(), target.Index());
+    SetAttributeText(attribute, value.value, trace);
+}
+
+bool WriteLeader(const AcadBlockRef& row, cad::MLeader leader, WriteTrace* trace) {
+    cad::BlockRecord content = leader.BlockContent();
+    if (!content) return false;
+    for (const cad::AttributeDefinition& def : content.AttributeDefinitions()) {
+        auto current = leader.GetBlockAttributeValue(def);
+        if (!current) continue;
+        int index = row.attributes.IndexOfTag(def.Tag());
+        if (index < 0 || row.attributes[index].value == current.Value()) continue;
+        if (leader.SetBlockAttributeValue(def, row.attributes[index].value).IsOk() && trace)
+            ++trace->leaderWrites;
+    }
+    return true;
+}
+
+}  // namespace
+
+void AdjustAlignment(cad::Text& text) {
+    int horizontal = text.HorizontalMode();
+    int vertical = text.VerticalMode();
+    if ((horizontal == 0 && vertical == 0) || horizontal == 3 || horizontal == 5) return;
+    double height = text.Height();
+    double width = cad::ShownLength(text.TextString()) * height * cad::kTextCharWidth *
+                   text.GetReal(41, 1.0);
+    double dx = 0, dy = 0;
+    if (horizontal == 1 || horizontal == 4) dx = -width / 2;
+    else if (horizontal == 2) dx = -width;
+    if (horizontal == 4 || vertical == 2) dy = -height / 2;
+    else if (vertical == 3) dy = -height;
+    double angle = text.Rotation();
+    cad::Point3 align = text.AlignmentPoint();
+    cad::Point3 position{align.x + dx * std::cos(angle) - dy * std::sin(angle),
+                         align.y + dx * std::sin(angle) + dy * std::cos(angle), align.z};
+    if (!cad::IsEqualTo(position, text.Position(), 1e-9)) text.SetPosition(position);
+}
+
+bool WriteTo(const AcadBlockRef& row, cad::Database& db, int lunits, int aunits, WriteTrace* trace) {
+    if (row.handle.empty() || row.attributes.IsEmpty()) return false;
+    cad::Object object = arxutils::HandleToId(db, row.handle);
+    if (!object) return false;
+    std::string type = object.Type();
+    if (type == "MULTILEADER") return WriteLeader(row, cad::MLeader(object.GetDatabase(), object.Index()), trace);
+    if (type != "INSERT" && type != "MINSERT") return false;
+    cad::BlockReference ref(object.GetDatabase(), object.Index());
+
+    const cad::Point3 position = ref.Position();
+    const cad::Point3 scale = ref.ScaleFactors();
+    const double rotation = ref.Rotation();
+    bool moved = false, scaled = false, turned = false;
+    cad::Point3 targetScale{1, 1, 1};
+    cad::Point3 offset;
+    double angle = rotation;
+    const double coords[3] = {position.x, position.y, position.z};
+    const double scales[3] = {scale.x, scale.y, scale.z};
+    double* offsets[3] = {&offset.x, &offset.y, &offset.z};
+    double* targets[3] = {&targetScale.x, &targetScale.y, &targetScale.z};
+
+    for (const AcadAttribute& value : row.attributes) {
+        switch (value.kind) {
+        case 0:
+            WriteAttribute(ref, value, db, trace);
+            break;
+        case 1: case 2: case 4: {
+            int axis = value.kind == 1 ? 0 : value.kind == 2 ? 1 : 2;
+            double shown = arxutils::TextToDistance(
+                &db, arxutils::DistanceText(&db, coords[axis], lunits, -1), lunits);
+            double wanted = 0;
+            // An unreadable value moves nothing, rather than sending the block to the origin.
+            if (!arxutils::TryTextToDistance(&db, value.value, lunits, wanted)) {
+                arxutils::TextToDistance(&db, value.value, lunits);
+                break;
+            }
+            if (!arxutils::NearlyEqual(shown, wanted)) moved = true;
+            *offsets[axis] = wanted - coords[axis];
+            break;
+        }
+        case 8: case 16: case 32: {
+            int axis = value.kind == 8 ? 0 : value.kind == 16 ? 1 : 2;
+            double factor = std::strtod(value.value.c_str(), nullptr);
+            *targets[axis] = factor;
+            if (!arxutils::NearlyEqual(factor, scales[axis])) scaled = true;
+            break;
+        }
+        case 64:
+            if (!base::EqualNoCase(arxutils::AngleText(&db, rotation, aunits, -1), value.value)) {
+                double parsed = rotation;
+                if (arxutils::TryTextToAngle(&db, value.value, aunits, parsed)) {
+                    turned = true;
+                    angle = parsed;
+                }
+            }
+            break;
+        case 128:
+            ref.SetLayer(value.value);
+            break;
+        default:
+            break;  // the area is read only
+        }
+    }
+    (void)moved;
+    cad::Matrix3d rotate = turned ? cad::Matrix3d::Rotation(angle - rotation, ref.Normal(), position)
+                                  : cad::Matrix3d();
+    cad::Matrix3d scaling = scaled ? cad::Matrix3d::Scaling(targetScale.x) : cad::Matrix3d();
+    cad::Matrix3d move = cad::Matrix3d::Translation(offset);
+    cad::Matrix3d all = rotate * scaling * move;
+    // Always one transform, as the host makes it; an identity one writes nothing.
+    if (cad::TransformBy(ref, all).IsOk() && trace) {
+        ++trace->transforms;
+        if (all.IsIdentity()) ++trace->identityTransforms;
+    }
+    return true;
+}
+
+namespace {
+
+void WriteLink(cad::Database& db, const AcadBlockRef& row, const std::string* linkText) {
+    if (!linkText) return;
+    cad::Object ref = arxutils::HandleToId(db, row.handle);
+    if (ref) arxutils::SetXdata(ref, kLinkAppName, *linkText, false);
+}
+
+}  // namespace
+
+void UpdateDrawings(const AcadBlockRefArray& rows, const std::string* linkText, WriteTrace* trace) {
+    host::Document* current = host::DocumentManager::Instance().CurDocument();
+    std::string currentName = current ? current->FileName() : std::string();
+    std::vector<std::string> files;
+    bool anyCurrent = false;
+    for (const AcadBlockRef& row : rows) {
+        if (row.dwgFile.empty() || (current && base::EqualNoCase(row.dwgFile, currentName))) {
+            anyCurrent = true;
+            continue;
+        }
+        bool known = false;
+        for (const std::string& file : files) known = known || base::EqualNoCase(file, row.dwgFile);
+        if (!known) files.push_back(row.dwgFile);
+    }
+
+    if (anyCurrent && current) {
+        host::DocumentLock lock(current);
+        cad::Database& db = current->Database();
+        for (const AcadBlockRef& row : rows) {
+            if (!row.dwgFile.empty() && !base::EqualNoCase(row.dwgFile, currentName)) continue;
+            if (WriteTo(row, db, -1, -1, trace)) WriteLink(db, row, linkText);
+        }
+        host::Printf("\nSuccessfully update %s.", currentName);
+    }
+    if (files.empty()) return;
+
+    host::ProgressMeter meter("Updating the drawings...", static_cast<long>(files.size()));
+    long done = 0;
+    for (const std::string& file : files) {
+        if (!base::FileExists(file)) {
+            host::Printf("\nCannot find %s.", file);
+            continue;
+        }
+        host::Document* open = host::DocumentManager::Instance().Find(file);
+        std::unique_ptr<cad::Database> side;
+        cad::Database* db = nullptr;
+        if (open) {
+            open->Lock();
+            db = &open->Database();
+        } else {
+            auto read = host::ReadSideDatabase(file);
+            if (!read) {
+                host::Printf("\nFailed to open %s: %s.", file, read.GetStatus().Message());
+                continue;
+            }
+            side = std::move(read.Value());
+            db = side.get();
+        }
+        cad::UnitSettings units = db->Units();
+        for (const AcadBlockRef& row : rows) {
+            if (!base::EqualNoCase(row.dwgFile, file)) continue;
+            if (WriteTo(row, *db, units.lunits, units.aunits, trace)) WriteLink(*db, row, linkText);
+        }
+        base::Status saved = base::Status::Ok();
+        if (open) {
+            open->SendStringToExecute("REGEN\n");
+            open->Unlock();
+        } else {
+            saved = host::SaveSideDatabase(*db, file);
+        }
+        if (!saved.IsOk()) host::Printf("\nFailed to save %s: %s.", file, saved.Message());
+        else host::Printf("\nSuccessfully update %s.", file);
+        meter.SetPosition(++done);
+    }
+}
+
+bool UpdateInCurrentDrawing(const AcadBlockRef& row, WriteTrace* trace) {
+    host::Document* current = host::DocumentManager::Instance().CurDocument();
+    if (!current || row.handle.empty()) return false;
+    cad::Object object = arxutils::HandleToId(current->Database(), row.handle);
+    if (!object || (object.Type() != "INSERT" && object.Type() != "MINSERT")) return false;
+    cad::BlockReference ref(object.GetDatabase(), object.Index());
+    for (cad::Attribute& attribute : ref.Attributes()) {
+        int index = row.attributes.IndexOfTag(attribute.Tag());
+        if (index < 0 || row.attributes[index].kind != 0) continue;
+        const std::string& value = row.attributes[index].value;
+        if (attribute.TextString() == value) continue;
+        attribute.SetValue(value);
+        if (trace) ++trace->textWrites;
+    }
+    int mask = row.changedMask;
+    if (mask & 7) {
+        cad::Point3 p = ref.Position();
+        if (mask & 1) p.x = row.position.x;
+        if (mask & 2) p.y = row.position.y;
+        if (mask & 4) p.z = row.position.z;
+        ref.SetPosition(p);
+    }
+    if (mask & 56) {
+        cad::Point3 s = ref.ScaleFactors();
+        if (mask & 8) s.x = row.scale.x;
+        if (mask & 16) s.y = row.scale.y;
+        if (mask & 32) s.z = row.scale.z;
+        ref.SetScaleFactors(s);
+    }
+    if (mask & 64) ref.SetRotation(row.rotation);
+    if (mask & 128) ref.SetLayer(row.layer.name);
+    return true;
+}
+
+}  // namespace attbat

@@ -1,0 +1,48 @@
+#pragma once
+// The drawing writer: rows of values written back into drawings by handle, the current drawing
+// in place under its lock, other drawings through their open documents or side databases saved
+// in their own version with a backup.
+#include <string>
+#include <string_view>
+
+#include "attbat/model/AcadBlockRef.h"
+#include "attbat/model/AcadBlockRefArray.h"
+#include "cad/Database.h"
+#include "cad/Text.h"
+
+namespace attbat {
+
+// The extended data application under which a written reference keeps its link text.
+inline constexpr std::string_view kLinkAppName = "999F152C-1E9D-4402-B4E6-01B380A38CD4";
+
+// What a write did, for callers that report it and for tests; every count starts at 0.
+struct WriteTrace {
+    int textWrites = 0;          // attribute texts set
+    int alignments = 0;          // attributes realigned after a new text
+    int transforms = 0;          // transforms applied to references (identity ones included)
+    int identityTransforms = 0;  // of those, the ones that changed nothing
+    int leaderWrites = 0;        // multileader attribute values set
+};
+
+// Writes one row into `db`: attribute values (kind 0, by tag, else the text(handle) form),
+// position, scale, rotation and layer by the property kinds, or a multileader's block
+// attribute values. Units -1 take the drawing's. False when the row has no handle or no values,
+// or its handle names no block reference or multileader in `db`.
+bool WriteTo(const AcadBlockRef& row, cad::Database& db, int lunits, int aunits,
+             WriteTrace* trace = nullptr);
+// Writes every row into its drawing (`dwgFile`; empty or the current document's name is the
+// current document), printing the lines of each drawing; `linkText`, when not null, is stored on
+// each reference written under kLinkAppName. The current document is not saved here (the
+// command saves it at its end); other drawings are saved at once.
+void UpdateDrawings(const AcadBlockRefArray& rows, const std::string* linkText,
+                    WriteTrace* trace = nullptr);
+// The upload's short form on the current document: changed attribute texts, then the
+// properties marked in `changedMask`. False when there is no current document or the handle
+// names no block reference there.
+bool UpdateInCurrentDrawing(const AcadBlockRef& row, WriteTrace* trace = nullptr);
+// Moves the insertion point of a justified text after its text changed, as the host does on
+// adjustAlignment: the alignment point stays and the text is laid out from it again. Texts
+// placed by their insertion point, aligned and fitted texts are left alone.
+void AdjustAlignment(cad::Text& text);
+
+}  // namespace attbat
