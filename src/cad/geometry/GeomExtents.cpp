@@ -405,7 +405,11 @@ bool Walker::AddText(const Entity& e, const Matrix3d& m, Extents3d& out, bool in
         double length = Length(Point3{run.x, run.y, 0});
         if (length > 0) {
             angle = std::atan2(run.y, run.x);
-            if (horizontal == 3 && width > 0) total *= length / width;
+            // Aligned text keeps its proportions, so its height follows the run.
+            if (horizontal == 3 && width > 0) {
+                total *= length / width;
+                height *= length / width;
+            }
             width = length;
         }
         anchor = start;

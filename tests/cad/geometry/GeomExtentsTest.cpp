@@ -378,3 +378,15 @@ TEST_F(GeomExtentsTest, AttributeDefinitionShowsItsTagAloneAndItsValueWhenConsta
 }
 
 }  // namespace
+
+namespace {
+
+TEST_F(GeomExtentsTest, TextAlignedScalesItsHeightToTheRun) {
+    auto t = ms.AddText({0, 0, 0}, 1, "ABCD");
+    t->SetHorizontalMode(3);
+    t->SetAlignmentPoint({8, 0, 0});
+    // Four characters over a run of 8 are 2 wide each, so 2 high.
+    ExpectBox(Measure(*t), {0, 0, 0}, {8, 2, 0});
+}
+
+}  // namespace
