@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "arxutils/ArxUtils.h"
+#include "base/Path.h"
 #include "base/Text.h"
 #include "cad/BlockReference.h"
 #include "cad/geometry/GeomExtents.h"
@@ -102,7 +103,7 @@ bool WriteTo(const AcadBlockRef& row, cad::Database& db, int lunits, int aunits,
     const cad::Point3 position = ref.Position();
     const cad::Point3 scale = ref.ScaleFactors();
     const double rotation = ref.Rotation();
-    bool moved = false, scaled = false, turned = false;
+    bool scaled = false, turned = false;
     cad::Point3 targetScale{1, 1, 1};
     cad::Point3 offset;
     double angle = rotation;
@@ -118,15 +119,14 @@ bool WriteTo(const AcadBlockRef& row, cad::Database& db, int lunits, int aunits,
             break;
         case 1: case 2: case 4: {
             int axis = value.kind == 1 ? 0 : value.kind == 2 ? 1 : 2;
-            double shown = arxutils::TextToDistance(
-                &db, arxutils::DistanceText(&db, coords[axis], lunits, -1), lunits);
             double wanted = 0;
             // An unreadable value moves nothing, rather than sending the block to the origin.
             if (!arxutils::TryTextToDistance(&db, value.value, lunits, wanted)) {
                 arxutils::TextToDistance(&db, value.value, lunits);
                 break;
             }
-            if (!arxutils::NearlyEqual(shown, wanted)) moved = true;
+            // The move is the new value less the present coordinate, also when the two differ
+            // only below the shown precision: the sheet's value is what the user asked for.
             *offsets[axis] = wanted - coords[axis];
             break;
         }
@@ -153,7 +153,6 @@ bool WriteTo(const AcadBlockRef& row, cad::Database& db, int lunits, int aunits,
             break;  // the area is read only
         }
     }
-    (void)moved;
     cad::Matrix3d rotate = turned ? cad::Matrix3d::Rotation(angle - rotation, ref.Normal(), position)
                                   : cad::Matrix3d();
     cad::Matrix3d scaling = scaled ? cad::Matrix3d::Scaling(targetScale.x) : cad::Matrix3d();
