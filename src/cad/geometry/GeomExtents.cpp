@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "base/Text.h"
@@ -137,12 +138,19 @@ private:
     }
 
     Database* db_;
+    // Frozen state by layer name, looked up once per walk.
+    std::unordered_map<std::string, bool> frozen_;
 };
 
 bool Walker::Shown(const Entity& e, const std::string& layerOfZero) {
     if (!e.IsVisible()) return false;
-    Layer layer = db_->FindLayer(EffectiveLayer(e, layerOfZero));
-    return !layer || !layer.IsFrozen();
+    std::string name = EffectiveLayer(e, layerOfZero);
+    auto it = frozen_.find(name);
+    if (it == frozen_.end()) {
+        Layer layer = db_->FindLayer(name);
+        it = frozen_.emplace(name, layer && layer.IsFrozen()).first;
+    }
+    return !it->second;
 }
 
 bool Walker::Add(const Entity& e, const Matrix3d& m, Extents3d& out, const std::string& layerOfZero, int depth) {
