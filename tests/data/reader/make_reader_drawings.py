@@ -78,9 +78,9 @@ def polygons():
     tag = doc.blocks.new("ROOMTAG")
     tag.add_attdef("NAME", (0, 0))
     tag.add_circle((0, 0), 0.5)
-    # Two nested rooms around the first tag: the inner one is 10 x 10.
+    # Two nested rooms around the first tag (its text included): the inner one is 40 x 40.
     msp.add_lwpolyline([(-50, -50), (50, -50), (50, 50), (-50, 50)], close=True)
-    msp.add_lwpolyline([(-5, -5), (5, -5), (5, 5), (-5, 5)], close=True)
+    msp.add_lwpolyline([(-20, -20), (20, -20), (20, 20), (-20, 20)], close=True)
     msp.add_blockref("ROOMTAG", (0, 0)).add_attrib("NAME", "inner", (0, 0))
     # An open polyline whose ends meet: 20 x 10 around the second tag.
     msp.add_lwpolyline([(200, 0), (220, 0), (220, 10), (200, 10), (200, 0)], close=False)
