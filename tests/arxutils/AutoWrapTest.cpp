@@ -1,7 +1,9 @@
-// The automation error's boxes: ReportOleError's texts and AutoWrap's fatal failures.
+// The automation error's boxes: ReportOleError's texts, AutoWrap's fatal failures and the
+// two clauses of the operations' handler.
 #include <gtest/gtest.h>
 
 #include "arxutils/AutoWrap.h"
+#include "arxutils/ExcelUtils.h"
 #include "arxutils/excel/AutomationError.h"
 #include "host/Ui.h"
 
@@ -91,4 +93,59 @@ TEST(AutoWrapDeathTest, FailedInvokeEndsTheProcess) {
             arxutils::AutoWrap(excel::DISPATCH_PROPERTYGET, &result, &object, "Broken");
         },
         ::testing::ExitedWithCode(0), "");
+}
+
+namespace {
+
+// A worksheet whose every call fails below the object model, as a smart interface's error does.
+class FailingSheet : public excel::Worksheet {
+public:
+    explicit FailingSheet(excel::ErrorOrigin origin) : origin_(origin) {}
+    [[noreturn]] void Raise() { throw excel::AutomationError(excel::kErrUnspecified, "interface failed", origin_); }
+    std::string GetName() override { Raise(); }
+    void SetName(std::string_view) override { Raise(); }
+    void SetVisible(int) override { Raise(); }
+    void Activate() override { Raise(); }
+    std::unique_ptr<excel::Application> GetApplication() override { Raise(); }
+    std::unique_ptr<excel::Range> GetRange(std::string_view) override { Raise(); }
+    std::unique_ptr<excel::Range> GetRange(std::string_view, std::string_view) override { Raise(); }
+    std::unique_ptr<excel::Range> Cells() override { Raise(); }
+    std::unique_ptr<excel::Range> UsedRange() override { Raise(); }
+    std::unique_ptr<excel::Comments> GetComments() override { Raise(); }
+    std::unique_ptr<excel::Range> Columns() override { Raise(); }
+    std::unique_ptr<excel::Range> Rows() override { Raise(); }
+
+private:
+    excel::ErrorOrigin origin_;
+};
+
+}  // namespace
+
+TEST(ExcelUtilsHandler, InterfaceFailureGivesFalseInSilence) {
+    UiScope scope;
+    arxutils::ExcelUtils::Worksheet = std::make_unique<FailingSheet>(excel::ErrorOrigin::Interface);
+    EXPECT_FALSE(arxutils::ExcelUtils::SetCellValue(1, 1, "x"));
+    EXPECT_FALSE(arxutils::ExcelUtils::SetWrap("A1"));
+    EXPECT_TRUE(scope.ui.Shown().empty());
+    arxutils::ExcelUtils::Disconnect();
+}
+
+TEST(ExcelUtilsHandler, ApplicationFailureIsShownAndGivesFalse) {
+    UiScope scope;
+    arxutils::ExcelUtils::Worksheet = std::make_unique<FailingSheet>(excel::ErrorOrigin::Dispatch);
+    EXPECT_FALSE(arxutils::ExcelUtils::SetCellValue(1, 1, "x"));
+    ASSERT_EQ(scope.ui.Shown().size(), 1u);
+    EXPECT_EQ(scope.ui.Shown()[0].text, "interface failed");
+    arxutils::ExcelUtils::Disconnect();
+}
+
+TEST(ExcelUtilsHandler, ReadCommentAndTextShowsAnInterfaceFailureWithItsDescription) {
+    UiScope scope;
+    arxutils::ExcelUtils::Worksheet = std::make_unique<FailingSheet>(excel::ErrorOrigin::Interface);
+    arxutils::ExcelUtils::StringMap map;
+    EXPECT_FALSE(arxutils::ExcelUtils::ReadCommentAndText(map, false));
+    ASSERT_EQ(scope.ui.Shown().size(), 1u);
+    EXPECT_EQ(scope.ui.Shown()[0].text, "interface failed");
+    EXPECT_EQ(scope.ui.Shown()[0].title, "Velmar");
+    arxutils::ExcelUtils::Disconnect();
 }
