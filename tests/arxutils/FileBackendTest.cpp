@@ -200,3 +200,15 @@ TEST_F(BridgeTest, BadSelectionOptionIsRefused) {
     options.activeCell = "B";
     EXPECT_FALSE(excel::FileBackend::Create(options));
 }
+
+TEST_F(BridgeTest, SelectionMadeByTheCommandIsSavedWithTheChangedWorkbook) {
+    std::string path = MakeBook("a.xlsx");
+    Attach(path);
+    ExcelUtils::Worksheet->GetRange("C7:D9")->Select();
+    ASSERT_TRUE(ExcelUtils::SetCellValue(1, 1, "x"));
+    ASSERT_TRUE(backend_->SaveChanged().IsOk());
+    auto file = xl::Workbook::Open(path);
+    ASSERT_TRUE(file);
+    EXPECT_EQ(file.Value()->Sheet(0)->Selection(), "C7:D9");
+    EXPECT_EQ(file.Value()->Sheet(0)->ActiveCell(), "C7");
+}

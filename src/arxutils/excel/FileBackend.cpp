@@ -43,6 +43,7 @@ struct Book {
     bool dirty = false;
     std::map<const xl::Worksheet*, std::string> selection;  // "A1:B2,C3"
     std::map<const xl::Worksheet*, std::string> activeCell;
+    std::vector<xl::Worksheet*> selectedByCommand;  // their selection is saved with the file
 };
 
 }  // namespace
@@ -904,6 +905,9 @@ public:
     void Select() override {
         book_->selection[sheet_] = AreasName(areas_, false, false);
         book_->activeCell[sheet_] = xl::CellName(Row(), Column());
+        if (std::find(book_->selectedByCommand.begin(), book_->selectedByCommand.end(), sheet_) ==
+            book_->selectedByCommand.end())
+            book_->selectedByCommand.push_back(sheet_);
     }
     void AutoFit() override {
         const xl::CellRange& a = First();
@@ -1196,6 +1200,13 @@ base::Status FileBackend::SaveChanged() {
             problems += "\n" + target + " is open in another program (" + base::FileName(lock) +
                         "); nothing was written to it. Close it there and run the command again, or give --output FILE to save the changes to another file.";
             continue;
+        }
+        // A selection the command made is kept, as saving in the spreadsheet program keeps it.
+        for (xl::Worksheet* sheet : book->selectedByCommand) {
+            std::vector<xl::CellRange> areas;
+            int row = 0, column = 0;
+            if (ParseAreas(book->selection[sheet], areas) && xl::ParseCell(book->activeCell[sheet], row, column))
+                sheet->Select(areas.front(), row, column);
         }
         if (base::Status s = book->file->Save(target); !s) {
             problems += "\n" + s.Message();
