@@ -10,9 +10,9 @@
 
 namespace xl {
 
-base::Result<NotesPart> ReadNotes(std::string_view xml, std::string_view label) {
+base::Result<NotesPart> ReadNotes(std::string xml, std::string_view label, bool keepXml) {
     pugi::xml_document doc;
-    if (base::Status st = ParseXml(doc, xml, label); !st) return st;
+    if (base::Status st = ParseXmlInPlace(doc, xml, label); !st) return st;
     pugi::xml_node root = doc.document_element();
     NotesPart part;
     bool defaultNs = false;
@@ -39,7 +39,7 @@ base::Result<NotesPart> ReadNotes(std::string_view xml, std::string_view label) 
         if (author < part.authors.size()) n.note.author = part.authors[author];
         n.note.text = RichText(Child(c, "text"));
         // Prefixed elements would lose their namespace outside their part; those are rewritten.
-        if (std::string_view(c.name()).find(':') == std::string_view::npos) {
+        if (keepXml && std::string_view(c.name()).find(':') == std::string_view::npos) {
             pugi::xml_document scratch;
             pugi::xml_node copy = scratch.append_copy(c);
             copy.remove_attribute("ref");
@@ -80,7 +80,7 @@ std::string WriteComments(std::string_view rootAttributes, std::vector<std::stri
     out += "</authors><commentList>";
     for (const StoredNote& stored : notes) {
         const Note& n = stored.note;
-        if (!stored.commentXml.empty()) {
+        if (!stored.changed && !stored.commentXml.empty()) {
             out += "<comment ref=\"";
             out += CellName(n.row, n.column);
             out += '"';

@@ -11,11 +11,13 @@
 
 namespace xl {
 
-// A note as the sheet keeps it: where it was read from, and its <comment> element as written
-// (without its ref) so that an untouched note keeps its rich text; "" once the text changed.
+// A note as the sheet keeps it: where it was read from, and whether its text changed since. Its
+// <comment> element as written (without its ref) is fetched only when the part is written, so
+// that an untouched note keeps its rich text.
 struct StoredNote {
     Note note;
     int originalRow = 0, originalColumn = 0;  // 0 for a note added since reading
+    bool changed = false;
     std::string commentXml;
 };
 
@@ -26,8 +28,9 @@ struct NotesPart {
     std::vector<StoredNote> notes;
 };
 
-// Reads a comments part; a malformed part is an error naming `label`.
-base::Result<NotesPart> ReadNotes(std::string_view xml, std::string_view label);
+// Reads a comments part; a malformed part is an error naming `label`. With `keepXml` each
+// note's <comment> element is kept as well.
+base::Result<NotesPart> ReadNotes(std::string xml, std::string_view label, bool keepXml);
 // A comments part for `notes`, streamed as text; `authors` (the part's own) keep their ids.
 // `rootAttributes` (the part's own, or "" for a new part) are written on the root.
 std::string WriteComments(std::string_view rootAttributes, std::vector<std::string> authors,

@@ -123,6 +123,7 @@ struct Worksheet::Data {
     std::map<int, Row> rows;
     bool notesLoaded = false;
     std::vector<StoredNote> notes;  // sorted by row, column
+    std::string xml;                   // the sheet part, parsed in place
     std::vector<std::string> authors;  // of the comments part as read
     std::string commentsRoot;          // its root's namespace declarations
     std::string commentsPart;
@@ -168,7 +169,8 @@ base::Status Worksheet::Load() {
         return fail(base::Status::Error(book_.GetPackage().Label() + ": " + name_ + " is a chart sheet, it has no cells"));
     auto xml = book_.GetPackage().Read(part_);
     if (!xml) return fail(base::Status::Error(xml.GetStatus().Message() + " (sheet \"" + name_ + "\")"));
-    if (base::Status st = ParseXml(data_->doc, *xml, book_.GetPackage().Label() + ": " + part_); !st)
+    data_->xml = std::move(*xml);
+    if (base::Status st = ParseXmlInPlace(data_->doc, data_->xml, book_.GetPackage().Label() + ": " + part_); !st)
         return fail(st);
     pugi::xml_node sheetData = Child(Root(), "sheetData");
     int lastRow = 0;
@@ -193,7 +195,7 @@ base::Status Worksheet::Load() {
             if (cell.column > kMaxColumn) break;
             lastCol = cell.column;
             for (pugi::xml_attribute a = c.first_attribute(); a; a = a.next_attribute()) {
-                std::string_view n = LocalName(c) == "c" ? std::string_view(a.name()) : "";
+                std::string_view n = a.name();
                 if (n == "r") continue;
                 if (n == "s") {
                     cell.style = a.as_uint();
@@ -469,7 +471,7 @@ void Worksheet::LoadNotes() {
     if (data_->commentsPart.empty()) return;
     auto xml = pkg.Read(data_->commentsPart);
     if (!xml) return;
-    auto part = ReadNotes(*xml, pkg.Label() + ": " + data_->commentsPart);
+    auto part = ReadNotes(std::move(*xml), pkg.Label() + ": " + data_->commentsPart, false);
     if (!part) return;
     data_->notes = std::move(part->notes);
     data_->authors = std::move(part->authors);
@@ -504,11 +506,12 @@ void Worksheet::SetNote(int row, int column, std::string_view text, std::string_
     if (it != data_->notes.end() && it->note.row == row && it->note.column == column) {
         it->note.text = std::string(text);
         it->note.author = std::string(author);
-        it->commentXml.clear();
+        it->changed = true;
         return;
     }
     StoredNote added;
     added.note = Note{row, column, std::string(author), std::string(text)};
+    added.changed = true;
     data_->notes.insert(it, std::move(added));
 }
 
@@ -567,8 +570,29 @@ void Worksheet::SaveNotes() {
     int base = 1024 * (book_.IndexOf(this) + 1);
     if (std::size_t at = originalVml.find("data=\""); at != std::string::npos)
         base = 1024 * std::atoi(originalVml.c_str() + at + 6);
+    // Untouched notes are written from their elements as the part has them now.
+    if (pkg.Has(data_->commentsPart)) {
+        bool wanted = false;
+        for (const StoredNote& n : data_->notes) wanted = wanted || (!n.changed && n.originalRow);
+        auto current = wanted ? pkg.Read(data_->commentsPart) : base::Result<std::string>(base::Status::Error(""));
+        auto part = current ? ReadNotes(std::move(*current), data_->commentsPart, true)
+                            : base::Result<NotesPart>(current.GetStatus());
+        if (part) {
+            std::map<std::pair<int, int>, std::string> byCell;
+            for (StoredNote& n : part->notes) byCell[{n.originalRow, n.originalColumn}] = std::move(n.commentXml);
+            for (StoredNote& n : data_->notes)
+                if (!n.changed && n.originalRow) n.commentXml = std::move(byCell[{n.originalRow, n.originalColumn}]);
+        }
+    }
     pkg.Write(data_->commentsPart, WriteComments(data_->commentsRoot, data_->authors, data_->notes));
     pkg.Write(data_->vmlPart, WriteVml(originalVml, data_->notes, base));
+    // What was written is now what the parts hold.
+    for (StoredNote& n : data_->notes) {
+        n.originalRow = n.note.row;
+        n.originalColumn = n.note.column;
+        n.changed = false;
+        n.commentXml.clear();
+    }
     notesChanged_ = false;
 }
 

@@ -7,9 +7,10 @@
 
 namespace xl {
 
-base::Status ParseXml(pugi::xml_document& doc, std::string_view data, std::string_view label) {
-    unsigned options = pugi::parse_default | pugi::parse_declaration | pugi::parse_ws_pcdata_single;
-    pugi::xml_parse_result result = doc.load_buffer(data.data(), data.size(), options);
+namespace {
+const unsigned kParseOptions = pugi::parse_default | pugi::parse_declaration | pugi::parse_ws_pcdata_single;
+
+base::Status Check(const pugi::xml_document& doc, const pugi::xml_parse_result& result, std::string_view label) {
     if (!result)
         return base::Status::Error(base::Sprintf("%s: malformed XML at byte %d: %s",
                                                  std::string(label).c_str(),
@@ -18,6 +19,15 @@ base::Status ParseXml(pugi::xml_document& doc, std::string_view data, std::strin
     if (!doc.document_element())
         return base::Status::Error(std::string(label) + ": the XML has no root element");
     return base::Status::Ok();
+}
+}  // namespace
+
+base::Status ParseXml(pugi::xml_document& doc, std::string_view data, std::string_view label) {
+    return Check(doc, doc.load_buffer(data.data(), data.size(), kParseOptions), label);
+}
+
+base::Status ParseXmlInPlace(pugi::xml_document& doc, std::string& data, std::string_view label) {
+    return Check(doc, doc.load_buffer_inplace(data.data(), data.size(), kParseOptions), label);
 }
 
 namespace {

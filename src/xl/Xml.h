@@ -15,6 +15,8 @@ namespace xl {
 // Parses `data` keeping the declaration and white-space-only text such as `<t> </t>`; entity
 // declarations are never expanded. The error names `label` and the byte offset.
 base::Status ParseXml(pugi::xml_document& doc, std::string_view data, std::string_view label);
+// The same, parsing inside `data` (which must outlive the document): no copy of a big part.
+base::Status ParseXmlInPlace(pugi::xml_document& doc, std::string& data, std::string_view label);
 // The document as raw UTF-8 text, declaration included when it had one.
 std::string SaveXml(const pugi::xml_document& doc);
 
