@@ -83,17 +83,30 @@ double IsoToSerial(std::string_view iso) {
 }  // namespace
 
 struct Worksheet::Cell {
+    // What few cells have lives apart, so that a plain cell stays small.
+    struct Extra {
+        std::string formula;   // the formula text, unescaped
+        std::string fAttrs;    // attributes of <f>, as XML
+        std::string inlineXml; // an <is> element, as XML
+        std::string attrs;     // other attributes of <c> (cm, vm, ph), as XML
+        std::string tail;      // other children (extLst), as XML
+    };
     int column = 0;
     std::uint32_t style = 0;
     bool hasStyle = false;
+    bool hasFormula = false;
     std::string type;      // the t attribute as written; "" for numbers
     std::string value;     // the <v> text as written
-    std::string formula;   // the formula text, unescaped
-    std::string fAttrs;    // attributes of <f>, as XML
-    bool hasFormula = false;
-    std::string inlineXml; // an <is> element, as XML
-    std::string attrs;     // other attributes of <c> (cm, vm, ph), as XML
-    std::string tail;      // other children (extLst), as XML
+    std::unique_ptr<Extra> extra;
+
+    Extra& X() {
+        if (!extra) extra = std::make_unique<Extra>();
+        return *extra;
+    }
+    const Extra& X() const {
+        static const Extra none;
+        return extra ? *extra : none;
+    }
 };
 
 struct Worksheet::Row {
@@ -203,11 +216,11 @@ base::Status Worksheet::Load() {
                 } else if (n == "t") {
                     cell.type = a.value();
                 } else {
-                    cell.attrs += " ";
-                    cell.attrs += a.name();
-                    cell.attrs += "=\"";
-                    AppendEscaped(cell.attrs, a.value(), true);
-                    cell.attrs += "\"";
+                    cell.X().attrs += " ";
+                    cell.X().attrs += a.name();
+                    cell.X().attrs += "=\"";
+                    AppendEscaped(cell.X().attrs, a.value(), true);
+                    cell.X().attrs += "\"";
                 }
             }
             if (cell.type == "n") cell.type.clear();
@@ -218,19 +231,19 @@ base::Status Worksheet::Load() {
                     cell.value = k.text().get();
                 } else if (kn == "f") {
                     cell.hasFormula = true;
-                    cell.formula = k.text().get();
+                    cell.X().formula = k.text().get();
                     for (pugi::xml_attribute a = k.first_attribute(); a; a = a.next_attribute()) {
-                        cell.fAttrs += " ";
-                        cell.fAttrs += a.name();
-                        cell.fAttrs += "=\"";
-                        AppendEscaped(cell.fAttrs, a.value(), true);
-                        cell.fAttrs += "\"";
+                        cell.X().fAttrs += " ";
+                        cell.X().fAttrs += a.name();
+                        cell.X().fAttrs += "=\"";
+                        AppendEscaped(cell.X().fAttrs, a.value(), true);
+                        cell.X().fAttrs += "\"";
                     }
                 } else if (kn == "is") {
-                    cell.inlineXml = PrintNode(k);
+                    cell.X().inlineXml = PrintNode(k);
                     cell.value = RichText(k);
                 } else {
-                    cell.tail += PrintNode(k);
+                    cell.X().tail += PrintNode(k);
                 }
             }
             // Rows out of order or repeated: keep the cells sorted, a later cell wins.
@@ -281,7 +294,7 @@ Worksheet::Cell& Worksheet::MakeCell(int row, int column) {
 
 CellValue Worksheet::ValueOf(const Cell& c) const {
     CellValue v;
-    v.formula = c.formula;
+    v.formula = c.X().formula;
     if (c.type == "s") {
         v.type = CellType::String;
         char* end = nullptr;
@@ -345,11 +358,8 @@ void Worksheet::SetString(int row, int column, std::string_view text) {
     Cell& c = MakeCell(row, column);
     c.type = "s";
     c.value = std::to_string(id);
-    c.formula.clear();
-    c.fAttrs.clear();
     c.hasFormula = false;
-    c.inlineXml.clear();
-    c.attrs.clear();
+    c.extra.reset();
 }
 
 void Worksheet::SetNumber(int row, int column, double value) {
@@ -357,11 +367,8 @@ void Worksheet::SetNumber(int row, int column, double value) {
     Cell& c = MakeCell(row, column);
     c.type.clear();
     c.value = std::isfinite(value) ? FormatDouble(value) : "0";
-    c.formula.clear();
-    c.fAttrs.clear();
     c.hasFormula = false;
-    c.inlineXml.clear();
-    c.attrs.clear();
+    c.extra.reset();
 }
 
 void Worksheet::SetFormula(int row, int column, std::string_view formula) {
@@ -369,11 +376,9 @@ void Worksheet::SetFormula(int row, int column, std::string_view formula) {
     Cell& c = MakeCell(row, column);
     c.type.clear();
     c.value.clear();
-    c.formula = std::string(formula);
-    c.fAttrs.clear();
+    c.extra.reset();
+    c.X().formula = std::string(formula);
     c.hasFormula = true;
-    c.inlineXml.clear();
-    c.attrs.clear();
     book_.SetRecalculateOnOpen(true);
 }
 
@@ -1026,30 +1031,30 @@ base::Status Worksheet::SaveTo(std::string& out) {
                 rows += c.type;
                 rows += '"';
             }
-            rows += c.attrs;
-            if (!c.hasFormula && c.value.empty() && c.inlineXml.empty() && c.tail.empty()) {
+            rows += c.X().attrs;
+            if (!c.hasFormula && c.value.empty() && c.X().inlineXml.empty() && c.X().tail.empty()) {
                 rows += "/>";
                 continue;
             }
             rows += '>';
             if (c.hasFormula) {
-                rows += '<' + cellPrefix + 'f' + c.fAttrs;
-                if (c.formula.empty()) {
+                rows += '<' + cellPrefix + 'f' + c.X().fAttrs;
+                if (c.X().formula.empty()) {
                     rows += "/>";
                 } else {
                     rows += '>';
-                    AppendEscaped(rows, c.formula);
+                    AppendEscaped(rows, c.X().formula);
                     rows += "</" + cellPrefix + "f>";
                 }
             }
-            if (!c.inlineXml.empty()) {
-                rows += c.inlineXml;
+            if (!c.X().inlineXml.empty()) {
+                rows += c.X().inlineXml;
             } else if (!c.value.empty()) {
                 rows += '<' + cellPrefix + "v>";
                 AppendEscaped(rows, c.value);
                 rows += "</" + cellPrefix + "v>";
             }
-            rows += c.tail;
+            rows += c.X().tail;
             rows += "</" + cTag + '>';
         }
         rows += "</" + rowTag + '>';
@@ -1113,18 +1118,18 @@ void Worksheet::Unshare() {
     std::map<std::string, Master> masters;
     for (auto& [rowNo, row] : data_->rows)
         for (Cell& c : row.cells)
-            if (c.hasFormula && RawAttr(c.fAttrs, "t") == "shared" && !c.formula.empty())
-                masters[RawAttr(c.fAttrs, "si")] = Master{rowNo, c.column, c.formula};
+            if (c.hasFormula && RawAttr(c.X().fAttrs, "t") == "shared" && !c.X().formula.empty())
+                masters[RawAttr(c.X().fAttrs, "si")] = Master{rowNo, c.column, c.X().formula};
     if (masters.empty()) return;
     // Shared formulas are written out cell by cell, so that a moved or deleted master cell
     // can't leave its followers without a formula.
     for (auto& [rowNo, row] : data_->rows)
         for (Cell& c : row.cells) {
-            if (!c.hasFormula || RawAttr(c.fAttrs, "t") != "shared") continue;
-            auto it = masters.find(RawAttr(c.fAttrs, "si"));
-            if (it != masters.end() && c.formula.empty())
-                c.formula = TranslateFormula(it->second.formula, rowNo - it->second.row, c.column - it->second.column);
-            c.fAttrs.clear();
+            if (!c.hasFormula || RawAttr(c.X().fAttrs, "t") != "shared") continue;
+            auto it = masters.find(RawAttr(c.X().fAttrs, "si"));
+            if (it != masters.end() && c.X().formula.empty())
+                c.X().formula = TranslateFormula(it->second.formula, rowNo - it->second.row, c.column - it->second.column);
+            c.X().fAttrs.clear();
         }
 }
 
@@ -1162,10 +1167,10 @@ void Worksheet::Shift(const RowShift& shift) {
     for (auto& [rowNo, row] : data_->rows)
         for (Cell& c : row.cells) {
             if (!c.hasFormula) continue;
-            if (!c.formula.empty()) c.formula = ShiftFormula(c.formula, shift, name_, true);
-            if (std::string ref = RawAttr(c.fAttrs, "ref"); !ref.empty()) {
+            if (!c.X().formula.empty()) c.X().formula = ShiftFormula(c.X().formula, shift, name_, true);
+            if (std::string ref = RawAttr(c.X().fAttrs, "ref"); !ref.empty()) {
                 CellRange r = shift.MapRange(ParseRange(ref));
-                c.fAttrs = SetRawAttr(c.fAttrs, "ref", r.IsValid() ? RangeName(r) : CellName(rowNo, c.column));
+                c.X().fAttrs = SetRawAttr(c.X().fAttrs, "ref", r.IsValid() ? RangeName(r) : CellName(rowNo, c.column));
             }
         }
     for (int i = 0; i < book_.SheetCount(); ++i) {
@@ -1174,11 +1179,11 @@ void Worksheet::Shift(const RowShift& shift) {
         bool touched = false;
         for (auto& [rowNo, row] : other->data_->rows)
             for (Cell& c : row.cells) {
-                if (c.formula.empty() || base::FindNoCase(c.formula, name_) == std::string::npos) continue;
-                std::string shifted = ShiftFormula(c.formula, shift, name_, false);
-                if (shifted != c.formula) {
-                    if (RawAttr(c.fAttrs, "t") == "shared") other->Unshare();
-                    c.formula = std::move(shifted);
+                if (!c.hasFormula || c.X().formula.empty() || base::FindNoCase(c.X().formula, name_) == std::string::npos) continue;
+                std::string shifted = ShiftFormula(c.X().formula, shift, name_, false);
+                if (shifted != c.X().formula) {
+                    if (RawAttr(c.X().fAttrs, "t") == "shared") other->Unshare();
+                    c.X().formula = std::move(shifted);
                     touched = true;
                 }
             }
@@ -1251,10 +1256,10 @@ void Worksheet::RenameInFormulas(std::string_view from, std::string_view to) {
     if (kind_ != SheetKind::Worksheet || !Load()) return;
     for (auto& [rowNo, row] : data_->rows)
         for (Cell& c : row.cells) {
-            if (c.formula.empty() || base::FindNoCase(c.formula, from) == std::string::npos) continue;
-            std::string renamed = RenameSheetInFormula(c.formula, from, to);
-            if (renamed != c.formula) {
-                c.formula = std::move(renamed);
+            if (!c.hasFormula || c.X().formula.empty() || base::FindNoCase(c.X().formula, from) == std::string::npos) continue;
+            std::string renamed = RenameSheetInFormula(c.X().formula, from, to);
+            if (renamed != c.X().formula) {
+                c.X().formula = std::move(renamed);
                 Touch();
             }
         }
