@@ -635,3 +635,15 @@ TEST_F(BridgeTest, FindAnyContentFromTheEndGivesTheLastFilledRowAndColumn) {
     cells->SetItem(9, 9, excel::Variant::String("via item"));
     EXPECT_EQ(cells->Find("*", nullptr, excel::xlByRows, excel::xlPrevious)->Address(), "$I$9");
 }
+
+TEST_F(BridgeTest, DatesOfA1904WorkbookComeOutCountedFrom1899) {
+    // B5 holds 45000 shown as a date: counted from 1904 that is 45000 + 1462 days from 1899-12-30.
+    Attach(CopyData("typed-cells-1904.xlsx"));
+    excel::Variant date = ExcelUtils::Worksheet->GetRange("B5")->GetValue();
+    EXPECT_EQ(date.type, excel::VarType::Date);
+    EXPECT_EQ(date.number, 45000 + 1462);
+    ExcelUtils::Disconnect();
+    excel::SetCurrentServer(nullptr);
+    Attach(CopyData("typed-cells.xlsx"));
+    EXPECT_EQ(ExcelUtils::Worksheet->GetRange("B5")->GetValue().number, 45000);
+}

@@ -37,8 +37,16 @@ SHEET = ('<?xml version="1.0" encoding="UTF-8" standalone="yes"?>\n'
          "".join(f'<row r="{i + 1}">{"".join(cells)}</row>' for i, cells in enumerate(ROWS)) +
          '</sheetData></worksheet>')
 
-with zipfile.ZipFile("typed-cells.xlsx", "w", zipfile.ZIP_DEFLATED) as z:
-    for name, data in [("[Content_Types].xml", CT), ("_rels/.rels", RELS), ("xl/workbook.xml", WB),
-                       ("xl/_rels/workbook.xml.rels", WBRELS), ("xl/styles.xml", STYLES),
-                       ("xl/worksheets/sheet1.xml", SHEET)]:
-        z.writestr(zipfile.ZipInfo(name, (2024, 1, 1, 0, 0, 0)), data, zipfile.ZIP_DEFLATED)
+
+
+def write(path, workbook):
+    with zipfile.ZipFile(path, "w", zipfile.ZIP_DEFLATED) as z:
+        for name, data in [("[Content_Types].xml", CT), ("_rels/.rels", RELS), ("xl/workbook.xml", workbook),
+                           ("xl/_rels/workbook.xml.rels", WBRELS), ("xl/styles.xml", STYLES),
+                           ("xl/worksheets/sheet1.xml", SHEET)]:
+            z.writestr(zipfile.ZipInfo(name, (2024, 1, 1, 0, 0, 0)), data, zipfile.ZIP_DEFLATED)
+
+
+write("typed-cells.xlsx", WB)
+# The same cells in a workbook that counts its dates from 1904, as old Mac files do.
+write("typed-cells-1904.xlsx", WB.replace("<sheets>", '<workbookPr date1904="1"/><sheets>'))
