@@ -23,7 +23,9 @@ protected:
 };
 
 TEST_F(ArxUtilsTest, NumberTextsFollowTheDrawingsUnitsAndRefuseQuietly) {
-    EXPECT_EQ(arxutils::DistanceText(db.get(), 12.5), "12.5000");
+    // The drawing drops trailing zeros ($DIMZIN 8); without a drawing a new one's settings hold.
+    EXPECT_EQ(arxutils::DistanceText(db.get(), 12.5), "12.5");
+    EXPECT_EQ(arxutils::DistanceText(nullptr, 12.5), "12.5000");
     EXPECT_EQ(arxutils::DistanceText(db.get(), 12.5, 2, 1), "12.5");
     EXPECT_EQ(arxutils::DistanceText(db.get(), 1, 9, -1), "");
     EXPECT_EQ(arxutils::AngleText(db.get(), 3.14159265358979 / 2, 0, 0), "90");
