@@ -1,8 +1,12 @@
 #include "cad/GroupCode.h"
 
+#include <array>
+
 namespace cad {
 
-ValueKind KindOfCode(int code) {
+namespace {
+
+ValueKind KindOfCodeSlow(int code) {
     if (code < 0) return code == -5 || code == -4 || code == -3 ? ValueKind::Text : ValueKind::Handle;
     if (code <= 4) return ValueKind::Text;
     if (code == 5) return ValueKind::Handle;
@@ -43,6 +47,18 @@ ValueKind KindOfCode(int code) {
     if (code <= 1070) return ValueKind::Int16;
     if (code == 1071) return ValueKind::Int32;
     return ValueKind::Text;
+}
+
+}  // namespace
+
+ValueKind KindOfCode(int code) {
+    // Looked up once per tag while reading, so the ranges above are put in a table.
+    static const auto table = [] {
+        std::array<ValueKind, 1072> kinds{};
+        for (int c = 0; c < 1072; ++c) kinds[c] = KindOfCodeSlow(c);
+        return kinds;
+    }();
+    return code >= 0 && code < 1072 ? table[code] : KindOfCodeSlow(code);
 }
 
 bool IsPointerCode(int code) {

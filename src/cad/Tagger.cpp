@@ -50,6 +50,17 @@ NumberForm CheckNumber(std::string_view s) {
     return i == s.size() ? NumberForm::Clean : NumberForm::TrailingJunk;
 }
 
+// The common case of CheckNumber in one pass: number characters and blanks, some digit.
+inline bool LooksClean(std::string_view s) {
+    bool digit = false;
+    for (char c : s) {
+        if (c >= '0' && c <= '9') digit = true;
+        else if (c != '.' && c != '-' && c != '+' && c != 'e' && c != 'E' && c != ' ' && c != '\r' && c != '\t')
+            return false;
+    }
+    return digit;
+}
+
 std::string Printable(std::string_view s) {
     std::string out;
     for (char c : s.substr(0, 40)) out += (static_cast<unsigned char>(c) < 32) ? '?' : c;
@@ -68,9 +79,26 @@ base::Status ScanAscii(std::string_view bytes, std::string_view fileName, TagStr
         return base::Status::Error(fmt::format("{}: line {}: {}", fileName, at, why));
     };
     while (pos < n) {
-        const char* nl = static_cast<const char*>(std::memchr(data + pos, '\n', n - pos));
-        std::size_t lineEnd = nl ? static_cast<std::size_t>(nl - data) : n;
-        std::string_view codeText = TrimBlanks(bytes.substr(pos, lineEnd - pos));
+        // Fast road for the usual group code line: blanks, digits, a line end.
+        std::size_t p = pos;
+        while (p < n && data[p] == ' ') ++p;
+        std::size_t digits = p;
+        int fastCode = 0;
+        while (p < n && data[p] >= '0' && data[p] <= '9' && p - digits < 5) fastCode = fastCode * 10 + (data[p++] - '0');
+        const char* nl = nullptr;
+        std::size_t lineEnd = 0;
+        if (p > digits && p < n && data[p] == '\n') {
+            nl = data + p;
+            lineEnd = p;
+        } else if (p > digits && p + 1 < n && data[p] == '\r' && data[p + 1] == '\n') {
+            nl = data + p + 1;
+            lineEnd = p + 1;
+        } else {
+            nl = static_cast<const char*>(std::memchr(data + pos, '\n', n - pos));
+            lineEnd = nl ? static_cast<std::size_t>(nl - data) : n;
+            fastCode = -1;
+        }
+        std::string_view codeText = fastCode >= 0 ? std::string_view("0") : TrimBlanks(bytes.substr(pos, lineEnd - pos));
         if (codeText.empty() || codeText == "\x1a") {
             // Blank lines or a DOS end mark after the last tag are trailing bytes, not a tag.
             std::size_t k = pos;
@@ -78,8 +106,8 @@ base::Status ScanAscii(std::string_view bytes, std::string_view fileName, TagStr
             if (k == n) break;
             return fail(line, "empty group code line");
         }
-        int code = 0;
-        if (!ParseCode(codeText, code))
+        int code = fastCode;
+        if (fastCode < 0 && !ParseCode(codeText, code))
             return fail(line, fmt::format("invalid group code \"{}\"", Printable(codeText)));
         if (code < 0 || code > 1071)
             return fail(line, fmt::format("group code {} is out of range", code));
@@ -90,7 +118,7 @@ base::Status ScanAscii(std::string_view bytes, std::string_view fileName, TagStr
         std::size_t valueEnd = vnl ? static_cast<std::size_t>(vnl - data) : n;
         std::string_view value = bytes.substr(valueStart, valueEnd - valueStart);
         ValueKind kind = KindOfCode(code);
-        if (kind == ValueKind::Double || IsIntegerKind(kind)) {
+        if ((kind == ValueKind::Double || IsIntegerKind(kind)) && !LooksClean(value)) {
             NumberForm form = CheckNumber(value);
             if (form == NumberForm::NotANumber)
                 return fail(line + 1, fmt::format("value \"{}\" of group code {} is not a number",
