@@ -2,8 +2,9 @@
 
 #include <unistd.h>
 
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
-#include <iostream>
 
 #include "host/Printer.h"
 
@@ -16,6 +17,41 @@ std::optional<std::string> Console::ReadAnswer(std::string_view prompt) {
     return AskTerminal(prompt);
 }
 
+namespace {
+
+volatile std::sig_atomic_t interrupted = 0;
+
+void OnInterrupt(int) { interrupted = 1; }
+
+// One line typed on standard input; nullopt at its end or when Ctrl-C interrupts the typing,
+// which at a prompt is the host's Esc: a cancel, not the end of the program.
+std::optional<std::string> ReadTypedLine() {
+    struct sigaction action {}, previous {};
+    action.sa_handler = OnInterrupt;
+    sigemptyset(&action.sa_mask);  // no SA_RESTART: the read must return on Ctrl-C
+    sigaction(SIGINT, &action, &previous);
+    interrupted = 0;
+    std::string line;
+    bool done = false;
+    while (!done) {
+        char c = 0;
+        ssize_t n = ::read(STDIN_FILENO, &c, 1);
+        if (n == 1) {
+            if (c == '\n') break;
+            line.push_back(c);
+            continue;
+        }
+        if (n < 0 && errno == EINTR && !interrupted) continue;
+        done = true;
+    }
+    sigaction(SIGINT, &previous, nullptr);
+    if (done) return std::nullopt;
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+    return line;
+}
+
+}  // namespace
+
 std::optional<std::string> Console::AskTerminal(std::string_view prompt) {
     if (!interactive_) return std::nullopt;
     // What was printed so far must stand before the question does.
@@ -25,12 +61,11 @@ std::optional<std::string> Console::AskTerminal(std::string_view prompt) {
     std::fwrite(shown.data(), 1, shown.size(), stderr);
     if (shown.empty() || shown.back() != ' ') std::fputc(' ', stderr);
     std::fflush(stderr);
-    std::string line;
-    if (!std::getline(std::cin, line)) {
-        std::fputc('\n', stderr);
-        return std::nullopt;
+    std::optional<std::string> line = ReadTypedLine();
+    if (!line) {
+        std::fputs("*Cancel*\n", stderr);
+        std::fflush(stderr);
     }
-    if (!line.empty() && line.back() == '\r') line.pop_back();
     return line;
 }
 

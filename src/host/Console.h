@@ -26,11 +26,11 @@ public:
     bool Interactive() const { return interactive_; }
 
     // A line for `prompt`: from the answers file, else typed on the terminal (the prompt is shown
-    // on standard error); nullopt when neither can answer (end of input counts as no answer).
+    // on standard error); nullopt when neither can answer (end of input and Ctrl-C are a cancel).
     std::optional<std::string> ReadAnswer(std::string_view prompt);
     // An answer for `prompt` from the answers file only.
     std::optional<std::string> PresetAnswer(std::string_view prompt) { return answers_.Take(prompt); }
-    // Asks the terminal only; nullopt when not interactive or at the end of input.
+    // Asks the terminal only; nullopt when not interactive, at the end of input or on Ctrl-C.
     std::optional<std::string> AskTerminal(std::string_view prompt);
 
 private:

@@ -54,9 +54,11 @@ bool Editor::Ask(std::string_view prompt, std::string& line) {
         line = *given;
         return true;
     }
-    if (std::optional<std::string> typed = console_.AskTerminal(prompt)) {
-        line = *typed;
-        return true;
+    if (console_.Interactive()) {
+        // The terminal shows the prompt, and the cancel when there is one.
+        std::optional<std::string> typed = console_.AskTerminal(prompt);
+        if (typed) line = *typed;
+        return typed.has_value();
     }
     CurrentPrinter().Print(prompt);
     CurrentPrinter().Print("*Cancel*\n");
