@@ -36,6 +36,7 @@ protected:
     void TearDown() override {
         arxutils::ExcelUtils::Disconnect();
         arxutils::ExcelUtils::LastError.clear();
+        arxutils::ExcelUtils::SetDrawingUnits(nullptr);
         arxutils::excel::SetCurrentServer(nullptr);
         arxutils::CExcelROTDialog::SetRunner(nullptr);
         host::SetCurrentUi(nullptr);
