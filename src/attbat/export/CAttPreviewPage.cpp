@@ -1,0 +1,132 @@
+#include "attbat/export/CAttPreviewPage.h"
+
+#include <algorithm>
+#include <numeric>
+
+#include "attbat/export/CScheduleDialog.h"
+#include "attbat/model/ScheduleRows.h"
+#include "attbat/tables/CellAddress.h"
+
+namespace attbat {
+
+void CAttPreviewPage::OnInitDialog() {
+    m_drawingColumnKind = 0;
+    m_headerStyle = 0;
+    m_columnSort = 2;
+}
+
+std::string CAttPreviewPage::HeaderAt(int position) const { return ColumnLetters(position + 1); }
+
+const std::string& CAttPreviewPage::TextAt(int row, int position) const {
+    return m_rows.at(row).texts[columnOrder_.at(position)];
+}
+
+bool CAttPreviewPage::SetColumnOrder(const std::vector<int>& order) {
+    if (static_cast<int>(order.size()) != columnCount_ || order.empty() || order[0] != 0) return false;
+    std::vector<int> sorted = order;
+    std::sort(sorted.begin(), sorted.end());
+    for (int i = 0; i < columnCount_; ++i) {
+        if (sorted[i] != i) return false;
+    }
+    columnOrder_ = order;
+    return true;
+}
+
+void CAttPreviewPage::RefreshPage() {
+    AcadBlockView& view = wizard_.m_view;
+    view.headerStyle = m_headerStyle;
+    view.columnSort = m_columnSort;
+    view.identityColumn = m_drawingColumnKind;
+    headerStyleEnabled = view.includeHeader != 0;
+    drawingKindEnabled = view.showName != 0;
+
+    std::vector<int> restore;
+    if (!m_savedColumnOrder.empty()) restore = m_savedColumnOrder;
+    else if (columnCount_ > 0 && m_keepColumnOrder == 0) restore = columnOrder_;
+
+    m_rows.clear();
+    columnCount_ = 0;
+    columnOrder_.clear();
+
+    if (AcadBlockArray* blocks = wizard_.m_activeBlocks) {
+        AcadBlockView copy = view;
+        CStringArrayEx names;
+        wizard_.m_attributePage.GetTickedBlocks(names);
+        copy.noValueTags.RemoveAll();
+        if (copy.unselNoValueAtts != 0) {
+            AcadAttDefTagArray tags;
+            blocks->AllDefTags(tags, names, false, false);
+            blocks->RemoveMissingTags(names, tags, copy.noValueTags);
+        }
+        m_commentTable.RemoveAll();
+        RowTable texts;
+        // No ticked block gives no table at all, not a lone header.
+        if (!names.IsEmpty()) {
+            BuildRows(*blocks, texts, m_commentTable, copy, wizard_.m_filter, names, wizard_.Drawing());
+        }
+        for (const CStringArrayEx& row : texts) columnCount_ = std::max(columnCount_, row.GetSize());
+        if (texts.IsEmpty()) columnCount_ = 0;
+        // A header per block gives groups of different widths; the list is as wide as the widest.
+        for (int i = 0; i < texts.GetSize() && columnCount_ > 0; ++i) {
+            ListRow row{texts[i], i};
+            row.texts.SetSize(columnCount_);
+            m_rows.push_back(std::move(row));
+        }
+        for (CStringArrayEx& keys : m_commentTable) {
+            if (keys.GetSize() < columnCount_) keys.SetSize(columnCount_);
+        }
+        m_sortRestored = 0;
+    }
+    columnOrder_.resize(columnCount_);
+    std::iota(columnOrder_.begin(), columnOrder_.end(), 0);
+    if (!restore.empty() && static_cast<int>(restore.size()) == columnCount_) SetColumnOrder(restore);
+
+    m_keepColumnOrder = 0;
+    m_savedColumnOrder.clear();
+    if (m_sortColumn >= 0 && m_sortDirection != 0) SortRows();
+}
+
+void CAttPreviewPage::OnColumnSortChanged(int index) {
+    if (index == m_columnSort) return;
+    m_columnSort = index;
+    m_keepColumnOrder = 1;
+    RefreshPage();
+}
+
+void CAttPreviewPage::DragColumn(int from, int to) {
+    int count = std::min(columnCount_, kMaxColumns);
+    if (count < 2 || to < 0 || to >= count || from < 0 || from >= count) return;
+    // The first column is pinned: it can't leave position 0 and nothing takes its place.
+    if (columnOrder_[from] == 0) to = 0;
+    else if (to == 0) to = 1;
+    if (from == to) return;
+    int column = columnOrder_[from];
+    columnOrder_.erase(columnOrder_.begin() + from);
+    columnOrder_.insert(columnOrder_.begin() + to, column);
+}
+
+void CAttPreviewPage::OnHeaderClick(int column) {
+    if (column != m_sortColumn) {
+        m_sortColumn = column;
+        m_sortDirection = 1;
+    } else {
+        m_sortDirection = m_sortDirection == 1 ? -1 : 1;
+    }
+    SortRows();
+}
+
+void CAttPreviewPage::SortRows() {
+    // Rows carry their comment row with them, so the item data needs no restoring afterwards.
+    if (m_rows.size() > 1 && m_sortColumn >= 0 && m_sortColumn < columnCount_) {
+        const int column = m_sortColumn;
+        const bool ascending = m_sortDirection == 1;
+        // The top row is never compared with the others, so it keeps its place.
+        std::stable_sort(m_rows.begin() + 1, m_rows.end(), [&](const ListRow& a, const ListRow& b) {
+            int order = a.texts[column].compare(b.texts[column]);
+            return ascending ? order < 0 : order > 0;
+        });
+    }
+    m_sortRestored = 1;
+}
+
+}  // namespace attbat

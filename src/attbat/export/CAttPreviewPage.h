@@ -1,0 +1,87 @@
+#pragma once
+// The wizard's "Preview" page: the schedule table built from the wizard's filter, view and
+// active collection, shown with spreadsheet column letters, shaped by the user (column order,
+// row sort) and exported from here.
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "attbat/export/ExportOptions.h"
+#include "attbat/tables/CDataTable.h"
+#include "attbat/tables/CStringArrayEx.h"
+
+namespace attbat {
+
+class CScheduleDialog;
+
+class CAttPreviewPage {
+public:
+    // One row of the list: its texts by column as built and, as item data, its row of the
+    // comment table.
+    struct ListRow {
+        CStringArrayEx texts;
+        int itemData = 0;
+    };
+
+    static constexpr std::string_view title = "Preview";
+    // At most this many columns take part in a drag and in an export.
+    static constexpr int kMaxColumns = 1024;
+
+    explicit CAttPreviewPage(CScheduleDialog& wizard) : wizard_(wizard) {}
+
+    // Selects index 0, 0 and 2 in the three combo boxes, which replace the stored header style
+    // and column sort at the first build.
+    void OnInitDialog();
+    // Builds the table anew; a column order from a template or the present one comes back when
+    // the number of columns still fits, and an active row sort sorts again.
+    void RefreshPage();
+    // "Column sort:" changed: nothing for the same index, else a build that forgets the order.
+    void OnColumnSortChanged(int index);
+    // A header dragged from display position `from` to `to`; the first column stays pinned.
+    void DragColumn(int from, int to);
+    // A click on the header of column `column` (as built): a new column sorts ascending, the
+    // same one flips the direction.
+    void OnHeaderClick(int column);
+    // Sorts the rows by m_sortColumn; the row at the top stays there.
+    void SortRows();
+    // The whole export to a workbook, with its failures shown; the wizard stays open. False
+    // when nothing was exported.
+    bool ExportToExcel();
+    // Writes list rows [first, first + rowCount) to the active sheet; may set options.startRow
+    // (the last filled row, found once). Throws the object model's error.
+    void ExportRowsToActiveSheet(int first, int rowCount, ExportOptions& options);
+
+    // The list's state.
+    int ColumnCount() const { return columnCount_; }
+    int RowCount() const { return static_cast<int>(m_rows.size()); }
+    // The display order: for each position, the column as built.
+    const std::vector<int>& ColumnOrder() const { return columnOrder_; }
+    // The header text of the column shown at `position`: A, B, C... from left to right.
+    std::string HeaderAt(int position) const;
+    // The text of a list row at a display position.
+    const std::string& TextAt(int row, int position) const;
+    // Sets the display order (column indexes by position); false when it isn't a permutation
+    // keeping column 0 first.
+    bool SetColumnOrder(const std::vector<int>& order);
+
+    int m_drawingColumnKind = 0;  // "Drawing Path", "Drawing With Layout", "Block Ref Handle"
+    int m_headerStyle = 0;        // "Header for all blocks", "Header per block"
+    int m_columnSort = 2;         // "A -> Z", "Z -> A", "None"
+    std::vector<ListRow> m_rows;  // the list's rows in list order
+    CDataTable m_commentTable;    // the keys, as built
+    int m_keepColumnOrder = 0;
+    int m_sortRestored = 0;
+    int m_sortColumn = -1;
+    int m_sortDirection = 0;
+    std::vector<int> m_savedColumnOrder;  // from a template, used at the next build
+    bool headerStyleEnabled = true;
+    bool drawingKindEnabled = false;
+
+private:
+    CScheduleDialog& wizard_;
+    int columnCount_ = 0;
+    std::vector<int> columnOrder_;
+};
+
+}  // namespace attbat

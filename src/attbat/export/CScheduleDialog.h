@@ -1,0 +1,66 @@
+#pragma once
+// The schedule wizard behind "velmar export": three pages in one window, the filter and the
+// view they share, and the collection of the chosen data source.
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "attbat/export/CAttPreviewPage.h"
+#include "attbat/export/CAttributePage.h"
+#include "attbat/export/CBlockSourcePage.h"
+#include "attbat/model/AcadBlockFilter.h"
+#include "attbat/model/AcadBlockView.h"
+
+namespace attbat {
+
+class AcadBlockArray;
+class DrawingContext;
+class SettingsStore;
+
+class CScheduleDialog {
+public:
+    static constexpr std::string_view resourceTitle = "Schedule";
+
+    // `drawing` is the working drawing's context (no drawing: an empty one); both outlive the
+    // wizard. `showOuterPolygon` is the switch VelmarOut read from CalOuterPolygon.
+    CScheduleDialog(SettingsStore& settings, const DrawingContext& drawing, bool showOuterPolygon);
+    CScheduleDialog(const CScheduleDialog&) = delete;
+    CScheduleDialog& operator=(const CScheduleDialog&) = delete;
+
+    // Creates the pages in the order that matters: the attribute page loads the view, then the
+    // source page loads the filter and reads the current drawing, once per wizard.
+    void OnInitDialog();
+    // Leaves page 0 storing the filter (and reading a drawing list), then moves on; nothing
+    // past page 2.
+    void GoNext();
+    // Moves back one page, storing and reading nothing; nothing before page 0.
+    void GoBack();
+    // Shows the active page with its title, collecting the attribute page and building the
+    // preview as the page needs.
+    void ShowCurrentPage();
+
+    SettingsStore& Settings() { return settings_; }
+    const DrawingContext& Drawing() const { return drawing_; }
+
+    std::string title{resourceTitle};
+    bool backEnabled = true;
+    bool nextEnabled = true;
+
+    std::uint32_t m_activePage = 0;
+    CBlockSourcePage m_blockSourcePage;
+    CAttributePage m_attributePage;
+    CAttPreviewPage m_previewPage;
+    AcadBlockFilter m_filter;
+    AcadBlockView m_view;
+    AcadBlockArray* m_activeBlocks = nullptr;
+
+private:
+    void UpdateButtons();
+
+    SettingsStore& settings_;
+    const DrawingContext& drawing_;
+    bool showOuterPolygon_;
+};
+
+}  // namespace attbat
