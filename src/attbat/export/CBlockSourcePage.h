@@ -9,11 +9,8 @@
 #include "attbat/model/AcadBlockArray.h"
 #include "attbat/tables/CStringArrayEx.h"
 #include "base/Status.h"
-
-namespace cad {
-class BlockReference;
-class MLeader;
-}
+#include "cad/BlockReference.h"
+#include "cad/geometry/MLeader.h"
 
 namespace attbat {
 

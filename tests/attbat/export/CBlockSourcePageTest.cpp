@@ -1,0 +1,129 @@
+#include "attbat/export/CBlockSourcePage.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "ExportTestSupport.h"
+#include "base/File.h"
+
+namespace attbat {
+namespace {
+
+using testing::TempFolder;
+using testing::WizardFixture;
+
+TEST(CBlockSourcePage, SavedListLoadsBackThoughEachLineCarriesAnExtraCarriageReturn) {
+    WizardFixture f;
+    f.Start({});
+    TempFolder temp;
+    CBlockSourcePage& page = f.wizard.m_blockSourcePage;
+    page.AddDrawing("/plans/ground floor.dxf");
+    page.AddDrawing("/plans/first.dxf");
+    ASSERT_TRUE(page.SaveList(temp / "plans.lst"));
+    auto bytes = base::ReadFile(temp / "plans.lst");
+    ASSERT_TRUE(bytes);
+    EXPECT_EQ(*bytes, "/plans/ground floor.dxf\r\r\n/plans/first.dxf\r\r\n");
+
+    CStringArrayEx before = page.m_drawingPaths;
+    ASSERT_TRUE(page.LoadList(temp / "plans.lst"));
+    EXPECT_EQ(page.m_drawingPaths, before);
+    EXPECT_EQ(page.m_drawingsDirty, 1);
+}
+
+TEST(CBlockSourcePage, ListWithCrLfAndBlankLinesLoads) {
+    EXPECT_EQ(ParseDrawingList("  a.dxf \r\n\r\n\tb.dxf\r\r\nc.dxf"),
+              (std::vector<std::string>{"a.dxf", "b.dxf", "c.dxf"}));
+}
+
+TEST(CBlockSourcePage, SamePathTwiceStandsOnceButOtherCaseTwiceAndRemoveTakesBothPaths) {
+    WizardFixture f;
+    f.Start({});
+    CBlockSourcePage& page = f.wizard.m_blockSourcePage;
+    page.AddDrawing("/p/A.dxf");
+    page.AddDrawing("/p/A.dxf");
+    EXPECT_EQ(page.m_drawingPaths.GetSize(), 1);
+    page.AddDrawing("/p/a.dxf");
+    ASSERT_EQ(page.m_drawingPaths.GetSize(), 2);
+    ASSERT_EQ(page.m_drawingList.size(), 2u);
+    EXPECT_EQ(page.m_drawingList[1].drawing, "a.dxf");
+    EXPECT_EQ(page.m_drawingList[1].folder, "/p/");
+    page.m_drawingsDirty = 0;
+    page.m_drawingList[0].selected = true;
+    page.Remove();
+    EXPECT_TRUE(page.m_drawingPaths.IsEmpty());
+    ASSERT_EQ(page.m_drawingList.size(), 1u);
+    EXPECT_EQ(page.m_drawingList[0].drawing, "a.dxf");
+    EXPECT_EQ(page.m_drawingsDirty, 1);
+}
+
+TEST(CBlockSourcePage, SwitchingToSelectDrawingsClearsCurrentSpaceOnlyForLater) {
+    WizardFixture f;
+    f.Start({});
+    CBlockSourcePage& page = f.wizard.m_blockSourcePage;
+    f.wizard.m_filter.currentSpaceOnly = 1;
+    page.m_dataSource = 2;
+    page.OnSourceChanged();
+    EXPECT_EQ(f.wizard.m_filter.currentSpaceOnly, 0);
+    EXPECT_FALSE(page.currentSpaceEnabled);
+    EXPECT_TRUE(page.listEnabled);
+    EXPECT_EQ(f.wizard.m_activeBlocks, &page.m_drawingBlocks);
+    page.m_dataSource = 0;
+    page.OnSourceChanged();
+    EXPECT_EQ(f.wizard.m_filter.currentSpaceOnly, 0);
+    EXPECT_TRUE(page.currentSpaceEnabled);
+}
+
+TEST(CBlockSourcePage, SelectObjectsResetsTheCountLabel) {
+    WizardFixture f;
+    f.Start({});
+    CBlockSourcePage& page = f.wizard.m_blockSourcePage;
+    page.SelectObjects({}, {}, 3);
+    EXPECT_EQ(page.CountLabel(), "3");
+    page.m_dataSource = 1;
+    page.OnSourceChanged();
+    EXPECT_EQ(page.CountLabel(), "0");
+    EXPECT_TRUE(page.pickEnabled);
+    EXPECT_EQ(f.wizard.m_activeBlocks, &page.m_selectedBlocks);
+}
+
+TEST(CBlockSourcePage, OnlyMultileadersWithExportBlocksInMLeaderOffGiveAnEmptyCollection) {
+    WizardFixture f;
+    f.Start({});
+    f.settings.SetInt("Velmar", "ExportBlocksInMLeader", 0);
+    CBlockSourcePage& page = f.wizard.m_blockSourcePage;
+    // The leaders themselves are not even looked at with the setting off.
+    page.SelectObjects({}, {}, 2);
+    EXPECT_TRUE(page.m_selectedBlocks.IsEmpty());
+    EXPECT_EQ(page.CountLabel(), "2");
+}
+
+TEST(CBlockSourcePage, AddingAFolderWithoutSearchSubfolderTakesOnlyItsOwnFiles) {
+    WizardFixture f;
+    f.Start({});
+    TempFolder temp;
+    std::filesystem::create_directories(temp.path / "sub");
+    for (const char* name : {"a.dxf", "B.DXF", "notes.txt", "sub/c.dxf"}) std::ofstream(temp / name) << "0\nEOF\n";
+    CBlockSourcePage& page = f.wizard.m_blockSourcePage;
+    page.SetSearchSubfolder(false);
+    page.AddFolder(temp.path.string());
+    EXPECT_EQ(page.m_drawingPaths.GetSize(), 2);
+    EXPECT_EQ(f.settings.Get("SearchSubfolder"), "0");
+    page.SetSearchSubfolder(true);
+    page.AddFolder(temp.path.string());
+    EXPECT_EQ(page.m_drawingPaths.GetSize(), 3);
+}
+
+TEST(CBlockSourcePage, MissingDrawingIsPassedOverWithoutAWord) {
+    WizardFixture f;
+    f.Start({});
+    CBlockSourcePage& page = f.wizard.m_blockSourcePage;
+    page.AddDrawing("/no/such/drawing.dxf");
+    page.AddDrawing(std::string(VELMAR_SOURCE_DIR) + "/examples/floor.dxf");
+    page.ReadDrawings();
+    EXPECT_FALSE(page.m_drawingBlocks.IsEmpty());
+    EXPECT_EQ(page.m_drawingsDirty, 0);
+}
+
+}  // namespace
+}  // namespace attbat
