@@ -987,7 +987,15 @@ Layer Database::FindLayer(std::string_view name) {
 
 base::Result<Layer> Database::AddLayer(std::string_view name) {
     TagList data = {{62, "7"}, {6, "CONTINUOUS"}};
-    if (release_ >= 1015) data.push_back({370, "-3"});
+    if (release_ >= 1015) {
+        data.push_back({370, "-3"});
+        // AutoCAD expects every layer to name its plot style (and material from 2007 on); a new
+        // layer takes those of layer 0.
+        if (Layer zero = FindLayer("0")) {
+            for (int code : {390, 347})
+                if (Handle h = zero.GetHandleValue(code)) data.push_back({code, HandleText(h)});
+        }
+    }
     auto r = AddRecord("LAYER", name, data);
     if (!r) return r.GetStatus();
     return Layer(this, r->Index());

@@ -11,6 +11,11 @@
 #include <vector>
 
 #include "base/Status.h"
+#include "cad/BlockRecord.h"
+#include "cad/Dictionary.h"
+#include "cad/Entity.h"
+#include "cad/Object.h"
+#include "cad/SymbolRecord.h"
 #include "cad/Tag.h"
 #include "cad/Tagger.h"
 #include "cad/TextCodec.h"
