@@ -55,8 +55,8 @@ base::Result<NotesPart> ReadNotes(std::string xml, std::string_view label, bool 
     return part;
 }
 
-std::string WriteComments(std::string_view rootAttributes, std::vector<std::string> authors,
-                          const std::vector<StoredNote>& notes) {
+void WriteComments(DeflateStream& stream, std::string_view rootAttributes, std::vector<std::string> authors,
+                   const std::vector<StoredNote>& notes) {
     std::map<std::string, int> authorIds;
     for (std::size_t i = 0; i < authors.size(); ++i) authorIds.emplace(authors[i], static_cast<int>(i));
     for (const StoredNote& n : notes)
@@ -64,10 +64,7 @@ std::string WriteComments(std::string_view rootAttributes, std::vector<std::stri
             authorIds.emplace(n.note.author, static_cast<int>(authors.size()));
             authors.push_back(n.note.author);
         }
-    std::string out;
-    std::size_t textBytes = 0;
-    for (const StoredNote& n : notes) textBytes += n.note.text.size() + n.commentXml.size();
-    out.reserve(textBytes + notes.size() * 90 + 300);
+    std::string& out = stream.Buffer();
     out += "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\r\n<comments";
     out += rootAttributes.empty() ? " xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\""
                                   : rootAttributes;
@@ -79,6 +76,7 @@ std::string WriteComments(std::string_view rootAttributes, std::vector<std::stri
     }
     out += "</authors><commentList>";
     for (const StoredNote& stored : notes) {
+        stream.MaybeFlush();
         const Note& n = stored.note;
         if (!stored.changed && !stored.commentXml.empty()) {
             out += "<comment ref=\"";
@@ -96,7 +94,6 @@ std::string WriteComments(std::string_view rootAttributes, std::vector<std::stri
         out += "</t></text></comment>";
     }
     out += "</commentList></comments>";
-    return out;
 }
 
 namespace {
@@ -180,7 +177,8 @@ bool IsNoteShape(std::string_view shape) {
 
 }  // namespace
 
-std::string WriteVml(std::string_view original, const std::vector<StoredNote>& notes, int shapeBase) {
+void WriteVml(DeflateStream& stream, std::string_view original, const std::vector<StoredNote>& notes,
+              int shapeBase) {
     std::string kept;
     bool hasNoteType = false;
     std::map<std::pair<int, int>, std::string> noteShapes;  // by the (0-based) cell they show
@@ -222,15 +220,16 @@ std::string WriteVml(std::string_view original, const std::vector<StoredNote>& n
         kept += "<o:shapelayout v:ext=\"edit\">\r\n  <o:idmap v:ext=\"edit\" data=\"" +
                 std::to_string(shapeBase / 1024) + "\"/>\r\n </o:shapelayout>";
     }
-    std::string out = head;
+    std::string& out = stream.Buffer();
+    out += head;
     out += kept;
     if (!hasNoteType)
         out += "<v:shapetype id=\"_x0000_t202\" coordsize=\"21600,21600\" o:spt=\"202\"\r\n"
                "  path=\"m,l,21600r21600,l21600,xe\">\r\n  <v:stroke joinstyle=\"miter\"/>\r\n"
                "  <v:path gradientshapeok=\"t\" o:connecttype=\"rect\"/>\r\n </v:shapetype>";
-    out.reserve(out.size() + notes.size() * 560 + 16);
     long id = maxId + 1;
     for (const StoredNote& stored : notes) {
+        stream.MaybeFlush();
         const Note& n = stored.note;
         int r = n.row - 1, c = n.column - 1;
         auto shape = stored.originalRow ? noteShapes.find({stored.originalRow - 1, stored.originalColumn - 1}) : noteShapes.end();
@@ -256,7 +255,6 @@ std::string WriteVml(std::string_view original, const std::vector<StoredNote>& n
         out += "</x:Column></x:ClientData></v:shape>";
     }
     out += "</xml>";
-    return out;
 }
 
 }  // namespace xl

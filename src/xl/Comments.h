@@ -8,6 +8,7 @@
 
 #include "base/Status.h"
 #include "xl/Worksheet.h"
+#include "xl/Zip.h"
 
 namespace xl {
 
@@ -33,11 +34,12 @@ struct NotesPart {
 base::Result<NotesPart> ReadNotes(std::string xml, std::string_view label, bool keepXml);
 // A comments part for `notes`, streamed as text; `authors` (the part's own) keep their ids.
 // `rootAttributes` (the part's own, or "" for a new part) are written on the root.
-std::string WriteComments(std::string_view rootAttributes, std::vector<std::string> authors,
-                          const std::vector<StoredNote>& notes);
+void WriteComments(DeflateStream& out, std::string_view rootAttributes, std::vector<std::string> authors,
+                   const std::vector<StoredNote>& notes);
 // The VML drawing for `notes`: shapes of `originalVml` that are not notes are kept, the shape of
 // a note read from it is kept too (moved with its note), and new notes get new shapes with ids
 // above every id in use and at least `shapeBase` (a multiple of 1024 unique in the workbook).
-std::string WriteVml(std::string_view originalVml, const std::vector<StoredNote>& notes, int shapeBase);
+void WriteVml(DeflateStream& out, std::string_view originalVml, const std::vector<StoredNote>& notes,
+              int shapeBase);
 
 }  // namespace xl

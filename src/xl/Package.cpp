@@ -56,7 +56,7 @@ base::Result<Package> Package::Open(std::string image, std::string_view label) {
         // A second entry of the same name is unreachable for every reader; keep the first.
         if (pkg.index_.count(key)) continue;
         pkg.index_[key] = pkg.parts_.size();
-        pkg.parts_.push_back(Part{entries[i].name, static_cast<int>(i), std::nullopt});
+        pkg.parts_.push_back(Part{entries[i].name, static_cast<int>(i), std::nullopt, std::nullopt});
     }
     if (!pkg.Has("[Content_Types].xml"))
         return base::Status::Error(pkg.label_ +
@@ -84,16 +84,28 @@ base::Result<std::string> Package::Read(std::string_view name) const {
     if (!p || IsDirectory(p->name))
         return base::Status::Error(label_ + ": the part " + std::string(name) + " is missing");
     if (p->data) return *p->data;
+    if (p->packed) return Inflate(*p->packed);
     return zip_->Extract(zip_->Entries()[p->entry], kPartLimit);
 }
 
 void Package::Write(std::string_view name, std::string data) {
     if (Part* p = FindPart(name)) {
         p->data = std::move(data);
+        p->packed.reset();
         return;
     }
     index_[Key(name)] = parts_.size();
-    parts_.push_back(Part{Normalize(name), -1, std::move(data)});
+    parts_.push_back(Part{Normalize(name), -1, std::move(data), std::nullopt});
+}
+
+void Package::Write(std::string_view name, DeflatedData data) {
+    if (Part* p = FindPart(name)) {
+        p->packed = std::move(data);
+        p->data.reset();
+        return;
+    }
+    index_[Key(name)] = parts_.size();
+    parts_.push_back(Part{Normalize(name), -1, std::nullopt, std::move(data)});
 }
 
 void Package::Remove(std::string_view name) {
@@ -128,14 +140,16 @@ std::vector<std::string> Package::PartNames() const {
 
 bool Package::IsChanged(std::string_view name) const {
     const Part* p = FindPart(name);
-    return p && (p->data.has_value() ||
+    return p && (p->data.has_value() || p->packed.has_value() ||
                  (Key(name) == Key("[Content_Types].xml") && contentTypesDirty_));
 }
 
 std::uint64_t Package::PartSize(std::string_view name) const {
     const Part* p = FindPart(name);
     if (!p) return 0;
-    return p->data ? p->data->size() : zip_->Entries()[p->entry].size;
+    if (p->data) return p->data->size();
+    if (p->packed) return p->packed->size;
+    return zip_->Entries()[p->entry].size;
 }
 
 pugi::xml_document* Package::ContentTypesDoc() const {
@@ -350,6 +364,8 @@ std::string Package::Save() {
     for (const Part& p : parts_) {
         if (p.data) {
             writer.Add(p.name, *p.data);
+        } else if (p.packed) {
+            writer.AddDeflated(p.name, *p.packed);
         } else {
             const ZipEntry& e = zip_->Entries()[p.entry];
             writer.AddRaw(e, zip_->RawData(e));

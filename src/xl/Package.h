@@ -53,6 +53,8 @@ public:
     base::Result<std::string> Read(std::string_view name) const;
     // Replaces or adds a part; an existing part keeps its stored name.
     void Write(std::string_view name, std::string data);
+    // Replaces or adds a part with data compressed as it was generated.
+    void Write(std::string_view name, DeflatedData data);
     // Removes a part, its relationships part and its content-type override; absent is fine.
     void Remove(std::string_view name);
     // Names of all parts in archive order, directory entries excluded.
@@ -94,6 +96,7 @@ private:
         std::string name;
         int entry = -1;                    // index into the reader's entries, or -1 if new
         std::optional<std::string> data;   // bytes written since opening
+        std::optional<DeflatedData> packed; // or the same, compressed as written
     };
     struct RelsDoc;
     Part* FindPart(std::string_view name);

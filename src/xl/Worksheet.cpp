@@ -589,8 +589,11 @@ void Worksheet::SaveNotes() {
                 if (!n.changed && n.originalRow) n.commentXml = std::move(byCell[{n.originalRow, n.originalColumn}]);
         }
     }
-    pkg.Write(data_->commentsPart, WriteComments(data_->commentsRoot, data_->authors, data_->notes));
-    pkg.Write(data_->vmlPart, WriteVml(originalVml, data_->notes, base));
+    DeflateStream comments, vml;
+    WriteComments(comments, data_->commentsRoot, data_->authors, data_->notes);
+    pkg.Write(data_->commentsPart, comments.Finish());
+    WriteVml(vml, originalVml, data_->notes, base);
+    pkg.Write(data_->vmlPart, vml.Finish());
     // What was written is now what the parts hold.
     for (StoredNote& n : data_->notes) {
         n.originalRow = n.note.row;

@@ -361,6 +361,64 @@ void ZipWriter::Add(std::string_view name, std::string_view data) {
     AddLocal(std::move(e), packed);
 }
 
+std::string Inflate(const DeflatedData& data) {
+    std::string out(data.size, '\0');
+    z_stream z{};
+    inflateInit2(&z, -MAX_WBITS);
+    z.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data.compressed.data()));
+    z.avail_in = static_cast<uInt>(data.compressed.size());
+    z.next_out = reinterpret_cast<Bytef*>(out.data());
+    z.avail_out = static_cast<uInt>(out.size());
+    inflate(&z, Z_FINISH);
+    inflateEnd(&z);
+    return out;
+}
+
+struct DeflateStream::State {
+    z_stream z{};
+};
+
+DeflateStream::DeflateStream() : state_(std::make_unique<State>()) {
+    // Level 1: generated parts are repetitive and compress well at the fastest setting.
+    deflateInit2(&state_->z, 1, Z_DEFLATED, -MAX_WBITS, 8, Z_DEFAULT_STRATEGY);
+}
+
+DeflateStream::~DeflateStream() { deflateEnd(&state_->z); }
+
+void DeflateStream::Flush(bool finish) {
+    z_stream& z = state_->z;
+    out_.crc = crc32(out_.crc, reinterpret_cast<const Bytef*>(buffer_.data()), static_cast<uInt>(buffer_.size()));
+    out_.size += buffer_.size();
+    z.next_in = reinterpret_cast<Bytef*>(buffer_.data());
+    z.avail_in = static_cast<uInt>(buffer_.size());
+    char chunk[1 << 16];
+    int rc;
+    do {
+        z.next_out = reinterpret_cast<Bytef*>(chunk);
+        z.avail_out = sizeof chunk;
+        rc = deflate(&z, finish ? Z_FINISH : Z_NO_FLUSH);
+        out_.compressed.append(chunk, sizeof chunk - z.avail_out);
+    } while (finish ? rc == Z_OK : (z.avail_out == 0 || z.avail_in > 0));
+    buffer_.clear();
+}
+
+DeflatedData DeflateStream::Finish() {
+    Flush(true);
+    return std::move(out_);
+}
+
+void ZipWriter::AddDeflated(std::string_view name, const DeflatedData& data) {
+    ZipEntry e;
+    e.name = std::string(name);
+    e.size = data.size;
+    e.crc = data.crc;
+    e.method = 8;
+    e.dosTime = (0x21u << 16);
+    e.flags = 0x800;
+    e.compressedSize = data.compressed.size();
+    AddLocal(std::move(e), data.compressed);
+}
+
 std::string ZipWriter::Finish() {
     std::uint64_t cdOffset = out_.size();
     for (const ZipEntry& e : central_) {

@@ -3,6 +3,7 @@
 // in which unchanged entries are copied as their compressed bytes.
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -44,11 +45,48 @@ private:
     std::vector<ZipEntry> entries_;
 };
 
+// Compressed bytes of one part with what its zip entry needs.
+struct DeflatedData {
+    std::string compressed;
+    std::uint32_t crc = 0;
+    std::uint64_t size = 0;
+};
+
+// The text of deflated data again (for a part read back before it is saved).
+std::string Inflate(const DeflatedData& data);
+
+// Deflates text as it is written, so that a big generated part never exists uncompressed in
+// full: append to Buffer(), call MaybeFlush() now and then, and Finish() at the end.
+class DeflateStream {
+public:
+    DeflateStream();
+    ~DeflateStream();
+    DeflateStream(const DeflateStream&) = delete;
+    DeflateStream& operator=(const DeflateStream&) = delete;
+    // The text not yet compressed.
+    std::string& Buffer() { return buffer_; }
+    // Compresses the buffer once it holds a megabyte.
+    void MaybeFlush() {
+        if (buffer_.size() >= (1u << 20)) Flush(false);
+    }
+    // Compresses what is left and gives the result; the stream is spent afterwards.
+    DeflatedData Finish();
+
+private:
+    void Flush(bool finish);
+    struct State;
+    std::unique_ptr<State> state_;
+    std::string buffer_;
+    DeflatedData out_;
+};
+
 // Builds an archive in memory; zip64 records are written only when sizes or counts need them.
 class ZipWriter {
 public:
     // Copies an entry's compressed bytes as they are, keeping method, CRC and time.
     void AddRaw(const ZipEntry& entry, std::string_view compressed);
+    // Adds an entry compressed by a DeflateStream.
+    void AddDeflated(std::string_view name, const DeflatedData& data);
     // Deflates `data` under `name`; an empty `data` is stored.
     void Add(std::string_view name, std::string_view data);
     // The whole archive; the writer is empty afterwards.
