@@ -10,6 +10,7 @@
 #include "base/Path.h"
 #include "base/Text.h"
 #include "host/Console.h"
+#include "host/Document.h"
 #include "host/Locations.h"
 #include "host/Printer.h"
 #include "host/ProgressMeter.h"
@@ -134,6 +135,25 @@ int RunGuarded(CAttBatApp& app, const CommandEntry& entry, CommandContext& conte
         host::CurrentPrinter().Warn(base::Sprintf("Unknown Error in %s.", entry.localName));
     }
     return exitFailed;
+}
+
+// What was sent to the command line during a command runs after it, as the host would: the
+// module's own queue first, then each document's. Host commands such as REGEN have no work here.
+void RunQueuedCommands(CAttBatApp& app, const GlobalOptions& global) {
+    std::vector<std::string> queued;
+    for (std::string next = app.TakeQueuedCommand(); !next.empty(); next = app.TakeQueuedCommand()) {
+        queued.push_back(std::move(next));
+    }
+    for (host::Document* document : host::DocumentManager::Instance().Documents()) {
+        for (std::string& text : document->TakeQueued()) queued.push_back(std::move(text));
+    }
+    for (const std::string& text : queued) {
+        const CommandEntry* next = app.FindCommand(base::Trim(text));
+        if (!next || !app.Handler(*next)) continue;
+        CommandContext queuedContext;
+        queuedContext.global = global;
+        RunGuarded(app, *next, queuedContext);
+    }
 }
 
 void PrintJson(const CommandEntry& entry, const CommandContext& context, int status) {
@@ -327,11 +347,6 @@ int RunCommandLine(const std::vector<std::string>& args, CAttBatApp& app,
         return exitUsage;
     }
     if (global.yes && global.no) return UsageError("--yes and --no contradict each other.");
-    if (base::EqualNoCase(base::Extension(global.drawing), ".dwg")) {
-        return UsageError("'" + global.drawing +
-                          "' is a .dwg drawing, which this program doesn't read. Save it as DXF "
-                          "from your CAD program (or convert it) and give the .dxf file.");
-    }
 
     host::Console& console = host::CurrentConsole();
     console.SetInteractive(host::Console::DetectTerminal());
@@ -352,17 +367,26 @@ int RunCommandLine(const std::vector<std::string>& args, CAttBatApp& app,
             host::ShowMessage("Failed to create the log file.", "Velmar");
         }
     }
+    host::DocumentManager& documents = host::DocumentManager::Instance();
+    documents.CloseAll();
+    if (!global.drawing.empty()) {
+        auto opened = documents.OpenCurrent(global.drawing);
+        if (!opened) {
+            host::CurrentPrinter().Warn(opened.GetStatus().Message());
+            app.EntryPoint(kUnloadAppMsg, nullptr);
+            return exitFailed;
+        }
+    }
     app.EntryPoint(kLoadDwgMsg, nullptr);
     int status = RunGuarded(app, *entry, context);
-    // Work a command queued runs after it, as the host runs what was sent to its command line.
-    for (std::string queued = app.TakeQueuedCommand(); !queued.empty();
-         queued = app.TakeQueuedCommand()) {
-        const CommandEntry* next = app.FindCommand(base::Trim(queued));
-        if (!next || !app.Handler(*next)) continue;  // host commands such as REGEN have no work here
-        CommandContext queuedContext;
-        queuedContext.global = global;
-        RunGuarded(app, *next, queuedContext);
+    RunQueuedCommands(app, global);
+    // The host saves what a command changed; unchanged drawings aren't written.
+    if (base::Status saved = documents.SaveAll(); !saved) {
+        host::CurrentPrinter().Warn(saved.Message());
+        context.Summary("error", saved.Message());
+        status = exitFailed;
     }
+    documents.CloseAll();
     app.EntryPoint(kUnloadAppMsg, nullptr);
     host::CurrentPrinter().FinishLine();
     if (global.json) PrintJson(*entry, context, status);

@@ -7,6 +7,7 @@
 #include "attbat/frame/CAttBatApp.h"
 #include "base/Path.h"
 #include "host/AddressOpener.h"
+#include "host/Document.h"
 
 namespace {
 
@@ -232,8 +233,32 @@ using namespace attbat;
 class CommandLineProcessTest : public CommandLineTest {};
 
 TEST_F(CommandLineProcessTest, ADwgDrawingIsRefusedWithWhatToDo) {
-    EXPECT_EQ(Run({"--drawing", "C:\\plans\\Plan.DWG", "about"}), exitUsage);
-    EXPECT_NE(Warnings().find("Save it as DXF"), std::string::npos);
+    EXPECT_EQ(Run({"--drawing", "C:\\plans\\Plan.DWG", "about"}), exitFailed);
+    EXPECT_NE(Warnings().find("DXF"), std::string::npos);
+}
+
+TEST_F(CommandLineProcessTest, AMissingDrawingFailsTheRunBeforeTheCommand) {
+    EXPECT_EQ(Run({"--drawing", File("none.dxf"), "about"}), exitFailed);
+    EXPECT_NE(Warnings().find("none.dxf"), std::string::npos);
+    EXPECT_EQ(Printed().find("Version 9.72"), std::string::npos);
+}
+
+TEST_F(CommandLineProcessTest, TheDrawingIsCurrentDuringTheCommandAndAnUnchangedOneIsNotWritten) {
+    std::string drawing = File("plan.dxf");
+    std::ofstream(drawing, std::ios::binary) << "  0\nSECTION\n  2\nENTITIES\n  0\nENDSEC\n  0\nEOF\n";
+    std::string seen;
+    app.Implement("Velmar_Links", {{}, "", [&seen](CommandContext&) {
+                                       host::Document* current =
+                                           host::DocumentManager::Instance().CurDocument();
+                                       seen = current ? current->FileName() : "none";
+                                       current->SendStringToExecute("Velmar_About\n");
+                                       return exitOk;
+                                   }});
+    EXPECT_EQ(Run({"--drawing", drawing, "links"}), exitOk) << Warnings();
+    EXPECT_NE(seen.find("plan.dxf"), std::string::npos);
+    EXPECT_NE(Printed().find("Version 9.72"), std::string::npos);  // the queued command ran
+    EXPECT_FALSE(base::FileExists(File("plan.bak")));
+    EXPECT_EQ(host::DocumentManager::Instance().CurDocument(), nullptr);
 }
 
 TEST_F(CommandLineProcessTest, TwoVelmarRunsAtOnceLoseNoWrite) {
