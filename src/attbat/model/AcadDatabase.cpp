@@ -446,7 +446,7 @@ void ReadBlocksWithRefs(AcadBlockArray& blocks, const std::vector<cad::BlockReco
         AcadBlock block = MakeBlock(record, name, false);
         LoadDefinitions(block, record);
         for (const cad::BlockReference& ref : refIds)
-            if (!ref.IsErased() && ref.Block() == record && ref.OwnerBlock().IsLayout())
+            if (!ref.IsErased() && ref.Block() == record)
                 AddRefFromEntity(block, ref, true, name);
         blocks.AddSorted(std::move(block));
         for (const cad::Entity& entity : record.Entities()) {

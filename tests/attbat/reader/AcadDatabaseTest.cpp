@@ -232,3 +232,25 @@ TEST_F(AcadDatabaseTest, EveryCorpusDrawingReadsOrSaysWhy) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(ReadBlocksWithRefs, KeepsOnlyTheListedReferencesAndAddsTheNestedBlocks) {
+    auto db = host::ReadSideDatabase(ReaderData("nested.dxf"));
+    ASSERT_TRUE(db);
+    cad::BlockRecord outer = db.Value()->FindBlock("OUTER");
+    auto refs = outer.References();
+    ASSERT_EQ(refs.size(), 2u);
+    attbat::AcadBlockArray blocks;
+    attbat::ReadBlocksWithRefs(blocks, {outer}, {refs[1]}, "x.dxf");
+    attbat::AcadBlock* block = blocks.FindByName("OUTER");
+    ASSERT_NE(block, nullptr);
+    ASSERT_EQ(block->refs.GetSize(), 1);
+    EXPECT_EQ(block->refs[0].handle, refs[1].HandleString());
+    attbat::AcadBlock* inner = blocks.FindByName("INNER");
+    ASSERT_NE(inner, nullptr);
+    EXPECT_EQ(inner->refs.GetSize(), 1);
+    EXPECT_EQ(inner->refs[0].attributes.Get("TAG", 0), "nested");
+}
+
+}  // namespace
