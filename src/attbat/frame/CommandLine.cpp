@@ -6,10 +6,14 @@
 
 #include "attbat/frame/CArxErrLog.h"
 #include "attbat/frame/CAttBatApp.h"
+#include "arxutils/ExcelUtils.h"
+#include "arxutils/excel/FileBackend.h"
 #include "base/Format.h"
 #include "base/Path.h"
 #include "base/Text.h"
 #include "host/Console.h"
+#include "cad/Database.h"
+#include "cad/units/UnitSettings.h"
 #include "host/Document.h"
 #include "host/Locations.h"
 #include "host/Printer.h"
@@ -377,9 +381,41 @@ int RunCommandLine(const std::vector<std::string>& args, CAttBatApp& app,
             return exitFailed;
         }
     }
+    // The spreadsheet side of the run: the --workbook file stands for the running instance, and
+    // numbers in cells are read with the current drawing's units.
+    cad::UnitSettings units;
+    if (host::Document* current = documents.CurDocument()) units = current->Database().Units();
+    arxutils::ExcelUtils::SetDrawingUnits(&units);
+    auto workbooks = arxutils::excel::FileBackend::Create(
+        {global.workbook, global.sheet, global.selection, global.activeCell, global.output,
+         global.force, global.drawing});
+    if (!workbooks) {
+        host::CurrentPrinter().Warn(workbooks.GetStatus().Message());
+        arxutils::ExcelUtils::SetDrawingUnits(nullptr);
+        app.EntryPoint(kUnloadAppMsg, nullptr);
+        return exitFailed;
+    }
+    arxutils::excel::SetCurrentServer(workbooks->get());
     app.EntryPoint(kLoadDwgMsg, nullptr);
     int status = RunGuarded(app, *entry, context);
     RunQueuedCommands(app, global);
+    // Workbooks are written only when the command succeeded: a half-done export must not replace
+    // the user's file. Their lock files and --force are respected by SaveChanged.
+    if ((*workbooks)->HasChanges()) {
+        if (status == exitOk) {
+            if (base::Status saved = (*workbooks)->SaveChanged(); !saved) {
+                host::CurrentPrinter().Warn(saved.Message());
+                context.Summary("error", saved.Message());
+                status = exitFailed;
+            }
+        } else {
+            host::CurrentPrinter().Warn(
+                "The workbook changes of the unfinished command were not saved; the files are as "
+                "they were.");
+        }
+    }
+    arxutils::excel::SetCurrentServer(nullptr);
+    arxutils::ExcelUtils::SetDrawingUnits(nullptr);
     // The host saves what a command changed; unchanged drawings aren't written.
     if (base::Status saved = documents.SaveAll(); !saved) {
         host::CurrentPrinter().Warn(saved.Message());

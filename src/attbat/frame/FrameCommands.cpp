@@ -7,6 +7,8 @@
 #include "attbat/frame/CAttBatApp.h"
 #include "attbat/frame/COptionsDialog.h"
 #include "attbat/frame/CRegistry.h"
+#include "attbat/frame/FindEntByHandle.h"
+#include "arxutils/ExcelUtils.h"
 #include "attbat/frame/CommandLine.h"
 #include "attbat/frame/MenuLoader.h"
 #include "base/Format.h"
@@ -219,6 +221,13 @@ void ImplementFrameCommands(CAttBatApp& app) {
     app.Implement("Velmar_Demo", {{}, "", [](CommandContext& c) { return OpenPage(c, "demo"); }});
     app.Implement("Velmar_Help",
                   {{}, "[COMMAND]", [&app](CommandContext& c) { return Help(app, c); }});
+    app.Implement("Velmar_Test", {{}, "", [](CommandContext&) {
+                      arxutils::ExcelUtils::VelmarTest();
+                      return exitOk;
+                  }});
+    app.Implement("Velmar_FindEntByHandle", {{}, "", [](CommandContext&) {
+                      return Velmar_FindEntByHandle(host::CurrentEditor());
+                  }});
     app.Implement("Velmar_LoadMenu",
                   {{}, "", [&app](CommandContext&) { return LoadMenuCommand(app); }});
 }
