@@ -13,6 +13,7 @@
 
 namespace attbat {
 
+class Archive;
 class CScheduleDialog;
 
 class CAttPreviewPage {
@@ -51,6 +52,10 @@ public:
     // Writes list rows [first, first + rowCount) to the active sheet; may set options.startRow
     // (the last filled row, found once). Throws the object model's error.
     void ExportRowsToActiveSheet(int first, int rowCount, ExportOptions& options);
+
+    // The template's preview part: the display order (version 3 on) and the row sort (version 4
+    // on); a load also shows the view's header style and column sort in the combo boxes.
+    void SerializePreviewPage(Archive& archive, int version);
 
     // The list's state.
     int ColumnCount() const { return columnCount_; }

@@ -10,6 +10,7 @@
 
 namespace attbat {
 
+class Archive;
 class CScheduleDialog;
 
 class CAttributePage {
@@ -47,6 +48,9 @@ public:
     // A click on the header: flips the sort flag and sorts with it, so every second click sorts
     // and descending order never happens.
     void OnHeaderClick();
+    // The template's attribute part: the two display options and the unticked names, which
+    // a load keeps for the next RefreshPage only.
+    void SerializeAttributePage(Archive& archive, int version);
     // Ticks (or unticks) the row of `name`, without regard to case; false when no row has it.
     bool Tick(std::string_view name, bool checked);
 

@@ -14,6 +14,7 @@
 
 namespace attbat {
 
+class Archive;
 class CScheduleDialog;
 
 class CBlockSourcePage {
@@ -58,6 +59,9 @@ public:
     // Reads the listed drawings when the list changed since the last read; a cancel keeps what
     // was read so far until the list changes again.
     void ReadDrawings();
+    // The template's source part: the data source and, for the drawing list, its paths; a
+    // loaded list counts as changed and is not checked against the disk.
+    void SerializeSource(Archive& archive, int version);
     // Where the current drawing's read failed; Ok when it was read (or there is none to read).
     const base::Status& CurrentReadStatus() const { return currentStatus_; }
     // The text of the count label beside the pick button.

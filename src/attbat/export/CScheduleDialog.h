@@ -11,10 +11,12 @@
 #include "attbat/export/CBlockSourcePage.h"
 #include "attbat/model/AcadBlockFilter.h"
 #include "attbat/model/AcadBlockView.h"
+#include "base/Status.h"
 
 namespace attbat {
 
 class AcadBlockArray;
+class Archive;
 class DrawingContext;
 class SettingsStore;
 
@@ -39,6 +41,15 @@ public:
     // Shows the active page with its title, collecting the attribute page and building the
     // preview as the page needs.
     void ShowCurrentPage();
+
+    // Writes the whole wizard state to a .vlt file (version 4) after taking the pages' controls.
+    base::Status SaveTemplate(const std::string& path);
+    // Reads a .vlt file and replays "Next" up to its page; a bad file shows "Invalid Velmar
+    // template file: N." and leaves the wizard as far as it got. False when nothing was loaded.
+    bool LoadTemplate(const std::string& path);
+    // The stream of a template, in either direction; loading returns false on a bad signature,
+    // version or stream, with the number of the message in `failure`.
+    bool SerializeTemplate(Archive& archive, int& failure);
 
     SettingsStore& Settings() { return settings_; }
     const DrawingContext& Drawing() const { return drawing_; }

@@ -5,6 +5,7 @@
 #include "attbat/export/ExportCommands.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <optional>
 
 #include "arxutils/excel/FileBackend.h"
@@ -100,7 +101,7 @@ std::vector<CommandOption> ExportOptionsList() {
         {"border", "on|off", "Apply border"},
         {"merge", "on|off", "Merge block name cell"},
         {"hyperlink", "on|off", "Add Hyperlink to drawing name"},
-        {"preview", "", "print the preview table instead of exporting"},
+        {"preview", "", "print the preview table instead of exporting (with --json: one JSON line)"},
     });
     return options;
 }
@@ -169,7 +170,11 @@ void PrintPreview(const CAttPreviewPage& page, bool json) {
             for (int p = 0; p < columns; ++p) out += (p ? ", " : "") + JsonQuote(page.TextAt(r, p));
             out += "]";
         }
-        host::CurrentPrinter().Print(out + "]}\n");
+        // Straight to standard output: under --json the printer writes to standard error, and
+        // the table is the answer asked for, ahead of the summary line.
+        out += "]}\n";
+        std::fwrite(out.data(), 1, out.size(), stdout);
+        std::fflush(stdout);
         return;
     }
     if (columns == 0) {

@@ -1,0 +1,102 @@
+// `velmar export` end to end: the sample drawing through the command line into a workbook.
+
+#include "attbat/export/ExportCommands.h"
+
+#include <gtest/gtest.h>
+
+#include "ExportTestSupport.h"
+#include "attbat/frame/CAttBatApp.h"
+#include "attbat/frame/CRegistry.h"
+#include "attbat/frame/CommandLine.h"
+#include "base/File.h"
+#include "base/Path.h"
+
+namespace attbat {
+namespace {
+
+using arxutils::ExcelUtils;
+using testing::TempFolder;
+namespace excel = arxutils::excel;
+
+const std::string kSample = std::string(VELMAR_SOURCE_DIR) + "/examples/floor.dxf";
+
+struct CommandFixture {
+    TempFolder temp;
+    std::string settings = temp / "settings.ini";
+    std::string output = temp / "floor.xlsx";
+
+    CommandFixture() { ImplementExportCommands(TheApp()); }
+    ~CommandFixture() {
+        host::DocumentManager::Instance().CloseAll();
+        host::CurrentPrinter().Capture(false);
+    }
+    int Run(std::vector<std::string> commandArgs) {
+        std::vector<std::string> args = {"--settings", settings, "--drawing", kSample, "--output", output, "export"};
+        args.insert(args.end(), commandArgs.begin(), commandArgs.end());
+        host::CurrentPrinter().Capture(true);
+        host::CurrentPrinter().ClearCaptured();
+        return RunCommandLine(args, TheApp());
+    }
+};
+
+TEST(ExportCommands, SampleDrawingLandsInANewWorkbookWithKeyComments) {
+    CommandFixture f;
+    ASSERT_EQ(f.Run({"--count-column", "on", "--block-wildcard", "DOOR"}), exitOk)
+        << host::CurrentPrinter().CapturedWarnings();
+    EXPECT_NE(host::CurrentPrinter().Captured().find("Successfully export the data."), std::string::npos);
+    ASSERT_TRUE(base::FileExists(f.output));
+
+    excel::FileBackendOptions options;
+    options.workbook = f.output;
+    testing::BackendScope scope(options);
+    ASSERT_TRUE(ExcelUtils::ConnectToExcel(false));
+    excel::Worksheet& sheet = *ExcelUtils::Worksheet;
+    EXPECT_EQ(sheet.GetRange("A1")->Text().text, "Block Name");
+    EXPECT_EQ(sheet.GetRange("B1")->Text().text, "Quantity");
+    // Five doors; D01 has the handle its MARK comment names.
+    int doors = 0;
+    for (int row = 2; row < 20; ++row) doors += sheet.GetRange(base::Sprintf("A%d", row))->Text().text == "DOOR";
+    EXPECT_EQ(doors, 5);
+    bool foundD01 = false;
+    for (int row = 2; row < 7; ++row) {
+        if (sheet.GetRange(base::Sprintf("C%d", row))->Text().text != "D01") continue;
+        auto note = sheet.GetRange(base::Sprintf("C%d", row))->GetComment();
+        ASSERT_TRUE(note);
+        EXPECT_EQ(note->Text().rfind(kSample + "<", 0), 0u) << note->Text();
+        EXPECT_NE(note->Text().find("_MARK>"), std::string::npos) << note->Text();
+        foundD01 = true;
+    }
+    EXPECT_TRUE(foundD01);
+}
+
+TEST(ExportCommands, OptionsGivenAreStoredAsTheDialogsOkWould) {
+    CommandFixture f;
+    ASSERT_EQ(f.Run({"--preview", "--start-row", "last", "--start-column", "c", "--border", "on",
+                     "--include-xrefs", "off"}),
+              exitOk)
+        << host::CurrentPrinter().CapturedWarnings();
+    EXPECT_EQ(CRegistry::GetInt("Velmar", "ExportStartRow", 0), -1);
+    EXPECT_EQ(CRegistry::GetString("Velmar", "ExportStartCol", ""), "C");
+    EXPECT_EQ(CRegistry::GetInt("Velmar", "ApplyBorder", 0), 1);
+    EXPECT_EQ(CRegistry::GetInt("Velmar", "FilterIncXref", 1), 0);
+    EXPECT_FALSE(base::FileExists(f.output));  // a preview writes no workbook
+}
+
+TEST(ExportCommands, PreviewPrintsColumnLettersAsHeaders) {
+    CommandFixture f;
+    ASSERT_EQ(f.Run({"--preview", "--tick", "*", "--untick", "TITLEBLOCK,ROOMTAG,EQUIPMENT,DESK_SET,CHAIR,DOOR"}), exitOk);
+    const std::string& text = host::CurrentPrinter().Captured();
+    EXPECT_EQ(text.rfind("A ", 0), 0u) << text;
+    EXPECT_NE(text.find("W03"), std::string::npos);
+    EXPECT_EQ(text.find("D01"), std::string::npos);
+}
+
+TEST(ExportCommands, BadChoiceIsAUsageErrorNamingTheChoices) {
+    CommandFixture f;
+    EXPECT_EQ(f.Run({"--sheets", "many"}), exitUsage);
+    EXPECT_NE(host::CurrentPrinter().CapturedWarnings().find("--sheets takes one of each, one, not 'many'"),
+              std::string::npos);
+}
+
+}  // namespace
+}  // namespace attbat
