@@ -101,6 +101,8 @@ std::vector<CommandOption> ExportOptionsList() {
         {"border", "on|off", "Apply border"},
         {"merge", "on|off", "Merge block name cell"},
         {"hyperlink", "on|off", "Add Hyperlink to drawing name"},
+        {"template", "FILE.vlt", "Load Template: the wizard state to start from"},
+        {"save-template", "FILE.vlt", "Save Template: the wizard state as set by the options"},
         {"preview", "", "print the preview table instead of exporting (with --json: one JSON line)"},
     });
     return options;
@@ -369,6 +371,14 @@ int RunExport(CommandContext& context) {
     CScheduleDialog wizard(settings, drawing, calcOuterPolygon != 0);
     wizard.OnInitDialog();
     OptionReader read(context);
+    if (context.Has("template")) {
+        if (!wizard.LoadTemplate(context.Get("template"))) {
+            context.Summary("error", "the template could not be loaded");
+            return exitFailed;
+        }
+        // The options given adjust the loaded state page by page, as a user would after loading.
+        while (wizard.m_activePage > 0) wizard.GoBack();
+    }
     if (!SetSourcePage(wizard, context, read)) return exitUsage;
     if (wizard.m_blockSourcePage.m_dataSource == 0) {
         if (!current) {
@@ -387,6 +397,14 @@ int RunExport(CommandContext& context) {
     if (!SetPreviewPage(wizard, context, read)) return exitUsage;
     if (!SetExportOptions(wizard, context, read)) return exitUsage;
 
+    if (context.Has("save-template")) {
+        base::Status saved = wizard.SaveTemplate(context.Get("save-template"));
+        if (!saved) {
+            host::CurrentPrinter().Warn("velmar export: the template was not saved: " + saved.Message());
+            return exitFailed;
+        }
+        host::Printf("\nTemplate saved as %s.", context.Get("save-template"));
+    }
     CAttPreviewPage& preview = wizard.m_previewPage;
     context.Summary("rows", preview.RowCount());
     context.Summary("columns", preview.ColumnCount());

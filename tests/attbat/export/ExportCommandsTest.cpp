@@ -91,6 +91,20 @@ TEST(ExportCommands, PreviewPrintsColumnLettersAsHeaders) {
     EXPECT_EQ(text.find("D01"), std::string::npos);
 }
 
+TEST(ExportCommands, SavedTemplateGivesTheSamePreviewWhenLoaded) {
+    CommandFixture f;
+    std::string vlt = f.temp / "doors.vlt";
+    ASSERT_EQ(f.Run({"--preview", "--tick", "*", "--untick", "TITLEBLOCK,ROOMTAG,EQUIPMENT,DESK_SET,CHAIR,WINDOW",
+                     "--column-sort", "z-a", "--row-sort", "C:desc", "--save-template", vlt}),
+              exitOk)
+        << host::CurrentPrinter().CapturedWarnings();
+    std::string first = host::CurrentPrinter().Captured();
+    first = first.substr(first.find('A'));
+    ASSERT_NE(first.find("D05"), std::string::npos);
+    ASSERT_EQ(f.Run({"--preview", "--template", vlt}), exitOk) << host::CurrentPrinter().CapturedWarnings();
+    EXPECT_EQ(host::CurrentPrinter().Captured(), first);
+}
+
 TEST(ExportCommands, BadChoiceIsAUsageErrorNamingTheChoices) {
     CommandFixture f;
     EXPECT_EQ(f.Run({"--sheets", "many"}), exitUsage);
