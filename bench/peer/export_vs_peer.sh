@@ -1,0 +1,47 @@
+#!/bin/sh
+# End-to-end export, side by side with the peer pipeline: read the drawing, build the rows and
+# write the workbook with a key comment on every cell, for drawings of N references made by the
+# peer's generator. Prints wall time and peak memory of each run and our ratio to each peer.
+#
+#   bench/peer/export_vs_peer.sh [BUILD_DIR] [N ...]      (default: build-export, 10000 100000)
+#
+# Needs /usr/bin/time, /usr/bin/python3 with ezdxf, openpyxl and xlsxwriter (Debian packages;
+# without python3-xlsxwriter that column reads "failed").
+# Each command runs once per N (the peer's own figures are medians of 3) and is cut at
+# 900 seconds.
+set -eu
+ROOT=$(cd "$(dirname "$0")/../.." && pwd)
+BUILD=${1:-$ROOT/build-export}
+[ $# -gt 0 ] && shift
+SIZES=${*:-10000 100000}
+PEER=${VELMAR_PEER_BENCH:-/work/shared/bench}
+TOOL=$BUILD/tests/attbat/export/velmar_export_tool
+WORK=$(mktemp -d /tmp/velmar-export-bench.XXXXXX)
+trap 'rm -rf "$WORK"' EXIT
+[ -x "$TOOL" ] || { echo "build velmar_export_tool first: cmake --build $BUILD --target velmar_export_tool" >&2; exit 2; }
+
+# Runs a command under /usr/bin/time; prints "seconds peak_MiB", or "timeout -" past the cut.
+measure() {
+    if timeout 900 /usr/bin/time -f "%e %M" -o "$WORK/time" "$@" >"$WORK/out" 2>"$WORK/err"; then
+        awk '{ printf "%s %.0f\n", $1, $2 / 1024 }' "$WORK/time"
+    else
+        echo "failed -"
+    fi
+}
+
+printf "%8s %10s %12s %12s %12s %10s %10s %8s\n" refs dxf_MiB velmar_s velmar_MiB openpyxl_s xlsxw_s vs_openpyxl vs_xlsxw
+for N in $SIZES; do
+    DXF=$WORK/d$N.dxf
+    /usr/bin/python3 "$PEER/make_drawing.py" --refs "$N" --blocks 24 --version R2018 --seed 1 "$DXF" >/dev/null
+    SIZE=$(du -m "$DXF" | cut -f1)
+    set -- $(measure "$TOOL" --settings "$WORK/settings.ini" --drawing "$DXF" --output "$WORK/ours.xlsx" --force \
+        --quiet export --drawing-column on --combine off --count-column on --show-header on)
+    OURS=$1; OURS_MEM=$2
+    set -- $(measure /usr/bin/python3 "$PEER/peer_export.py" "$DXF" "$WORK/peer.xlsx")
+    PEER_OPX=$1
+    set -- $(measure /usr/bin/python3 "$PEER/peer_export.py" --writer xlsxwriter "$DXF" "$WORK/peerx.xlsx")
+    PEER_XW=$1
+    printf "%8s %10s %12s %12s %12s %10s %10s %8s\n" "$N" "$SIZE" "$OURS" "$OURS_MEM" "$PEER_OPX" "$PEER_XW" \
+        "$(awk -v a="$PEER_OPX" -v b="$OURS" 'BEGIN { if (b + 0 > 0 && a + 0 > 0) printf "%.1fx", a / b; else print "-" }')" \
+        "$(awk -v a="$PEER_XW" -v b="$OURS" 'BEGIN { if (b + 0 > 0 && a + 0 > 0) printf "%.1fx", a / b; else print "-" }')"
+done
