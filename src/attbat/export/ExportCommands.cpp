@@ -8,7 +8,6 @@
 #include <cstdio>
 #include <optional>
 
-#include "arxutils/excel/FileBackend.h"
 #include "attbat/export/CExportOptionsDialog.h"
 #include "attbat/export/CScheduleDialog.h"
 #include "attbat/export/DocumentDrawingContext.h"
@@ -48,7 +47,7 @@ constexpr ViewBox viewBoxes[] = {
     {"layer", "Layer", &AcadBlockView::showLayer},
     {"attribute", "Attribute", &AcadBlockView::showAtts},
     {"count-column", "Count column", &AcadBlockView::showCount},
-    {"drawing-column", "(the drawing column's check box)", &AcadBlockView::showName},
+    {"drawing-column", "the drawing column first (\"DWG File\", or \"Handle\")", &AcadBlockView::showName},
     {"prompt-as-header", "Show prompt as header", &AcadBlockView::promptAsHeader},
     {"combine", "Combine identical items", &AcadBlockView::combineItems},
     {"show-header", "Show header", &AcadBlockView::includeHeader},
@@ -61,9 +60,9 @@ struct FilterBox {
 };
 
 constexpr FilterBox filterBoxes[] = {
-    {"include-xrefs", "Include &Xrefs", &AcadBlockFilter::incXref},
-    {"include-nested", "Include &nested blocks", &AcadBlockFilter::incNested},
-    {"current-space-only", "&Current space only", &AcadBlockFilter::currentSpaceOnly},
+    {"include-xrefs", "Include Xrefs", &AcadBlockFilter::incXref},
+    {"include-nested", "Include nested blocks", &AcadBlockFilter::incNested},
+    {"current-space-only", "Current space only", &AcadBlockFilter::currentSpaceOnly},
 };
 
 std::vector<CommandOption> ExportOptionsList() {
@@ -337,36 +336,11 @@ int RunExport(CommandContext& context) {
     calcOuterPolygon = CRegistry::GetInt("Velmar", "CalOuterPolygon", calcOuterPolygon);
     RegistrySettingsStore settings;
 
-    host::DocumentManager& documents = host::DocumentManager::Instance();
-    if (!context.global.drawing.empty()) {
-        auto opened = documents.OpenCurrent(context.global.drawing);
-        if (!opened) {
-            host::CurrentPrinter().Warn("velmar export: " + opened.GetStatus().Message());
-            context.Summary("error", opened.GetStatus().Message());
-            return exitFailed;
-        }
-    }
-    host::Document* current = documents.CurDocument();
+    // The run has opened --drawing as the current document and set up the workbooks (the
+    // --workbook file as the running instance, new ones saved to --output when the command
+    // succeeds).
+    host::Document* current = host::DocumentManager::Instance().CurDocument();
     DocumentDrawingContext drawing(current ? &current->Database() : nullptr);
-
-    arxutils::excel::FileBackendOptions backendOptions;
-    backendOptions.workbook = context.global.workbook;
-    backendOptions.sheet = context.global.sheet;
-    backendOptions.selection = context.global.selection;
-    backendOptions.activeCell = context.global.activeCell;
-    backendOptions.output = context.global.output;
-    backendOptions.force = context.global.force;
-    backendOptions.drawingPath = current ? current->FileName() : std::string();
-    auto backend = arxutils::excel::FileBackend::Create(backendOptions);
-    if (!backend) {
-        host::CurrentPrinter().Warn("velmar export: " + backend.GetStatus().Message());
-        context.Summary("error", backend.GetStatus().Message());
-        return exitFailed;
-    }
-    struct ServerScope {
-        explicit ServerScope(arxutils::excel::ExcelServer* server) { arxutils::excel::SetCurrentServer(server); }
-        ~ServerScope() { arxutils::excel::SetCurrentServer(nullptr); }
-    } serverScope(backend->get());
 
     CScheduleDialog wizard(settings, drawing, calcOuterPolygon != 0);
     wizard.OnInitDialog();
@@ -419,12 +393,6 @@ int RunExport(CommandContext& context) {
         return exitFailed;
     }
     bool exported = preview.ExportToExcel();
-    base::Status saved = (*backend)->SaveChanged();
-    if (!saved) {
-        host::CurrentPrinter().Warn(saved.Message());
-        context.Summary("error", saved.Message());
-        return exitFailed;
-    }
     context.SummaryBool("exported", exported);
     return exported ? exitOk : exitFailed;
 }
