@@ -80,7 +80,8 @@ public:
     void SetFormula(int row, int column, std::string_view formula);
     // Empties a cell's value but keeps its style.
     void ClearValue(int row, int column);
-    // Values of a rectangle, row by row, in one pass.
+    // Values of a rectangle, row by row, in one pass; it holds rows x columns entries, so ask
+    // for the filled part (LastFilledRow/Column), not a whole-sheet range.
     std::vector<std::vector<CellValue>> Values(const CellRange& range);
     // Displayed texts of a rectangle, row by row.
     std::vector<std::vector<std::string>> Texts(const CellRange& range);
