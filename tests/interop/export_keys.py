@@ -121,7 +121,9 @@ def main():
             if sheet["A1"].border.left.style != "thin" or sheet["C5"].border.top.style != "thin":
                 fail("sample: the written range has no thin borders")
             # LibreOffice opens it without repair and sees the same values.
-            if shutil.which("soffice"):
+            if not shutil.which("soffice"):
+                fail("LibreOffice (soffice) is not installed; it is part of this check")
+            else:
                 lo = subprocess.run(["soffice", "--headless", f"-env:UserInstallation=file://{work}/lo",
                                      "--convert-to", "csv", "--outdir", str(work), str(out)],
                                     capture_output=True, text=True, timeout=300)
