@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <optional>
 
+#include "arxutils/ArxUtils.h"
 #include "attbat/export/CExportOptionsDialog.h"
 #include "attbat/export/CScheduleDialog.h"
 #include "attbat/export/DocumentDrawingContext.h"
@@ -68,6 +69,7 @@ constexpr FilterBox filterBoxes[] = {
 std::vector<CommandOption> ExportOptionsList() {
     std::vector<CommandOption> options = {
         {"source", "current|objects|drawings", "Current Drawing / Select Objects / Select Drawings"},
+        {"objects", "HANDLES", "Select Objects: the picked block references and multileaders, by handle"},
         {"list", "FILE.lst", "Load List: the drawing list to read (with --source drawings)"},
         {"save-list", "FILE.lst", "Save List: writes the drawing list"},
         {"add-folder", "FOLDER", "Add Folder: every .dxf drawing of the folder"},
@@ -196,19 +198,45 @@ void PrintPreview(const CAttPreviewPage& page, bool json) {
     for (int r = 0; r < page.RowCount(); ++r) line([&](int p) { return page.TextAt(r, p); });
 }
 
+// "Select Objects": the handles given stand for what the user picked on the screen, with the
+// pick's own filter (block references and multileaders only).
+bool PickObjects(CBlockSourcePage& page, CommandContext& context, OptionReader& read) {
+    host::Document* current = host::DocumentManager::Instance().CurDocument();
+    std::vector<std::string> handles = SplitList(context.Get("objects"));
+    if (!current || handles.empty()) {
+        read.Fail("velmar export: --source objects needs the drawing (--drawing FILE.dxf) and the "
+                  "handles of the picked objects (--objects 1F0,2A4).");
+        return false;
+    }
+    std::vector<cad::BlockReference> references;
+    std::vector<cad::MLeader> leaders;
+    for (const std::string& handle : handles) {
+        cad::Object object = arxutils::HandleToId(current->Database(), handle);
+        std::string type = object ? object.Type() : std::string();
+        if (type == "INSERT") {
+            references.emplace_back(object.GetDatabase(), object.Index());
+        } else if (type == "MULTILEADER") {
+            leaders.emplace_back(object.GetDatabase(), object.Index());
+        } else {
+            read.Fail(base::Sprintf("velmar export: %s in %s is %s, not a block reference or multileader.",
+                                    handle, current->FileName(),
+                                    type.empty() ? std::string("no object") : "a " + type));
+            return false;
+        }
+    }
+    page.SelectObjects(references, leaders, static_cast<long>(handles.size()));
+    return true;
+}
+
 // The data source page: source, drawing list and filter, as the user sets them before "Next".
 bool SetSourcePage(CScheduleDialog& wizard, CommandContext& context, OptionReader& read) {
     CBlockSourcePage& page = wizard.m_blockSourcePage;
     if (auto source = read.Choice("source", {"current", "objects", "drawings"})) page.m_dataSource = *source;
     if (!context.arguments.empty() && !context.Has("source")) page.m_dataSource = 2;
     if (context.Has("list") && !context.Has("source")) page.m_dataSource = 2;
-    if (page.m_dataSource == 1) {
-        read.Fail("velmar export: --source objects needs objects picked on the screen; give the "
-                  "drawing with --drawing and use --source current with --tick and --block-wildcard "
-                  "to narrow the blocks.");
-        return false;
-    }
+    if (context.Has("objects") && !context.Has("source")) page.m_dataSource = 1;
     page.OnSourceChanged();
+    if (page.m_dataSource == 1 && !PickObjects(page, context, read)) return false;
     if (auto sub = read.Switch("search-subfolder")) page.SetSearchSubfolder(*sub);
     if (context.Has("list")) {
         base::Status loaded = page.LoadList(context.Get("list"));

@@ -105,6 +105,19 @@ TEST(ExportCommands, SavedTemplateGivesTheSamePreviewWhenLoaded) {
     EXPECT_EQ(host::CurrentPrinter().Captured(), first);
 }
 
+TEST(ExportCommands, PickedObjectsByHandleAreTheOnlyRows) {
+    CommandFixture f;
+    // The references of doors D02 and D03 in the sample.
+    ASSERT_EQ(f.Run({"--preview", "--source", "objects", "--objects", "E5,EC"}), exitOk)
+        << host::CurrentPrinter().CapturedWarnings();
+    const std::string& text = host::CurrentPrinter().Captured();
+    EXPECT_NE(text.find("D02"), std::string::npos) << text;
+    EXPECT_NE(text.find("D03"), std::string::npos) << text;
+    EXPECT_EQ(text.find("D01"), std::string::npos) << text;
+    EXPECT_EQ(text.find("W01"), std::string::npos) << text;
+    EXPECT_EQ(f.Run({"--preview", "--objects", "2"}), exitUsage);
+}
+
 TEST(ExportCommands, BadChoiceIsAUsageErrorNamingTheChoices) {
     CommandFixture f;
     EXPECT_EQ(f.Run({"--sheets", "many"}), exitUsage);
