@@ -2,10 +2,12 @@
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <fstream>
 
 #include "ExportTestSupport.h"
 #include "base/File.h"
+#include "host/ProgressMeter.h"
 
 namespace attbat {
 namespace {
@@ -123,6 +125,44 @@ TEST(CBlockSourcePage, MissingDrawingIsPassedOverWithoutAWord) {
     page.ReadDrawings();
     EXPECT_FALSE(page.m_drawingBlocks.IsEmpty());
     EXPECT_EQ(page.m_drawingsDirty, 0);
+}
+
+// The user presses Ctrl-C (the progress dialog's Cancel) while a failed read's box is shown.
+class CancellingUi : public host::RecordingUi {
+public:
+    host::BoxAnswer MessageBox(const host::ShownBox& box) override {
+        std::raise(SIGINT);
+        return host::RecordingUi::MessageBox(box);
+    }
+};
+
+TEST(CBlockSourcePage, CancelKeepsTheDrawingsReadSoFarAndASecondNextDoesNotResume) {
+    WizardFixture f;
+    f.Start({});
+    TempFolder temp;
+    std::ofstream(temp / "broken.dxf") << "this is no drawing\n";
+    CancellingUi ui;
+    host::SetCurrentUi(&ui);
+    host::ProgressMeter::ResetCancel();
+    CBlockSourcePage& page = f.wizard.m_blockSourcePage;
+    page.AddDrawing(std::string(VELMAR_SOURCE_DIR) + "/examples/floor.dxf");
+    page.AddDrawing(temp / "broken.dxf");
+    page.AddDrawing(std::string(VELMAR_CORPUS) + "/dxf/attribute-ac1032.dxf");
+    page.ReadDrawings();
+    host::ProgressMeter::ResetCancel();
+    host::SetCurrentUi(nullptr);
+
+    ASSERT_EQ(ui.Shown().size(), 1u);
+    EXPECT_EQ(ui.Shown()[0].title, "Orvane Velmar");
+    EXPECT_EQ(ui.Shown()[0].text.rfind("Failed to read " + (temp / "broken.dxf") + ": ", 0), 0u);
+    ASSERT_FALSE(page.m_drawingBlocks.IsEmpty());
+    for (const AcadBlock& block : page.m_drawingBlocks) {
+        EXPECT_NE(block.dwgFile.find("floor.dxf"), std::string::npos) << block.dwgFile;
+    }
+    EXPECT_EQ(page.m_drawingsDirty, 0);
+    int count = page.m_drawingBlocks.GetSize();
+    page.ReadDrawings();  // the list is untouched: nothing more is read
+    EXPECT_EQ(page.m_drawingBlocks.GetSize(), count);
 }
 
 }  // namespace
