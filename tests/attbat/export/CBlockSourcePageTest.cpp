@@ -6,6 +6,7 @@
 #include <fstream>
 
 #include "ExportTestSupport.h"
+#include "arxutils/ArxUtils.h"
 #include "base/File.h"
 #include "host/ProgressMeter.h"
 
@@ -90,14 +91,29 @@ TEST(CBlockSourcePage, SelectObjectsResetsTheCountLabel) {
 }
 
 TEST(CBlockSourcePage, OnlyMultileadersWithExportBlocksInMLeaderOffGiveAnEmptyCollection) {
-    WizardFixture f;
-    f.Start({});
-    f.settings.SetInt("Velmar", "ExportBlocksInMLeader", 0);
-    CBlockSourcePage& page = f.wizard.m_blockSourcePage;
-    // The leaders themselves are not even looked at with the setting off.
-    page.SelectObjects({}, {}, 2);
-    EXPECT_TRUE(page.m_selectedBlocks.IsEmpty());
-    EXPECT_EQ(page.CountLabel(), "2");
+    auto& documents = host::DocumentManager::Instance();
+    documents.CloseAll();
+    auto opened = documents.OpenCurrent(std::string(VELMAR_CORPUS) + "/dxf/gdal-leader-mleader-blockcontent-ac1027.dxf");
+    ASSERT_TRUE(opened) << opened.GetStatus().Message();
+    // The three multileaders with block content in that drawing.
+    std::vector<cad::MLeader> leaders;
+    for (const char* handle : {"2D8", "EEB", "EF0"}) {
+        cad::Object object = arxutils::HandleToId((*opened)->Database(), handle);
+        ASSERT_EQ(object.Type(), "MULTILEADER") << handle;
+        leaders.emplace_back(object.GetDatabase(), object.Index());
+    }
+    for (int setting : {0, 1}) {
+        testing::MapSettings settings;
+        settings.SetInt("Velmar", "ExportBlocksInMLeader", setting);
+        testing::FakeDrawing drawing;
+        CScheduleDialog wizard(settings, drawing, true);
+        wizard.OnInitDialog();
+        CBlockSourcePage& page = wizard.m_blockSourcePage;
+        page.SelectObjects({}, leaders, 3);
+        EXPECT_EQ(page.m_selectedBlocks.IsEmpty(), setting == 0) << setting;
+        EXPECT_EQ(page.CountLabel(), "3");
+    }
+    documents.CloseAll();
 }
 
 TEST(CBlockSourcePage, AddingAFolderWithoutSearchSubfolderTakesOnlyItsOwnFiles) {
