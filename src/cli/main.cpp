@@ -5,6 +5,7 @@
 
 #include "attbat/frame/CAttBatApp.h"
 #include "attbat/frame/CommandLine.h"
+#include "attbat/export/ExportCommands.h"
 #include "cli/DxfTool.h"
 #include "cli/XlsxTool.h"
 
@@ -14,5 +15,7 @@ int main(int argc, char** argv) {
         {"dxf", "Inspect or resave a DXF drawing", cli::RunDxfTool},
         {"xlsx", "Inspect or resave an .xlsx workbook", cli::RunXlsxTool},
     };
-    return attbat::RunCommandLine(args, attbat::TheApp(), tools);
+    attbat::CAttBatApp& app = attbat::TheApp();
+    attbat::ImplementExportCommands(app);
+    return attbat::RunCommandLine(args, app, tools);
 }

@@ -1,6 +1,7 @@
 #include "host/Document.h"
 
 #include <algorithm>
+#include <filesystem>
 
 #include "base/Path.h"
 #include "base/Text.h"
@@ -37,7 +38,12 @@ base::Result<Document*> DocumentManager::OpenCurrent(const std::string& path) {
     return doc;
 }
 
-base::Result<Document*> DocumentManager::Open(const std::string& path) {
+base::Result<Document*> DocumentManager::Open(const std::string& given) {
+    // Documents are known by their full path, as the host's are: keys and "DWG File" cells name
+    // the drawing wherever the command was started from.
+    std::error_code error;
+    const std::filesystem::path full = std::filesystem::absolute(given, error).lexically_normal();
+    const std::string path = error ? given : full.string();
     if (Document* open = Find(path)) return open;
     auto doc = Document::Open(path);
     if (!doc) return base::Status::Error(doc.GetStatus().Message());

@@ -3,6 +3,7 @@
 #include <pugixml.hpp>
 
 #include <algorithm>
+#include <limits>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
@@ -494,20 +495,33 @@ std::vector<Note> Worksheet::Notes() {
     return out;
 }
 
+namespace {
+
+// The first stored note at or after (row, column); notes are kept sorted by row, then column, so
+// a sheet with a note on every cell is still searched in log time.
+std::vector<StoredNote>::iterator FirstNoteFrom(std::vector<StoredNote>& notes, int row,
+                                                int column) {
+    return std::lower_bound(notes.begin(), notes.end(), std::make_pair(row, column),
+                            [](const StoredNote& n, std::pair<int, int> rc) {
+                                return std::make_pair(n.note.row, n.note.column) < rc;
+                            });
+}
+
+}  // namespace
+
 const Note* Worksheet::NoteAt(int row, int column) {
     LoadNotes();
-    for (const StoredNote& n : data_->notes)
-        if (n.note.row == row && n.note.column == column) return &n.note;
+    auto it = FirstNoteFrom(data_->notes, row, column);
+    if (it != data_->notes.end() && it->note.row == row && it->note.column == column) {
+        return &it->note;
+    }
     return nullptr;
 }
 
 void Worksheet::SetNote(int row, int column, std::string_view text, std::string_view author) {
     LoadNotes();
     notesChanged_ = true;
-    auto it = std::lower_bound(data_->notes.begin(), data_->notes.end(), std::make_pair(row, column),
-                               [](const StoredNote& n, std::pair<int, int> rc) {
-                                   return std::make_pair(n.note.row, n.note.column) < rc;
-                               });
+    auto it = FirstNoteFrom(data_->notes, row, column);
     if (it != data_->notes.end() && it->note.row == row && it->note.column == column) {
         it->note.text = std::string(text);
         it->note.author = std::string(author);
@@ -526,9 +540,17 @@ bool Worksheet::DeleteNote(int row, int column) {
 
 int Worksheet::ClearNotes(const CellRange& range) {
     LoadNotes();
-    std::size_t before = data_->notes.size();
-    std::erase_if(data_->notes, [&](const StoredNote& n) { return range.Contains(n.note.row, n.note.column); });
-    int removed = static_cast<int>(before - data_->notes.size());
+    // Only the rows of the range are visited.
+    auto first = FirstNoteFrom(data_->notes, range.firstRow, range.firstColumn);
+    auto last = range.lastRow == std::numeric_limits<int>::max()
+                    ? data_->notes.end()
+                    : FirstNoteFrom(data_->notes, range.lastRow + 1, std::numeric_limits<int>::min());
+    if (last < first) last = first;
+    auto kept = std::remove_if(first, last, [&](const StoredNote& n) {
+        return range.Contains(n.note.row, n.note.column);
+    });
+    const int removed = static_cast<int>(last - kept);
+    data_->notes.erase(kept, last);
     if (removed) notesChanged_ = true;
     return removed;
 }
