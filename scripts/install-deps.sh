@@ -14,6 +14,8 @@ packages=(
   clang-14 libfuzzer-14-dev libclang-rt-14-dev
   # interop checks: independent readers of our drawings and workbooks
   python3 python3-ezdxf python3-openpyxl libreoffice-calc-nogui
+  # the peer pipeline the benchmarks compare with (bench/peer)
+  python3-xlsxwriter time
 )
 
 missing=()

@@ -1,8 +1,3 @@
-# The geometry test program and its tool, should the drawing tests not have added them already
-# (the checks below run that tool).
-if(NOT TARGET test_cad_geometry)
-  add_subdirectory(${PROJECT_SOURCE_DIR}/tests/cad/geometry ${PROJECT_BINARY_DIR}/tests/cad/geometry)
-endif()
 
 # The geometry layer's edits, read back by ezdxf: multileader attribute values, a reference
 # moved by one matrix with its attributes, the active view set on an entity.
