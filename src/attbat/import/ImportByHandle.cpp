@@ -1,0 +1,185 @@
+#include "attbat/import/ImportByHandle.h"
+
+#include <memory>
+
+#include "arxutils/ArxUtils.h"
+#include "attbat/frame/CRegistry.h"
+#include "attbat/model/DrawingWriter.h"
+#include "attbat/model/PropertyTable.h"
+#include "base/Format.h"
+#include "base/Text.h"
+#include "cad/BlockReference.h"
+#include "host/Document.h"
+#include "host/Printer.h"
+
+namespace attbat {
+
+namespace {
+
+constexpr std::string_view kSection = "Velmar";
+
+// The key without the "<" and ">" at its ends.
+std::string TrimAngles(std::string_view text) {
+    std::size_t first = text.find_first_not_of("<>");
+    if (first == std::string_view::npos) return {};
+    return std::string(text.substr(first, text.find_last_not_of("<>") - first + 1));
+}
+
+// The text a property shows now, in the drawing's own units as an export writes it.
+std::string PropertyText(const cad::BlockReference& ref, int kind, cad::Database& db) {
+    cad::Point3 p = ref.Position();
+    cad::Point3 s = ref.ScaleFactors();
+    switch (kind) {
+    case 1: return arxutils::DistanceText(&db, p.x);
+    case 2: return arxutils::DistanceText(&db, p.y);
+    case 4: return arxutils::DistanceText(&db, p.z);
+    case 8: return arxutils::DistanceText(&db, s.x);
+    case 16: return arxutils::DistanceText(&db, s.y);
+    case 32: return arxutils::DistanceText(&db, s.z);
+    case 64: return arxutils::AngleText(&db, ref.Rotation());
+    case 128: return arxutils::LayerNameOf(ref);
+    default: return {};
+    }
+}
+
+// The changes of one row against the drawing `db`.
+void RowChanges(const AcadBlockRef& row, cad::Database& db, const std::string& drawing,
+                std::vector<ImportChange>& changes) {
+    cad::Object object = arxutils::HandleToId(db, row.handle);
+    if (!object || (object.Type() != "INSERT" && object.Type() != "MINSERT")) return;
+    cad::BlockReference ref(object.GetDatabase(), object.Index());
+    for (const AcadAttribute& value : row.attributes) {
+        std::string old;
+        if (value.kind == 0) {
+            cad::Attribute att = ref.FindAttribute(value.tag);
+            if (!att) continue;  // the writer passes over tags the reference lacks
+            old = att.TextString();
+        } else {
+            old = PropertyText(ref, value.kind, db);
+        }
+        if (old == value.value) continue;
+        changes.push_back({drawing, row.handle, value.tag, std::move(old), value.value});
+    }
+}
+
+}  // namespace
+
+void ImportByHandleOptions::LoadSettings() {
+    WorksheetOption = CRegistry::GetInt(kSection, "ImportWorksheetOpt", WorksheetOption);
+    StartRow = CRegistry::GetInt(kSection, "ImportStartRow", StartRow);
+    StartColumn = CRegistry::GetString(kSection, "ImportStartCol", StartColumn);
+    IgnoreProperty = CRegistry::GetInt(kSection, "IgnoreProp", IgnoreProperty);
+    IgnoreDrawingPath = CRegistry::GetInt(kSection, "IgnoreDrawingPath", IgnoreDrawingPath);
+    SaveExcelLink = CRegistry::GetInt(kSection, "SaveExcelLink", SaveExcelLink);
+}
+
+void ImportByHandleOptions::SaveSettings() const {
+    CRegistry::SetInt(kSection, "ImportWorksheetOpt", WorksheetOption);
+    CRegistry::SetInt(kSection, "ImportStartRow", StartRow);
+    CRegistry::SetString(kSection, "ImportStartCol", StartColumn);
+    CRegistry::SetInt(kSection, "IgnoreProp", IgnoreProperty);
+    CRegistry::SetInt(kSection, "IgnoreDrawingPath", IgnoreDrawingPath);
+    CRegistry::SetInt(kSection, "SaveExcelLink", SaveExcelLink);
+}
+
+bool ParseImportKey(std::string_view key, const ImportByHandleOptions& options,
+                    std::string_view currentPath, ImportKey& out, std::string& skipMessage) {
+    out = ImportKey{};
+    skipMessage.clear();
+    if (key.empty()) return false;
+    std::string k(key);
+    std::size_t p = k.find('<');
+    if (p != std::string::npos && p > 0 && k.back() == '>') {
+        std::string path = k.substr(0, p);
+        std::size_t bar = path.find('|', 1);
+        if (bar != std::string::npos) path.resize(bar);
+        out.DrawingPath = path;
+        k = TrimAngles(k.substr(p));
+    } else if (p == 0) {
+        k = TrimAngles(k);
+    }
+    if (options.CurrentDrawingOnly && options.IgnoreDrawingPath) out.DrawingPath.clear();
+    out.DrawingPath = base::Trim(out.DrawingPath);
+    if (options.CurrentDrawingOnly && !out.DrawingPath.empty() &&
+        !base::EqualNoCase(out.DrawingPath, currentPath)) {
+        skipMessage = base::Sprintf(
+            "\nThe path of the current drawing is '%s'. Skip the attribute values of the drawing '%s'.",
+            std::string(currentPath), out.DrawingPath);
+        return false;
+    }
+    std::size_t u = k.find('_');
+    if (u != std::string::npos && u > 0) {
+        out.Handle = k.substr(0, u);
+        if (u + 1 < k.size()) out.TagOrProperty = k.substr(u + 1);
+    }
+    if (!options.IgnoreProperty) {
+        std::size_t c = k.find(':');
+        // "2F:Layer_x" is a property, "2F_A:B" the attribute "A:B".
+        if (c != std::string::npos && c > 0 && (out.Handle.empty() || out.Handle.size() > c)) {
+            out.Handle = k.substr(0, c);
+            out.TagOrProperty = k.substr(c + 1);
+            out.IsProperty = true;
+        }
+    }
+    return !out.Handle.empty() && !out.TagOrProperty.empty();
+}
+
+AcadBlockRefArray BuildImportList(const ImportMap& map, const ImportByHandleOptions& options,
+                                  std::string_view currentPath, std::vector<std::string>& skipped) {
+    AcadBlockRefArray rows;
+    AcadBlockRefIndex index;
+    ImportKey key;
+    std::string skip;
+    for (const auto& [text, value] : map) {
+        if (!ParseImportKey(text, options, currentPath, key, skip)) {
+            bool known = false;
+            for (const std::string& line : skipped) known = known || line == skip;
+            if (!skip.empty() && !known) skipped.push_back(skip);
+            continue;
+        }
+        rows.AddValue(key.DrawingPath, key.Handle, key.TagOrProperty, value, key.IsProperty, index);
+    }
+    return rows;
+}
+
+std::vector<ImportChange> ListImportChanges(const AcadBlockRefArray& rows) {
+    std::vector<ImportChange> changes;
+    host::DocumentManager& documents = host::DocumentManager::Instance();
+    host::Document* current = documents.CurDocument();
+    // Each drawing is read once, however many rows name it.
+    std::map<std::string, std::unique_ptr<cad::Database>> sideDatabases;
+    for (const AcadBlockRef& row : rows) {
+        cad::Database* db = nullptr;
+        std::string drawing = row.dwgFile;
+        if (current && (drawing.empty() || base::EqualNoCase(drawing, current->FileName()))) {
+            db = &current->Database();
+            drawing = current->FileName();
+        } else if (host::Document* open = documents.Find(drawing)) {
+            db = &open->Database();
+        } else {
+            std::string folded = base::FoldCase(drawing);
+            auto found = sideDatabases.find(folded);
+            if (found == sideDatabases.end()) {
+                auto read = host::ReadSideDatabase(drawing);
+                found = sideDatabases.emplace(folded, read ? std::move(*read) : nullptr).first;
+            }
+            db = found->second.get();
+        }
+        if (db) RowChanges(row, *db, drawing, changes);
+    }
+    return changes;
+}
+
+AcadBlockRefArray ApplyImportMap(const ImportMap& map, const ImportByHandleOptions& options,
+                                 const std::string* linkPath, bool printSkipped) {
+    host::Document* current = host::DocumentManager::Instance().CurDocument();
+    std::vector<std::string> skipped;
+    AcadBlockRefArray rows = BuildImportList(map, options, current ? current->FileName() : "", skipped);
+    if (printSkipped) {
+        for (const std::string& line : skipped) host::Printf("%s", line);
+    }
+    UpdateDrawings(rows, linkPath);
+    return rows;
+}
+
+}  // namespace attbat

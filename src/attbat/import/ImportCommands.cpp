@@ -1,0 +1,185 @@
+// `velmar import-by-handle`: attaches the workbook, sets the dialog's controls from the options,
+// reads the key comments with their cells' texts, lets go of the workbook, then writes (or with
+// --dry-run only lists) the values.
+
+#include "attbat/import/ImportCommands.h"
+
+#include <cstdio>
+#include <optional>
+
+#include "arxutils/ExcelUtils.h"
+#include "attbat/frame/CArxErrLog.h"
+#include "attbat/frame/CAttBatApp.h"
+#include "attbat/frame/CommandLine.h"
+#include "attbat/import/CImportByHandleDialog.h"
+#include "attbat/import/ImportByHandle.h"
+#include "base/Format.h"
+#include "base/Text.h"
+#include "host/Document.h"
+#include "host/Printer.h"
+
+namespace attbat {
+
+namespace {
+
+using arxutils::ExcelUtils;
+
+std::vector<CommandOption> ImportOptionsList() {
+    return {
+        {"sheets", "active|all", "Active sheet only / Entire workbook"},
+        {"start-column", "LETTERS", "Start Column:"},
+        {"start-row", "N", "Start Row:"},
+        {"ignore-property", "on|off", "Ignore property"},
+        {"current-drawing-only", "on|off", "Update the current drawing only"},
+        {"ignore-drawing-path", "on|off", "Ignore the drawing paths of the attribute values"},
+        {"save-link", "on|off", "Save the link of the Excel file to the drawing."},
+        {"choose-workbook", "NAME", "\">\": the open workbook to read, by full path or file name"},
+        {"dry-run", "", "list every change (drawing, handle, tag or property, old -> new) and write nothing"},
+    };
+}
+
+// Reads an on/off option into `field`; false with a usage line when it is neither.
+bool ReadSwitch(const CommandContext& context, const char* name, int& field) {
+    if (!context.Has(name)) return true;
+    std::optional<bool> value = ParseSwitch(context.Get(name));
+    if (!value) {
+        host::CurrentPrinter().Warn(base::Sprintf("velmar import-by-handle: --%s takes on or off, not '%s'.",
+                                                  name, context.Get(name)));
+        return false;
+    }
+    field = *value ? 1 : 0;
+    return true;
+}
+
+// The controls of the dialog as the options set them; false on a bad option.
+bool SetControls(CImportByHandleDialog& dialog, const CommandContext& context) {
+    ImportByHandleOptions& o = dialog.m_options;
+    if (context.Has("sheets")) {
+        std::string sheets = context.Get("sheets");
+        if (base::EqualNoCase(sheets, "active")) o.WorksheetOption = 0;
+        else if (base::EqualNoCase(sheets, "all")) o.WorksheetOption = 1;
+        else {
+            host::CurrentPrinter().Warn(base::Sprintf(
+                "velmar import-by-handle: --sheets takes active or all, not '%s'.", sheets));
+            return false;
+        }
+    }
+    if (context.Has("start-column")) o.StartColumn = context.Get("start-column");
+    if (context.Has("start-row")) o.StartRow = std::atoi(context.Get("start-row").c_str());
+    int currentOnly = o.CurrentDrawingOnly;
+    if (!ReadSwitch(context, "ignore-property", o.IgnoreProperty) ||
+        !ReadSwitch(context, "current-drawing-only", currentOnly) ||
+        !ReadSwitch(context, "ignore-drawing-path", o.IgnoreDrawingPath) ||
+        !ReadSwitch(context, "save-link", o.SaveExcelLink)) {
+        return false;
+    }
+    dialog.SetCurrentDrawingOnly(currentOnly != 0);
+    if (context.Has("ignore-drawing-path") && !currentOnly && context.Get("ignore-drawing-path") != "off") {
+        host::CurrentPrinter().Warn("velmar import-by-handle: --ignore-drawing-path needs --current-drawing-only on.");
+        return false;
+    }
+    if (context.Has("choose-workbook")) {
+        std::string wanted = context.Get("choose-workbook");
+        int found = -1;
+        for (int i = 0; i < static_cast<int>(dialog.m_workbooks.size()) && found < 0; ++i) {
+            const std::string& name = dialog.m_workbooks[i];
+            if (base::EqualNoCase(name, wanted)) found = i;
+        }
+        if (found < 0 || !dialog.ChooseWorkbook(found)) {
+            host::CurrentPrinter().Warn(base::Sprintf("velmar import-by-handle: no open workbook '%s'.", wanted));
+            return false;
+        }
+    }
+    dialog.OnOK();
+    return true;
+}
+
+// Reads the key comments of the active sheet, or of every sheet with the active one restored.
+bool ReadMap(const ImportByHandleOptions& options, ImportMap& map) {
+    if (options.WorksheetOption == 0) return ExcelUtils::ReadCommentAndText(map, options.IgnoreProperty != 0);
+    std::string active = ExcelUtils::Worksheet ? ExcelUtils::Worksheet->GetName() : std::string();
+    auto sheets = ExcelUtils::Workbook->GetWorksheets();
+    bool ok = true;
+    for (int i = 1; sheets && i <= sheets->Count() && ok; ++i) {
+        ok = ExcelUtils::ActivateSheet(i) && ExcelUtils::ReadCommentAndText(map, options.IgnoreProperty != 0);
+    }
+    if (!active.empty()) ExcelUtils::ActivateSheet(active);
+    return ok;
+}
+
+void ReportChanges(CommandContext& context, const std::vector<ImportChange>& changes, bool dryRun) {
+    if (context.global.json) {
+        std::string out = "{\"changes\": [";
+        for (std::size_t i = 0; i < changes.size(); ++i) {
+            const ImportChange& c = changes[i];
+            out += (i ? ", " : "") + base::Sprintf("{\"drawing\": %s, \"handle\": %s, \"field\": %s, \"old\": %s, \"new\": %s}",
+                                                    JsonQuote(c.drawing), JsonQuote(c.handle), JsonQuote(c.field),
+                                                    JsonQuote(c.oldValue), JsonQuote(c.newValue));
+        }
+        // Straight to standard output, ahead of the summary line: the list is the answer asked for.
+        out += "]}\n";
+        std::fwrite(out.data(), 1, out.size(), stdout);
+        std::fflush(stdout);
+    } else if (dryRun) {
+        for (const ImportChange& c : changes) {
+            host::Printf("\n%s %s %s: '%s' -> '%s'", c.drawing, c.handle, c.field, c.oldValue, c.newValue);
+        }
+        host::Printf("\n%d change(s); nothing was written.", static_cast<int>(changes.size()));
+    }
+    context.Summary("changes", static_cast<long long>(changes.size()));
+}
+
+int ImportByAttHandle(CommandContext& context) {
+    ErrLog().Write("%s - Start.", "CAttBatch::ImportByAttHandle");
+    if (!ExcelUtils::ConnectToExcel(true, {}, 1, 0) || !ExcelUtils::Workbook) {
+        if (!ExcelUtils::ChooseFromRunningObjects(ExcelUtils::LastError) || !ExcelUtils::Workbook) {
+            ExcelUtils::Disconnect();
+            context.Summary("error", "no workbook");
+            return exitFailed;
+        }
+    }
+    ErrLog().Write("%s - %d", "CAttBatch::ImportByAttHandle", 1);
+    CImportByHandleDialog dialog;
+    dialog.OnInitDialog();
+    if (!SetControls(dialog, context)) {
+        ExcelUtils::Disconnect();
+        return exitUsage;
+    }
+    const ImportByHandleOptions& options = dialog.m_options;
+    ImportMap map;
+    // A failed comment stops the reading; what was read is still applied.
+    ReadMap(options, map);
+    std::string workbookPath = ExcelUtils::Workbook->FullName();
+    host::Printf("\nSuccessfully read the data of %s.", workbookPath);
+    ErrLog().Write("%s - %d", "CAttBatch::ImportByAttHandle", 2);
+    ExcelUtils::Disconnect();
+    context.Summary("keys", static_cast<long long>(map.size()));
+
+    const bool dryRun = context.Has("dry-run");
+    if (dryRun || context.global.json) {
+        host::Document* current = host::DocumentManager::Instance().CurDocument();
+        std::vector<std::string> skipped;
+        AcadBlockRefArray rows = BuildImportList(map, options, current ? current->FileName() : "", skipped);
+        if (dryRun) {
+            for (const std::string& line : skipped) host::Printf("%s", line);
+        }
+        ReportChanges(context, ListImportChanges(rows), dryRun);
+        if (dryRun) {
+            context.SummaryBool("written", false);
+            return exitOk;
+        }
+    }
+    const std::string* linkPath = options.SaveExcelLink ? &workbookPath : nullptr;
+    ApplyImportMap(map, options, linkPath, true);
+    ErrLog().Write("%s - %d", "CAttBatch::ImportByAttHandle", 3);
+    context.SummaryBool("written", true);
+    return exitOk;
+}
+
+}  // namespace
+
+void ImplementImportCommands(CAttBatApp& app) {
+    app.Implement("VelmarInByHandle", {ImportOptionsList(), "", ImportByAttHandle});
+}
+
+}  // namespace attbat
