@@ -2,7 +2,6 @@
 
 #include "arxutils/ExcelUtils.h"
 #include "attbat/tables/CellAddress.h"
-#include "base/Text.h"
 
 namespace attbat {
 
@@ -60,8 +59,7 @@ void CImportByHandleDialog::SetCurrentDrawingOnly(bool on) {
 }
 
 void CImportByHandleDialog::OnOK() {
-    std::string column = base::Trim(m_options.StartColumn);
-    m_options.StartColumn = ColumnNumber(column) < 1 ? std::string("A") : column;
+    if (ColumnNumber(m_options.StartColumn) < 1) m_options.StartColumn = std::string("A");
     if (m_options.StartRow < 1) m_options.StartRow = 1;
     if (!m_options.CurrentDrawingOnly) m_options.IgnoreDrawingPath = 0;
     m_options.SaveSettings();

@@ -1,0 +1,191 @@
+// Import by handle: key lines into parts, the update list, the options and the dialog model.
+
+#include "attbat/import/ImportByHandle.h"
+
+#include <gtest/gtest.h>
+
+#include "attbat/frame/CRegistry.h"
+#include "attbat/import/CImportByHandleDialog.h"
+#include "attbat/model/PropertyTable.h"
+#include "../export/ExportTestSupport.h"
+#include "host/Locations.h"
+
+namespace attbat {
+namespace {
+
+const std::string kCurrent = "/work/floor.dxf";
+
+// A settings file of the test's own.
+class Settings : public ::testing::Test {
+protected:
+    testing::TempFolder temp;
+    void SetUp() override {
+        host::SetSettingsFilePath(temp / "settings.ini");
+        CRegistry::SetRoot(CRegistry::Root::CurrentUser, "Orvane");
+    }
+};
+class ImportSettings : public Settings {};
+class CImportByHandleDialogTest : public Settings {};
+
+ImportKey Parse(std::string_view key, ImportByHandleOptions options = {}, bool expected = true) {
+    ImportKey out;
+    std::string skip;
+    EXPECT_EQ(ParseImportKey(key, options, kCurrent, out, skip), expected) << key;
+    return out;
+}
+
+TEST(ImportByHandle, AKeyWithPathAndLayoutGivesThePathUpToTheBar) {
+    ImportByHandleOptions options;
+    options.CurrentDrawingOnly = 0;
+    ImportKey key = Parse("/work/other.dxf|Model<2F_MARK>", options);
+    EXPECT_EQ(key.DrawingPath, "/work/other.dxf");
+    EXPECT_EQ(key.Handle, "2F");
+    EXPECT_EQ(key.TagOrProperty, "MARK");
+    EXPECT_FALSE(key.IsProperty);
+}
+
+TEST(ImportByHandle, AKeyInAnglesOrPlainHasNoPath) {
+    ImportKey angled = Parse("<2F_MARK>");
+    EXPECT_EQ(angled.DrawingPath, "");
+    EXPECT_EQ(angled.Handle, "2F");
+    EXPECT_EQ(angled.TagOrProperty, "MARK");
+    ImportKey plain = Parse("2F_MARK");
+    EXPECT_EQ(plain.DrawingPath, "");
+    EXPECT_EQ(plain.Handle, "2F");
+}
+
+TEST(ImportByHandle, AColonBeforeTheUnderscoreMakesAProperty) {
+    ImportKey property = Parse("2F:Layer_x");
+    EXPECT_TRUE(property.IsProperty);
+    EXPECT_EQ(property.Handle, "2F");
+    EXPECT_EQ(property.TagOrProperty, "Layer_x");
+    ImportKey attribute = Parse("2F_A:B");
+    EXPECT_FALSE(attribute.IsProperty);
+    EXPECT_EQ(attribute.Handle, "2F");
+    EXPECT_EQ(attribute.TagOrProperty, "A:B");
+}
+
+TEST(ImportByHandle, IgnorePropertyPassesOverPropertyKeys) {
+    ImportByHandleOptions options;
+    options.IgnoreProperty = 1;
+    Parse("2F:Layer", options, false);
+    EXPECT_EQ(Parse("2F_A:B", options).TagOrProperty, "A:B");
+}
+
+TEST(ImportByHandle, KeysThatDoNotParseArePassedOverInSilence) {
+    ImportKey out;
+    std::string skip;
+    for (const char* key : {"", "_MARK", "2F_", "2F", ":Layer", "<>", "2F:"}) {
+        EXPECT_FALSE(ParseImportKey(key, {}, kCurrent, out, skip)) << key;
+        EXPECT_EQ(skip, "") << key;
+    }
+}
+
+TEST(ImportByHandle, AnotherDrawingsKeyIsSkippedWithTheMessageUnderCurrentDrawingOnly) {
+    ImportKey out;
+    std::string skip;
+    EXPECT_FALSE(ParseImportKey("/work/other.dxf<2F_MARK>", {}, kCurrent, out, skip));
+    EXPECT_EQ(skip, "\nThe path of the current drawing is '/work/floor.dxf'. Skip the attribute values of "
+                    "the drawing '/work/other.dxf'.");
+    // The current drawing's own path, in another case, is no other drawing.
+    EXPECT_TRUE(ParseImportKey("/WORK/Floor.DXF<2F_MARK>", {}, kCurrent, out, skip));
+}
+
+TEST(ImportByHandle, IgnoringDrawingPathsTakesEveryKeyAsOfTheCurrentDrawing) {
+    ImportByHandleOptions options;
+    options.IgnoreDrawingPath = 1;
+    ImportKey key = Parse("/work/other.dxf<2F_MARK>", options);
+    EXPECT_EQ(key.DrawingPath, "");
+    // Without CurrentDrawingOnly the path box has no effect.
+    options.CurrentDrawingOnly = 0;
+    EXPECT_EQ(Parse("/work/other.dxf<2F_MARK>", options).DrawingPath, "/work/other.dxf");
+}
+
+TEST(ImportByHandle, TheUpdateListHasOneRowPerDrawingAndHandleAndKeepsSkipLinesOnce) {
+    ImportMap map = {{"<2F_MARK>", "D01"},
+                     {"<2F_WIDTH>", "900"},
+                     {"<2f:Layer>", "DOORS"},
+                     {"<30_MARK>", ""},
+                     {"/a.dxf<31_MARK>", "x"},
+                     {"/a.dxf<32_MARK>", "y"},
+                     {"nonsense", "z"}};
+    std::vector<std::string> skipped;
+    AcadBlockRefArray rows = BuildImportList(map, {}, kCurrent, skipped);
+    ASSERT_EQ(rows.GetSize(), 2);
+    EXPECT_EQ(rows[0].handle, "2F");
+    ASSERT_EQ(rows[0].attributes.GetSize(), 3);
+    EXPECT_EQ(rows[0].attributes[0].tag, "MARK");
+    EXPECT_EQ(rows[0].attributes[0].value, "D01");
+    EXPECT_NE(rows[0].attributes[2].kind, 0);  // the layer, by its property bit
+    EXPECT_EQ(rows[1].handle, "30");
+    EXPECT_EQ(rows[1].attributes[0].value, "");
+    ASSERT_EQ(skipped.size(), 1u);
+}
+
+TEST_F(ImportSettings, TheOptionsLoadAndStoreUnderTheirValueNamesButCurrentDrawingOnly) {
+    CRegistry::SetInt("Velmar", "ImportWorksheetOpt", 1);
+    CRegistry::SetInt("Velmar", "ImportStartRow", 7);
+    CRegistry::SetString("Velmar", "ImportStartCol", "C");
+    CRegistry::SetInt("Velmar", "IgnoreProp", 1);
+    CRegistry::SetInt("Velmar", "IgnoreDrawingPath", 1);
+    CRegistry::SetInt("Velmar", "SaveExcelLink", 1);
+    ImportByHandleOptions options;
+    options.CurrentDrawingOnly = 0;
+    options.LoadSettings();
+    EXPECT_EQ(options.WorksheetOption, 1);
+    EXPECT_EQ(options.StartRow, 7);
+    EXPECT_EQ(options.StartColumn, "C");
+    EXPECT_EQ(options.IgnoreProperty, 1);
+    EXPECT_EQ(options.IgnoreDrawingPath, 1);
+    EXPECT_EQ(options.SaveExcelLink, 1);
+    EXPECT_EQ(options.CurrentDrawingOnly, 0);
+    options = ImportByHandleOptions{};
+    options.SaveSettings();
+    EXPECT_EQ(CRegistry::GetInt("Velmar", "ImportWorksheetOpt", -1), 0);
+    EXPECT_EQ(CRegistry::GetInt("Velmar", "ImportStartRow", -1), 1);
+    EXPECT_EQ(CRegistry::GetString("Velmar", "ImportStartCol", ""), "A");
+    EXPECT_EQ(CRegistry::GetInt("Velmar", "SaveExcelLink", -1), 0);
+}
+
+TEST_F(CImportByHandleDialogTest, EachDialogStartsWithCurrentDrawingOnlySet) {
+    CImportByHandleDialog dialog;
+    dialog.m_options.CurrentDrawingOnly = 0;
+    dialog.OnInitDialog();
+    EXPECT_EQ(dialog.m_options.CurrentDrawingOnly, 1);
+    EXPECT_TRUE(dialog.IgnoreDrawingPathEnabled());
+}
+
+TEST_F(CImportByHandleDialogTest, SwitchingCurrentDrawingOnlyOffClearsTheDrawingPathBox) {
+    CImportByHandleDialog dialog;
+    dialog.OnInitDialog();
+    dialog.m_options.IgnoreDrawingPath = 1;
+    dialog.SetCurrentDrawingOnly(false);
+    EXPECT_EQ(dialog.m_options.IgnoreDrawingPath, 0);
+    EXPECT_FALSE(dialog.IgnoreDrawingPathEnabled());
+}
+
+TEST_F(CImportByHandleDialogTest, OkMendsABadStartColumnAndRowAndStoresThem) {
+    CImportByHandleDialog dialog;
+    dialog.OnInitDialog();
+    dialog.m_options.StartColumn = "-2";
+    dialog.m_options.StartRow = 0;
+    dialog.OnOK();
+    EXPECT_EQ(dialog.m_options.StartColumn, "A");
+    EXPECT_EQ(dialog.m_options.StartRow, 1);
+    EXPECT_EQ(CRegistry::GetString("Velmar", "ImportStartCol", ""), "A");
+    dialog.m_options.StartColumn = "d";
+    dialog.m_options.StartRow = 4;
+    dialog.OnOK();
+    EXPECT_EQ(CRegistry::GetString("Velmar", "ImportStartCol", ""), "d");
+    EXPECT_EQ(CRegistry::GetInt("Velmar", "ImportStartRow", 0), 4);
+}
+
+TEST_F(CImportByHandleDialogTest, WithoutAConnectionTheWorkbookListIsEmpty) {
+    CImportByHandleDialog dialog;
+    dialog.OnInitDialog();
+    EXPECT_TRUE(dialog.m_workbooks.empty());
+    EXPECT_FALSE(dialog.ChooseWorkbook(0));
+}
+
+}  // namespace
+}  // namespace attbat
