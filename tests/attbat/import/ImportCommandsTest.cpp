@@ -1,0 +1,313 @@
+// `velmar import-by-handle` end to end: workbooks with key comments (made by the export command
+// or by hand), imported into copies of the sample drawing.
+
+#include "attbat/import/ImportCommands.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "../export/ExportTestSupport.h"
+#include "arxutils/ArxUtils.h"
+#include "attbat/export/ExportCommands.h"
+#include "attbat/frame/CAttBatApp.h"
+#include "attbat/frame/CommandLine.h"
+#include "attbat/links/ExcelLinkStore.h"
+#include "base/File.h"
+#include "base/Path.h"
+#include "cad/BlockReference.h"
+#include "cad/Text.h"
+#include "attbat/model/DrawingWriter.h"
+
+namespace attbat {
+namespace {
+
+using arxutils::ExcelUtils;
+using testing::TempFolder;
+namespace excel = arxutils::excel;
+
+const std::string kSample = std::string(VELMAR_SOURCE_DIR) + "/examples/floor.dxf";
+
+struct Cell {
+    const char* address;
+    std::string value;
+    std::string comment;
+};
+
+struct ImportFixture {
+    TempFolder temp;
+    std::string settings = temp / "settings.ini";
+    std::string drawing = Copy("floor.dxf");
+    std::string workbook = temp / "floor.xlsx";
+
+    ImportFixture() {
+        ImplementExportCommands(TheApp());
+        ImplementImportCommands(TheApp());
+    }
+    ~ImportFixture() {
+        host::DocumentManager::Instance().CloseAll();
+        host::CurrentPrinter().Capture(false);
+    }
+    // A copy of the sample under `name` in the test's folder.
+    std::string Copy(const std::string& name) {
+        std::string path = temp / name;
+        std::filesystem::copy_file(kSample, path);
+        return path;
+    }
+    int Run(std::vector<std::string> commandArgs, const std::string& current = {}) {
+        std::vector<std::string> args = {"--settings", settings, "--drawing", current.empty() ? drawing : current};
+        args.insert(args.end(), commandArgs.begin(), commandArgs.end());
+        host::CurrentPrinter().Capture(true);
+        host::CurrentPrinter().ClearCaptured();
+        int code = RunCommandLine(args, TheApp());
+        host::DocumentManager::Instance().CloseAll();
+        return code;
+    }
+    int Import(std::vector<std::string> options = {}, const std::string& current = {}) {
+        std::vector<std::string> args = {"--workbook", workbook, "import-by-handle"};
+        args.insert(args.end(), options.begin(), options.end());
+        return Run(args, current);
+    }
+    std::string Printed() const { return host::CurrentPrinter().Captured(); }
+    // A workbook of one sheet (or more) with these cells and comments.
+    void MakeWorkbook(std::initializer_list<Cell> cells, std::initializer_list<Cell> secondSheet = {}) {
+        excel::FileBackendOptions options;
+        options.output = workbook;
+        testing::BackendScope scope(options);
+        ASSERT_TRUE(ExcelUtils::StartExcel(false));
+        ASSERT_TRUE(ExcelUtils::AddWorkbook());
+        auto sheets = ExcelUtils::Workbook->GetWorksheets();
+        if (secondSheet.size() && sheets->Count() < 2) sheets->Add();
+        auto fill = [&](excel::Worksheet& sheet, std::initializer_list<Cell> list) {
+            for (const Cell& cell : list) {
+                sheet.GetRange(cell.address)->SetValue(excel::Variant::String(cell.value));
+                if (!cell.comment.empty()) sheet.GetRange(cell.address)->AddComment(cell.comment);
+            }
+        };
+        fill(*sheets->Item(1), cells);
+        if (secondSheet.size()) fill(*sheets->Item(2), secondSheet);
+        sheets->Item(1)->Activate();
+        base::Status saved = scope.Save();
+        ASSERT_TRUE(saved) << saved.Message();
+    }
+};
+
+std::string Bytes(const std::string& path) {
+    auto bytes = base::ReadFile(path);
+    return bytes ? *bytes : std::string();
+}
+
+// The text of attribute `tag` on the reference `handle` of the drawing file.
+std::string AttText(const std::string& path, const std::string& handle, const std::string& tag) {
+    auto db = cad::Database::Open(path);
+    if (!db) return "(unreadable)";
+    cad::Object object = arxutils::HandleToId(**db, handle);
+    if (!object) return "(no reference)";
+    cad::BlockReference ref(object.GetDatabase(), object.Index());
+    cad::Attribute att = ref.FindAttribute(tag);
+    return att ? att.TextString() : std::string("(no attribute)");
+}
+
+// The sample with these attribute texts set as the writer sets them: the bytes an import of
+// exactly these values must give.
+std::string Expected(const std::string& path, std::initializer_list<std::pair<const char*, const char*>> marks) {
+    auto db = cad::Database::Open(path);
+    EXPECT_TRUE(db);
+    for (auto [handle, value] : marks) {
+        AcadBlockRef row;
+        row.handle = handle;
+        row.attributes.Add(AcadAttribute("MARK", value, 0));
+        EXPECT_TRUE(WriteTo(row, **db, -1, -1));
+    }
+    return (*db)->Write();
+}
+
+TEST(ImportCommands, ExportedSampleWithTwoCellsChangedUpdatesExactlyThoseAttributes) {
+    ImportFixture f;
+    ASSERT_EQ(f.Run({"--output", f.workbook, "export", "--block-wildcard", "DOOR"}), exitOk)
+        << host::CurrentPrinter().CapturedWarnings();
+    const std::string original = Bytes(f.drawing);
+    // Change the MARK cells of two doors.
+    std::vector<std::string> changed;
+    {
+        excel::FileBackendOptions options;
+        options.workbook = f.workbook;
+        testing::BackendScope scope(options);
+        ASSERT_TRUE(ExcelUtils::ConnectToExcel(false));
+        auto comments = ExcelUtils::Worksheet->GetComments();
+        for (int i = 1; i <= comments->Count() && changed.size() < 2; ++i) {
+            auto comment = comments->Item(i);
+            std::string text = comment->Text();
+            std::size_t lt = text.find('<'), mark = text.find("_MARK>");
+            if (lt == std::string::npos || mark == std::string::npos) continue;
+            changed.push_back(text.substr(lt + 1, mark - lt - 1));
+            comment->Parent()->SetValue(excel::Variant::String("NEW" + std::to_string(changed.size())));
+        }
+        ASSERT_EQ(changed.size(), 2u);
+        ASSERT_TRUE(scope.Save());
+    }
+    ASSERT_EQ(f.Import(), exitOk) << host::CurrentPrinter().CapturedWarnings();
+    EXPECT_NE(f.Printed().find("Successfully read the data of " + f.workbook + "."), std::string::npos) << f.Printed();
+    EXPECT_NE(f.Printed().find("Successfully update " + f.drawing + "."), std::string::npos) << f.Printed();
+    EXPECT_EQ(AttText(f.drawing, changed[0], "MARK"), "NEW1");
+    EXPECT_EQ(AttText(f.drawing, changed[1], "MARK"), "NEW2");
+    // Every object but the two attributes is as it was: the file is the sample with just these
+    // two texts set.
+    std::filesystem::copy_file(kSample, f.temp / "reference.dxf");
+    EXPECT_EQ(Bytes(f.drawing), Expected(f.temp / "reference.dxf", {{changed[0].c_str(), "NEW1"}, {changed[1].c_str(), "NEW2"}}));
+    EXPECT_EQ(Bytes(base::JoinPath(base::Folder(f.drawing), "floor.bak")), original);
+
+    // A second import changes nothing and leaves the file alone.
+    const std::string after = Bytes(f.drawing);
+    auto stamp = std::filesystem::last_write_time(f.drawing);
+    ASSERT_EQ(f.Import(), exitOk);
+    EXPECT_EQ(Bytes(f.drawing), after);
+    EXPECT_EQ(std::filesystem::last_write_time(f.drawing), stamp);
+}
+
+TEST(ImportCommands, DryRunListsEveryChangeWithOldAndNewValuesAndWritesNothing) {
+    ImportFixture f;
+    f.MakeWorkbook({{"A1", "X01", f.drawing + "<DE_MARK>"},
+                    {"A2", "1000", f.drawing + "<E5_WIDTH>"},
+                    {"A3", "D03", f.drawing + "<EC_MARK>"}});
+    const std::string original = Bytes(f.drawing);
+    ASSERT_EQ(f.Import({"--dry-run"}), exitOk) << host::CurrentPrinter().CapturedWarnings();
+    EXPECT_NE(f.Printed().find(f.drawing + " DE MARK: 'D01' -> 'X01'"), std::string::npos) << f.Printed();
+    // Values that are already there are no change.
+    EXPECT_EQ(f.Printed().find("E5 WIDTH"), std::string::npos) << f.Printed();
+    EXPECT_EQ(f.Printed().find("EC MARK"), std::string::npos) << f.Printed();
+    EXPECT_NE(f.Printed().find("1 change(s); nothing was written."), std::string::npos) << f.Printed();
+    EXPECT_EQ(Bytes(f.drawing), original);
+    EXPECT_FALSE(base::FileExists(f.temp / "floor.bak"));
+}
+
+TEST(ImportCommands, WithCurrentDrawingOnlyAndIgnoreDrawingPathASheetOfAnotherFileUpdatesTheCurrentOne) {
+    ImportFixture f;
+    f.MakeWorkbook({{"A1", "X01", "C:\\elsewhere\\floor.dwg<DE_MARK>"}});
+    ASSERT_EQ(f.Import({"--ignore-drawing-path", "on"}), exitOk) << host::CurrentPrinter().CapturedWarnings();
+    EXPECT_EQ(AttText(f.drawing, "DE", "MARK"), "X01");
+}
+
+TEST(ImportCommands, AnotherDrawingsValuesAreSkippedWithOneMessageUnderCurrentDrawingOnly) {
+    ImportFixture f;
+    f.MakeWorkbook({{"A1", "X01", "C:\\elsewhere\\floor.dwg<DE_MARK>"},
+                    {"A2", "X02", "C:\\elsewhere\\floor.dwg<E5_MARK>"}});
+    const std::string original = Bytes(f.drawing);
+    ASSERT_EQ(f.Import(), exitOk);
+    std::string line = "The path of the current drawing is '" + f.drawing +
+                       "'. Skip the attribute values of the drawing 'C:\\elsewhere\\floor.dwg'.";
+    std::size_t first = f.Printed().find(line);
+    EXPECT_NE(first, std::string::npos) << f.Printed();
+    EXPECT_EQ(f.Printed().find(line, first + 1), std::string::npos);
+    EXPECT_EQ(Bytes(f.drawing), original);
+}
+
+TEST(ImportCommands, WithCurrentDrawingOnlyOffKeysNamingSeveralDrawingsUpdateEachSavedOnceWithABackup) {
+    ImportFixture f;
+    std::string b = f.Copy("b.dxf"), c = f.Copy("c.dxf");
+    f.MakeWorkbook({{"A1", "A01", f.drawing + "<DE_MARK>"},
+                    {"A2", "B01", b + "<DE_MARK>"},
+                    {"A3", "B02", b + "<E5_MARK>"},
+                    {"A4", "C01", c + "|Model<DE_MARK>"},
+                    {"A5", "C02", c + "<E5_MARK>"}});
+    ASSERT_EQ(f.Import({"--current-drawing-only", "off"}), exitOk) << host::CurrentPrinter().CapturedWarnings();
+    EXPECT_EQ(AttText(f.drawing, "DE", "MARK"), "A01");
+    EXPECT_EQ(AttText(b, "DE", "MARK"), "B01");
+    EXPECT_EQ(AttText(b, "E5", "MARK"), "B02");
+    EXPECT_EQ(AttText(c, "DE", "MARK"), "C01");
+    EXPECT_EQ(AttText(c, "E5", "MARK"), "C02");
+    // Saved once: the backup is the untouched sample, not a half-written state.
+    const std::string sample = Bytes(kSample);
+    EXPECT_EQ(Bytes(f.temp / "b.bak"), sample);
+    EXPECT_EQ(Bytes(f.temp / "c.bak"), sample);
+    EXPECT_EQ(Bytes(f.temp / "floor.bak"), sample);
+    EXPECT_NE(f.Printed().find("Successfully update " + b + "."), std::string::npos) << f.Printed();
+    EXPECT_NE(f.Printed().find("Successfully update " + c + "."), std::string::npos) << f.Printed();
+}
+
+TEST(ImportCommands, AMissingDrawingIsReportedAndTheOthersGoOn) {
+    ImportFixture f;
+    std::string b = f.Copy("b.dxf");
+    std::string missing = f.temp / "gone.dxf";
+    f.MakeWorkbook({{"A1", "G01", missing + "<DE_MARK>"}, {"A2", "B01", b + "<DE_MARK>"}});
+    ASSERT_EQ(f.Import({"--current-drawing-only", "off"}), exitOk);
+    EXPECT_NE(f.Printed().find("Cannot find " + missing + "."), std::string::npos) << f.Printed();
+    EXPECT_EQ(AttText(b, "DE", "MARK"), "B01");
+    EXPECT_FALSE(base::FileExists(missing));
+}
+
+TEST(ImportCommands, ACommentWithSeveralLinesGivesSeveralKeysWithTheOneCellValue) {
+    ImportFixture f;
+    f.MakeWorkbook({{"A1", "SAME", f.drawing + "<DE_MARK>\n" + f.drawing + "<E5_MARK>"}});
+    ASSERT_EQ(f.Import(), exitOk) << host::CurrentPrinter().CapturedWarnings();
+    EXPECT_EQ(AttText(f.drawing, "DE", "MARK"), "SAME");
+    EXPECT_EQ(AttText(f.drawing, "E5", "MARK"), "SAME");
+}
+
+TEST(ImportCommands, ACellEmptiedByTheUserWritesTheAttributeEmpty) {
+    ImportFixture f;
+    f.MakeWorkbook({{"A1", "", f.drawing + "<DE_MARK>"}});
+    ASSERT_EQ(f.Import(), exitOk) << host::CurrentPrinter().CapturedWarnings();
+    EXPECT_EQ(AttText(f.drawing, "DE", "MARK"), "");
+}
+
+TEST(ImportCommands, ASheetWithoutCommentsReadsNothingAndWritesNothingWithOnlyTheSuccessLines) {
+    ImportFixture f;
+    f.MakeWorkbook({{"A1", "plain", ""}});
+    const std::string original = Bytes(f.drawing);
+    ASSERT_EQ(f.Import(), exitOk);
+    EXPECT_EQ(Bytes(f.drawing), original);
+    EXPECT_FALSE(base::FileExists(f.temp / "floor.bak"));
+    EXPECT_EQ(f.Printed(), "Successfully read the data of " + f.workbook + ".\n")
+        << f.Printed();
+}
+
+TEST(ImportCommands, TheEntireWorkbookReadsEverySheetTheActiveOneOnlyItself) {
+    ImportFixture f;
+    f.MakeWorkbook({{"A1", "S1", f.drawing + "<DE_MARK>"}}, {{"A1", "S2", f.drawing + "<E5_MARK>"}});
+    ASSERT_EQ(f.Import(), exitOk);
+    EXPECT_EQ(AttText(f.drawing, "DE", "MARK"), "S1");
+    EXPECT_EQ(AttText(f.drawing, "E5", "MARK"), "D02");
+    ASSERT_EQ(f.Import({"--sheets", "all"}), exitOk);
+    EXPECT_EQ(AttText(f.drawing, "E5", "MARK"), "S2");
+}
+
+TEST(ImportCommands, PropertiesAreWrittenUnlessIgnored) {
+    ImportFixture f;
+    f.MakeWorkbook({{"A1", "0", f.drawing + "<DE:Layer>"}});
+    ASSERT_EQ(f.Import({"--ignore-property", "on"}), exitOk);
+    auto db = cad::Database::Open(f.drawing);
+    ASSERT_TRUE(db);
+    EXPECT_NE(arxutils::LayerNameOf(cad::Entity(arxutils::HandleToId(**db, "DE").GetDatabase(),
+                                                arxutils::HandleToId(**db, "DE").Index())), "0");
+    // The box is remembered: the next run starts with it ticked.
+    ASSERT_EQ(f.Import({"--ignore-property", "off"}), exitOk);
+    auto again = cad::Database::Open(f.drawing);
+    ASSERT_TRUE(again);
+    cad::Object ref = arxutils::HandleToId(**again, "DE");
+    EXPECT_EQ(arxutils::LayerNameOf(cad::Entity(ref.GetDatabase(), ref.Index())), "0")
+        << f.Printed() << host::CurrentPrinter().CapturedWarnings();
+}
+
+TEST(ImportCommands, SavingTheExcelLinkWritesItOnEveryUpdatedReference) {
+    ImportFixture f;
+    f.MakeWorkbook({{"A1", "X01", f.drawing + "<DE_MARK>"}, {"A2", "X02", f.drawing + "<E5_MARK>"}});
+    ASSERT_EQ(f.Import({"--save-link", "on"}), exitOk);
+    auto db = cad::Database::Open(f.drawing);
+    ASSERT_TRUE(db);
+    std::vector<cad::Object> refs;
+    ASSERT_TRUE(GetLinkedReferences(**db, refs, f.workbook));
+    EXPECT_EQ(refs.size(), 2u);
+}
+
+TEST(ImportCommands, BadOptionsAreUsageErrors) {
+    ImportFixture f;
+    f.MakeWorkbook({{"A1", "X01", f.drawing + "<DE_MARK>"}});
+    EXPECT_EQ(f.Import({"--sheets", "some"}), exitUsage);
+    EXPECT_EQ(f.Import({"--save-link", "maybe"}), exitUsage);
+    EXPECT_EQ(f.Import({"--current-drawing-only", "off", "--ignore-drawing-path", "on"}), exitUsage);
+    EXPECT_EQ(AttText(f.drawing, "DE", "MARK"), "D01");
+}
+
+}  // namespace
+}  // namespace attbat
