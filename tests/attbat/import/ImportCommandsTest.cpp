@@ -311,3 +311,37 @@ TEST(ImportCommands, BadOptionsAreUsageErrors) {
 
 }  // namespace
 }  // namespace attbat
+
+namespace attbat {
+namespace {
+
+TEST(ImportCommands, JsonGivesTheListOfChangesAndTheSummary) {
+    ImportFixture f;
+    f.MakeWorkbook({{"A1", "X\"1", f.drawing + "<DE_MARK>"}, {"A2", "D02", f.drawing + "<E5_MARK>"}});
+    ::testing::internal::CaptureStdout();
+    int code = f.Run({"--json", "--workbook", f.workbook, "import-by-handle", "--dry-run"});
+    std::string out = ::testing::internal::GetCapturedStdout();
+    ASSERT_EQ(code, exitOk);
+    EXPECT_NE(out.find("{\"changes\": [{\"drawing\": " + JsonQuote(f.drawing) +
+                       ", \"handle\": \"DE\", \"field\": \"MARK\", \"old\": \"D01\", \"new\": \"X\\\"1\"}]}"),
+              std::string::npos)
+        << out;
+    EXPECT_NE(out.find("\"changes\": 1"), std::string::npos) << out;
+    EXPECT_EQ(AttText(f.drawing, "DE", "MARK"), "D01");
+}
+
+TEST(ImportCommands, AnUnreadableDrawingGivesItsFailureLineAndStaysUntouched) {
+    ImportFixture f;
+    std::string b = f.Copy("b.dxf");
+    std::string broken = f.temp / "broken.dxf";
+    ASSERT_TRUE(base::WriteFileAtomic(broken, "0\nSECTION\n2\nENTITIES\n0\nINSERT\n5\n"));
+    const std::string brokenBytes = Bytes(broken);
+    f.MakeWorkbook({{"A1", "X01", broken + "<DE_MARK>"}, {"A2", "B01", b + "<DE_MARK>"}});
+    ASSERT_EQ(f.Import({"--current-drawing-only", "off"}), exitOk);
+    EXPECT_NE(f.Printed().find("Failed to open " + broken + ": "), std::string::npos) << f.Printed();
+    EXPECT_EQ(Bytes(broken), brokenBytes);
+    EXPECT_EQ(AttText(b, "DE", "MARK"), "B01");
+}
+
+}  // namespace
+}  // namespace attbat

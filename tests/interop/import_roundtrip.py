@@ -1,0 +1,115 @@
+#!/usr/bin/python3
+"""Export, edit with openpyxl, import by handle with velmar_import_tool; ezdxf and a record by
+record comparison of the DXF text check the result."""
+import os
+import re
+import shutil
+import subprocess
+import sys
+import tempfile
+from pathlib import Path
+
+import ezdxf
+import openpyxl
+
+BUILD = Path(os.environ["VELMAR_BUILD_DIR"])
+SOURCE = Path(os.environ["VELMAR_SOURCE_DIR"])
+TOOL = BUILD / "tests/attbat/import/velmar_import_tool"
+DRAWINGS = [SOURCE / "examples/floor.dxf",
+            SOURCE / "tests/corpus/dxf/arch-plan-attribs-ac1018.dxf",
+            SOURCE / "tests/corpus/dxf/ezdxf-192-inserts-576-attribs-ac1018.dxf"]
+# A plain attribute key: "<drawing><HANDLE_TAG>".
+KEY = re.compile(r"^(?P<drawing>.*)<(?P<handle>[0-9A-Fa-f]+)_(?P<tag>[^()]+)>$")
+failures = []
+
+
+def fail(text):
+    failures.append(text)
+    print("FAIL:", text)
+
+
+def velmar(workdir, drawing, *args):
+    command = [str(TOOL), "--settings", str(workdir / "settings.ini"), "--drawing", str(drawing), *args]
+    return subprocess.run(command, capture_output=True, text=True, timeout=300)
+
+
+def records(path):
+    """The DXF text cut into records at each group 0, keyed by handle (or position)."""
+    lines = Path(path).read_text(encoding="utf-8", errors="surrogateescape").splitlines()
+    result, current, handle, index = {}, [], None, 0
+    for i in range(0, len(lines) - 1, 2):
+        code, value = lines[i].strip(), lines[i + 1]
+        if code == "0" and current:
+            result[handle or f"#{index}"] = current
+            current, handle, index = [], None, index + 1
+        current.append((code, value))
+        if code in ("5", "105") and handle is None:
+            handle = value.strip().upper()
+    if current:
+        result[handle or f"#{index}"] = current
+    return result
+
+
+def attribs(doc):
+    values = {}
+    for insert in doc.modelspace().query("INSERT"):
+        for attrib in insert.attribs:
+            values[(insert.dxf.handle.upper(), attrib.dxf.tag)] = (attrib.dxf.handle.upper(), attrib.dxf.text)
+    return values
+
+
+def check(source):
+    with tempfile.TemporaryDirectory() as folder:
+        workdir = Path(folder)
+        drawing = workdir / source.name
+        shutil.copy(source, drawing)
+        workbook = workdir / "out.xlsx"
+        result = velmar(workdir, drawing, "--output", str(workbook), "export")
+        if result.returncode != 0 or not workbook.exists():
+            fail(f"{source.name}: export failed: {result.stderr}")
+            return
+        before = attribs(ezdxf.readfile(drawing))
+        book = openpyxl.load_workbook(workbook)
+        sheet = book.active
+        changed = {}
+        for row in sheet.iter_rows():
+            for cell in row:
+                if len(changed) == 2 or cell.comment is None:
+                    continue
+                match = KEY.match(cell.comment.text.strip())
+                if not match or (match["handle"].upper(), match["tag"]) not in before:
+                    continue
+                value = f"IMPORTED {len(changed) + 1}"
+                cell.value = value
+                changed[(match["handle"].upper(), match["tag"])] = value
+        if len(changed) < 2:
+            fail(f"{source.name}: fewer than two attribute cells to change")
+            return
+        book.save(workbook)
+        original = records(drawing)
+        result = velmar(workdir, drawing, "--workbook", str(workbook), "import-by-handle")
+        if result.returncode != 0:
+            fail(f"{source.name}: import failed: {result.stdout} {result.stderr}")
+            return
+        after = attribs(ezdxf.readfile(drawing))
+        for key, (handle, text) in before.items():
+            expected = changed.get(key, text)
+            if after.get(key, (None, None))[1] != expected:
+                fail(f"{source.name}: {key} holds {after.get(key)!r}, expected {expected!r}")
+        changed_records = {before[key][0] for key in changed}
+        now = records(drawing)
+        if set(now) != set(original):
+            fail(f"{source.name}: records added or removed")
+        for handle, record in original.items():
+            if handle not in changed_records and now.get(handle) != record:
+                fail(f"{source.name}: record {handle} changed")
+        bytes_after = drawing.read_bytes()
+        result = velmar(workdir, drawing, "--workbook", str(workbook), "import-by-handle")
+        if result.returncode != 0 or drawing.read_bytes() != bytes_after:
+            fail(f"{source.name}: a second import changed the drawing")
+        print(f"{source.name}: {len(changed)} values imported, {len(original)} records compared")
+
+
+for path in DRAWINGS:
+    check(path)
+sys.exit(1 if failures else 0)
