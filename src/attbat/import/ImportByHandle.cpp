@@ -9,6 +9,7 @@
 #include "base/Format.h"
 #include "base/Text.h"
 #include "cad/BlockReference.h"
+#include "cad/units/UnitSettings.h"
 #include "host/Document.h"
 #include "host/Printer.h"
 
@@ -25,19 +26,23 @@ std::string TrimAngles(std::string_view text) {
     return std::string(text.substr(first, text.find_last_not_of("<>") - first + 1));
 }
 
-// The text a property shows now, in the drawing's own units as an export writes it.
+// The text a property shows now, as an export writes it into its cell.
 std::string PropertyText(const cad::BlockReference& ref, int kind, cad::Database& db) {
     cad::Point3 p = ref.Position();
     cad::Point3 s = ref.ScaleFactors();
+    auto coordinate = [&](double value) {
+        // Decimal units show an exact zero as "0", as the export does.
+        return value == 0.0 && db.Units().lunits == 2 ? std::string("0") : arxutils::DistanceText(&db, value);
+    };
     switch (kind) {
-    case 1: return arxutils::DistanceText(&db, p.x);
-    case 2: return arxutils::DistanceText(&db, p.y);
-    case 4: return arxutils::DistanceText(&db, p.z);
-    case 8: return arxutils::DistanceText(&db, s.x);
-    case 16: return arxutils::DistanceText(&db, s.y);
-    case 32: return arxutils::DistanceText(&db, s.z);
-    case 64: return arxutils::AngleText(&db, ref.Rotation());
-    case 128: return arxutils::LayerNameOf(ref);
+    case kPosX: return coordinate(p.x);
+    case kPosY: return coordinate(p.y);
+    case kPosZ: return coordinate(p.z);
+    case kScaleX: return base::Sprintf("%G", s.x);
+    case kScaleY: return base::Sprintf("%G", s.y);
+    case kScaleZ: return base::Sprintf("%G", s.z);
+    case kRotation: return arxutils::AngleText(&db, ref.Rotation());
+    case kLayer: return arxutils::LayerNameOf(ref);
     default: return {};
     }
 }
@@ -54,6 +59,8 @@ void RowChanges(const AcadBlockRef& row, cad::Database& db, const std::string& d
             cad::Attribute att = ref.FindAttribute(value.tag);
             if (!att) continue;  // the writer passes over tags the reference lacks
             old = att.TextString();
+        } else if (value.kind == kLayer && !db.FindLayer(value.value)) {
+            continue;  // a layer the drawing lacks can't be set
         } else {
             old = PropertyText(ref, value.kind, db);
         }

@@ -73,6 +73,7 @@ struct ImportFixture {
     void MakeWorkbook(std::initializer_list<Cell> cells, std::initializer_list<Cell> secondSheet = {}) {
         excel::FileBackendOptions options;
         options.output = workbook;
+        options.force = true;
         testing::BackendScope scope(options);
         ASSERT_TRUE(ExcelUtils::StartExcel(false));
         ASSERT_TRUE(ExcelUtils::AddWorkbook());
@@ -341,6 +342,28 @@ TEST(ImportCommands, AnUnreadableDrawingGivesItsFailureLineAndStaysUntouched) {
     EXPECT_NE(f.Printed().find("Failed to open " + broken + ": "), std::string::npos) << f.Printed();
     EXPECT_EQ(Bytes(broken), brokenBytes);
     EXPECT_EQ(AttText(b, "DE", "MARK"), "B01");
+}
+
+}  // namespace
+}  // namespace attbat
+
+namespace attbat {
+namespace {
+
+TEST(ImportCommands, DryRunShowsPropertiesInTheExportsFormAndOnlyWhenTheyChange) {
+    ImportFixture f;
+    ASSERT_EQ(f.Run({"--output", f.workbook, "export", "--block-wildcard", "DOOR", "--position-x", "on",
+                     "--scale-x", "on", "--rotation", "on", "--layer", "on"}),
+              exitOk)
+        << host::CurrentPrinter().CapturedWarnings();
+    // Straight back: an untouched export is no change at all.
+    ASSERT_EQ(f.Import({"--dry-run"}), exitOk) << host::CurrentPrinter().CapturedWarnings();
+    EXPECT_NE(f.Printed().find("\n0 change(s); nothing was written."), std::string::npos) << f.Printed();
+    // A layer the drawing lacks is no change either; "0" is.
+    f.MakeWorkbook({{"A1", "NOSUCHLAYER", f.drawing + "<DE:Layer>"}, {"A2", "0", f.drawing + "<E5:Layer>"}});
+    ASSERT_EQ(f.Import({"--dry-run"}), exitOk);
+    EXPECT_NE(f.Printed().find(f.drawing + " E5 Layer: 'A-DOOR' -> '0'"), std::string::npos) << f.Printed();
+    EXPECT_NE(f.Printed().find("1 change(s); nothing was written."), std::string::npos) << f.Printed();
 }
 
 }  // namespace
