@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include "attbat/frame/CRegistry.h"
+#include "attbat/import/CImpExOptDialog.h"
 #include "attbat/import/CImportByHandleDialog.h"
 #include "attbat/model/PropertyTable.h"
 #include "../export/ExportTestSupport.h"
@@ -26,6 +27,7 @@ protected:
 };
 class ImportSettings : public Settings {};
 class CImportByHandleDialogTest : public Settings {};
+class CImpExOptDialogTest : public Settings {};
 
 ImportKey Parse(std::string_view key, ImportByHandleOptions options = {}, bool expected = true) {
     ImportKey out;
@@ -185,6 +187,36 @@ TEST_F(CImportByHandleDialogTest, WithoutAConnectionTheWorkbookListIsEmpty) {
     dialog.OnInitDialog();
     EXPECT_TRUE(dialog.m_workbooks.empty());
     EXPECT_FALSE(dialog.ChooseWorkbook(0));
+}
+
+TEST_F(CImpExOptDialogTest, AFirstRunShowsThePositionTextsUnderTheScaleFields) {
+    CImpExOptDialog dialog;
+    dialog.OnInitDialog();
+    EXPECT_EQ(dialog.m_posXHeader, "Position X");
+    EXPECT_EQ(dialog.m_posYHeader, "Position Y");
+    EXPECT_EQ(dialog.m_posZHeader, "Position Z");
+    EXPECT_EQ(dialog.m_layerHeader, "");
+    EXPECT_EQ(dialog.m_scaleXHeader, "Position X");
+    EXPECT_EQ(dialog.m_scaleYHeader, "Position Y");
+    EXPECT_EQ(dialog.m_scaleZHeader, "Position Z");
+}
+
+TEST_F(CImpExOptDialogTest, ScaleFieldsDefaultToTheLoadedPositionTextsAndOkStoresAllSeven) {
+    CRegistry::SetString("Velmar", "PosXHeader", "X");
+    CRegistry::SetString("Velmar", "ScaleYHeader", "SY");
+    CImpExOptDialog dialog;
+    dialog.OnInitDialog();
+    EXPECT_EQ(dialog.m_scaleXHeader, "X");
+    EXPECT_EQ(dialog.m_scaleYHeader, "SY");
+    EXPECT_EQ(dialog.m_scaleZHeader, "Position Z");
+    dialog.m_layerHeader = "Layer";
+    dialog.OnOK();
+    for (const char* name : {"PosXHeader", "PosYHeader", "PosZHeader", "LayerHeader", "ScaleXHeader",
+                             "ScaleYHeader", "ScaleZHeader"}) {
+        EXPECT_NE(CRegistry::GetString("Velmar", name, "(none)"), "(none)") << name;
+    }
+    EXPECT_EQ(CRegistry::GetString("Velmar", "ScaleXHeader", ""), "X");
+    EXPECT_EQ(CRegistry::GetString("Velmar", "LayerHeader", ""), "Layer");
 }
 
 }  // namespace

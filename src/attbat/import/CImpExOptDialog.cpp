@@ -1,0 +1,33 @@
+#include "attbat/import/CImpExOptDialog.h"
+
+#include "attbat/frame/CRegistry.h"
+
+namespace attbat {
+
+namespace {
+
+constexpr std::string_view kSection = "Velmar";
+
+}  // namespace
+
+void CImpExOptDialog::OnInitDialog() {
+    m_posXHeader = CRegistry::GetString(kSection, "PosXHeader", "Position X");
+    m_posYHeader = CRegistry::GetString(kSection, "PosYHeader", "Position Y");
+    m_posZHeader = CRegistry::GetString(kSection, "PosZHeader", "Position Z");
+    m_layerHeader = CRegistry::GetString(kSection, "LayerHeader", "");
+    m_scaleXHeader = CRegistry::GetString(kSection, "ScaleXHeader", m_posXHeader);
+    m_scaleYHeader = CRegistry::GetString(kSection, "ScaleYHeader", m_posYHeader);
+    m_scaleZHeader = CRegistry::GetString(kSection, "ScaleZHeader", m_posZHeader);
+}
+
+void CImpExOptDialog::OnOK() const {
+    CRegistry::SetString(kSection, "PosXHeader", m_posXHeader);
+    CRegistry::SetString(kSection, "PosYHeader", m_posYHeader);
+    CRegistry::SetString(kSection, "PosZHeader", m_posZHeader);
+    CRegistry::SetString(kSection, "LayerHeader", m_layerHeader);
+    CRegistry::SetString(kSection, "ScaleXHeader", m_scaleXHeader);
+    CRegistry::SetString(kSection, "ScaleYHeader", m_scaleYHeader);
+    CRegistry::SetString(kSection, "ScaleZHeader", m_scaleZHeader);
+}
+
+}  // namespace attbat
