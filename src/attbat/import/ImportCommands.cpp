@@ -73,11 +73,12 @@ bool SetControls(CImportByHandleDialog& dialog, const CommandContext& context) {
         !ReadSwitch(context, "save-link", o.SaveExcelLink)) {
         return false;
     }
-    dialog.SetCurrentDrawingOnly(currentOnly != 0);
-    if (context.Has("ignore-drawing-path") && !currentOnly && context.Get("ignore-drawing-path") != "off") {
+    // The path box is disabled while the drawing box is off, so it can't be ticked then.
+    if (context.Has("ignore-drawing-path") && o.IgnoreDrawingPath && !currentOnly) {
         host::CurrentPrinter().Warn("velmar import-by-handle: --ignore-drawing-path needs --current-drawing-only on.");
         return false;
     }
+    dialog.SetCurrentDrawingOnly(currentOnly != 0);
     if (context.Has("choose-workbook")) {
         std::string wanted = context.Get("choose-workbook");
         int found = -1;
