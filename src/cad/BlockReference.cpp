@@ -48,22 +48,8 @@ Attribute BlockReference::FindAttribute(std::string_view tag) const {
 Attribute BlockReference::AppendAttribute(std::string_view tag, std::string_view value, Point3 position,
                                           double height, int flags) {
     if (!db_) return Attribute();
-    Database& db = *db_;
-    std::uint32_t last = index_;
-    std::uint32_t seqend = Database::kNone;
-    for (std::uint32_t k = db.records_[index_].next; k != Database::kNone && db.records_[k].parent == index_;
-         k = db.records_[k].next) {
-        if (db.TypeIs(k, "SEQEND")) seqend = k;
-        else last = k;
-    }
-    bool r13 = db.Release() >= 1012;
-    TagList tags = {{0, "ATTRIB"}, {5, HandleText(db.NextHandle())}};
-    if (r13) {
-        tags.push_back({330, HandleString()});
-        tags.push_back({100, "AcDbEntity"});
-    }
-    if (IsInPaperSpace()) tags.push_back({67, "1"});
-    tags.push_back({8, LayerName()});
+    const bool r13 = db_->Release() >= 1012;
+    TagList tags = SequenceEntityHead("ATTRIB");
     if (r13) tags.push_back({100, "AcDbText"});
     tags.push_back(RealTag(10, position.x));
     tags.push_back(RealTag(20, position.y));
@@ -73,17 +59,7 @@ Attribute BlockReference::AppendAttribute(std::string_view tag, std::string_view
     if (r13) tags.push_back({100, "AcDbAttribute"});
     tags.push_back({2, std::string(tag)});
     tags.push_back(IntTag(70, flags));
-    std::uint32_t rec = db.NewRecord(tags, last, db.records_[index_].section, index_);
-    if (seqend == Database::kNone) {
-        TagList end = {{0, "SEQEND"}, {5, HandleText(db.NextHandle())}};
-        if (r13) {
-            end.push_back({330, HandleString()});
-            end.push_back({100, "AcDbEntity"});
-        }
-        if (IsInPaperSpace()) end.push_back({67, "1"});
-        end.push_back({8, LayerName()});
-        db.NewRecord(end, rec, db.records_[index_].section, index_);
-    }
+    const std::uint32_t rec = AppendToSequence(tags);
     if (GetInt(66, 0) != 1) {
         // The flag stands right after the subclass marker, before the block name.
         std::size_t at = Find(2);

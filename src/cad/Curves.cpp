@@ -83,21 +83,8 @@ void Polyline::SetClosed(bool closed) {
 
 Vertex Polyline::AppendVertex(Point3 p, double bulge) {
     if (!db_) return Vertex();
-    Database& db = *db_;
-    std::uint32_t last = index_;
-    std::uint32_t seqend = Database::kNone;
-    for (std::uint32_t k = db.records_[index_].next; k != Database::kNone && db.records_[k].parent == index_;
-         k = db.records_[k].next) {
-        if (db.TypeIs(k, "SEQEND")) seqend = k;
-        else last = k;
-    }
-    bool r13 = db.Release() >= 1012;
-    TagList tags = {{0, "VERTEX"}, {5, HandleText(db.NextHandle())}};
-    if (r13) {
-        tags.push_back({330, HandleString()});
-        tags.push_back({100, "AcDbEntity"});
-    }
-    tags.push_back({8, LayerName()});
+    const bool r13 = db_->Release() >= 1012;
+    TagList tags = SequenceEntityHead("VERTEX");
     if (r13) {
         tags.push_back({100, "AcDbVertex"});
         tags.push_back({100, (GetInt(70, 0) & 8) ? "AcDb3dPolylineVertex" : "AcDb2dVertex"});
@@ -107,16 +94,7 @@ Vertex Polyline::AppendVertex(Point3 p, double bulge) {
     tags.push_back(RealTag(30, p.z));
     if (bulge != 0) tags.push_back(RealTag(42, bulge));
     if (GetInt(70, 0) & 8) tags.push_back({70, "32"});
-    std::uint32_t rec = db.NewRecord(tags, last, db.records_[index_].section, index_);
-    if (seqend == Database::kNone) {
-        TagList end = {{0, "SEQEND"}, {5, HandleText(db.NextHandle())}};
-        if (r13) {
-            end.push_back({330, HandleString()});
-            end.push_back({100, "AcDbEntity"});
-        }
-        end.push_back({8, LayerName()});
-        db.NewRecord(end, rec, db.records_[index_].section, index_);
-    }
+    const std::uint32_t rec = AppendToSequence(tags);
     SetInt(66, 1);
     return Vertex(db_, rec);
 }

@@ -67,4 +67,31 @@ void Entity::SetPoint(int code, Point3 p, std::string_view subclass) {
     else if (p.z != 0) InsertTag(Find(code + 10) + 1, RealTag(code + 20, p.z));
 }
 
+TagList Entity::SequenceEntityHead(std::string_view type) {
+    Database& db = *db_;
+    TagList tags = {{0, std::string(type)}, {5, HandleText(db.NextHandle())}};
+    if (db.Release() >= 1012) {
+        tags.push_back({330, HandleString()});
+        tags.push_back({100, "AcDbEntity"});
+    }
+    if (IsInPaperSpace()) tags.push_back({67, "1"});
+    tags.push_back({8, LayerName()});
+    return tags;
+}
+
+std::uint32_t Entity::AppendToSequence(const TagList& tags) {
+    Database& db = *db_;
+    std::uint32_t last = index_;
+    std::uint32_t seqend = Database::kNone;
+    for (std::uint32_t k = db.records_[index_].next;
+         k != Database::kNone && db.records_[k].parent == index_; k = db.records_[k].next) {
+        if (db.TypeIs(k, "SEQEND")) seqend = k;
+        else last = k;
+    }
+    const SectionKind section = db.records_[index_].section;
+    const std::uint32_t rec = db.NewRecord(tags, last, section, index_);
+    if (seqend == Database::kNone) db.NewRecord(SequenceEntityHead("SEQEND"), rec, section, index_);
+    return rec;
+}
+
 }  // namespace cad

@@ -42,6 +42,12 @@ protected:
     Point3 GetPoint(int code, Point3 fallback = {}) const;
     // Sets a point; a 2D point (no z in the file) gets its z only when it is not 0.
     void SetPoint(int code, Point3 p, std::string_view subclass = {});
+    // The common head of a new entity of `type` owned by this one (an ATTRIB of a reference, a
+    // VERTEX of a polyline): type, new handle, owner, subclass, paper space flag and layer.
+    TagList SequenceEntityHead(std::string_view type);
+    // Appends `tags` (begun by SequenceEntityHead) after the last entity of this entity's
+    // sequence, adding the closing SEQEND when there is none yet; returns the new record.
+    std::uint32_t AppendToSequence(const TagList& tags);
 };
 
 }  // namespace cad

@@ -67,18 +67,6 @@ std::uint32_t Intern(pugi::xml_node list, const pugi::xml_node& item, std::strin
     return static_cast<std::uint32_t>(items.size());
 }
 
-// Ensures the element of `local` below `parent`, in `order` among its siblings.
-pugi::xml_node Ensure(pugi::xml_node parent, std::string_view local,
-                      const std::vector<std::string_view>& order) {
-    if (pugi::xml_node n = Child(parent, local)) return n;
-    std::string name = QualifiedLike(parent, local);
-    auto mine = std::find(order.begin(), order.end(), local);
-    for (pugi::xml_node c = parent.first_child(); c; c = c.next_sibling()) {
-        auto theirs = std::find(order.begin(), order.end(), LocalName(c));
-        if (theirs != order.end() && theirs > mine) return parent.insert_child_before(name.c_str(), c);
-    }
-    return parent.append_child(name.c_str());
-}
 
 const std::vector<std::string_view> kFontOrder = {"b", "i", "strike", "condense", "extend", "outline", "shadow", "u", "vertAlign", "sz", "color", "name", "family", "charset", "scheme"};
 const std::vector<std::string_view> kXfOrder = {"alignment", "protection", "extLst"};
@@ -173,7 +161,7 @@ std::string Styles::DefaultFontName() const { return Format(0).fontName; }
 
 std::uint32_t Styles::Derive(std::uint32_t xfIndex, const StyleChange& change) {
     pugi::xml_node root = doc_->document_element();
-    pugi::xml_node cellXfs = Ensure(root, "cellXfs", kSheetOrder);
+    pugi::xml_node cellXfs = EnsureChild(root, "cellXfs", kSheetOrder);
     std::vector<pugi::xml_node> xfs = Items(cellXfs, "xf");
     pugi::xml_document scratch;
     pugi::xml_node xf = xfIndex < xfs.size() ? scratch.append_copy(xfs[xfIndex])
@@ -184,7 +172,7 @@ std::uint32_t Styles::Derive(std::uint32_t xfIndex, const StyleChange& change) {
         a.set_value(v.c_str());
     };
     if (change.bold || change.italic) {
-        pugi::xml_node fonts = Ensure(root, "fonts", kSheetOrder);
+        pugi::xml_node fonts = EnsureChild(root, "fonts", kSheetOrder);
         std::vector<pugi::xml_node> list = Items(fonts, "font");
         pugi::xml_document fs;
         std::uint32_t fontId = xf.attribute("fontId").as_uint();
@@ -193,7 +181,7 @@ std::uint32_t Styles::Derive(std::uint32_t xfIndex, const StyleChange& change) {
         auto flag = [&](std::string_view local, bool on) {
             pugi::xml_node n = Child(font, local);
             if (n) font.remove_child(n);
-            if (on) Ensure(font, local, kFontOrder);
+            if (on) EnsureChild(font, local, kFontOrder);
         };
         if (change.bold) flag("b", *change.bold);
         if (change.italic) flag("i", *change.italic);
@@ -201,7 +189,7 @@ std::uint32_t Styles::Derive(std::uint32_t xfIndex, const StyleChange& change) {
         setAttr(xf, "applyFont", "1");
     }
     if (change.interiorColorIndex) {
-        pugi::xml_node fills = Ensure(root, "fills", kSheetOrder);
+        pugi::xml_node fills = EnsureChild(root, "fills", kSheetOrder);
         pugi::xml_document fs;
         pugi::xml_node fill = fs.append_child(QualifiedLike(fills, "fill").c_str());
         pugi::xml_node pf = fill.append_child(QualifiedLike(fills, "patternFill").c_str());
@@ -219,7 +207,7 @@ std::uint32_t Styles::Derive(std::uint32_t xfIndex, const StyleChange& change) {
         setAttr(xf, "applyFill", "1");
     }
     if (change.border) {
-        pugi::xml_node borders = Ensure(root, "borders", kSheetOrder);
+        pugi::xml_node borders = EnsureChild(root, "borders", kSheetOrder);
         std::vector<pugi::xml_node> list = Items(borders, "border");
         pugi::xml_document bs;
         std::uint32_t borderId = xf.attribute("borderId").as_uint();
@@ -227,7 +215,7 @@ std::uint32_t Styles::Derive(std::uint32_t xfIndex, const StyleChange& change) {
                                                        : bs.append_child(QualifiedLike(borders, "border").c_str());
         auto [edge, line] = *change.border;
         const char* edgeName = kEdges[static_cast<int>(edge)];
-        pugi::xml_node e = Ensure(border, edgeName, kBorderOrder);
+        pugi::xml_node e = EnsureChild(border, edgeName, kBorderOrder);
         e.remove_children();
         e.remove_attribute("style");
         if (!line.style.empty()) {
@@ -242,7 +230,7 @@ std::uint32_t Styles::Derive(std::uint32_t xfIndex, const StyleChange& change) {
         setAttr(xf, "applyBorder", "1");
     }
     if (change.wrap || change.horizontal || change.vertical) {
-        pugi::xml_node al = Ensure(xf, "alignment", kXfOrder);
+        pugi::xml_node al = EnsureChild(xf, "alignment", kXfOrder);
         if (change.wrap) {
             al.remove_attribute("wrapText");
             if (*change.wrap) al.append_attribute("wrapText") = 1;
@@ -263,7 +251,7 @@ std::uint32_t Styles::Derive(std::uint32_t xfIndex, const StyleChange& change) {
         int id = -1;
         for (int i = 0; i < 50 && id < 0; ++i)
             if (!BuiltinFormatCode(i).empty() && BuiltinFormatCode(i) == *change.numberFormat) id = i;
-        pugi::xml_node numFmts = Ensure(root, "numFmts", kSheetOrder);
+        pugi::xml_node numFmts = EnsureChild(root, "numFmts", kSheetOrder);
         int maxId = 163;
         for (pugi::xml_node nf : Items(numFmts, "numFmt")) {
             if (id < 0 && *change.numberFormat == nf.attribute("formatCode").value()) id = nf.attribute("numFmtId").as_int();

@@ -33,14 +33,7 @@ const std::vector<std::string_view> kSheetOrder = {
     "controls", "webPublishItems", "tableParts", "extLst"};
 
 pugi::xml_node EnsureChild(pugi::xml_node parent, std::string_view local) {
-    if (pugi::xml_node n = Child(parent, local)) return n;
-    std::string name = QualifiedLike(parent, local);
-    auto mine = std::find(kSheetOrder.begin(), kSheetOrder.end(), local);
-    for (pugi::xml_node c = parent.first_child(); c; c = c.next_sibling()) {
-        auto theirs = std::find(kSheetOrder.begin(), kSheetOrder.end(), LocalName(c));
-        if (theirs != kSheetOrder.end() && theirs > mine) return parent.insert_child_before(name.c_str(), c);
-    }
-    return parent.append_child(name.c_str());
+    return xl::EnsureChild(parent, local, kSheetOrder);
 }
 
 std::string PrintNode(const pugi::xml_node& node) {

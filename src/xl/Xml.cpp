@@ -1,5 +1,6 @@
 #include "xl/Xml.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "base/Format.h"
@@ -154,6 +155,18 @@ std::string UnescapeOoxml(std::string_view text) {
         out += text[i++];
     }
     return out;
+}
+
+pugi::xml_node EnsureChild(pugi::xml_node parent, std::string_view local,
+                           const std::vector<std::string_view>& order) {
+    if (pugi::xml_node n = Child(parent, local)) return n;
+    const std::string name = QualifiedLike(parent, local);
+    const auto mine = std::find(order.begin(), order.end(), local);
+    for (pugi::xml_node c = parent.first_child(); c; c = c.next_sibling()) {
+        const auto theirs = std::find(order.begin(), order.end(), LocalName(c));
+        if (theirs != order.end() && theirs > mine) return parent.insert_child_before(name.c_str(), c);
+    }
+    return parent.append_child(name.c_str());
 }
 
 }  // namespace xl

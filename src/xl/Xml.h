@@ -5,6 +5,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include <pugixml.hpp>
 
@@ -26,6 +27,10 @@ std::string_view LocalName(const pugi::xml_node& node);
 pugi::xml_node Child(const pugi::xml_node& node, std::string_view localName);
 // The prefix of `node` plus `localName`, so that new elements join their parent's namespace.
 std::string QualifiedLike(const pugi::xml_node& node, std::string_view localName);
+// The child element `local` of `parent`, made when missing and placed before the first sibling
+// that comes after it in `order` (the schema's sequence), so the part stays valid.
+pugi::xml_node EnsureChild(pugi::xml_node parent, std::string_view local,
+                           const std::vector<std::string_view>& order);
 // An attribute by local name (`r:id` and `id` in another prefix alike); empty when absent.
 pugi::xml_attribute Attr(const pugi::xml_node& node, std::string_view localName);
 
