@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "arxutils/ExcelUtils.h"
+#include "arxutils/excel/AutomationError.h"
 #include "attbat/frame/CArxErrLog.h"
 #include "attbat/frame/CAttBatApp.h"
 #include "attbat/frame/CommandLine.h"
@@ -17,6 +18,7 @@
 #include "base/Text.h"
 #include "host/Document.h"
 #include "host/Printer.h"
+#include "host/Ui.h"
 
 namespace attbat {
 
@@ -130,7 +132,7 @@ void ReportChanges(CommandContext& context, const std::vector<ImportChange>& cha
     context.Summary("changes", static_cast<long long>(changes.size()));
 }
 
-int ImportByAttHandle(CommandContext& context) {
+int RunImport(CommandContext& context) {
     ErrLog().Write("%s - Start.", "CAttBatch::ImportByAttHandle");
     if (!ExcelUtils::ConnectToExcel(true, {}, 1, 0) || !ExcelUtils::Workbook) {
         if (!ExcelUtils::ChooseFromRunningObjects(ExcelUtils::LastError) || !ExcelUtils::Workbook) {
@@ -175,6 +177,21 @@ int ImportByAttHandle(CommandContext& context) {
     ErrLog().Write("%s - %d", "CAttBatch::ImportByAttHandle", 3);
     context.SummaryBool("written", true);
     return exitOk;
+}
+
+// The command: a failure of the spreadsheet shows its description, anything else the system's
+// catch-all box, and the connection is let go either way.
+int ImportByAttHandle(CommandContext& context) {
+    try {
+        return RunImport(context);
+    } catch (const arxutils::excel::AutomationError& e) {
+        host::ShowMessage(e.Description(), "Velmar");
+    } catch (...) {
+        host::ShowMessage("Unknown Error: 187.", "Velmar");
+    }
+    ExcelUtils::Disconnect();
+    context.Summary("error", "the import failed");
+    return exitFailed;
 }
 
 }  // namespace
