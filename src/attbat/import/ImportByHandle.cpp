@@ -177,11 +177,12 @@ std::vector<ImportChange> ListImportChanges(const AcadBlockRefArray& rows) {
     return changes;
 }
 
-AcadBlockRefArray ApplyImportMap(const ImportMap& map, const ImportByHandleOptions& options,
+AcadBlockRefArray ApplyImportMap(ImportMap map, const ImportByHandleOptions& options,
                                  const std::string* linkPath, bool printSkipped) {
     host::Document* current = host::DocumentManager::Instance().CurDocument();
     std::vector<std::string> skipped;
     AcadBlockRefArray rows = BuildImportList(map, options, current ? current->FileName() : "", skipped);
+    ImportMap().swap(map);
     if (printSkipped) {
         for (const std::string& line : skipped) host::Printf("%s", line);
     }

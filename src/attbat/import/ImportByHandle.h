@@ -59,8 +59,9 @@ AcadBlockRefArray BuildImportList(const ImportMap& map, const ImportByHandleOpti
 std::vector<ImportChange> ListImportChanges(const AcadBlockRefArray& rows);
 // Turns the map into updates and writes them (the writer prints its lines); `linkPath`, when
 // not null, is stored as the workbook link on every reference written. With `printSkipped`
-// the kept skip lines are printed before the writing. Returns the update list it wrote.
-AcadBlockRefArray ApplyImportMap(const ImportMap& map, const ImportByHandleOptions& options,
+// the kept skip lines are printed before the writing. The map is taken, and freed before the
+// drawings are read, to keep the peak of a large import down. Returns the update list written.
+AcadBlockRefArray ApplyImportMap(ImportMap map, const ImportByHandleOptions& options,
                                  const std::string* linkPath, bool printSkipped);
 
 }  // namespace attbat

@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <optional>
+#include <utility>
 
 #include "arxutils/ExcelUtils.h"
 #include "arxutils/excel/AutomationError.h"
@@ -173,7 +174,7 @@ int RunImport(CommandContext& context) {
         }
     }
     const std::string* linkPath = options.SaveExcelLink ? &workbookPath : nullptr;
-    ApplyImportMap(map, options, linkPath, true);
+    ApplyImportMap(std::move(map), options, linkPath, true);
     ErrLog().Write("%s - %d", "CAttBatch::ImportByAttHandle", 3);
     context.SummaryBool("written", true);
     return exitOk;
