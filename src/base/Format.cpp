@@ -34,7 +34,7 @@ double FormatArg::Real() const {
 
 namespace {
 
-struct Spec {
+struct Directive {
     bool leftAlign = false;
     std::string flags;
     int width = 0;
@@ -57,28 +57,28 @@ private:
 };
 
 // Pads `body` to the width, in code points.
-void AppendPadded(std::string& out, const std::string& body, const Spec& spec) {
+void AppendPadded(std::string& out, const std::string& body, const Directive& directive) {
     const std::size_t length = Length(body);
-    const std::size_t pad = spec.width > 0 && static_cast<std::size_t>(spec.width) > length
-                                ? static_cast<std::size_t>(spec.width) - length
+    const std::size_t pad = directive.width > 0 && static_cast<std::size_t>(directive.width) > length
+                                ? static_cast<std::size_t>(directive.width) - length
                                 : 0;
-    if (!spec.leftAlign) out.append(pad, ' ');
+    if (!directive.leftAlign) out.append(pad, ' ');
     out += body;
-    if (spec.leftAlign) out.append(pad, ' ');
+    if (directive.leftAlign) out.append(pad, ' ');
 }
 
 // Numbers go through the C runtime with the same flags, width and precision.
-std::string FormatNumber(const Spec& spec, const FormatArg* arg) {
-    std::string cspec = "%" + spec.flags;
-    if (spec.leftAlign) cspec += '-';
-    if (spec.width > 0) cspec += std::to_string(spec.width);
-    if (spec.precision >= 0) cspec += "." + std::to_string(spec.precision);
+std::string FormatNumber(const Directive& directive, const FormatArg* arg) {
+    std::string cFormat = "%" + directive.flags;
+    if (directive.leftAlign) cFormat += '-';
+    if (directive.width > 0) cFormat += std::to_string(directive.width);
+    if (directive.precision >= 0) cFormat += "." + std::to_string(directive.precision);
     char buffer[512];
-    switch (spec.conversion) {
+    switch (directive.conversion) {
         case 'd':
         case 'i': {
-            cspec += "lld";
-            std::snprintf(buffer, sizeof buffer, cspec.c_str(),
+            cFormat += "lld";
+            std::snprintf(buffer, sizeof buffer, cFormat.c_str(),
                           static_cast<long long>(arg ? arg->Integer() : 0));
             break;
         }
@@ -86,21 +86,21 @@ std::string FormatNumber(const Spec& spec, const FormatArg* arg) {
         case 'o':
         case 'x':
         case 'X': {
-            cspec += "ll";
-            cspec += spec.conversion;
+            cFormat += "ll";
+            cFormat += directive.conversion;
             auto value = static_cast<unsigned long long>(arg ? arg->Integer() : 0);
             // A negative int shown in hexadecimal is its 32-bit pattern, as the C runtime gives it.
             if (arg && arg->GetKind() == FormatArg::Kind::Integer && arg->Integer() < 0 &&
                 arg->Integer() >= INT32_MIN) {
                 value &= 0xFFFFFFFFull;
             }
-            std::snprintf(buffer, sizeof buffer, cspec.c_str(), value);
+            std::snprintf(buffer, sizeof buffer, cFormat.c_str(), value);
             break;
         }
         default: {
-            cspec += spec.conversion;
-            if (spec.precision > 100) return {};
-            std::snprintf(buffer, sizeof buffer, cspec.c_str(), arg ? arg->Real() : 0.0);
+            cFormat += directive.conversion;
+            if (directive.precision > 100) return {};
+            std::snprintf(buffer, sizeof buffer, cFormat.c_str(), arg ? arg->Real() : 0.0);
             break;
         }
     }
@@ -124,34 +124,34 @@ std::string VSprintf(std::string_view format, std::initializer_list<FormatArg> a
             out += '%';
             break;
         }
-        Spec spec;
+        Directive directive;
         for (; i < format.size(); ++i) {
             const char f = format[i];
             if (f == '-') {
-                spec.leftAlign = true;
+                directive.leftAlign = true;
             } else if (f == '+' || f == ' ' || f == '0' || f == '#') {
-                spec.flags += f;
+                directive.flags += f;
             } else {
                 break;
             }
         }
         if (i < format.size() && format[i] == '*') {
-            spec.width = cursor.NextInt();
-            if (spec.width < 0) spec.leftAlign = true, spec.width = -spec.width;
+            directive.width = cursor.NextInt();
+            if (directive.width < 0) directive.leftAlign = true, directive.width = -directive.width;
             ++i;
         } else {
             while (i < format.size() && format[i] >= '0' && format[i] <= '9')
-                spec.width = spec.width * 10 + (format[i++] - '0');
+                directive.width = directive.width * 10 + (format[i++] - '0');
         }
         if (i < format.size() && format[i] == '.') {
             ++i;
-            spec.precision = 0;
+            directive.precision = 0;
             if (i < format.size() && format[i] == '*') {
-                spec.precision = cursor.NextInt();
+                directive.precision = cursor.NextInt();
                 ++i;
             } else {
                 while (i < format.size() && format[i] >= '0' && format[i] <= '9')
-                    spec.precision = spec.precision * 10 + (format[i++] - '0');
+                    directive.precision = directive.precision * 10 + (format[i++] - '0');
             }
         }
         // Length modifiers change nothing here: every argument carries its own type.
@@ -161,8 +161,8 @@ std::string VSprintf(std::string_view format, std::initializer_list<FormatArg> a
         }
         if (format.substr(i, 3) == "I64") i += 3;
         if (i >= format.size()) break;
-        spec.conversion = format[i++];
-        switch (spec.conversion) {
+        directive.conversion = format[i++];
+        switch (directive.conversion) {
             case '%':
                 out += '%';
                 break;
@@ -174,8 +174,8 @@ std::string VSprintf(std::string_view format, std::initializer_list<FormatArg> a
                     text = arg->GetKind() == FormatArg::Kind::Real ? std::to_string(arg->Real())
                                                                    : std::to_string(arg->Integer());
                 }
-                if (spec.precision >= 0) text = Left(text, spec.precision);
-                AppendPadded(out, text, spec);
+                if (directive.precision >= 0) text = Left(text, directive.precision);
+                AppendPadded(out, text, directive);
                 break;
             }
             case 'c':
@@ -187,7 +187,7 @@ std::string VSprintf(std::string_view format, std::initializer_list<FormatArg> a
                 } else if (arg) {
                     AppendUtf8(text, static_cast<char32_t>(arg->Integer()));
                 }
-                AppendPadded(out, text, spec);
+                AppendPadded(out, text, directive);
                 break;
             }
             case 'd':
@@ -202,12 +202,12 @@ std::string VSprintf(std::string_view format, std::initializer_list<FormatArg> a
             case 'F':
             case 'g':
             case 'G':
-                out += FormatNumber(spec, cursor.Next());
+                out += FormatNumber(directive, cursor.Next());
                 break;
             default:
                 // An unknown conversion is kept as it stands.
                 out += '%';
-                out += spec.conversion;
+                out += directive.conversion;
                 break;
         }
     }
