@@ -20,10 +20,10 @@ namespace {
 constexpr std::string_view kSection = "Velmar";
 
 // The key without the "<" and ">" at its ends.
-std::string TrimAngles(std::string_view text) {
+std::string_view TrimAngles(std::string_view text) {
     std::size_t first = text.find_first_not_of("<>");
     if (first == std::string_view::npos) return {};
-    return std::string(text.substr(first, text.find_last_not_of("<>") - first + 1));
+    return text.substr(first, text.find_last_not_of("<>") - first + 1);
 }
 
 // The text a property shows now, as an export writes it into its cell.
@@ -91,22 +91,25 @@ void ImportByHandleOptions::SaveSettings() const {
 
 bool ParseImportKey(std::string_view key, const ImportByHandleOptions& options,
                     std::string_view currentPath, ImportKey& out, std::string& skipMessage) {
-    out = ImportKey{};
+    out.DrawingPath.clear();
+    out.Handle.clear();
+    out.TagOrProperty.clear();
+    out.IsProperty = false;
     skipMessage.clear();
     if (key.empty()) return false;
-    std::string k(key);
+    std::string_view k = key;
+    std::string_view path;
     std::size_t p = k.find('<');
-    if (p != std::string::npos && p > 0 && k.back() == '>') {
-        std::string path = k.substr(0, p);
+    if (p != std::string_view::npos && p > 0 && k.back() == '>') {
+        path = k.substr(0, p);
         std::size_t bar = path.find('|', 1);
-        if (bar != std::string::npos) path.resize(bar);
-        out.DrawingPath = path;
+        if (bar != std::string_view::npos) path = path.substr(0, bar);
         k = TrimAngles(k.substr(p));
     } else if (p == 0) {
         k = TrimAngles(k);
     }
-    if (options.CurrentDrawingOnly && options.IgnoreDrawingPath) out.DrawingPath.clear();
-    out.DrawingPath = base::Trim(out.DrawingPath);
+    if (options.CurrentDrawingOnly && options.IgnoreDrawingPath) path = {};
+    if (!path.empty()) out.DrawingPath = base::Trim(path);
     if (options.CurrentDrawingOnly && !out.DrawingPath.empty() &&
         !base::EqualNoCase(out.DrawingPath, currentPath)) {
         skipMessage = base::Sprintf(
@@ -114,21 +117,24 @@ bool ParseImportKey(std::string_view key, const ImportByHandleOptions& options,
             std::string(currentPath), out.DrawingPath);
         return false;
     }
+    std::string_view handle, tag;
     std::size_t u = k.find('_');
-    if (u != std::string::npos && u > 0) {
-        out.Handle = k.substr(0, u);
-        if (u + 1 < k.size()) out.TagOrProperty = k.substr(u + 1);
+    if (u != std::string_view::npos && u > 0) {
+        handle = k.substr(0, u);
+        tag = k.substr(u + 1);
     }
     if (!options.IgnoreProperty) {
         std::size_t c = k.find(':');
         // "2F:Layer_x" is a property, "2F_A:B" the attribute "A:B".
-        if (c != std::string::npos && c > 0 && (out.Handle.empty() || out.Handle.size() > c)) {
-            out.Handle = k.substr(0, c);
-            out.TagOrProperty = k.substr(c + 1);
+        if (c != std::string_view::npos && c > 0 && (handle.empty() || handle.size() > c)) {
+            handle = k.substr(0, c);
+            tag = k.substr(c + 1);
             out.IsProperty = true;
         }
     }
-    return !out.Handle.empty() && !out.TagOrProperty.empty();
+    out.Handle.assign(handle);
+    out.TagOrProperty.assign(tag);
+    return !handle.empty() && !tag.empty();
 }
 
 AcadBlockRefArray BuildImportList(const ImportMap& map, const ImportByHandleOptions& options,

@@ -221,3 +221,17 @@ TEST_F(CImpExOptDialogTest, ScaleFieldsDefaultToTheLoadedPositionTextsAndOkStore
 
 }  // namespace
 }  // namespace attbat
+
+namespace attbat {
+namespace {
+
+TEST(ImportByHandle, TheDrawingPathIsTrimmedBeforeItIsCompared) {
+    ImportKey out;
+    std::string skip;
+    EXPECT_TRUE(ParseImportKey("  /work/floor.dxf\xC2\xA0<2F_MARK>", {}, kCurrent, out, skip)) << skip;
+    EXPECT_EQ(out.DrawingPath, "/work/floor.dxf");
+    EXPECT_EQ(out.Handle, "2F");
+}
+
+}  // namespace
+}  // namespace attbat
