@@ -16,6 +16,7 @@
 #include "attbat/import/CImportByHandleDialog.h"
 #include "attbat/import/ImportByHandle.h"
 #include "base/Format.h"
+#include "base/Path.h"
 #include "base/Text.h"
 #include "host/Document.h"
 #include "host/Printer.h"
@@ -87,7 +88,7 @@ bool SetControls(CImportByHandleDialog& dialog, const CommandContext& context) {
         int found = -1;
         for (int i = 0; i < static_cast<int>(dialog.m_workbooks.size()) && found < 0; ++i) {
             const std::string& name = dialog.m_workbooks[i];
-            if (base::EqualNoCase(name, wanted)) found = i;
+            if (base::EqualNoCase(name, wanted) || base::EqualNoCase(base::FileName(name), wanted)) found = i;
         }
         if (found < 0 || !dialog.ChooseWorkbook(found)) {
             host::CurrentPrinter().Warn(base::Sprintf("velmar import-by-handle: no open workbook '%s'.", wanted));

@@ -12,6 +12,7 @@
 #include "attbat/export/ExportCommands.h"
 #include "attbat/frame/CAttBatApp.h"
 #include "attbat/frame/CommandLine.h"
+#include "attbat/import/CImportByHandleDialog.h"
 #include "attbat/links/ExcelLinkStore.h"
 #include "base/File.h"
 #include "base/Path.h"
@@ -364,6 +365,40 @@ TEST(ImportCommands, DryRunShowsPropertiesInTheExportsFormAndOnlyWhenTheyChange)
     ASSERT_EQ(f.Import({"--dry-run"}), exitOk);
     EXPECT_NE(f.Printed().find(f.drawing + " E5 Layer: 'A-DOOR' -> '0'"), std::string::npos) << f.Printed();
     EXPECT_NE(f.Printed().find("1 change(s); nothing was written."), std::string::npos) << f.Printed();
+}
+
+}  // namespace
+}  // namespace attbat
+
+namespace attbat {
+namespace {
+
+TEST(ImportCommands, TheDialogShowsTheAttachedWorkbookAndSheetFirstInItsList) {
+    ImportFixture f;
+    f.MakeWorkbook({{"A1", "X01", f.drawing + "<DE_MARK>"}});
+    excel::FileBackendOptions options;
+    options.workbook = f.workbook;
+    testing::BackendScope scope(options);
+    ASSERT_TRUE(ExcelUtils::ConnectToExcel(true, {}, 1, 0));
+    CImportByHandleDialog dialog;
+    dialog.OnInitDialog();
+    EXPECT_EQ(dialog.m_workbook, f.workbook);
+    EXPECT_EQ(dialog.m_worksheet, ExcelUtils::Worksheet->GetName());
+    ASSERT_FALSE(dialog.m_workbooks.empty());
+    EXPECT_EQ(dialog.m_workbooks.front(), f.workbook);
+    // Choosing the present one changes nothing.
+    EXPECT_TRUE(dialog.ChooseWorkbook(0));
+    EXPECT_EQ(dialog.m_workbook, f.workbook);
+    EXPECT_FALSE(dialog.ChooseWorkbook(static_cast<int>(dialog.m_workbooks.size())));
+}
+
+TEST(ImportCommands, AnOpenWorkbookIsChosenByItsFileNameAndAnUnknownOneRefused) {
+    ImportFixture f;
+    f.MakeWorkbook({{"A1", "X01", f.drawing + "<DE_MARK>"}});
+    EXPECT_EQ(f.Import({"--choose-workbook", "nothere.xlsx"}), exitUsage);
+    EXPECT_EQ(AttText(f.drawing, "DE", "MARK"), "D01");
+    ASSERT_EQ(f.Import({"--choose-workbook", "FLOOR.xlsx"}), exitOk) << host::CurrentPrinter().CapturedWarnings();
+    EXPECT_EQ(AttText(f.drawing, "DE", "MARK"), "X01");
 }
 
 }  // namespace
