@@ -6,6 +6,7 @@
 #include "attbat/frame/CAttBatApp.h"
 #include "attbat/frame/CommandLine.h"
 #include "attbat/export/ExportCommands.h"
+#include "attbat/import/ImportCommands.h"
 #include "cli/DxfTool.h"
 #include "cli/XlsxTool.h"
 
@@ -17,5 +18,6 @@ int main(int argc, char** argv) {
     };
     attbat::CAttBatApp& app = attbat::TheApp();
     attbat::ImplementExportCommands(app);
+    attbat::ImplementImportCommands(app);
     return attbat::RunCommandLine(args, app, tools);
 }
