@@ -14,7 +14,7 @@ void CImpExOptDialog::OnInitDialog() {
     m_posXHeader = CRegistry::GetString(kSection, "PosXHeader", "Position X");
     m_posYHeader = CRegistry::GetString(kSection, "PosYHeader", "Position Y");
     m_posZHeader = CRegistry::GetString(kSection, "PosZHeader", "Position Z");
-    m_layerHeader = CRegistry::GetString(kSection, "LayerHeader", "");
+    m_layerHeader = CRegistry::GetString(kSection, "LayerHeader", "Layer");
     m_scaleXHeader = CRegistry::GetString(kSection, "ScaleXHeader", m_posXHeader);
     m_scaleYHeader = CRegistry::GetString(kSection, "ScaleYHeader", m_posYHeader);
     m_scaleZHeader = CRegistry::GetString(kSection, "ScaleZHeader", m_posZHeader);

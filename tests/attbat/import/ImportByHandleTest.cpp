@@ -195,7 +195,7 @@ TEST_F(CImpExOptDialogTest, AFirstRunShowsThePositionTextsUnderTheScaleFields) {
     EXPECT_EQ(dialog.m_posXHeader, "Position X");
     EXPECT_EQ(dialog.m_posYHeader, "Position Y");
     EXPECT_EQ(dialog.m_posZHeader, "Position Z");
-    EXPECT_EQ(dialog.m_layerHeader, "");
+    EXPECT_EQ(dialog.m_layerHeader, "Layer");  // the long name of the layer property
     EXPECT_EQ(dialog.m_scaleXHeader, "Position X");
     EXPECT_EQ(dialog.m_scaleYHeader, "Position Y");
     EXPECT_EQ(dialog.m_scaleZHeader, "Position Z");
