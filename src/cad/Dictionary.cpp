@@ -124,28 +124,28 @@ base::Result<Xrecord> Dictionary::SetXrecord(std::string_view name, const TagLis
     return record;
 }
 
-TagList Xrecord::Data() const {
-    TagList out;
-    if (!db_) return out;
-    std::size_t n = TagCount();
+std::size_t Xrecord::DataStart() const {
+    const std::size_t n = TagCount();
     std::size_t i = 1;
-    // The data follows the AcDbXrecord marker and its cloning flag.
     while (i < n && !(CodeAt(i) == 100 && TextAt(i) == "AcDbXrecord")) ++i;
     if (i == n) i = 1;
     else ++i;
     if (i < n && CodeAt(i) == 280) ++i;
-    for (; i < n; ++i) out.push_back({CodeAt(i), TextAt(i)});
+    return i;
+}
+
+TagList Xrecord::Data() const {
+    TagList out;
+    if (!db_) return out;
+    const std::size_t n = TagCount();
+    for (std::size_t i = DataStart(); i < n; ++i) out.push_back({CodeAt(i), TextAt(i)});
     return out;
 }
 
 void Xrecord::SetData(const TagList& data) {
     if (!db_ || Data() == data) return;
-    std::size_t n = TagCount();
-    std::size_t i = 1;
-    while (i < n && !(CodeAt(i) == 100 && TextAt(i) == "AcDbXrecord")) ++i;
-    if (i == n) i = 1;
-    else ++i;
-    if (i < n && CodeAt(i) == 280) ++i;
+    const std::size_t n = TagCount();
+    const std::size_t i = DataStart();
     EraseTags(i, n - i);
     for (std::size_t k = 0; k < data.size(); ++k) InsertTag(i + k, data[k]);
 }

@@ -56,6 +56,11 @@ public:
     TagList Data() const;
     // Replaces the data; the cloning flag stays.
     void SetData(const TagList& data);
+
+private:
+    // Index of the first data tag: after the AcDbXrecord marker (the first tag after the type
+    // when there is none) and its cloning flag.
+    std::size_t DataStart() const;
 };
 
 }  // namespace cad

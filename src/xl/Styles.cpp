@@ -47,21 +47,12 @@ std::vector<pugi::xml_node> Items(const pugi::xml_node& list, std::string_view l
     return out;
 }
 
-std::string Print(const pugi::xml_node& node) {
-    struct W : pugi::xml_writer {
-        std::string s;
-        void write(const void* d, size_t n) override { s.append(static_cast<const char*>(d), n); }
-    } w;
-    node.print(w, "", pugi::format_raw);
-    return w.s;
-}
-
 // Finds `item` among the children of `list` or appends it, keeping the count attribute right.
 std::uint32_t Intern(pugi::xml_node list, const pugi::xml_node& item, std::string_view local) {
-    std::string wanted = Print(item);
+    std::string wanted = SaveXmlNode(item);
     std::vector<pugi::xml_node> items = Items(list, local);
     for (std::size_t i = 0; i < items.size(); ++i)
-        if (Print(items[i]) == wanted) return static_cast<std::uint32_t>(i);
+        if (SaveXmlNode(items[i]) == wanted) return static_cast<std::uint32_t>(i);
     list.append_copy(item);
     if (pugi::xml_attribute count = list.attribute("count")) count.set_value(items.size() + 1);
     return static_cast<std::uint32_t>(items.size());
@@ -269,9 +260,9 @@ std::uint32_t Styles::Derive(std::uint32_t xfIndex, const StyleChange& change) {
         setAttr(xf, "numFmtId", std::to_string(id));
         setAttr(xf, "applyNumberFormat", "1");
     }
-    std::string key = Print(xf);
+    std::string key = SaveXmlNode(xf);
     if (xfIndex_.empty())
-        for (std::size_t i = xfs.size(); i-- > 0;) xfIndex_[Print(xfs[i])] = static_cast<std::uint32_t>(i);
+        for (std::size_t i = xfs.size(); i-- > 0;) xfIndex_[SaveXmlNode(xfs[i])] = static_cast<std::uint32_t>(i);
     auto it = xfIndex_.find(key);
     if (it != xfIndex_.end()) return it->second;
     cellXfs.append_copy(xf);

@@ -36,15 +36,6 @@ pugi::xml_node EnsureChild(pugi::xml_node parent, std::string_view local) {
     return xl::EnsureChild(parent, local, kSheetOrder);
 }
 
-std::string PrintNode(const pugi::xml_node& node) {
-    struct W : pugi::xml_writer {
-        std::string s;
-        void write(const void* d, size_t n) override { s.append(static_cast<const char*>(d), n); }
-    } w;
-    node.print(w, "", pugi::format_raw);
-    return w.s;
-}
-
 void SetAttr(pugi::xml_node n, const char* name, const std::string& value) {
     pugi::xml_attribute a = n.attribute(name);
     if (!a) a = n.append_attribute(name);
@@ -234,10 +225,10 @@ base::Status Worksheet::Load() {
                         cell.X().fAttrs += "\"";
                     }
                 } else if (kn == "is") {
-                    cell.X().inlineXml = PrintNode(k);
+                    cell.X().inlineXml = SaveXmlNode(k);
                     cell.value = RichText(k);
                 } else {
-                    cell.X().tail += PrintNode(k);
+                    cell.X().tail += SaveXmlNode(k);
                 }
             }
             // Rows out of order or repeated: keep the cells sorted, a later cell wins.

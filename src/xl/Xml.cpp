@@ -53,6 +53,12 @@ std::string SaveXml(const pugi::xml_document& doc) {
     return std::move(w.out);
 }
 
+std::string SaveXmlNode(const pugi::xml_node& node) {
+    StringWriter w;
+    node.print(w, "", pugi::format_raw);
+    return std::move(w.out);
+}
+
 std::string_view LocalName(const pugi::xml_node& node) {
     std::string_view name = node.name();
     std::size_t colon = name.find(':');

@@ -21,6 +21,9 @@ base::Status ParseXmlInPlace(pugi::xml_document& doc, std::string& data, std::st
 // The document as raw UTF-8 text, declaration included when it had one.
 std::string SaveXml(const pugi::xml_document& doc);
 
+// One element (or other node) as raw XML text, without declaration or indentation.
+std::string SaveXmlNode(const pugi::xml_node& node);
+
 // The element name without its prefix ("x:row" -> "row").
 std::string_view LocalName(const pugi::xml_node& node);
 // The first child element with that local name; empty when there is none.

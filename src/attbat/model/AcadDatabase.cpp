@@ -414,6 +414,23 @@ void MergeBlock(AcadBlockArray& blocks, AcadBlock block) {
         if (!existing->defs.FindByTagAndKind(def)) existing->defs.AddAppend(def);
 }
 
+// The blocks of the references directly inside `record`, each with that one reference, handed
+// to `add`: a picked block shows the blocks nested in it.
+template <class Add>
+void ReadDirectlyNested(const cad::BlockRecord& record, std::string_view name, bool fromSelection,
+                        Add add) {
+    for (const cad::Entity& entity : record.Entities()) {
+        if (entity.Type() != "INSERT") continue;
+        cad::BlockReference nested(entity.GetDatabase(), entity.Index());
+        cad::BlockRecord nestedRecord = nested.Block();
+        if (SkippedForSelection(nestedRecord)) continue;
+        AcadBlock inner = MakeBlock(nestedRecord, name, false);
+        LoadDefinitions(inner, nestedRecord);
+        AddRefFromEntity(inner, nested, fromSelection, name);
+        add(std::move(inner));
+    }
+}
+
 }  // namespace
 
 void ReadSelection(AcadBlockArray& blocks, const std::vector<cad::BlockReference>& refs,
@@ -426,16 +443,8 @@ void ReadSelection(AcadBlockArray& blocks, const std::vector<cad::BlockReference
         LoadDefinitions(block, record);
         AddRefFromEntity(block, ref, false, name);
         MergeBlock(blocks, std::move(block));
-        for (const cad::Entity& entity : record.Entities()) {
-            if (entity.Type() != "INSERT") continue;
-            cad::BlockReference nested(entity.GetDatabase(), entity.Index());
-            cad::BlockRecord nestedRecord = nested.Block();
-            if (SkippedForSelection(nestedRecord)) continue;
-            AcadBlock inner = MakeBlock(nestedRecord, name, false);
-            LoadDefinitions(inner, nestedRecord);
-            AddRefFromEntity(inner, nested, false, name);
-            MergeBlock(blocks, std::move(inner));
-        }
+        ReadDirectlyNested(record, name, false,
+                           [&](AcadBlock inner) { MergeBlock(blocks, std::move(inner)); });
     }
 }
 
@@ -449,16 +458,8 @@ void ReadBlocksWithRefs(AcadBlockArray& blocks, const std::vector<cad::BlockReco
             if (!ref.IsErased() && ref.Block() == record)
                 AddRefFromEntity(block, ref, true, name);
         blocks.AddSorted(std::move(block));
-        for (const cad::Entity& entity : record.Entities()) {
-            if (entity.Type() != "INSERT") continue;
-            cad::BlockReference nested(entity.GetDatabase(), entity.Index());
-            cad::BlockRecord nestedRecord = nested.Block();
-            if (SkippedForSelection(nestedRecord)) continue;
-            AcadBlock inner = MakeBlock(nestedRecord, name, false);
-            LoadDefinitions(inner, nestedRecord);
-            AddRefFromEntity(inner, nested, true, name);
-            blocks.AddSorted(std::move(inner));
-        }
+        ReadDirectlyNested(record, name, true,
+                           [&](AcadBlock inner) { blocks.AddSorted(std::move(inner)); });
     }
 }
 
