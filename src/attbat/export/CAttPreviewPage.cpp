@@ -67,8 +67,9 @@ void CAttPreviewPage::RefreshPage() {
         for (const CStringArrayEx& row : texts) columnCount_ = std::max(columnCount_, row.GetSize());
         if (texts.IsEmpty()) columnCount_ = 0;
         // A header per block gives groups of different widths; the list is as wide as the widest.
+        m_rows.reserve(static_cast<std::size_t>(texts.GetSize()));
         for (int i = 0; i < texts.GetSize() && columnCount_ > 0; ++i) {
-            ListRow row{texts[i], i};
+            ListRow row{std::move(texts[i]), i};
             row.texts.SetSize(columnCount_);
             m_rows.push_back(std::move(row));
         }

@@ -28,6 +28,8 @@ namespace excel = arxutils::excel;
 constexpr std::string_view kSupportAddress = "support@orvane.com";
 // The message Excel's main window takes to register its workbooks with the object table.
 constexpr unsigned kRegisterWorkbooks = 1042;
+// Rows of values sent to the worksheet in one array assignment.
+constexpr int kStagedRows = 2048;
 
 // Attaches the running instance's active workbook, by the object table and then by the
 // workbook windows; appends the reasons of each failure to `failure`.
@@ -94,14 +96,19 @@ int LastFilledRow() {
 void CAttPreviewPage::ExportRowsToActiveSheet(int first, int rowCount, ExportOptions& options) {
     const int columns = std::min(columnCount_, kMaxColumns);
     if (rowCount < 1 || columns < 1) return;
-    ExcelUtils::CreateStagingArray(rowCount, columns);
-    for (int r = 0; r < rowCount; ++r) {
-        for (int p = 0; p < columns; ++p) ExcelUtils::PutStagedCell(TextAt(first + r, p), r, p);
-    }
     if (options.startRow < 0) options.startRow = LastFilledRow();
     const int startColumn = std::max(1, ColumnNumber(options.startColumn));
     const std::string columnLetters = ColumnLetters(startColumn);
-    ExcelUtils::FlushStaging(base::Sprintf("$%s$%d", columnLetters, options.startRow), true, true);
+    // The values go in slices of rows, so that a big schedule is never staged twice over in
+    // memory; the cells end up the same as with one array.
+    for (int done = 0; done < rowCount; done += kStagedRows) {
+        const int slice = std::min(kStagedRows, rowCount - done);
+        ExcelUtils::CreateStagingArray(slice, columns);
+        for (int r = 0; r < slice; ++r) {
+            for (int p = 0; p < columns; ++p) ExcelUtils::PutStagedCell(TextAt(first + done + r, p), r, p);
+        }
+        ExcelUtils::FlushStaging(base::Sprintf("$%s$%d", columnLetters, options.startRow + done), true, true);
+    }
     Sheet().UsedRange()->Columns()->AutoFit();
     Sheet().UsedRange()->Rows()->AutoFit();
 
