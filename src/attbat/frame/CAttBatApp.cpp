@@ -67,13 +67,10 @@ AppRetCode CAttBatApp::On_kLoadDwgMsg(void*) {
 }
 
 bool CAttBatApp::Implement(std::string_view localName, CommandHandler handler) {
-    for (const CommandEntry& entry : CommandTable()) {
-        if (entry.localName == localName) {
-            handlers_[std::string(localName)] = std::move(handler);
-            return true;
-        }
-    }
-    return false;
+    const CommandEntry* entry = FindCommandEntry(localName);
+    if (!entry || entry->localName != localName) return false;
+    handlers_[std::string(localName)] = std::move(handler);
+    return true;
 }
 
 const CommandHandler* CAttBatApp::Handler(const CommandEntry& entry) const {
@@ -97,7 +94,7 @@ bool CAttBatApp::HasResourceInstance(const CommandEntry& entry) const {
 
 const CommandEntry* CAttBatApp::FindCommand(std::string_view name) const {
     const CommandEntry* entry = FindCommandEntry(name);
-    return entry && IsRegistered(*entry) ? entry : nullptr;
+    return entry && (IsRegistered(*entry) || IsDialogEntry(*entry)) ? entry : nullptr;
 }
 
 int CAttBatApp::Run(const CommandEntry& entry, CommandContext& context) {

@@ -190,11 +190,14 @@ std::string SuggestCommand(std::string_view typed) {
     std::string folded = base::FoldCase(typed);
     std::string best;
     std::size_t bestDistance = 0;
-    for (const CommandEntry& entry : CommandTable()) {
-        for (std::string_view name : {entry.alias, entry.localName}) {
+    std::vector<const CommandEntry*> entries;
+    for (const CommandEntry& entry : CommandTable()) entries.push_back(&entry);
+    for (const CommandEntry& entry : DialogTable()) entries.push_back(&entry);
+    for (const CommandEntry* entry : entries) {
+        for (std::string_view name : {entry->alias, entry->localName}) {
             std::size_t distance = EditDistance(folded, base::FoldCase(name));
             if (best.empty() || distance < bestDistance) {
-                best = std::string(entry.alias);
+                best = std::string(entry->alias);
                 bestDistance = distance;
             }
         }
@@ -235,6 +238,10 @@ std::string CommandListText(const CAttBatApp& app) {
             text += line + "\n";
         }
     }
+    text += "\nDialogs\n";
+    for (const CommandEntry& entry : DialogTable()) {
+        text += base::Sprintf("  %-36s %-22s %s\n", entry.localName, entry.alias, entry.description);
+    }
     text += "\nDiagnostics\n";
     text += base::Sprintf("  %-36s %-22s %s\n", "dxf", "", "Inspect or resave a DXF drawing");
     text += base::Sprintf("  %-36s %-22s %s\n", "xlsx", "", "Inspect or resave an .xlsx workbook");
@@ -247,8 +254,11 @@ std::string CommandHelpText(const CAttBatApp& app, const CommandEntry& entry) {
     std::string text = base::Sprintf("Usage: velmar [global options] %s [options]", entry.alias);
     if (handler && !handler->argumentsUsage.empty()) text += " " + handler->argumentsUsage;
     text += "\n\n" + std::string(entry.description) + ".\n";
-    text += base::Sprintf("Command %s (also %s, %s), group %s.\n", entry.localName,
-                          entry.globalName, entry.alias, entry.group);
+    if (IsDialogEntry(entry))
+        text += base::Sprintf("Dialog %s (also %s), opened here on its own.\n", entry.localName, entry.alias);
+    else
+        text += base::Sprintf("Command %s (also %s, %s), group %s.\n", entry.localName,
+                              entry.globalName, entry.alias, entry.group);
     if (!handler) {
         text += "\nThis command is not available in this build yet.\n";
         return text;

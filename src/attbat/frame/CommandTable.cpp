@@ -1,5 +1,7 @@
 #include "attbat/frame/CommandTable.h"
 
+#include <iterator>
+
 #include "base/Text.h"
 
 namespace attbat {
@@ -69,7 +71,20 @@ constexpr CommandEntry table[] = {
      "Load the menu group (there is none on Linux; says so)"},
 };
 
+// Dialogs the host opens only from other dialogs; the command line reaches them on their own.
+// They are never registered with the host.
+constexpr CommandEntry dialogs[] = {
+    {"Dialogs", "", "CImpExOptDialog", ACRX_CMD_MODAL, "import-options", "",
+     "Set the header texts of the position, layer and scale columns"},
+};
+
 constexpr std::string_view groups[] = {"Velmar", "CellBlock", "Orvane"};
+
+bool Names(const CommandEntry& entry, std::string_view name) {
+    return base::EqualNoCase(entry.localName, name) || base::EqualNoCase(entry.globalName, name) ||
+           base::EqualNoCase(entry.alias, name) ||
+           (!entry.otherAlias.empty() && base::EqualNoCase(entry.otherAlias, name));
+}
 
 }  // namespace
 
@@ -77,15 +92,18 @@ std::span<const CommandEntry> CommandTable() { return table; }
 
 std::span<const std::string_view> CommandGroups() { return groups; }
 
+std::span<const CommandEntry> DialogTable() { return dialogs; }
+
+bool IsDialogEntry(const CommandEntry& entry) {
+    return &entry >= std::begin(dialogs) && &entry < std::end(dialogs);
+}
+
 const CommandEntry* FindCommandEntry(std::string_view name) {
     if (name.empty()) return nullptr;
-    for (const CommandEntry& entry : table) {
-        if (base::EqualNoCase(entry.localName, name) || base::EqualNoCase(entry.globalName, name) ||
-            base::EqualNoCase(entry.alias, name) ||
-            (!entry.otherAlias.empty() && base::EqualNoCase(entry.otherAlias, name))) {
-            return &entry;
-        }
-    }
+    for (const CommandEntry& entry : table)
+        if (Names(entry, name)) return &entry;
+    for (const CommandEntry& entry : dialogs)
+        if (Names(entry, name)) return &entry;
     return nullptr;
 }
 

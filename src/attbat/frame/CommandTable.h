@@ -23,8 +23,13 @@ struct CommandEntry {
 
 // All 30 commands in table order.
 std::span<const CommandEntry> CommandTable();
-// The entry whose local name, global name or alias is `name` (without regard to case); null when
-// none is.
+// Dialogs reachable on the command line on their own (the host opens them from other dialogs);
+// never registered with the host.
+std::span<const CommandEntry> DialogTable();
+// True for an entry of DialogTable().
+bool IsDialogEntry(const CommandEntry& entry);
+// The entry of either table whose local name, global name or alias is `name` (without regard to
+// case); null when none is.
 const CommandEntry* FindCommandEntry(std::string_view name);
 // The groups in the order `velmar help` shows them.
 std::span<const std::string_view> CommandGroups();

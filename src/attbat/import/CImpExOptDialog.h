@@ -2,11 +2,14 @@
 // The dialog "Options" of the import and upload: the header texts that name the position,
 // layer and scale columns of a worksheet.
 #include <string>
+#include <string_view>
 
 namespace attbat {
 
 class CImpExOptDialog {
 public:
+    static constexpr std::string_view title = "Options";
+
     // Loads the seven texts; each scale text defaults to the loaded position text of its axis,
     // so a first run shows "Position X" under "Scale X Header:" (kept as it is on purpose).
     void OnInitDialog();

@@ -13,6 +13,7 @@
 #include "attbat/frame/CArxErrLog.h"
 #include "attbat/frame/CAttBatApp.h"
 #include "attbat/frame/CommandLine.h"
+#include "attbat/import/CImpExOptDialog.h"
 #include "attbat/import/CImportByHandleDialog.h"
 #include "attbat/import/ImportByHandle.h"
 #include "base/Format.h"
@@ -20,6 +21,7 @@
 #include "base/Text.h"
 #include "host/Document.h"
 #include "host/Printer.h"
+#include "host/Locations.h"
 #include "host/Ui.h"
 
 namespace attbat {
@@ -196,10 +198,57 @@ int ImportByAttHandle(CommandContext& context) {
     return exitFailed;
 }
 
+// The fields of the import's "Options" dialog: option name, label, member.
+struct HeaderField {
+    const char* option;
+    const char* label;
+    std::string CImpExOptDialog::*member;
+};
+
+constexpr HeaderField headerFields[] = {
+    {"position-x-header", "Position X Header:", &CImpExOptDialog::m_posXHeader},
+    {"position-y-header", "Position Y Header:", &CImpExOptDialog::m_posYHeader},
+    {"position-z-header", "Position Z Header:", &CImpExOptDialog::m_posZHeader},
+    {"layer-header", "Layer Header:", &CImpExOptDialog::m_layerHeader},
+    {"scale-x-header", "Scale X Header:", &CImpExOptDialog::m_scaleXHeader},
+    {"scale-y-header", "Scale Y Header:", &CImpExOptDialog::m_scaleYHeader},
+    {"scale-z-header", "Scale Z Header:", &CImpExOptDialog::m_scaleZHeader},
+};
+
+std::vector<CommandOption> HeaderOptionsList() {
+    std::vector<CommandOption> options;
+    for (const HeaderField& field : headerFields) options.push_back({field.option, "TEXT", field.label});
+    return options;
+}
+
+// `velmar import-options`: opens the dialog, sets the fields given, and presses OK, which stores
+// all seven as they stand; then shows them.
+int ImportHeaderOptions(CommandContext& context) {
+    if (!context.arguments.empty()) {
+        host::CurrentPrinter().Warn("velmar: import-options takes no words; see 'velmar import-options --help'.");
+        return exitUsage;
+    }
+    CImpExOptDialog dialog;
+    dialog.OnInitDialog();
+    for (const HeaderField& field : headerFields) {
+        if (context.Has(field.option)) dialog.*field.member = context.Get(field.option);
+    }
+    dialog.OnOK();
+    host::Printf("\n%s", CImpExOptDialog::title);
+    for (const HeaderField& field : headerFields) {
+        host::Printf("\n  %-18s %s  (--%s)", field.label, dialog.*field.member, field.option);
+        context.Summary(field.option, dialog.*field.member);
+    }
+    host::Printf("\nSettings file: %s", host::SettingsFilePath());
+    context.Summary("settings", host::SettingsFilePath());
+    return exitOk;
+}
+
 }  // namespace
 
 void ImplementImportCommands(CAttBatApp& app) {
     app.Implement("VelmarInByHandle", {ImportOptionsList(), "", ImportByAttHandle});
+    app.Implement("CImpExOptDialog", {HeaderOptionsList(), "", ImportHeaderOptions});
 }
 
 }  // namespace attbat

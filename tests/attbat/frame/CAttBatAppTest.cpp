@@ -92,6 +92,20 @@ TEST(CommandTable, FindsByLocalOrGlobalNameOrAliasWithoutCase) {
     EXPECT_EQ(FindCommandEntry(""), nullptr);
 }
 
+TEST(CommandTable, DialogEntriesAreFoundByNameOrAliasButAreNoHostCommands) {
+    const CommandEntry* entry = FindCommandEntry("import-options");
+    ASSERT_NE(entry, nullptr);
+    EXPECT_EQ(entry->localName, "CImpExOptDialog");
+    EXPECT_TRUE(IsDialogEntry(*entry));
+    EXPECT_EQ(FindCommandEntry("cimpexoptdialog"), entry);
+    for (const CommandEntry& command : CommandTable()) EXPECT_FALSE(IsDialogEntry(command));
+    CAttBatApp app;
+    app.EntryPoint(kInitAppMsg, nullptr);
+    EXPECT_FALSE(app.IsRegistered(*entry));
+    EXPECT_EQ(app.FindCommand("import-options"), entry);
+    app.EntryPoint(kUnloadAppMsg, nullptr);
+}
+
 class CAttBatAppTest : public FrameTest {};
 
 TEST_F(CAttBatAppTest, InitRegistersEveryCommandAndUnloadRemovesThem) {

@@ -12,6 +12,7 @@
 #include "attbat/export/ExportCommands.h"
 #include "attbat/frame/CAttBatApp.h"
 #include "attbat/frame/CommandLine.h"
+#include "attbat/import/CImpExOptDialog.h"
 #include "attbat/import/CImportByHandleDialog.h"
 #include "attbat/links/ExcelLinkStore.h"
 #include "base/File.h"
@@ -399,6 +400,30 @@ TEST(ImportCommands, AnOpenWorkbookIsChosenByItsFileNameAndAnUnknownOneRefused) 
     EXPECT_EQ(AttText(f.drawing, "DE", "MARK"), "D01");
     ASSERT_EQ(f.Import({"--choose-workbook", "FLOOR.xlsx"}), exitOk) << host::CurrentPrinter().CapturedWarnings();
     EXPECT_EQ(AttText(f.drawing, "DE", "MARK"), "X01");
+}
+
+TEST(ImportCommands, ImportOptionsStoresTheGivenHeaderTextsAndTheRestAsTheDialogLoadedThem) {
+    ImportFixture f;
+    ASSERT_EQ(RunCommandLine({"--settings", f.settings, "import-options", "--layer-header", "Layer name"}, TheApp()),
+              exitOk);
+    CImpExOptDialog dialog;
+    dialog.OnInitDialog();
+    EXPECT_EQ(dialog.m_layerHeader, "Layer name");
+    EXPECT_EQ(dialog.m_posXHeader, "Position X");
+    // OK stored the scale fields with their first-run defaults, the position texts.
+    EXPECT_EQ(dialog.m_scaleXHeader, "Position X");
+    EXPECT_EQ(dialog.m_scaleZHeader, "Position Z");
+    EXPECT_NE(Bytes(f.settings).find("\"ScaleYHeader\"=\"Position Y\""), std::string::npos);
+}
+
+TEST(ImportCommands, ImportOptionsIsReachedByTheDialogsNameAndRefusesWords) {
+    ImportFixture f;
+    EXPECT_EQ(RunCommandLine({"--settings", f.settings, "CImpExOptDialog", "--scale-x-header", "Scale X"}, TheApp()),
+              exitOk);
+    CImpExOptDialog dialog;
+    dialog.OnInitDialog();
+    EXPECT_EQ(dialog.m_scaleXHeader, "Scale X");
+    EXPECT_EQ(RunCommandLine({"--settings", f.settings, "import-options", "extra"}, TheApp()), exitUsage);
 }
 
 }  // namespace
