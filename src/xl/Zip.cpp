@@ -3,7 +3,12 @@
 #include <zlib.h>
 
 #include <algorithm>
+#include <condition_variable>
 #include <cstring>
+#include <deque>
+#include <mutex>
+#include <system_error>
+#include <thread>
 #include <vector>
 
 #include "base/Format.h"
@@ -83,6 +88,41 @@ bool HoldsEncryptedPackage(std::string_view image) {
 }
 
 }  // namespace
+
+// One raw deflate stream for `text` that the next chunk's stream can follow (or that ends the
+// data when `last`); `dictionary` is the text just before it.
+std::string DeflateChunk(std::string_view text, std::string_view dictionary, int level, bool last);
+
+// Compresses a stream chunk by chunk, pigz-style: each chunk is its own deflate run primed with
+// the window of the one before, ending on a byte boundary, so the pieces join into one stream and
+// their CRCs combine. A worker thread takes chunks while the caller produces the next one.
+class ChunkDeflater {
+public:
+    explicit ChunkDeflater(int level);
+    ~ChunkDeflater();
+    ChunkDeflater(const ChunkDeflater&) = delete;
+    ChunkDeflater& operator=(const ChunkDeflater&) = delete;
+    // Queues the next chunk: `owned` when not empty, else `text`, which must outlive Finish().
+    void Submit(std::string_view text, std::string owned, bool last);
+    // Waits for every chunk and gives the joined stream; call after the `last` chunk.
+    DeflatedData Finish();
+
+private:
+    struct Job;
+    void Run(Job& job);
+    void Work();
+    void Append(const Job& job);
+
+    int level_;
+    std::mutex mutex_;
+    std::condition_variable wake_;
+    std::deque<std::unique_ptr<Job>> jobs_;  // submitted and not yet appended, in order
+    std::string window_;                     // the last 32 KB of the latest chunk
+    std::thread worker_;
+    bool workerFailed_ = false;
+    bool stop_ = false;
+    DeflatedData out_;
+};
 
 base::Result<ZipReader> ZipReader::Open(std::string image, std::string_view label) {
     ZipReader zip;
@@ -317,46 +357,27 @@ void ZipWriter::AddRaw(const ZipEntry& entry, std::string_view compressed) {
 }
 
 void ZipWriter::Add(std::string_view name, std::string_view data) {
+    if (data.size() > kDeflateChunk) {
+        // Big generated parts are repetitive and compress well at the fastest level; their
+        // chunks are shared between two threads.
+        ChunkDeflater deflater(1);
+        for (std::size_t at = 0; at < data.size(); at += kDeflateChunk)
+            deflater.Submit(data.substr(at, kDeflateChunk), {}, at + kDeflateChunk >= data.size());
+        AddDeflated(name, deflater.Finish());
+        return;
+    }
     ZipEntry e;
     e.name = std::string(name);
     e.size = data.size();
     e.dosTime = (0x21u << 16);  // 1980-01-01 00:00, as Excel stamps its parts
     e.flags = 0x800;            // names are UTF-8
-    std::uint32_t crc = 0;
-    for (std::uint64_t done = 0; done < data.size();) {
-        uInt chunk = static_cast<uInt>(std::min<std::uint64_t>(data.size() - done, 1u << 30));
-        crc = crc32(crc, reinterpret_cast<const Bytef*>(data.data() + done), chunk);
-        done += chunk;
-    }
-    e.crc = crc;
+    e.crc = crc32(0, reinterpret_cast<const Bytef*>(data.data()), static_cast<uInt>(data.size()));
     if (data.empty()) {
         AddLocal(std::move(e), {});
         return;
     }
     e.method = 8;
-    std::string packed;
-    packed.reserve(data.size() / 4 + 64);
-    z_stream z{};
-    // Fast deflate for big generated parts: they are repetitive and compress well anyway.
-    deflateInit2(&z, data.size() > (1u << 20) ? 1 : 6, Z_DEFLATED, -MAX_WBITS, 8, Z_DEFAULT_STRATEGY);
-    // Through a fixed chunk, so that no output buffer of the input's size is ever zero-filled.
-    std::vector<char> chunk(1 << 18);
-    std::uint64_t inDone = 0;
-    int rc = Z_OK;
-    while (rc != Z_STREAM_END) {
-        uInt inChunk = static_cast<uInt>(std::min<std::uint64_t>(data.size() - inDone, 1u << 30));
-        z.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data.data() + inDone));
-        z.avail_in = inChunk;
-        bool last = inDone + inChunk == data.size();
-        do {
-            z.next_out = reinterpret_cast<Bytef*>(chunk.data());
-            z.avail_out = static_cast<uInt>(chunk.size());
-            rc = deflate(&z, last ? Z_FINISH : Z_NO_FLUSH);
-            packed.append(chunk.data(), chunk.size() - z.avail_out);
-        } while (z.avail_out == 0 && rc != Z_STREAM_END);
-        inDone += inChunk - z.avail_in;
-    }
-    deflateEnd(&z);
+    std::string packed = DeflateChunk(data, {}, 6, true);
     e.compressedSize = packed.size();
     AddLocal(std::move(e), packed);
 }
@@ -374,37 +395,183 @@ std::string Inflate(const DeflatedData& data) {
     return out;
 }
 
-struct DeflateStream::State {
+std::string DeflateChunk(std::string_view text, std::string_view dictionary, int level, bool last) {
+    std::string out;
     z_stream z{};
-};
-
-DeflateStream::DeflateStream() : state_(std::make_unique<State>()) {
-    // Level 1: generated parts are repetitive and compress well at the fastest setting.
-    deflateInit2(&state_->z, 1, Z_DEFLATED, -MAX_WBITS, 8, Z_DEFAULT_STRATEGY);
-}
-
-DeflateStream::~DeflateStream() { deflateEnd(&state_->z); }
-
-void DeflateStream::Flush(bool finish) {
-    z_stream& z = state_->z;
-    out_.crc = crc32(out_.crc, reinterpret_cast<const Bytef*>(buffer_.data()), static_cast<uInt>(buffer_.size()));
-    out_.size += buffer_.size();
-    z.next_in = reinterpret_cast<Bytef*>(buffer_.data());
-    z.avail_in = static_cast<uInt>(buffer_.size());
-    char chunk[1 << 16];
+    deflateInit2(&z, level, Z_DEFLATED, -MAX_WBITS, 8, Z_DEFAULT_STRATEGY);
+    if (!dictionary.empty())
+        deflateSetDictionary(&z, reinterpret_cast<const Bytef*>(dictionary.data()),
+                             static_cast<uInt>(dictionary.size()));
+    out.resize(deflateBound(&z, static_cast<uLong>(text.size())) + 16);
+    z.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(text.data()));
+    z.avail_in = static_cast<uInt>(text.size());
+    z.next_out = reinterpret_cast<Bytef*>(out.data());
+    z.avail_out = static_cast<uInt>(out.size());
+    // A sync flush ends on a byte boundary without the final-block bit, so the next chunk's
+    // stream can simply follow it.
     int rc;
     do {
-        z.next_out = reinterpret_cast<Bytef*>(chunk);
-        z.avail_out = sizeof chunk;
-        rc = deflate(&z, finish ? Z_FINISH : Z_NO_FLUSH);
-        out_.compressed.append(chunk, sizeof chunk - z.avail_out);
-    } while (finish ? rc == Z_OK : (z.avail_out == 0 || z.avail_in > 0));
-    buffer_.clear();
+        rc = deflate(&z, last ? Z_FINISH : Z_SYNC_FLUSH);
+        if (z.avail_out == 0) {
+            std::size_t done = out.size();
+            out.resize(done * 2);
+            z.next_out = reinterpret_cast<Bytef*>(out.data() + done);
+            z.avail_out = static_cast<uInt>(out.size() - done);
+        }
+    } while (last ? rc == Z_OK : (z.avail_in > 0 || z.avail_out == 0));
+    out.resize(out.size() - z.avail_out);
+    deflateEnd(&z);
+    return out;
+}
+
+// One chunk of a stream: its text (owned, or a view into the caller's data), the window it may
+// refer back to, and its compressed bytes once done.
+struct ChunkDeflater::Job {
+    std::string owned;
+    std::string_view text;
+    std::string dictionary;
+    bool last = false;
+    bool taken = false;
+    bool done = false;
+    std::string packed;
+    std::uint32_t crc = 0;
+};
+
+ChunkDeflater::ChunkDeflater(int level) : level_(level) {}
+
+ChunkDeflater::~ChunkDeflater() {
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        stop_ = true;
+    }
+    wake_.notify_all();
+    if (worker_.joinable()) worker_.join();
+}
+
+void ChunkDeflater::Run(Job& job) {
+    job.crc = crc32(0, reinterpret_cast<const Bytef*>(job.text.data()), static_cast<uInt>(job.text.size()));
+    job.packed = DeflateChunk(job.text, job.dictionary, level_, job.last);
+}
+
+void ChunkDeflater::Work() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    while (true) {
+        Job* next = nullptr;
+        for (auto& job : jobs_)
+            if (!job->taken) {
+                next = job.get();
+                break;
+            }
+        if (!next) {
+            if (stop_) return;
+            wake_.wait(lock);
+            continue;
+        }
+        next->taken = true;
+        lock.unlock();
+        Run(*next);
+        lock.lock();
+        next->done = true;
+        wake_.notify_all();
+    }
+}
+
+void ChunkDeflater::Submit(std::string_view text, std::string owned, bool last) {
+    auto job = std::make_unique<Job>();
+    job->owned = std::move(owned);
+    job->text = job->owned.empty() ? text : std::string_view(job->owned);
+    job->last = last;
+    // The window of the previous chunk keeps matches across the seam, as one stream would.
+    job->dictionary = std::move(window_);
+    std::size_t keep = std::min<std::size_t>(job->text.size(), 32768);
+    window_.assign(job->text.substr(job->text.size() - keep));
+    if (last && jobs_.empty() && out_.compressed.empty()) {
+        // A part of one chunk needs no second thread.
+        Run(*job);
+        Append(*job);
+        return;
+    }
+    if (!worker_.joinable() && !workerFailed_) {
+        try {
+            worker_ = std::thread([this] { Work(); });
+        } catch (const std::system_error&) {
+            workerFailed_ = true;  // no thread to be had: everything is compressed here
+        }
+    }
+    std::unique_lock<std::mutex> lock(mutex_);
+    jobs_.push_back(std::move(job));
+    wake_.notify_all();
+    // At most two chunks wait; beyond that the caller compresses one itself, so memory stays
+    // bounded and both cores work.
+    while (true) {
+        std::size_t waiting = 0;
+        Job* free = nullptr;
+        for (auto& j : jobs_)
+            if (!j->done) {
+                ++waiting;
+                if (!j->taken && !free) free = j.get();
+            }
+        if (waiting <= (workerFailed_ ? 0u : 2u)) break;
+        if (free) {
+            free->taken = true;
+            lock.unlock();
+            Run(*free);
+            lock.lock();
+            free->done = true;
+            wake_.notify_all();
+        } else {
+            wake_.wait(lock);
+        }
+    }
+    while (!jobs_.empty() && jobs_.front()->done) {
+        Append(*jobs_.front());
+        jobs_.pop_front();
+    }
+}
+
+void ChunkDeflater::Append(const Job& job) {
+    out_.crc = out_.size ? static_cast<std::uint32_t>(crc32_combine(out_.crc, job.crc, static_cast<z_off_t>(job.text.size())))
+                         : job.crc;
+    out_.size += job.text.size();
+    out_.compressed += job.packed;
+}
+
+DeflatedData ChunkDeflater::Finish() {
+    std::unique_lock<std::mutex> lock(mutex_);
+    while (!jobs_.empty()) {
+        Job& front = *jobs_.front();
+        if (!front.done && !front.taken) {
+            front.taken = true;
+            lock.unlock();
+            Run(front);
+            lock.lock();
+            front.done = true;
+        }
+        if (!front.done) {
+            wake_.wait(lock);
+            continue;
+        }
+        Append(front);
+        jobs_.pop_front();
+    }
+    return std::move(out_);
+}
+
+DeflateStream::DeflateStream() : deflater_(std::make_unique<ChunkDeflater>(1)) {}
+
+DeflateStream::~DeflateStream() = default;
+
+void DeflateStream::Flush(bool finish) {
+    std::string text;
+    text.swap(buffer_);
+    buffer_.reserve(kDeflateChunk + kDeflateChunk / 8);
+    deflater_->Submit({}, std::move(text), finish);
 }
 
 DeflatedData DeflateStream::Finish() {
     Flush(true);
-    return std::move(out_);
+    buffer_ = std::string();
+    return deflater_->Finish();
 }
 
 void ZipWriter::AddDeflated(std::string_view name, const DeflatedData& data) {

@@ -55,8 +55,15 @@ struct DeflatedData {
 // The text of deflated data again (for a part read back before it is saved).
 std::string Inflate(const DeflatedData& data);
 
+// Text above this size is deflated in chunks of this size, each chunk on whichever of two threads
+// is free, and the pieces joined into one stream; a part of at most this size is one chunk.
+constexpr std::size_t kDeflateChunk = std::size_t(1) << 20;
+
+class ChunkDeflater;
+
 // Deflates text as it is written, so that a big generated part never exists uncompressed in
-// full: append to Buffer(), call MaybeFlush() now and then, and Finish() at the end.
+// full: append to Buffer(), call MaybeFlush() now and then, and Finish() at the end. Chunks are
+// compressed on a second thread while the caller goes on writing.
 class DeflateStream {
 public:
     DeflateStream();
@@ -65,19 +72,17 @@ public:
     DeflateStream& operator=(const DeflateStream&) = delete;
     // The text not yet compressed.
     std::string& Buffer() { return buffer_; }
-    // Compresses the buffer once it holds a megabyte.
+    // Hands the buffer over for compression once it holds a chunk.
     void MaybeFlush() {
-        if (buffer_.size() >= (1u << 20)) Flush(false);
+        if (buffer_.size() >= kDeflateChunk) Flush(false);
     }
     // Compresses what is left and gives the result; the stream is spent afterwards.
     DeflatedData Finish();
 
 private:
     void Flush(bool finish);
-    struct State;
-    std::unique_ptr<State> state_;
+    std::unique_ptr<ChunkDeflater> deflater_;
     std::string buffer_;
-    DeflatedData out_;
 };
 
 // Builds an archive in memory; zip64 records are written only when sizes or counts need them.
@@ -87,7 +92,8 @@ public:
     void AddRaw(const ZipEntry& entry, std::string_view compressed);
     // Adds an entry compressed by a DeflateStream.
     void AddDeflated(std::string_view name, const DeflatedData& data);
-    // Deflates `data` under `name`; an empty `data` is stored.
+    // Deflates `data` under `name`, in parallel chunks when it is bigger than one; an empty
+    // `data` is stored.
     void Add(std::string_view name, std::string_view data);
     // The whole archive; the writer is empty afterwards.
     std::string Finish();

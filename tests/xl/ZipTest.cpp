@@ -1,0 +1,115 @@
+#include "xl/Zip.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+namespace {
+
+// Text like a generated part: repetitive, but not one repeated byte, so matches cross chunks.
+std::string PartText(std::size_t size) {
+    std::string text;
+    text.reserve(size + 64);
+    for (int i = 0; text.size() < size; ++i)
+        text += "<c r=\"A" + std::to_string(i) + "\" t=\"s\"><v>" + std::to_string(i * 7919 % 100003) + "</v></c>";
+    text.resize(size);
+    return text;
+}
+
+// Writes one entry and reads it back through the reader, which checks size and CRC.
+std::string RoundTrip(const std::string& name, const std::string& text) {
+    xl::ZipWriter writer;
+    writer.Add(name, text);
+    auto zip = xl::ZipReader::Open(writer.Finish(), "test.zip");
+    EXPECT_TRUE(zip) << zip.GetStatus().Message();
+    if (!zip || zip->Entries().size() != 1) return "<no entry>";
+    auto data = zip->Extract(zip->Entries()[0], 1ull << 32);
+    EXPECT_TRUE(data) << data.GetStatus().Message();
+    return data ? *data : "<no data>";
+}
+
+std::string StreamRoundTrip(const std::string& text, std::size_t piece) {
+    xl::DeflateStream stream;
+    for (std::size_t at = 0; at < text.size(); at += piece) {
+        stream.Buffer().append(text, at, piece);
+        stream.MaybeFlush();
+    }
+    xl::DeflatedData packed = stream.Finish();
+    EXPECT_EQ(packed.size, text.size());
+    xl::ZipWriter writer;
+    writer.AddDeflated("part.xml", packed);
+    auto zip = xl::ZipReader::Open(writer.Finish(), "test.zip");
+    EXPECT_TRUE(zip) << zip.GetStatus().Message();
+    if (!zip) return "<no zip>";
+    auto data = zip->Extract(zip->Entries()[0], 1ull << 32);
+    EXPECT_TRUE(data) << data.GetStatus().Message();
+    EXPECT_EQ(xl::Inflate(packed), text);
+    return data ? *data : "<no data>";
+}
+
+TEST(ZipWriter, MultiChunkPartRoundTripsWithItsCrc) {
+    std::string text = PartText(3 * xl::kDeflateChunk + 12345);
+    EXPECT_EQ(RoundTrip("xl/worksheets/sheet1.xml", text), text);
+}
+
+TEST(ZipWriter, ExactlyChunkSizedPartsRoundTrip) {
+    for (std::size_t size : {xl::kDeflateChunk - 1, xl::kDeflateChunk, xl::kDeflateChunk + 1,
+                             2 * xl::kDeflateChunk}) {
+        std::string text = PartText(size);
+        EXPECT_EQ(RoundTrip("part.xml", text), text) << size;
+    }
+}
+
+TEST(ZipWriter, EmptyPartIsStored) {
+    xl::ZipWriter writer;
+    writer.Add("empty.xml", "");
+    auto zip = xl::ZipReader::Open(writer.Finish(), "test.zip");
+    ASSERT_TRUE(zip);
+    ASSERT_EQ(zip->Entries().size(), 1u);
+    EXPECT_EQ(zip->Entries()[0].method, 0);
+    auto data = zip->Extract(zip->Entries()[0], 100);
+    ASSERT_TRUE(data);
+    EXPECT_EQ(*data, "");
+}
+
+TEST(ZipWriter, ChunkedPartIsSmallerThanItsText) {
+    std::string text = PartText(4 * xl::kDeflateChunk);
+    xl::ZipWriter writer;
+    writer.Add("part.xml", text);
+    EXPECT_LT(writer.Finish().size(), text.size() / 3);
+}
+
+TEST(DeflateStream, MultiChunkStreamRoundTripsWithItsCrc) {
+    std::string text = PartText(5 * xl::kDeflateChunk + 999);
+    EXPECT_EQ(StreamRoundTrip(text, 4096), text);
+}
+
+TEST(DeflateStream, EmptyStreamGivesEmptyPart) {
+    xl::DeflateStream stream;
+    xl::DeflatedData packed = stream.Finish();
+    EXPECT_EQ(packed.size, 0u);
+    EXPECT_EQ(packed.crc, 0u);
+    EXPECT_EQ(xl::Inflate(packed), "");
+    EXPECT_EQ(StreamRoundTrip("", 1), "");
+}
+
+TEST(DeflateStream, ExactlyChunkSizedStreamEndsWithAnEmptyChunk) {
+    // The buffer is handed over when it holds a chunk, so Finish() compresses nothing more.
+    std::string text = PartText(xl::kDeflateChunk);
+    EXPECT_EQ(StreamRoundTrip(text, xl::kDeflateChunk), text);
+    std::string two = PartText(2 * xl::kDeflateChunk);
+    EXPECT_EQ(StreamRoundTrip(two, xl::kDeflateChunk), two);
+}
+
+TEST(DeflateStream, StreamAbandonedBeforeFinishEndsCleanly) {
+    auto stream = std::make_unique<xl::DeflateStream>();
+    for (int i = 0; i < 4; ++i) {
+        stream->Buffer() += PartText(xl::kDeflateChunk);
+        stream->MaybeFlush();
+    }
+    stream.reset();
+    SUCCEED();
+}
+
+}  // namespace
