@@ -3,7 +3,7 @@
 # write the workbook with a key comment on every cell, for drawings of N references made by the
 # peer's generator. Prints wall time and peak memory of each run and our ratio to each peer.
 #
-#   bench/peer/export_vs_peer.sh [BUILD_DIR] [N ...]      (default: build-export, 10000 100000)
+#   bench/peer/export_vs_peer.sh [BUILD_DIR] [N ...]      (default: build, 10000 100000)
 #
 # Needs /usr/bin/time, /usr/bin/python3 with ezdxf, openpyxl and xlsxwriter (Debian packages;
 # without python3-xlsxwriter that column reads "failed").
@@ -11,37 +11,37 @@
 # 900 seconds.
 set -eu
 ROOT=$(cd "$(dirname "$0")/../.." && pwd)
-BUILD=${1:-$ROOT/build-export}
+BUILD=${1:-$ROOT/build}
 [ $# -gt 0 ] && shift
 SIZES=${*:-10000 100000}
 PEER=${VELMAR_PEER_BENCH:-/work/shared/bench}
-TOOL=$BUILD/tests/attbat/export/velmar_export_tool
+TOOL=$BUILD/src/cli/velmar
 WORK=$(mktemp -d /tmp/velmar-export-bench.XXXXXX)
 trap 'rm -rf "$WORK"' EXIT
-[ -x "$TOOL" ] || { echo "build velmar_export_tool first: cmake --build $BUILD --target velmar_export_tool" >&2; exit 2; }
+[ -x "$TOOL" ] || { echo "build velmar first: cmake --build $BUILD --target velmar" >&2; exit 2; }
 
-# Runs a command under /usr/bin/time; prints "seconds peak_MiB", or "timeout -" past the cut.
+# Runs a command under /usr/bin/time; prints "seconds cpu_seconds peak_MiB", or "failed - -".
 measure() {
-    if timeout 900 /usr/bin/time -f "%e %M" -o "$WORK/time" "$@" >"$WORK/out" 2>"$WORK/err"; then
-        awk '{ printf "%s %.0f\n", $1, $2 / 1024 }' "$WORK/time"
+    if timeout 900 /usr/bin/time -f "%e %U %S %M" -o "$WORK/time" "$@" >"$WORK/out" 2>"$WORK/err"; then
+        awk '{ printf "%s %.2f %.0f\n", $1, $2 + $3, $4 / 1024 }' "$WORK/time"
     else
-        echo "failed -"
+        echo "failed - -"
     fi
 }
 
-printf "%8s %10s %12s %12s %12s %10s %10s %8s\n" refs dxf_MiB velmar_s velmar_MiB openpyxl_s xlsxw_s vs_openpyxl vs_xlsxw
+printf "%8s %8s %9s %10s %10s %11s %9s %11s %9s\n" refs dxf_MiB velmar_s velmar_cpu velmar_MiB openpyxl_s xlsxw_s vs_openpyxl vs_xlsxw
 for N in $SIZES; do
     DXF=$WORK/d$N.dxf
     /usr/bin/python3 "$PEER/make_drawing.py" --refs "$N" --blocks 24 --version R2018 --seed 1 "$DXF" >/dev/null
     SIZE=$(du -m "$DXF" | cut -f1)
     set -- $(measure "$TOOL" --settings "$WORK/settings.ini" --drawing "$DXF" --output "$WORK/ours.xlsx" --force \
         --quiet export --drawing-column on --combine off --count-column on --show-header on)
-    OURS=$1; OURS_MEM=$2
+    OURS=$1; OURS_CPU=$2; OURS_MEM=$3
     set -- $(measure /usr/bin/python3 "$PEER/peer_export.py" "$DXF" "$WORK/peer.xlsx")
     PEER_OPX=$1
     set -- $(measure /usr/bin/python3 "$PEER/peer_export.py" --writer xlsxwriter "$DXF" "$WORK/peerx.xlsx")
     PEER_XW=$1
-    printf "%8s %10s %12s %12s %12s %10s %10s %8s\n" "$N" "$SIZE" "$OURS" "$OURS_MEM" "$PEER_OPX" "$PEER_XW" \
+    printf "%8s %8s %9s %10s %10s %11s %9s %11s %9s\n" "$N" "$SIZE" "$OURS" "$OURS_CPU" "$OURS_MEM" "$PEER_OPX" "$PEER_XW" \
         "$(awk -v a="$PEER_OPX" -v b="$OURS" 'BEGIN { if (b + 0 > 0 && a + 0 > 0) printf "%.1fx", a / b; else print "-" }')" \
         "$(awk -v a="$PEER_XW" -v b="$OURS" 'BEGIN { if (b + 0 > 0 && a + 0 > 0) printf "%.1fx", a / b; else print "-" }')"
 done
