@@ -14,7 +14,27 @@ base::Result<std::unique_ptr<Document>> Document::Open(const std::string& path) 
     return std::make_unique<Document>(std::move(db.Value()));
 }
 
-Document::Document(std::unique_ptr<cad::Database> db) : db_(std::move(db)) {}
+Document::Document(std::unique_ptr<cad::Database> db) : path_(db->FileName()), db_(std::move(db)) {}
+
+cad::Database& Document::Database() {
+    if (!db_) {
+        auto db = ReadSideDatabase(path_);
+        if (db) {
+            db_ = std::move(db.Value());
+        } else {
+            loadStatus_ = db.GetStatus();
+            // A drawing of nothing but its end: the document stays usable and is never saved.
+            db_ = std::move(cad::Database::FromBytes("  0\nEOF\n", path_).Value());
+        }
+    }
+    return *db_;
+}
+
+bool Document::Release() {
+    if (!db_ || db_->IsModified() || IsLocked()) return !db_;
+    db_.reset();
+    return true;
+}
 
 std::vector<std::string> Document::TakeQueued() {
     std::vector<std::string> out;
@@ -23,7 +43,7 @@ std::vector<std::string> Document::TakeQueued() {
 }
 
 base::Status Document::Save() {
-    if (!db_->IsModified()) return base::Status::Ok();
+    if (!db_ || !db_->IsModified()) return base::Status::Ok();
     return SaveSideDatabase(*db_);
 }
 

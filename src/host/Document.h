@@ -21,9 +21,17 @@ public:
     explicit Document(std::unique_ptr<cad::Database> db);
 
     // The full path the drawing was read from.
-    const std::string& FileName() const { return db_->FileName(); }
-    // The drawing; valid as long as the document lives.
-    cad::Database& Database() { return *db_; }
+    const std::string& FileName() const { return path_; }
+    // The drawing; valid until Release. After a Release the file is read again here; when that
+    // fails the drawing is an empty one named after the file and LoadStatus() says why.
+    cad::Database& Database();
+    // Gives the memory of an unchanged, unlocked drawing back while the document stays open, for
+    // long work that no longer reads it; false (and nothing done) for a changed or locked one.
+    bool Release();
+    // True between a Release and the next Database().
+    bool IsReleased() const { return !db_; }
+    // Why reading the file again failed; Ok otherwise.
+    const base::Status& LoadStatus() const { return loadStatus_; }
 
     // Write lock (mode 4 of the host): locks nest; a document locked twice needs two unlocks.
     void Lock() { ++locks_; }
@@ -43,7 +51,9 @@ public:
     base::Status Save();
 
 private:
+    std::string path_;
     std::unique_ptr<cad::Database> db_;
+    base::Status loadStatus_ = base::Status::Ok();
     std::vector<std::string> queue_;
     int locks_ = 0;
 };

@@ -58,6 +58,48 @@ TEST_F(DocumentManagerTest, DwgFileIsRefusedWithWhatToDo) {
     EXPECT_NE(doc.GetStatus().Message().find("DXF"), std::string::npos);
 }
 
+TEST_F(DocumentManagerTest, AReleasedDrawingIsReadAgainOnItsNextUse) {
+    std::string path = CopyCorpus(dir, "attribute-ac1032.dxf");
+    auto doc = host::DocumentManager::Instance().OpenCurrent(path);
+    ASSERT_TRUE(doc);
+    std::size_t blocks = (*doc)->Database().Blocks().size();
+    EXPECT_TRUE((*doc)->Release());
+    EXPECT_TRUE((*doc)->IsReleased());
+    EXPECT_EQ((*doc)->FileName(), path);
+    // Saving a released drawing writes nothing.
+    EXPECT_TRUE((*doc)->Save());
+    EXPECT_EQ((*doc)->Database().Blocks().size(), blocks);
+    EXPECT_FALSE((*doc)->IsReleased());
+    EXPECT_TRUE((*doc)->LoadStatus());
+}
+
+TEST_F(DocumentManagerTest, AChangedOrLockedDrawingIsNotReleased) {
+    std::string path = CopyCorpus(dir, "attribute-ac1032.dxf");
+    auto doc = host::DocumentManager::Instance().OpenCurrent(path);
+    ASSERT_TRUE(doc);
+    {
+        host::DocumentLock lock(*doc);
+        EXPECT_FALSE((*doc)->Release());
+    }
+    ASSERT_TRUE((*doc)->Database().RegisterApp("VELMAR_TEST"));
+    EXPECT_FALSE((*doc)->Release());
+    EXPECT_FALSE((*doc)->IsReleased());
+}
+
+TEST_F(DocumentManagerTest, ADrawingGoneWhileReleasedReadsAsEmptyAndSaysWhy) {
+    std::string path = CopyCorpus(dir, "attribute-ac1032.dxf");
+    auto doc = host::DocumentManager::Instance().OpenCurrent(path);
+    ASSERT_TRUE(doc);
+    ASSERT_TRUE((*doc)->Release());
+    std::filesystem::remove(path);
+    EXPECT_EQ((*doc)->Database().FileName(), path);
+    EXPECT_FALSE((*doc)->Database().IsModified());
+    EXPECT_FALSE((*doc)->LoadStatus());
+    EXPECT_NE((*doc)->LoadStatus().Message().find("attribute-ac1032.dxf"), std::string::npos);
+    EXPECT_TRUE((*doc)->Save());
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
 TEST_F(DocumentManagerTest, LocksNestAndTheGuardReleasesOnScopeEnd) {
     auto& manager = host::DocumentManager::Instance();
     auto doc = manager.OpenCurrent(CopyCorpus(dir, "attribute-ac1032.dxf"));
