@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <charconv>
 
 namespace xl {
 
@@ -23,6 +24,16 @@ std::string CellName(int row, int column, bool absolute) {
     if (absolute) out += '$';
     out += std::to_string(row);
     return out;
+}
+
+void AppendCellName(std::string& out, int row, int column) {
+    char letters[4];
+    int n = 0;
+    if (column >= 1 && column <= kMaxColumn)
+        for (int c = column; c > 0; c = (c - 1) / 26) letters[n++] = static_cast<char>('A' + (c - 1) % 26);
+    while (n > 0) out += letters[--n];
+    char digits[16];
+    out.append(digits, std::to_chars(digits, digits + sizeof digits, row).ptr);
 }
 
 std::string RangeName(const CellRange& range, bool absolute) {

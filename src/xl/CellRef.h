@@ -28,6 +28,9 @@ struct CellRange {
 std::string ColumnName(int column);
 // "B3" (or "$B$3" when `absolute`).
 std::string CellName(int row, int column, bool absolute = false);
+// Appends "B3" to `out` without a temporary, for writers of many cells; a column outside
+// 1..16384 gives no letters.
+void AppendCellName(std::string& out, int row, int column);
 // "A1:B2", or "A1" for a single cell; absolute adds the dollars.
 std::string RangeName(const CellRange& range, bool absolute = false);
 // Parses "B3", "$b$3"; false for anything else or out of the sheet.

@@ -1,69 +1,187 @@
 #include "xl/Comments.h"
 
-#include <pugixml.hpp>
-
 #include <algorithm>
+#include <charconv>
 #include <cstdlib>
 #include <map>
 
 #include "xl/Xml.h"
+#include "xl/XmlScanner.h"
 
 namespace xl {
 
-base::Result<NotesPart> ReadNotes(std::string xml, std::string_view label, bool keepXml) {
-    pugi::xml_document doc;
-    if (base::Status st = ParseXmlInPlace(doc, xml, label); !st) return st;
-    pugi::xml_node root = doc.document_element();
-    NotesPart part;
-    bool defaultNs = false;
-    for (pugi::xml_attribute a = root.first_attribute(); a; a = a.next_attribute()) {
-        std::string_view name = a.name();
-        defaultNs = defaultNs || name == "xmlns";
-        part.rootAttributes += " ";
-        part.rootAttributes += name;
-        part.rootAttributes += "=\"";
-        AppendEscaped(part.rootAttributes, a.value(), true);
-        part.rootAttributes += "\"";
+namespace {
+
+using Token = XmlScanner::Token;
+
+// True when raw root attributes declare the default namespace.
+bool DeclaresDefaultNamespace(std::string_view attrs) {
+    for (std::size_t at = attrs.find("xmlns"); at != std::string_view::npos; at = attrs.find("xmlns", at + 5)) {
+        std::size_t after = at + 5;
+        while (after < attrs.size() && attrs[after] == ' ') ++after;
+        bool startsName = at == 0 || attrs[at - 1] == ' ' || attrs[at - 1] == '\t' || attrs[at - 1] == '\r' || attrs[at - 1] == '\n';
+        if (startsName && after < attrs.size() && attrs[after] == '=') return true;
     }
-    // Kept comments are unprefixed, so the root must declare the default namespace.
-    if (!defaultNs) part.rootAttributes += " xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"";
-    for (pugi::xml_node a = Child(root, "authors").first_child(); a; a = a.next_sibling())
-        if (LocalName(a) == "author") part.authors.push_back(a.text().get());
-    for (pugi::xml_node c = Child(root, "commentList").first_child(); c; c = c.next_sibling()) {
-        if (LocalName(c) != "comment") continue;
-        StoredNote n;
-        if (!ParseCell(Attr(c, "ref").value(), n.note.row, n.note.column)) continue;
-        n.originalRow = n.note.row;
-        n.originalColumn = n.note.column;
-        std::size_t author = Attr(c, "authorId").as_uint();
-        if (author < part.authors.size()) n.note.author = part.authors[author];
-        n.note.text = RichText(Child(c, "text"));
-        // Prefixed elements would lose their namespace outside their part; those are rewritten.
-        if (keepXml && std::string_view(c.name()).find(':') == std::string_view::npos) {
-            pugi::xml_document scratch;
-            pugi::xml_node copy = scratch.append_copy(c);
-            copy.remove_attribute("ref");
-            struct W : pugi::xml_writer {
-                std::string s;
-                void write(const void* d, size_t size) override { s.append(static_cast<const char*>(d), size); }
-            } w;
-            copy.print(w, "", pugi::format_raw);
-            n.commentXml = std::move(w.s);
+    return false;
+}
+
+// An unprefixed <comment> element of a part, cut around its ref attribute so that it can be
+// written again under another cell.
+struct CommentElement {
+    int row = 0, column = 0;
+    std::string_view head;  // attributes before ref
+    std::string_view tail;  // from after ref to the end of the element
+};
+
+// Every unprefixed <comment> of the part with a readable ref, by cell; empty for a part that
+// can't be read (its notes are then written from their plain text).
+std::vector<CommentElement> CommentElements(std::string_view xml) {
+    std::vector<CommentElement> out;
+    XmlScanner x(xml);
+    CommentElement current;
+    bool open = false;
+    std::string ref;
+    for (Token t = x.Next(); t != Token::End; t = x.Next()) {
+        if (t == Token::Error) return {};
+        if (t == Token::StartElement && x.Depth() == 2 && x.Name() == "comment") {
+            std::size_t begin = 0, end = 0;
+            open = x.AttributeSpan("ref", begin, end) && x.Attribute("ref", ref) &&
+                   ParseCell(ref, current.row, current.column);
+            if (!open) continue;
+            std::string_view attrs = x.RawAttributes();
+            current.head = attrs.substr(0, begin);
+            while (!current.head.empty() && (current.head.back() == ' ' || current.head.back() == '\t' ||
+                                              current.head.back() == '\r' || current.head.back() == '\n'))
+                current.head.remove_suffix(1);
+            current.tail = xml.substr(static_cast<std::size_t>(attrs.data() - xml.data()) + end);
+        } else if (t == Token::EndElement && x.Depth() == 2 && open) {
+            open = false;
+            std::size_t from = static_cast<std::size_t>(current.tail.data() - xml.data());
+            current.tail = xml.substr(from, x.TokenEnd() - from);
+            out.push_back(current);
         }
-        part.notes.push_back(std::move(n));
     }
+    std::stable_sort(out.begin(), out.end(), [](const CommentElement& a, const CommentElement& b) {
+        return a.row != b.row ? a.row < b.row : a.column < b.column;
+    });
+    return out;
+}
+
+}  // namespace
+
+std::uint32_t AuthorIndex(std::vector<std::string>& authors, std::string_view author) {
+    for (std::size_t i = 0; i < authors.size(); ++i)
+        if (authors[i] == author) return static_cast<std::uint32_t>(i);
+    authors.emplace_back(author);
+    return static_cast<std::uint32_t>(authors.size() - 1);
+}
+
+base::Result<NotesPart> ReadNotes(std::string_view xml, std::string_view label) {
+    NotesPart part;
+    XmlScanner x(xml);
+    Token t = x.Next();
+    while (t == Token::Text) t = x.Next();
+    if (t != Token::StartElement) return base::Status::Error(std::string(label) + ": " + x.Error());
+    std::string_view rootAttrs = x.RawAttributes();
+    if (!rootAttrs.empty() && rootAttrs.front() != ' ') part.rootAttributes = " ";
+    part.rootAttributes += rootAttrs;
+    while (!part.rootAttributes.empty() && (part.rootAttributes.back() == ' ' || part.rootAttributes.back() == '\n' ||
+                                            part.rootAttributes.back() == '\r' || part.rootAttributes.back() == '\t'))
+        part.rootAttributes.pop_back();
+    // Kept comments are unprefixed, so the root must declare the default namespace.
+    if (!DeclaresDefaultNamespace(rootAttrs))
+        part.rootAttributes += " xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"";
+    // Where the scanner is: which list at depth 1, a note or author at depth 2, the note's <text>
+    // at 3, a run at 4; text is taken from <t> at 4 (or 5 inside a run) and from <author>.
+    enum class In { Nothing, Authors, CommentList } list = In::Nothing;
+    bool inNote = false, inText = false, inRun = false;
+    std::size_t captureDepth = 0;  // depth of the element whose text is taken; 0 for none
+    std::string* capture = nullptr;
+    std::vector<StoredNote> notes;
+    StoredNote note;
+    bool noteOk = false;
+    std::string value, author;
+    std::size_t unknownAuthor = static_cast<std::size_t>(-1);
+    std::vector<std::size_t> authorOf;  // the authorId of each note as read
+    while ((t = x.Next()) != Token::End) {
+        if (t == Token::Error) return base::Status::Error(std::string(label) + ": " + x.Error());
+        std::size_t depth = x.Depth();
+        if (t == Token::Text) {
+            if (capture && depth == captureDepth + 1) x.AppendText(*capture);
+            continue;
+        }
+        std::string_view name = x.LocalName();
+        if (t == Token::StartElement) {
+            if (depth == 1) {
+                list = name == "authors" ? In::Authors : name == "commentList" ? In::CommentList : In::Nothing;
+            } else if (depth == 2 && list == In::Authors && name == "author") {
+                author.clear();
+                capture = &author;
+                captureDepth = 2;
+            } else if (depth == 2 && list == In::CommentList && name == "comment") {
+                inNote = true;
+                note = StoredNote();
+                noteOk = x.Attribute("ref", value) && ParseCell(value, note.row, note.column);
+                std::size_t id = 0;
+                if (x.Attribute("authorId", value)) id = std::strtoul(value.c_str(), nullptr, 10);
+                authorOf.push_back(id);
+            } else if (depth == 3 && inNote && name == "text") {
+                inText = true;
+            } else if (depth == 4 && inText && name == "r") {
+                inRun = true;
+            } else if ((depth == 4 && inText && name == "t") || (depth == 5 && inRun && name == "t")) {
+                capture = &note.text;
+                captureDepth = depth;
+            }
+            continue;
+        }
+        // An element ends.
+        if (capture && depth == captureDepth) {
+            capture = nullptr;
+            captureDepth = 0;
+            if (depth == 2 && list == In::Authors) part.authors.push_back(std::move(author));
+        } else if (depth == 5) {
+        } else if (depth == 4) {
+            inRun = false;
+        } else if (depth == 3) {
+            inText = false;
+        } else if (depth == 2 && inNote) {
+            inNote = false;
+            if (noteOk) {
+                if (note.text.find("_x") != std::string::npos) note.text = UnescapeOoxml(note.text);
+                note.originalRow = note.row;
+                note.originalColumn = note.column;
+                notes.push_back(std::move(note));
+            } else {
+                authorOf.pop_back();
+            }
+        } else if (depth == 1) {
+            list = In::Nothing;
+        }
+    }
+    for (std::size_t i = 0; i < notes.size(); ++i) {
+        std::size_t id = authorOf[i];
+        if (id >= part.authors.size() || (unknownAuthor != static_cast<std::size_t>(-1) && id == unknownAuthor)) {
+            if (unknownAuthor == static_cast<std::size_t>(-1)) {
+                unknownAuthor = part.authors.size();
+                for (std::size_t a = 0; a < part.authors.size(); ++a)
+                    if (part.authors[a].empty()) unknownAuthor = a;
+                if (unknownAuthor == part.authors.size()) part.authors.emplace_back();
+            }
+            id = unknownAuthor;
+        }
+        notes[i].author = static_cast<std::uint32_t>(id);
+    }
+    part.notes.reserve(notes.size());
+    part.notes = std::move(notes);
     return part;
 }
 
-void WriteComments(DeflateStream& stream, std::string_view rootAttributes, std::vector<std::string> authors,
-                   const std::vector<StoredNote>& notes) {
-    std::map<std::string, int> authorIds;
-    for (std::size_t i = 0; i < authors.size(); ++i) authorIds.emplace(authors[i], static_cast<int>(i));
-    for (const StoredNote& n : notes)
-        if (!authorIds.count(n.note.author)) {
-            authorIds.emplace(n.note.author, static_cast<int>(authors.size()));
-            authors.push_back(n.note.author);
-        }
+void WriteComments(DeflateStream& stream, std::string_view rootAttributes, const std::vector<std::string>& authors,
+                   const std::vector<StoredNote>& notes, std::string_view originalPart) {
+    bool anyKept = false;
+    for (const StoredNote& n : notes) anyKept = anyKept || (!n.changed && n.originalRow);
+    std::vector<CommentElement> originals = anyKept ? CommentElements(originalPart) : std::vector<CommentElement>();
     std::string& out = stream.Buffer();
     out += "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\r\n<comments";
     out += rootAttributes.empty() ? " xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\""
@@ -75,20 +193,25 @@ void WriteComments(DeflateStream& stream, std::string_view rootAttributes, std::
         out += "</author>";
     }
     out += "</authors><commentList>";
-    for (const StoredNote& stored : notes) {
+    char number[16];
+    for (const StoredNote& n : notes) {
         stream.MaybeFlush();
-        const Note& n = stored.note;
-        if (!stored.changed && !stored.commentXml.empty()) {
-            out += "<comment ref=\"";
-            out += CellName(n.row, n.column);
-            out += '"';
-            out.append(stored.commentXml, std::string_view("<comment").size());
-            continue;
-        }
         out += "<comment ref=\"";
-        out += CellName(n.row, n.column);
-        out += "\" authorId=\"";
-        out += std::to_string(authorIds[n.author]);
+        AppendCellName(out, n.row, n.column);
+        out += '"';
+        if (!n.changed && n.originalRow) {
+            auto it = std::lower_bound(originals.begin(), originals.end(), std::make_pair(n.originalRow, n.originalColumn),
+                                       [](const CommentElement& e, std::pair<int, int> rc) {
+                                           return std::make_pair(e.row, e.column) < rc;
+                                       });
+            if (it != originals.end() && it->row == n.originalRow && it->column == n.originalColumn) {
+                out += it->head;
+                out += it->tail;
+                continue;
+            }
+        }
+        out += " authorId=\"";
+        out.append(number, std::to_chars(number, number + sizeof number, n.author).ptr);
         out += "\"><text><t xml:space=\"preserve\">";
         AppendEscaped(out, n.text);
         out += "</t></text></comment>";
@@ -230,7 +353,7 @@ void WriteVml(DeflateStream& stream, std::string_view original, const std::vecto
     long id = maxId + 1;
     for (const StoredNote& stored : notes) {
         stream.MaybeFlush();
-        const Note& n = stored.note;
+        const StoredNote& n = stored;
         int r = n.row - 1, c = n.column - 1;
         auto shape = stored.originalRow ? noteShapes.find({stored.originalRow - 1, stored.originalColumn - 1}) : noteShapes.end();
         if (shape != noteShapes.end()) {

@@ -2,6 +2,7 @@
 // The notes of a sheet: the comments part (authors and texts) and the VML drawing that shows
 // them. Note shapes are rewritten; every other VML shape (buttons, pictures) is kept as it was.
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,14 +13,15 @@
 
 namespace xl {
 
-// A note as the sheet keeps it: where it was read from, and whether its text changed since. Its
-// <comment> element as written (without its ref) is fetched only when the part is written, so
-// that an untouched note keeps its rich text.
+// A note as the sheet keeps it: where it was read from, and whether its text changed since. An
+// untouched note is written again from its <comment> element in the part as it stands, so that
+// it keeps its rich text; nothing of that element is held in between.
 struct StoredNote {
-    Note note;
+    int row = 0, column = 0;
     int originalRow = 0, originalColumn = 0;  // 0 for a note added since reading
+    std::uint32_t author = 0;                 // index into the part's authors
     bool changed = false;
-    std::string commentXml;
+    std::string text;                         // plain text; runs of a rich note joined
 };
 
 // A comments part: its authors in order and its notes in file order.
@@ -29,13 +31,18 @@ struct NotesPart {
     std::vector<StoredNote> notes;
 };
 
-// Reads a comments part; a malformed part is an error naming `label`. With `keepXml` each
-// note's <comment> element is kept as well.
-base::Result<NotesPart> ReadNotes(std::string xml, std::string_view label, bool keepXml);
-// A comments part for `notes`, streamed as text; `authors` (the part's own) keep their ids.
-// `rootAttributes` (the part's own, or "" for a new part) are written on the root.
-void WriteComments(DeflateStream& out, std::string_view rootAttributes, std::vector<std::string> authors,
-                   const std::vector<StoredNote>& notes);
+// Reads a comments part in one pass without building a tree; a note with an author id outside
+// the list gets the author "" (added to the list). A malformed part is an error naming `label`
+// and the byte offset.
+base::Result<NotesPart> ReadNotes(std::string_view xml, std::string_view label);
+// The index of `author` in `authors`, appended when missing.
+std::uint32_t AuthorIndex(std::vector<std::string>& authors, std::string_view author);
+// A comments part for `notes`, streamed as text; `authors` are the notes' author list, ids kept.
+// `rootAttributes` (the part's own, or "" for a new part) are written on the root. Unchanged
+// notes are copied from their elements in `originalPart` (the part as it stands, or ""), under
+// their new cell; one missing there is written from its plain text.
+void WriteComments(DeflateStream& out, std::string_view rootAttributes, const std::vector<std::string>& authors,
+                   const std::vector<StoredNote>& notes, std::string_view originalPart);
 // The VML drawing for `notes`: shapes of `originalVml` that are not notes are kept, the shape of
 // a note read from it is kept too (moved with its note), and new notes get new shapes with ids
 // above every id in use and at least `shapeBase` (a multiple of 1024 unique in the workbook).

@@ -121,6 +121,7 @@ struct Worksheet::Data {
     std::map<int, Row> rows;
     bool notesLoaded = false;
     std::vector<StoredNote> notes;  // sorted by row, column
+    Note noteAt;                    // what NoteAt() last gave
     std::string xml;                   // the sheet part, parsed in place
     std::vector<std::string> authors;  // of the comments part as read
     std::string commentsRoot;          // its root's namespace declarations
@@ -459,23 +460,29 @@ void Worksheet::LoadNotes() {
             if (r.id == id && !r.external) data_->vmlPart = pkg.Has(r.target) ? pkg.Find(r.target) : "";
     }
     if (data_->commentsPart.empty()) return;
-    auto xml = pkg.Read(data_->commentsPart);
-    if (!xml) return;
-    auto part = ReadNotes(std::move(*xml), pkg.Label() + ": " + data_->commentsPart, false);
+    base::Result<NotesPart> part = base::Status::Error("");
+    {
+        // The part's text lives only while it is read.
+        auto xml = pkg.Read(data_->commentsPart);
+        if (!xml) return;
+        part = ReadNotes(*xml, pkg.Label() + ": " + data_->commentsPart);
+    }
     if (!part) return;
     data_->notes = std::move(part->notes);
     data_->authors = std::move(part->authors);
     data_->commentsRoot = std::move(part->rootAttributes);
-    std::stable_sort(data_->notes.begin(), data_->notes.end(), [](const StoredNote& a, const StoredNote& b) {
-        return a.note.row != b.note.row ? a.note.row < b.note.row : a.note.column < b.note.column;
-    });
+    auto byCell = [](const StoredNote& a, const StoredNote& b) {
+        return a.row != b.row ? a.row < b.row : a.column < b.column;
+    };
+    if (!std::is_sorted(data_->notes.begin(), data_->notes.end(), byCell))
+        std::stable_sort(data_->notes.begin(), data_->notes.end(), byCell);
 }
 
 std::vector<Note> Worksheet::Notes() {
     LoadNotes();
     std::vector<Note> out;
     out.reserve(data_->notes.size());
-    for (const StoredNote& n : data_->notes) out.push_back(n.note);
+    for (const StoredNote& n : data_->notes) out.push_back(Note{n.row, n.column, data_->authors[n.author], n.text});
     return out;
 }
 
@@ -487,7 +494,7 @@ std::vector<StoredNote>::iterator FirstNoteFrom(std::vector<StoredNote>& notes, 
                                                 int column) {
     return std::lower_bound(notes.begin(), notes.end(), std::make_pair(row, column),
                             [](const StoredNote& n, std::pair<int, int> rc) {
-                                return std::make_pair(n.note.row, n.note.column) < rc;
+                                return std::make_pair(n.row, n.column) < rc;
                             });
 }
 
@@ -496,25 +503,28 @@ std::vector<StoredNote>::iterator FirstNoteFrom(std::vector<StoredNote>& notes, 
 const Note* Worksheet::NoteAt(int row, int column) {
     LoadNotes();
     auto it = FirstNoteFrom(data_->notes, row, column);
-    if (it != data_->notes.end() && it->note.row == row && it->note.column == column) {
-        return &it->note;
-    }
-    return nullptr;
+    if (it == data_->notes.end() || it->row != row || it->column != column) return nullptr;
+    data_->noteAt = Note{row, column, data_->authors[it->author], it->text};
+    return &data_->noteAt;
 }
 
 void Worksheet::SetNote(int row, int column, std::string_view text, std::string_view author) {
     LoadNotes();
     notesChanged_ = true;
     auto it = FirstNoteFrom(data_->notes, row, column);
-    if (it != data_->notes.end() && it->note.row == row && it->note.column == column) {
-        it->note.text = std::string(text);
-        it->note.author = std::string(author);
+    std::uint32_t authorId = AuthorIndex(data_->authors, author);
+    if (it != data_->notes.end() && it->row == row && it->column == column) {
+        it->text.assign(text);
+        it->author = authorId;
         it->changed = true;
         return;
     }
     StoredNote added;
-    added.note = Note{row, column, std::string(author), std::string(text)};
+    added.row = row;
+    added.column = column;
+    added.author = authorId;
     added.changed = true;
+    added.text.assign(text);
     data_->notes.insert(it, std::move(added));
 }
 
@@ -531,7 +541,7 @@ int Worksheet::ClearNotes(const CellRange& range) {
                     : FirstNoteFrom(data_->notes, range.lastRow + 1, std::numeric_limits<int>::min());
     if (last < first) last = first;
     auto kept = std::remove_if(first, last, [&](const StoredNote& n) {
-        return range.Contains(n.note.row, n.note.column);
+        return range.Contains(n.row, n.column);
     });
     const int removed = static_cast<int>(last - kept);
     data_->notes.erase(kept, last);
@@ -582,30 +592,25 @@ void Worksheet::SaveNotes() {
     if (std::size_t at = originalVml.find("data=\""); at != std::string::npos)
         base = 1024 * std::atoi(originalVml.c_str() + at + 6);
     // Untouched notes are written from their elements as the part has them now.
+    std::string current;
     if (pkg.Has(data_->commentsPart)) {
         bool wanted = false;
         for (const StoredNote& n : data_->notes) wanted = wanted || (!n.changed && n.originalRow);
-        auto current = wanted ? pkg.Read(data_->commentsPart) : base::Result<std::string>(base::Status::Error(""));
-        auto part = current ? ReadNotes(std::move(*current), data_->commentsPart, true)
-                            : base::Result<NotesPart>(current.GetStatus());
-        if (part) {
-            std::map<std::pair<int, int>, std::string> byCell;
-            for (StoredNote& n : part->notes) byCell[{n.originalRow, n.originalColumn}] = std::move(n.commentXml);
-            for (StoredNote& n : data_->notes)
-                if (!n.changed && n.originalRow) n.commentXml = std::move(byCell[{n.originalRow, n.originalColumn}]);
-        }
+        if (wanted)
+            if (auto xml = pkg.Read(data_->commentsPart)) current = std::move(*xml);
     }
     DeflateStream comments, vml;
-    WriteComments(comments, data_->commentsRoot, data_->authors, data_->notes);
+    WriteComments(comments, data_->commentsRoot, data_->authors, data_->notes, current);
+    current = std::string();
     pkg.Write(data_->commentsPart, comments.Finish());
     WriteVml(vml, originalVml, data_->notes, base);
+    originalVml = std::string();
     pkg.Write(data_->vmlPart, vml.Finish());
     // What was written is now what the parts hold.
     for (StoredNote& n : data_->notes) {
-        n.originalRow = n.note.row;
-        n.originalColumn = n.note.column;
+        n.originalRow = n.row;
+        n.originalColumn = n.column;
         n.changed = false;
-        n.commentXml.clear();
     }
     notesChanged_ = false;
 }
@@ -1245,14 +1250,14 @@ void Worksheet::Shift(const RowShift& shift) {
     }
     std::vector<StoredNote> notes;
     for (StoredNote& n : data_->notes) {
-        if (n.note.column >= shift.firstColumn && n.note.column <= shift.lastColumn) {
-            n.note.row = shift.Map(n.note.row);
-            if (n.note.row == 0) continue;
+        if (n.column >= shift.firstColumn && n.column <= shift.lastColumn) {
+            n.row = shift.Map(n.row);
+            if (n.row == 0) continue;
         }
         notes.push_back(std::move(n));
     }
     std::stable_sort(notes.begin(), notes.end(), [](const StoredNote& a, const StoredNote& b) {
-        return a.note.row != b.note.row ? a.note.row < b.note.row : a.note.column < b.note.column;
+        return a.row != b.row ? a.row < b.row : a.column < b.column;
     });
     if (!data_->notes.empty()) notesChanged_ = true;
     data_->notes = std::move(notes);

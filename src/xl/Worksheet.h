@@ -95,7 +95,7 @@ public:
 
     // Every note with its cell, in row then column order.
     std::vector<Note> Notes();
-    // The note text of a cell, or nullptr.
+    // The note of a cell, or nullptr; the note stays valid until the next NoteAt() call.
     const Note* NoteAt(int row, int column);
     // Adds or replaces the note of a cell.
     void SetNote(int row, int column, std::string_view text, std::string_view author = "");

@@ -1,0 +1,257 @@
+#include "xl/XmlScanner.h"
+
+#include <cstring>
+
+#include "base/Format.h"
+#include "base/Text.h"
+
+namespace xl {
+namespace {
+
+bool IsSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+
+bool IsAllSpace(std::string_view s) {
+    for (char c : s)
+        if (!IsSpace(c)) return false;
+    return true;
+}
+
+// The character an entity or character reference stands for ("amp", "#10", "#x1F600"); 0 when
+// it is none we know.
+char32_t EntityValue(std::string_view name) {
+    if (name == "amp") return '&';
+    if (name == "lt") return '<';
+    if (name == "gt") return '>';
+    if (name == "quot") return '"';
+    if (name == "apos") return '\'';
+    if (name.size() < 2 || name[0] != '#') return 0;
+    bool hex = name[1] == 'x';
+    std::string_view digits = name.substr(hex ? 2 : 1);
+    if (digits.empty() || digits.size() > 8) return 0;
+    char32_t v = 0;
+    for (char c : digits) {
+        int d = c >= '0' && c <= '9' ? c - '0'
+                : hex && c >= 'a' && c <= 'f' ? c - 'a' + 10
+                : hex && c >= 'A' && c <= 'F' ? c - 'A' + 10 : -1;
+        if (d < 0) return 0;
+        v = v * (hex ? 16 : 10) + static_cast<char32_t>(d);
+    }
+    return v > 0 && v <= 0x10FFFF ? v : 0;
+}
+
+// Decodes character data or an attribute value; attribute values get their white space made
+// spaces, as XML normalises them.
+void AppendDecoded(std::string& out, std::string_view raw, bool attribute) {
+    std::size_t pos = 0;
+    while (pos < raw.size()) {
+        std::size_t at = pos;
+        while (at < raw.size() && raw[at] != '&' && raw[at] != '\r' && !(attribute && (raw[at] == '\n' || raw[at] == '\t')))
+            ++at;
+        out.append(raw.data() + pos, at - pos);
+        if (at == raw.size()) break;
+        char c = raw[at];
+        pos = at + 1;
+        if (c == '\r') {
+            if (pos < raw.size() && raw[pos] == '\n') ++pos;
+            out += attribute ? ' ' : '\n';
+        } else if (c != '&') {
+            out += ' ';
+        } else {
+            std::size_t semi = raw.find(';', pos);
+            char32_t v = semi != std::string_view::npos && semi - pos <= 10 ? EntityValue(raw.substr(pos, semi - pos)) : 0;
+            if (v) {
+                base::AppendUtf8(out, v);
+                pos = semi + 1;
+            } else {
+                out += '&';
+            }
+        }
+    }
+}
+
+// Calls `f(name, nameBegin, value, end)` for each attribute of raw attribute text until it
+// returns true; false when the text is not a list of name="value" pairs.
+template <typename F>
+bool ForEachAttribute(std::string_view raw, F f) {
+    std::size_t pos = 0;
+    while (true) {
+        while (pos < raw.size() && IsSpace(raw[pos])) ++pos;
+        if (pos == raw.size()) return true;
+        std::size_t nameBegin = pos;
+        while (pos < raw.size() && !IsSpace(raw[pos]) && raw[pos] != '=') ++pos;
+        std::string_view name = raw.substr(nameBegin, pos - nameBegin);
+        while (pos < raw.size() && IsSpace(raw[pos])) ++pos;
+        if (name.empty() || pos == raw.size() || raw[pos] != '=') return false;
+        ++pos;
+        while (pos < raw.size() && IsSpace(raw[pos])) ++pos;
+        if (pos == raw.size() || (raw[pos] != '"' && raw[pos] != '\'')) return false;
+        char quote = raw[pos++];
+        std::size_t close = raw.find(quote, pos);
+        if (close == std::string_view::npos) return false;
+        std::string_view value = raw.substr(pos, close - pos);
+        if (value.find('<') != std::string_view::npos) return false;
+        pos = close + 1;
+        if (f(name, nameBegin, value, pos)) return true;
+        if (pos < raw.size() && !IsSpace(raw[pos])) return false;
+    }
+}
+
+bool MatchesLocal(std::string_view name, std::string_view local) {
+    if (name.substr(0, 5) == "xmlns") return false;
+    std::size_t colon = name.find(':');
+    return (colon == std::string_view::npos ? name : name.substr(colon + 1)) == local;
+}
+
+}  // namespace
+
+std::string_view XmlScanner::LocalName() const {
+    std::size_t colon = name_.find(':');
+    return colon == std::string_view::npos ? name_ : name_.substr(colon + 1);
+}
+
+XmlScanner::Token XmlScanner::Fail(std::size_t at, std::string_view what) {
+    error_ = base::Sprintf("malformed XML at byte %d: %s", static_cast<long>(at), std::string(what).c_str());
+    token_ = Token::Error;
+    return token_;
+}
+
+bool XmlScanner::ParseAttributes(std::string_view raw) {
+    return ForEachAttribute(raw, [](std::string_view, std::size_t, std::string_view, std::size_t) { return false; });
+}
+
+bool XmlScanner::Attribute(std::string_view localName, std::string& value) const {
+    bool found = false;
+    ForEachAttribute(attributes_, [&](std::string_view name, std::size_t, std::string_view raw, std::size_t) {
+        if (!MatchesLocal(name, localName)) return false;
+        value.clear();
+        AppendDecoded(value, raw, true);
+        found = true;
+        return true;
+    });
+    return found;
+}
+
+bool XmlScanner::AttributeSpan(std::string_view localName, std::size_t& begin, std::size_t& end) const {
+    bool found = false;
+    ForEachAttribute(attributes_, [&](std::string_view name, std::size_t nameBegin, std::string_view, std::size_t after) {
+        if (!MatchesLocal(name, localName)) return false;
+        begin = nameBegin;
+        end = after;
+        found = true;
+        return true;
+    });
+    return found;
+}
+
+void XmlScanner::AppendText(std::string& out) const {
+    if (token_ != Token::Text) return;
+    if (cdata_) out.append(data_);
+    else AppendDecoded(out, data_, false);
+}
+
+XmlScanner::Token XmlScanner::Next() {
+    if (token_ == Token::Error) return token_;
+    if (pendingEnd_) {
+        pendingEnd_ = false;
+        begin_ = pos_;
+        open_.pop_back();
+        return token_ = Token::EndElement;
+    }
+    while (true) {
+        begin_ = pos_;
+        if (pos_ >= text_.size()) {
+            if (!open_.empty()) return Fail(pos_, "the element <" + std::string(open_.back()) + "> is not closed");
+            if (!rootSeen_) return Fail(pos_, "there is no root element");
+            return token_ = Token::End;
+        }
+        if (text_[pos_] != '<') {
+            std::size_t lt = text_.find('<', pos_);
+            if (lt == std::string_view::npos) lt = text_.size();
+            std::string_view run = text_.substr(pos_, lt - pos_);
+            if (open_.empty()) {
+                if (!IsAllSpace(run)) return Fail(pos_, "text outside the root element");
+                pos_ = lt;
+                continue;
+            }
+            data_ = run;
+            cdata_ = false;
+            pos_ = lt;
+            return token_ = Token::Text;
+        }
+        std::string_view rest = text_.substr(pos_);
+        if (rest.substr(0, 4) == "<!--") {
+            std::size_t end = text_.find("-->", pos_ + 4);
+            if (end == std::string_view::npos) return Fail(pos_, "a comment is not closed");
+            pos_ = end + 3;
+            continue;
+        }
+        if (rest.substr(0, 9) == "<![CDATA[") {
+            std::size_t end = text_.find("]]>", pos_ + 9);
+            if (end == std::string_view::npos) return Fail(pos_, "a CDATA section is not closed");
+            if (open_.empty()) return Fail(pos_, "CDATA outside the root element");
+            data_ = text_.substr(pos_ + 9, end - pos_ - 9);
+            cdata_ = true;
+            pos_ = end + 3;
+            return token_ = Token::Text;
+        }
+        if (rest.substr(0, 2) == "<?") {
+            std::size_t end = text_.find("?>", pos_ + 2);
+            if (end == std::string_view::npos) return Fail(pos_, "a processing instruction is not closed");
+            pos_ = end + 2;
+            continue;
+        }
+        if (rest.substr(0, 2) == "<!") {
+            // A DOCTYPE, possibly with an internal subset in brackets; its entities stay unexpanded.
+            std::size_t p = pos_ + 2;
+            int brackets = 0;
+            while (p < text_.size() && (text_[p] != '>' || brackets > 0)) {
+                if (text_[p] == '[') ++brackets;
+                else if (text_[p] == ']') --brackets;
+                ++p;
+            }
+            if (p >= text_.size()) return Fail(pos_, "a declaration is not closed");
+            pos_ = p + 1;
+            continue;
+        }
+        if (rest.substr(0, 2) == "</") {
+            std::size_t gt = text_.find('>', pos_ + 2);
+            if (gt == std::string_view::npos) return Fail(pos_, "an end tag is not closed");
+            std::string_view name = text_.substr(pos_ + 2, gt - pos_ - 2);
+            while (!name.empty() && IsSpace(name.back())) name.remove_suffix(1);
+            if (open_.empty() || open_.back() != name)
+                return Fail(pos_, "the end tag </" + std::string(name) + "> does not match " +
+                                      (open_.empty() ? std::string("any open element") : "<" + std::string(open_.back()) + ">"));
+            name_ = name;
+            open_.pop_back();
+            pos_ = gt + 1;
+            return token_ = Token::EndElement;
+        }
+        std::size_t p = pos_ + 1;
+        while (p < text_.size() && !IsSpace(text_[p]) && text_[p] != '/' && text_[p] != '>') ++p;
+        std::string_view name = text_.substr(pos_ + 1, p - pos_ - 1);
+        if (name.empty() || name.find_first_of("<&\"'=") != std::string_view::npos) return Fail(pos_, "a tag has no valid name");
+        if (open_.empty() && rootSeen_) return Fail(pos_, "a second root element <" + std::string(name) + ">");
+        // The tag ends at the first '>' outside a quoted value.
+        std::size_t gt = p;
+        char quote = 0;
+        while (gt < text_.size() && (quote || text_[gt] != '>')) {
+            char c = text_[gt];
+            if (quote ? c == quote : (c == '"' || c == '\'')) quote = quote ? 0 : c;
+            ++gt;
+        }
+        if (gt >= text_.size()) return Fail(pos_, "the tag <" + std::string(name) + "> is not closed");
+        std::string_view attrs = text_.substr(p, gt - p);
+        bool selfClosing = !attrs.empty() && attrs.back() == '/';
+        if (selfClosing) attrs.remove_suffix(1);
+        if (!ParseAttributes(attrs)) return Fail(pos_, "the attributes of <" + std::string(name) + "> are malformed");
+        name_ = name;
+        attributes_ = attrs;
+        open_.push_back(name);
+        rootSeen_ = true;
+        pendingEnd_ = selfClosing;
+        pos_ = gt + 1;
+        return token_ = Token::StartElement;
+    }
+}
+
+}  // namespace xl
