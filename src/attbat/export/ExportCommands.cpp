@@ -11,6 +11,7 @@
 #include "arxutils/ArxUtils.h"
 #include "attbat/export/CExportOptionsDialog.h"
 #include "attbat/export/CScheduleDialog.h"
+#include "attbat/export/CSelectAttributeDialog.h"
 #include "attbat/export/DocumentDrawingContext.h"
 #include "attbat/frame/CAttBatApp.h"
 #include "attbat/frame/CRegistry.h"
@@ -87,9 +88,14 @@ std::vector<CommandOption> ExportOptionsList() {
     options.insert(options.end(), {
         {"outer-polygon-area", "on|off", "Outer Polygon Area"},
         {"area-unit", "unitless|sq.in.|sq.ft.|sq.m", "the unit of the area"},
-        {"leave-out-tags", "TAGS", "Attributes: tags to untick, comma separated"},
-        {"remove-no-value", "on|off", "Remove attributes with no value."},
-        {"dynamic-properties", "on|off", "Dynamic Properties"},
+        {"remove-attributes-with-no-value", "on|off",
+         "\"Attributes\" dialog (the \"...\" button): Remove attributes with no value."},
+        {"dynamic-properties", "on|off", "\"Attributes\" dialog: Dynamic Properties"},
+        {"clear-all-tags", "", "\"Attributes\" dialog: Clear All (unticks every tag)"},
+        {"tick-tag", "TAGS", "\"Attributes\" dialog: tags to tick, as listed (MARK, MARK_Dup(1)) or wildcards, comma separated"},
+        {"untick-tag", "TAGS", "\"Attributes\" dialog: tags to untick, the same way; the schedule leaves them out"},
+        {"leave-out-tags", "TAGS", "\"Attributes\" dialog: unticks these tags and ticks every other one"},
+        {"remove-no-value", "on|off", "the same as --remove-attributes-with-no-value"},
         {"drawing-column-kind", "path|layout|handle", "Drawing Path / Drawing With Layout / Block Ref Handle"},
         {"header-style", "all|per-block", "Header for all blocks / Header per block"},
         {"column-sort", "a-z|z-a|none", "Column sort:"},
@@ -270,6 +276,65 @@ void TickByPattern(CAttributePage& page, std::string_view patterns, bool checked
     }
 }
 
+// Ticks or unticks the "Attributes" rows of each word. A word that names no tag of the ticked
+// blocks is a usage error; one whose tag the boxes keep off the list only gets a note, since
+// what the user asked for (a column shown or not) holds either way.
+void TickTags(CSelectAttributeDialog& dialog, const char* option, const std::string& words, bool checked,
+              OptionReader& read) {
+    for (const std::string& word : SplitList(words)) {
+        if (dialog.Tick(word, checked) > 0) continue;
+        auto named = [&](const AcadAttDefTagArray& tags) {
+            return std::any_of(tags.begin(), tags.end(), [&](const AcadAttDefTag& tag) {
+                return tag.DisplayName() == word || base::WcMatch(tag.DisplayName(), word, true);
+            });
+        };
+        if (named(dialog.NoValueTags()) && dialog.m_removeNoValue) {
+            host::CurrentPrinter().Warn(base::Sprintf(
+                "velmar export: --%s %s: no reference gives it a value, so it isn't listed while \"%s\" is "
+                "on (--remove-attributes-with-no-value off lists it).",
+                option, word, CSelectAttributeDialog::removeNoValueLabel));
+        } else if (named(dialog.AllTags())) {
+            host::CurrentPrinter().Warn(base::Sprintf(
+                "velmar export: --%s %s: a dynamic property, listed only with \"%s\" on (--dynamic-properties on).",
+                option, word, CSelectAttributeDialog::dynamicPropertiesLabel));
+        } else {
+            std::string listed;
+            for (const auto& row : dialog.m_tagList) listed += (listed.empty() ? "" : ", ") + row.text;
+            read.Fail(base::Sprintf("velmar export: --%s: no tag of the ticked blocks is '%s'. The \"%s\" "
+                                    "dialog lists %s.",
+                                    option, word, CSelectAttributeDialog::title,
+                                    listed.empty() ? std::string("no tag (tick blocks with attributes: --tick)")
+                                                   : listed));
+        }
+    }
+}
+
+// The "Attributes" dialog, opened by the "..." button only when one of its options is given, and
+// closed with OK, which stores its boxes and replaces the view's unticked tags.
+bool SetAttributesDialog(CScheduleDialog& wizard, CommandContext& context, OptionReader& read) {
+    const char* options[] = {"remove-attributes-with-no-value", "remove-no-value", "dynamic-properties",
+                             "clear-all-tags", "tick-tag", "untick-tag", "leave-out-tags"};
+    if (std::none_of(std::begin(options), std::end(options), [&](const char* name) { return context.Has(name); })) {
+        return read.ok;
+    }
+    CSelectAttributeDialog dialog(wizard);
+    dialog.OnInitDialog();
+    std::optional<bool> removeNoValue = read.Switch("remove-attributes-with-no-value");
+    if (!removeNoValue) removeNoValue = read.Switch("remove-no-value");
+    if (removeNoValue) dialog.SetRemoveNoValue(*removeNoValue);
+    if (auto on = read.Switch("dynamic-properties")) dialog.SetDynamicProperties(*on);
+    if (context.Has("leave-out-tags")) {
+        dialog.Tick("*", true);
+        TickTags(dialog, "leave-out-tags", context.Get("leave-out-tags"), false, read);
+    }
+    if (context.Has("clear-all-tags")) dialog.ClearAll();
+    if (context.Has("tick-tag")) TickTags(dialog, "tick-tag", context.Get("tick-tag"), true, read);
+    if (context.Has("untick-tag")) TickTags(dialog, "untick-tag", context.Get("untick-tag"), false, read);
+    if (!read.ok) return false;
+    dialog.OnOK();
+    return true;
+}
+
 bool SetAttributePage(CScheduleDialog& wizard, CommandContext& context, OptionReader& read) {
     CAttributePage& page = wizard.m_attributePage;
     if (auto on = read.Switch("attributes-only")) page.SetWithAttributesOnly(*on);
@@ -281,22 +346,7 @@ bool SetAttributePage(CScheduleDialog& wizard, CommandContext& context, OptionRe
     }
     if (auto on = read.Switch("outer-polygon-area")) page.SetOuterPolygonArea(*on);
     if (auto unit = read.Choice("area-unit", {"unitless", "sq.in.", "sq.ft.", "sq.m"})) page.m_areaUnit = *unit;
-    // The "Attributes" dialog: its OK stores its two boxes and replaces the unticked tags.
-    bool attributesDialog = context.Has("leave-out-tags") || context.Has("remove-no-value") ||
-                            context.Has("dynamic-properties");
-    if (auto on = read.Switch("remove-no-value")) wizard.m_view.unselNoValueAtts = *on ? 1 : 0;
-    if (auto on = read.Switch("dynamic-properties")) wizard.m_view.selectDynProperties = *on ? 1 : 0;
-    if (context.Has("leave-out-tags")) {
-        wizard.m_view.unselectedTags.RemoveAll();
-        for (const std::string& tag : SplitList(context.Get("leave-out-tags"))) {
-            wizard.m_view.unselectedTags.Add(AcadAttDefTag(tag, 0, 0));
-        }
-    }
-    if (attributesDialog && read.ok) {
-        wizard.Settings().SetInt(kSettingsSection, "UnSelNoValueAtts", wizard.m_view.unselNoValueAtts);
-        wizard.Settings().SetInt(kSettingsSection, "SelectDynProperties", wizard.m_view.selectDynProperties);
-    }
-    return read.ok;
+    return SetAttributesDialog(wizard, context, read);
 }
 
 bool SetPreviewPage(CScheduleDialog& wizard, CommandContext& context, OptionReader& read) {

@@ -125,5 +125,127 @@ TEST(ExportCommands, BadChoiceIsAUsageErrorNamingTheChoices) {
               std::string::npos);
 }
 
+// Every block of the sample but DOOR unticked on the attribute page.
+const std::vector<std::string> kDoorsOnly = {"--preview", "--untick", "TITLEBLOCK,ROOMTAG,EQUIPMENT,DESK_SET,CHAIR,WINDOW"};
+
+std::vector<std::string> With(std::vector<std::string> args, std::initializer_list<std::string> more) {
+    args.insert(args.end(), more.begin(), more.end());
+    return args;
+}
+
+// The schedule's header row as the preview prints it.
+std::string HeaderLine(const std::string& printed) {
+    std::size_t at = printed.find("Block Name");
+    if (at == std::string::npos) return {};
+    std::size_t start = printed.rfind('\n', at);
+    start = start == std::string::npos ? 0 : start + 1;
+    return printed.substr(start, printed.find('\n', at) - start);
+}
+
+TEST(ExportCommands, UntickedTagsLeaveTheScheduleThroughTheAttributesDialog) {
+    CommandFixture f;
+    ASSERT_EQ(f.Run(With(kDoorsOnly, {"--untick-tag", "FIRE_RATING, NOTE*"})), exitOk)
+        << host::CurrentPrinter().CapturedWarnings();
+    std::string header = HeaderLine(host::CurrentPrinter().Captured());
+    EXPECT_NE(header.find("MARK"), std::string::npos) << header;
+    EXPECT_NE(header.find("WIDTH"), std::string::npos) << header;
+    EXPECT_EQ(header.find("FIRE_RATING"), std::string::npos) << header;
+    EXPECT_EQ(header.find("NOTE"), std::string::npos) << header;
+    // OK stored the two boxes as they stood.
+    EXPECT_EQ(CRegistry::GetInt("Velmar", "UnSelNoValueAtts", -1), 1);
+    EXPECT_EQ(CRegistry::GetInt("Velmar", "SelectDynProperties", -1), 1);
+
+    // The unticked tags live in the wizard (and its templates), not in the settings.
+    ASSERT_EQ(f.Run(kDoorsOnly), exitOk);
+    EXPECT_NE(HeaderLine(host::CurrentPrinter().Captured()).find("FIRE_RATING"), std::string::npos);
+}
+
+TEST(ExportCommands, ClearAllTagsThenTickTagKeepsOnlyThatTag) {
+    CommandFixture f;
+    ASSERT_EQ(f.Run(With(kDoorsOnly, {"--clear-all-tags", "--tick-tag", "mark"})), exitOk)
+        << host::CurrentPrinter().CapturedWarnings();
+    std::string header = HeaderLine(host::CurrentPrinter().Captured());
+    EXPECT_NE(header.find("MARK"), std::string::npos) << header;
+    EXPECT_EQ(header.find("WIDTH"), std::string::npos) << header;
+    EXPECT_EQ(header.find("NOTE"), std::string::npos) << header;
+}
+
+TEST(ExportCommands, RemoveAttributesWithNoValueOffIsStoredAndListsEmptyTags) {
+    CommandFixture f;
+    const std::vector<std::string> equipment = {"--preview", "--untick", "TITLEBLOCK,ROOMTAG,DOOR,DESK_SET,CHAIR,WINDOW"};
+    ASSERT_EQ(f.Run(equipment), exitOk);
+    EXPECT_EQ(HeaderLine(host::CurrentPrinter().Captured()).find("MAKER"), std::string::npos);
+
+    ASSERT_EQ(f.Run(With(equipment, {"--remove-attributes-with-no-value", "off"})), exitOk)
+        << host::CurrentPrinter().CapturedWarnings();
+    EXPECT_NE(HeaderLine(host::CurrentPrinter().Captured()).find("MAKER"), std::string::npos);
+    EXPECT_EQ(CRegistry::GetInt("Velmar", "UnSelNoValueAtts", -1), 0);
+
+    // A later run without the option starts from the stored box.
+    ASSERT_EQ(f.Run(equipment), exitOk);
+    EXPECT_NE(HeaderLine(host::CurrentPrinter().Captured()).find("MAKER"), std::string::npos);
+}
+
+TEST(ExportCommands, OlderAttributesOptionNamesStillWork) {
+    CommandFixture f;
+    ASSERT_EQ(f.Run(With(kDoorsOnly, {"--leave-out-tags", "WIDTH", "--remove-no-value", "off"})), exitOk)
+        << host::CurrentPrinter().CapturedWarnings();
+    std::string header = HeaderLine(host::CurrentPrinter().Captured());
+    EXPECT_EQ(header.find("WIDTH"), std::string::npos) << header;
+    EXPECT_NE(header.find("FIRE_RATING"), std::string::npos) << header;
+    EXPECT_EQ(CRegistry::GetInt("Velmar", "UnSelNoValueAtts", -1), 0);
+}
+
+TEST(ExportCommands, LeaveOutTagsTicksEveryOtherTagOfALoadedTemplate) {
+    CommandFixture f;
+    std::string vlt = f.temp / "doors.vlt";
+    ASSERT_EQ(f.Run(With(kDoorsOnly, {"--untick-tag", "MARK", "--save-template", vlt})), exitOk)
+        << host::CurrentPrinter().CapturedWarnings();
+    ASSERT_EQ(HeaderLine(host::CurrentPrinter().Captured()).find("MARK"), std::string::npos);
+
+    ASSERT_EQ(f.Run({"--preview", "--template", vlt}), exitOk);
+    EXPECT_EQ(HeaderLine(host::CurrentPrinter().Captured()).find("MARK"), std::string::npos);
+    ASSERT_EQ(f.Run({"--preview", "--template", vlt, "--untick-tag", "WIDTH"}), exitOk);
+    std::string header = HeaderLine(host::CurrentPrinter().Captured());
+    EXPECT_EQ(header.find("MARK"), std::string::npos) << header;
+    EXPECT_EQ(header.find("WIDTH"), std::string::npos) << header;
+    ASSERT_EQ(f.Run({"--preview", "--template", vlt, "--leave-out-tags", "WIDTH"}), exitOk);
+    header = HeaderLine(host::CurrentPrinter().Captured());
+    EXPECT_NE(header.find("MARK"), std::string::npos) << header;
+    EXPECT_EQ(header.find("WIDTH"), std::string::npos) << header;
+}
+
+TEST(ExportCommands, UnknownTagIsAUsageErrorListingTheDialogsTags) {
+    CommandFixture f;
+    EXPECT_EQ(f.Run(With(kDoorsOnly, {"--untick-tag", "COLOUR"})), exitUsage);
+    const std::string& warning = host::CurrentPrinter().CapturedWarnings();
+    EXPECT_NE(warning.find("no tag of the ticked blocks is 'COLOUR'"), std::string::npos) << warning;
+    EXPECT_NE(warning.find("MARK, WIDTH, FIRE_RATING, NOTE, NOTE_Dup(1)"), std::string::npos) << warning;
+    // Nothing was stored: the dialog was never closed with OK.
+    EXPECT_EQ(CRegistry::GetInt("Velmar", "UnSelNoValueAtts", -1), -1);
+}
+
+TEST(ExportCommands, TagWithoutValueGetsANoteAndTheRunGoesOn) {
+    CommandFixture f;
+    ASSERT_EQ(f.Run({"--preview", "--untick", "TITLEBLOCK,ROOMTAG,DOOR,DESK_SET,CHAIR,WINDOW",
+                     "--untick-tag", "MAKER"}),
+              exitOk);
+    EXPECT_NE(host::CurrentPrinter().CapturedWarnings().find("--untick-tag MAKER: no reference gives it a value"),
+              std::string::npos)
+        << host::CurrentPrinter().CapturedWarnings();
+}
+
+TEST(ExportCommands, HelpNamesTheAttributesDialogOptionsByTheirLabels) {
+    CommandFixture f;
+    ASSERT_EQ(f.Run({"--help"}), exitOk);
+    const std::string& help = host::CurrentPrinter().Captured();
+    for (const char* text : {"--remove-attributes-with-no-value on|off", "Remove attributes with no value.",
+                             "--dynamic-properties on|off", "Dynamic Properties", "--clear-all-tags",
+                             "Clear All", "--untick-tag TAGS", "--tick-tag TAGS", "--leave-out-tags TAGS",
+                             "--remove-no-value on|off"}) {
+        EXPECT_NE(help.find(text), std::string::npos) << text;
+    }
+}
+
 }  // namespace
 }  // namespace attbat
