@@ -14,6 +14,11 @@ public:
     int IndexOfTag(std::string_view tag) const;
     // Value of the element with that tag (case counts) and dupIndex; empty when none.
     std::string Get(std::string_view tag, int dupIndex) const;
+    // Makes room for `count` values in all, so a row read value by value grows once; a count
+    // at or below the present size changes nothing.
+    void Reserve(int count) {
+        if (count > 0) Items().reserve(static_cast<std::size_t>(count));
+    }
 };
 
 }  // namespace attbat

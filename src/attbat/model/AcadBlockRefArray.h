@@ -26,6 +26,11 @@ public:
     // equal y keeps the order of arrival. Returns the index. Each call is linear; for many rows
     // use Append and SortTopDown, which give the same order.
     int AddSorted(AcadBlockRef row);
+    // Makes room for `count` rows in all, so a block read row by row grows once; a count at or
+    // below the present size changes nothing.
+    void Reserve(int count) {
+        if (count > 0) Items().reserve(static_cast<std::size_t>(count));
+    }
     // Puts the rows in the order that repeated AddSorted calls would have given (a stable sort
     // by y, descending), in n log n.
     void SortTopDown();

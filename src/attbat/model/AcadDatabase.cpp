@@ -6,6 +6,7 @@
 #include <unordered_map>
 
 #include "arxutils/ArxUtils.h"
+#include "attbat/model/ReferenceFields.h"
 #include "base/Format.h"
 #include "base/Path.h"
 #include "base/Text.h"
@@ -30,6 +31,13 @@ namespace {
 Point3d ToPoint(cad::Point3 p) { return {p.x, p.y, p.z}; }
 Scale3d ToScale(cad::Point3 p) { return {p.x, p.y, p.z}; }
 
+// A reference as one read of a database sees it: its fields read once, and the block it stands in.
+struct CachedRef {
+    cad::BlockReference ref;
+    cad::BlockRecord owner;
+    ReferenceFields fields;
+};
+
 // What one read of a database looks up again and again: references by block, layer states and
 // owner names, each made once.
 class ReadCache {
@@ -40,29 +48,31 @@ public:
                 std::string type = entity.Type();
                 if (type != "INSERT" && type != "MINSERT") continue;
                 cad::BlockReference ref(entity.GetDatabase(), entity.Index());
-                refsByBlock_[base::FoldCase(ref.BlockName())].push_back(ref);
+                ReferenceFields fields = ReadReferenceFields(ref);
+                std::string key = base::FoldCase(fields.blockName);
+                refsByBlock_[std::move(key)].push_back(CachedRef{ref, ref.OwnerBlock(), std::move(fields)});
             }
         }
     }
 
     // The references of `block` that stand directly in a space or block.
-    const std::vector<cad::BlockReference>& DirectRefs(const cad::BlockRecord& block) {
-        static const std::vector<cad::BlockReference> none;
+    const std::vector<CachedRef>& DirectRefs(const cad::BlockRecord& block) {
+        static const std::vector<CachedRef> none;
         auto it = refsByBlock_.find(base::FoldCase(block.Name()));
         return it == refsByBlock_.end() ? none : it->second;
     }
 
     // The references of `block` and of every block holding one, through any depth.
-    std::vector<cad::BlockReference> AllRefs(const cad::BlockRecord& block) {
-        std::vector<cad::BlockReference> out;
+    std::vector<const CachedRef*> AllRefs(const cad::BlockRecord& block) {
+        std::vector<const CachedRef*> out;
         std::set<std::string> seen{base::FoldCase(block.Name())};
         std::vector<cad::BlockRecord> pending{block};
         while (!pending.empty()) {
             cad::BlockRecord current = pending.back();
             pending.pop_back();
-            for (const cad::BlockReference& ref : DirectRefs(current)) {
-                out.push_back(ref);
-                cad::BlockRecord holder = ref.OwnerBlock();
+            for (const CachedRef& ref : DirectRefs(current)) {
+                out.push_back(&ref);
+                const cad::BlockRecord& holder = ref.owner;
                 if (holder && !holder.IsLayout() && seen.insert(base::FoldCase(holder.Name())).second)
                     pending.push_back(holder);
             }
@@ -89,19 +99,29 @@ public:
     // A layout's spaces by their id, so an owner list of ids gives names back.
     void NoteSpace(const cad::BlockRecord& space) { OwnerName(SpaceIdOf(space), space); }
 
+    // Whether a block record is a layout, asked once per record.
+    // References stand in few blocks, so a short list beats a map.
+    bool IsLayout(const cad::BlockRecord& record) {
+        for (const auto& [known, isLayout] : layouts_)
+            if (known == record) return isLayout;
+        layouts_.emplace_back(record, record.IsLayout());
+        return layouts_.back().second;
+    }
+
 private:
     cad::Database& db_;
-    std::unordered_map<std::string, std::vector<cad::BlockReference>> refsByBlock_;
+    std::unordered_map<std::string, std::vector<CachedRef>> refsByBlock_;
     std::unordered_map<std::string, AcadLayer> layers_;
     std::unordered_map<ObjectId, std::string> ownerNames_;
+    std::vector<std::pair<cad::BlockRecord, bool>> layouts_;
 };
 
 // Every layout a reference counts in, once per outer instance of the blocks around it.
-int CollectLayoutOwners(ReadCache& cache, const cad::BlockReference& ref, std::vector<ObjectId>& out,
+int CollectLayoutOwners(ReadCache& cache, const CachedRef& ref, std::vector<ObjectId>& out,
                         std::vector<cad::BlockRecord>& path) {
-    cad::BlockRecord owner = ref.OwnerBlock();
+    const cad::BlockRecord& owner = ref.owner;
     if (!owner) return 0;
-    if (owner.IsLayout()) {
+    if (cache.IsLayout(owner)) {
         cache.NoteSpace(owner);
         out.push_back(SpaceIdOf(owner));
         return 1;
@@ -110,7 +130,7 @@ int CollectLayoutOwners(ReadCache& cache, const cad::BlockReference& ref, std::v
     if (std::find(path.begin(), path.end(), owner) != path.end()) return 0;
     path.push_back(owner);
     int count = 0;
-    for (const cad::BlockReference& outer : cache.DirectRefs(owner))
+    for (const CachedRef& outer : cache.DirectRefs(owner))
         count += CollectLayoutOwners(cache, outer, out, path);
     path.pop_back();
     return count;
@@ -137,10 +157,11 @@ AcadBlock MakeBlock(const cad::BlockRecord& record, std::string_view name, bool 
 }
 
 AcadAttribute AttributeOf(const cad::Attribute& attribute, bool plain) {
-    AcadAttribute out(attribute.Tag(), plain ? attribute.PlainText() : attribute.TextString(), 0);
+    AttributeFields fields = ReadAttributeFields(attribute, plain);
+    AcadAttribute out(std::move(fields.tag), std::move(fields.text), 0);
     out.handle = attribute.HandleString();
-    out.constant = attribute.IsConstant();
-    out.invisible = attribute.IsInvisible();
+    out.constant = (fields.flags & 2) != 0;
+    out.invisible = (fields.flags & 1) != 0;
     return out;
 }
 
@@ -166,6 +187,12 @@ void ReadDatabaseIn(AcadBlockArray& blocks, cad::Database& db, std::string_view 
                     const cad::BlockReference* xrefInsert, const PolygonList* polygons,
                     std::set<std::string>& reading);
 
+// The dynamic block an anonymous block record was copied from; a null view for any other.
+cad::BlockRecord DynamicSourceOf(cad::Database& db, const cad::BlockRecord& record);
+// AddDynamicProperties with the reference's dynamic block already found.
+void AddDynamicPropertiesFrom(AcadBlock& block, const cad::BlockRecord& source,
+                              const cad::BlockReference& reference, AcadBlockRef& row);
+
 // The file an external reference names: its own path, relative to the host drawing's folder
 // when not absolute, then its bare name beside the host drawing; a .dwg name is looked for as
 // the .dxf drawing of the same name. "" when none exists.
@@ -186,7 +213,8 @@ std::string FindXrefFile(const std::string& xrefPath, const std::string& hostFil
 }
 
 void ReadExternalReference(AcadBlockArray& blocks, ReadContext& ctx, const cad::BlockRecord& record) {
-    const std::vector<cad::BlockReference>& inserts = ctx.cache.DirectRefs(record);
+    std::vector<cad::BlockReference> inserts;
+    for (const CachedRef& insert : ctx.cache.DirectRefs(record)) inserts.push_back(insert.ref);
     std::string path = record.PathName();
     std::string file = record.IsUnloaded() ? std::string() : FindXrefFile(path, ctx.db.FileName());
     if (file.empty()) {
@@ -200,17 +228,27 @@ void ReadExternalReference(AcadBlockArray& blocks, ReadContext& ctx, const cad::
 void ReadBlock(AcadBlockArray& blocks, ReadContext& ctx, const cad::BlockRecord& record) {
     AcadBlock block = MakeBlock(record, ctx.name, ctx.xrefInsert != nullptr);
     LoadDefinitions(block, record);
-    const std::vector<cad::BlockReference>& direct = ctx.cache.DirectRefs(record);
-    std::vector<cad::BlockReference> all;
+    const std::vector<CachedRef>& direct = ctx.cache.DirectRefs(record);
+    // What is the same for every reference of the block is found once: the dynamic block it
+    // was copied from and how many constant values each row gains.
+    const cad::BlockRecord source = direct.empty() ? cad::BlockRecord()
+                                                   : DynamicSourceOf(ctx.db, ctx.db.FindBlock(record.Name()));
+    int constants = 0;
+    for (const AcadAttributeDef& def : block.defs) constants += def.constant && def.kind == 0;
+    block.refs.Reserve(static_cast<int>(direct.size()));
+    std::vector<const CachedRef*> all;
     bool allRead = false;
+    std::vector<ObjectId> owners;
     for (std::size_t i = 0; i < direct.size(); ++i) {
-        const cad::BlockReference& ref = direct[i];
-        if (ref.IsErased() || !ref.IsVisible()) continue;
-        cad::BlockRecord owner = ref.OwnerBlock();
+        const CachedRef& cached = direct[i];
+        const cad::BlockReference& ref = cached.ref;
+        const ReferenceFields& fields = cached.fields;
+        if (ref.IsErased() || !fields.visible) continue;
+        const cad::BlockRecord& owner = cached.owner;
         if (!owner) continue;
-        std::vector<ObjectId> owners;
+        owners.clear();
         int topLevel = 1;
-        if (owner.IsLayout()) {
+        if (ctx.cache.IsLayout(owner)) {
             ctx.cache.NoteSpace(owner);
             owners.push_back(SpaceIdOf(owner));
         } else {
@@ -221,30 +259,35 @@ void ReadBlock(AcadBlockArray& blocks, ReadContext& ctx, const cad::BlockRecord&
             }
             std::string ownerName = owner.Name();
             std::vector<cad::BlockRecord> path{record};
-            for (const cad::BlockReference& outer : all)
-                if (base::EqualNoCase(outer.BlockName(), ownerName))
-                    CollectLayoutOwners(ctx.cache, outer, owners, path);
+            for (const CachedRef* outer : all)
+                if (base::EqualNoCase(outer->fields.blockName, ownerName))
+                    CollectLayoutOwners(ctx.cache, *outer, owners, path);
             if (owners.empty()) continue;
         }
         double area = ctx.xrefInsert
                           ? OuterArea(ref, &ctx.transform, ctx.ownerFilter, *ctx.polygons)
                           : OuterArea(ref, nullptr, 0, *ctx.polygons);
-        AcadBlockRef row(ctx.name, ToPoint(ref.Position()), ToScale(ref.ScaleFactors()),
-                         ctx.cache.Layer(ref.LayerName()), ref.Rotation(), ref.HandleString(),
+        AcadBlockRef row(ctx.name, ToPoint(fields.position), ToScale(fields.scale),
+                         ctx.cache.Layer(fields.layerName), fields.rotation, ref.HandleString(),
                          topLevel, owners[0], ctx.lunits, ctx.aunits, area);
-        for (const cad::Attribute& attribute : ref.Attributes()) {
+        const std::vector<cad::Attribute> attributes = ref.Attributes();
+        row.attributes.Reserve(static_cast<int>(attributes.size()) + constants);
+        for (const cad::Attribute& attribute : attributes) {
             AcadAttribute value = AttributeOf(attribute, true);
             if (i == 0 && block.defs.IndexOfNoCase(value.tag) < 0)
                 block.defs.AddSorted(DefinitionOf(attribute, std::string()));
             row.attributes.Add(std::move(value));
         }
         AddConstantAttributes(row, block.defs);
-        AddDynamicProperties(block, ref, row);
+        AddDynamicPropertiesFrom(block, source, ref, row);
         AssignDupAndPrompt(row, block.defs);
-        for (ObjectId id : owners) {
+        // A nested block counts once per outer instance; the last of its rows takes the values.
+        for (std::size_t k = 0; k < owners.size(); ++k) {
+            const ObjectId id = owners[k];
             row.ownerId = id;
             row.ownerName = ctx.cache.OwnerName(id, owner);
-            block.refs.Add(row);
+            if (k + 1 == owners.size()) block.refs.Add(std::move(row));
+            else block.refs.Add(row);
         }
     }
     // Appending and one stable sort give the order of inserting each row before the first lower one.
@@ -464,19 +507,25 @@ void ReadBlocksWithRefs(AcadBlockArray& blocks, const std::vector<cad::BlockReco
 }
 
 cad::BlockRecord DynamicBlockOf(const cad::BlockReference& reference) {
-    cad::BlockRecord record = reference.Block();
+    return reference ? DynamicSourceOf(*reference.GetDatabase(), reference.Block()) : cad::BlockRecord();
+}
+
+namespace {
+
+cad::BlockRecord DynamicSourceOf(cad::Database& db, const cad::BlockRecord& record) {
     if (!record) return {};
     // An anonymous copy of a dynamic block names its source in the record's extended data.
     cad::TagList data = record.Record().Xdata("AcDbBlockRepBTag");
     for (const cad::Tag& tag : data) {
         if (tag.code != 1005) continue;
-        cad::Database* db = reference.GetDatabase();
         cad::Handle source = tag.AsHandle();
-        for (const cad::BlockRecord& block : db->Blocks())
+        for (const cad::BlockRecord& block : db.Blocks())
             if (block.GetHandle() == source) return block;
     }
     return {};
 }
+
+}  // namespace
 
 std::vector<DynamicProperty> DynamicPropertiesOf(const cad::BlockReference&) {
     // The drawing library keeps evaluated dynamic properties opaque; none are offered yet.
@@ -505,8 +554,10 @@ std::string PropertyText(const DynamicProperty& property, int lunits, int aunits
     }
 }
 
-void AddDynamicProperties(AcadBlock& block, const cad::BlockReference& reference, AcadBlockRef& row) {
-    cad::BlockRecord source = DynamicBlockOf(reference);
+namespace {
+
+void AddDynamicPropertiesFrom(AcadBlock& block, const cad::BlockRecord& source,
+                              const cad::BlockReference& reference, AcadBlockRef& row) {
     if (!source) return;
     for (const DynamicProperty& property : DynamicPropertiesOf(reference)) {
         AcadAttribute value(property.name,
@@ -525,10 +576,27 @@ void AddDynamicProperties(AcadBlock& block, const cad::BlockReference& reference
     }
 }
 
+}  // namespace
+
+void AddDynamicProperties(AcadBlock& block, const cad::BlockReference& reference, AcadBlockRef& row) {
+    AddDynamicPropertiesFrom(block, DynamicBlockOf(reference), reference, row);
+}
+
 void AssignDupAndPrompt(AcadBlockRef& row, const AcadAttributeDefArray& defs) {
-    std::unordered_map<std::string, int> seen;
-    for (AcadAttribute& attribute : row.attributes) {
-        attribute.dupIndex = seen[attribute.tag]++;
+    // A reference holds a handful of values: counting the earlier ones of each tag costs less
+    // than a map, which only a long row needs.
+    constexpr int kShortRow = 32;
+    const bool shortRow = row.attributes.GetSize() <= kShortRow;
+    std::unordered_map<std::string_view, int> seen;
+    for (auto it = row.attributes.begin(); it != row.attributes.end(); ++it) {
+        AcadAttribute& attribute = *it;
+        if (shortRow) {
+            attribute.dupIndex = 0;
+            for (auto earlier = row.attributes.begin(); earlier != it; ++earlier)
+                attribute.dupIndex += earlier->tag == attribute.tag;
+        } else {
+            attribute.dupIndex = seen[attribute.tag]++;
+        }
         attribute.prompt.clear();
         for (const AcadAttributeDef& def : defs) {
             if (def.tag == attribute.tag && def.dupIndex == attribute.dupIndex) {
