@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <limits>
 #include <charconv>
+#include <cctype>
 #include <cmath>
 #include <cstdlib>
 
@@ -15,6 +16,7 @@
 #include "xl/SharedStrings.h"
 #include "xl/Workbook.h"
 #include "xl/Xml.h"
+#include "xl/XmlScanner.h"
 
 namespace xl {
 namespace {
@@ -160,6 +162,7 @@ base::Status Worksheet::Load() {
     loaded_ = true;
     auto fail = [&](base::Status st) {
         loadStatus_ = std::move(st);
+        data_->rows.clear();
         data_->doc.reset();
         data_->doc.append_child("worksheet");
         return loadStatus_;
@@ -168,81 +171,206 @@ base::Status Worksheet::Load() {
         return fail(base::Status::Error(book_.GetPackage().Label() + ": " + name_ + " is a chart sheet, it has no cells"));
     auto xml = book_.GetPackage().Read(part_);
     if (!xml) return fail(base::Status::Error(xml.GetStatus().Message() + " (sheet \"" + name_ + "\")"));
-    data_->xml = std::move(*xml);
-    if (base::Status st = ParseXmlInPlace(data_->doc, data_->xml, book_.GetPackage().Label() + ": " + part_); !st)
-        return fail(st);
-    pugi::xml_node sheetData = Child(Root(), "sheetData");
-    int lastRow = 0;
-    for (pugi::xml_node r = sheetData.first_child(); r; r = r.next_sibling()) {
-        if (LocalName(r) != "row") continue;
-        // Rows and cells without r follow the previous ones, as some generators write them.
-        int rowNo = Attr(r, "r").as_int(lastRow + 1);
-        if (rowNo < 1 || rowNo > kMaxRow) rowNo = lastRow + 1;
-        if (rowNo > kMaxRow) break;
-        lastRow = rowNo;
-        Row& row = data_->rows[rowNo];
-        for (pugi::xml_attribute a = r.first_attribute(); a; a = a.next_attribute()) {
-            std::string_view n = a.name();
-            if (n != "r" && n != "spans") row.Set(n, a.value());
-        }
-        int lastCol = row.cells.empty() ? 0 : row.cells.back().column;
-        for (pugi::xml_node c = r.first_child(); c; c = c.next_sibling()) {
-            if (LocalName(c) != "c") continue;
-            Cell cell;
-            int rr = 0, cc = 0;
-            cell.column = ParseCell(Attr(c, "r").value(), rr, cc) ? cc : lastCol + 1;
-            if (cell.column > kMaxColumn) break;
-            lastCol = cell.column;
-            for (pugi::xml_attribute a = c.first_attribute(); a; a = a.next_attribute()) {
-                std::string_view n = a.name();
-                if (n == "r") continue;
-                if (n == "s") {
-                    cell.style = a.as_uint();
-                    cell.hasStyle = true;
-                } else if (n == "t") {
-                    cell.type = a.value();
-                } else {
-                    cell.X().attrs += " ";
-                    cell.X().attrs += a.name();
-                    cell.X().attrs += "=\"";
-                    AppendEscaped(cell.X().attrs, a.value(), true);
-                    cell.X().attrs += "\"";
-                }
+    std::string label = book_.GetPackage().Label() + ": " + part_;
+    // The rows are read straight from the text in one pass; only what surrounds them (views,
+    // columns, merges...) becomes a tree, so a big sheet never exists as one.
+    std::size_t cutBegin = std::string::npos, cutEnd = std::string::npos;
+    XmlScanner::MakeUtf8(*xml);
+    {
+        XmlScanner x(*xml);
+        for (XmlScanner::Token t = x.Next(); t != XmlScanner::Token::End; t = x.Next()) {
+            if (t == XmlScanner::Token::Error) return fail(base::Status::Error(label + ": " + x.Error()));
+            if (t == XmlScanner::Token::StartElement && x.Depth() == 1 && x.LocalName() == "sheetData" &&
+                cutBegin == std::string::npos) {
+                cutBegin = x.TokenEnd();
+                if (!ReadRows(x)) return fail(base::Status::Error(label + ": " + x.Error()));
+                cutEnd = x.TokenBegin();
             }
-            if (cell.type == "n") cell.type.clear();
-            for (pugi::xml_node k = c.first_child(); k; k = k.next_sibling()) {
-                if (k.type() != pugi::node_element) continue;
-                std::string_view kn = LocalName(k);
-                if (kn == "v") {
-                    cell.value = k.text().get();
-                } else if (kn == "f") {
-                    cell.hasFormula = true;
-                    cell.X().formula = k.text().get();
-                    for (pugi::xml_attribute a = k.first_attribute(); a; a = a.next_attribute()) {
-                        cell.X().fAttrs += " ";
-                        cell.X().fAttrs += a.name();
-                        cell.X().fAttrs += "=\"";
-                        AppendEscaped(cell.X().fAttrs, a.value(), true);
-                        cell.X().fAttrs += "\"";
-                    }
-                } else if (kn == "is") {
-                    cell.X().inlineXml = SaveXmlNode(k);
-                    cell.value = RichText(k);
-                } else {
-                    cell.X().tail += SaveXmlNode(k);
-                }
-            }
-            // Rows out of order or repeated: keep the cells sorted, a later cell wins.
-            auto it = std::lower_bound(row.cells.begin(), row.cells.end(), cell.column,
-                                       [](const Cell& a, int col) { return a.column < col; });
-            if (it != row.cells.end() && it->column == cell.column) *it = std::move(cell);
-            else row.cells.insert(it, std::move(cell));
         }
     }
+    if (cutBegin != std::string::npos && cutEnd > cutBegin) {
+        data_->xml.reserve(xml->size() - (cutEnd - cutBegin));
+        data_->xml.assign(*xml, 0, cutBegin);
+        data_->xml.append(*xml, cutEnd, std::string::npos);
+        *xml = std::string();
+    } else {
+        data_->xml = std::move(*xml);
+    }
+    if (base::Status st = ParseXmlInPlace(data_->doc, data_->xml, label); !st) return fail(st);
+    pugi::xml_node sheetData = Child(Root(), "sheetData");
     while (sheetData.first_child()) sheetData.remove_child(sheetData.first_child());
     if (!sheetData) sheetData = EnsureChild(Root(), "sheetData");
     loadStatus_ = base::Status::Ok();
     return loadStatus_;
+}
+
+bool Worksheet::ReadRows(XmlScanner& x) {
+    using Token = XmlScanner::Token;
+    int lastRow = 0, lastCol = 0;
+    Row* row = nullptr;        // the row being read; nullptr past the last sheet row
+    bool rowsDone = false;     // a row beyond the sheet ends the reading, as the program does
+    bool cellsDone = false;    // likewise a cell beyond the last column ends its row
+    std::vector<Cell> cells;   // the cells of the current row, moved into it at its end
+    Cell cell;
+    bool inCell = false;
+    // Inside a cell: the child being read, where its text goes, and where raw children start.
+    std::string* capture = nullptr;
+    std::size_t captureDepth = 0;
+    std::size_t childBegin = 0;
+    enum class CellChild { None, Value, Formula, Inline, Other } child = CellChild::None;
+    bool inRun = false;
+    bool plainInline = false;  // an <is> with one plain <t>, written again from the value alone
+    bool sawT = false;
+    std::string_view name;
+    std::string value;
+    while (true) {
+        Token t = x.Next();
+        if (t == Token::Error) return false;
+        if (t == Token::End) return true;
+        std::size_t depth = x.Depth();
+        if (t == Token::Text) {
+            if (capture && depth == captureDepth + 1) x.AppendText(*capture);
+            continue;
+        }
+        if (t == Token::EndElement) {
+            if (depth == 1) return true;  // </sheetData>
+            if (depth == 2) {
+                if (row) {
+                    if (row->cells.empty()) row->cells.reserve(cells.size());
+                    for (Cell& c : cells) {
+                        // Rows out of order or repeated: keep the cells sorted, a later cell wins.
+                        if (row->cells.empty() || row->cells.back().column < c.column) {
+                            row->cells.push_back(std::move(c));
+                            continue;
+                        }
+                        auto it = std::lower_bound(row->cells.begin(), row->cells.end(), c.column,
+                                                   [](const Cell& a, int col) { return a.column < col; });
+                        if (it != row->cells.end() && it->column == c.column) *it = std::move(c);
+                        else row->cells.insert(it, std::move(c));
+                    }
+                }
+                cells.clear();
+                row = nullptr;
+            } else if (depth == 3 && inCell) {
+                inCell = false;
+                if (cell.type == "n") cell.type.clear();
+                cells.push_back(std::move(cell));
+            } else if (depth == 4 && inCell) {
+                std::string_view raw = x.Text().substr(childBegin, x.TokenEnd() - childBegin);
+                if (child == CellChild::Inline) {
+                    if (!plainInline) cell.X().inlineXml.assign(raw);
+                    if (cell.value.find("_x") != std::string::npos) cell.value = UnescapeOoxml(cell.value);
+                } else if (child == CellChild::Other) {
+                    cell.X().tail.append(raw);
+                }
+                child = CellChild::None;
+                capture = nullptr;
+            } else if (depth == 5 && child == CellChild::Inline) {
+                inRun = false;
+                capture = nullptr;
+            } else if (depth == 6 && child == CellChild::Inline) {
+                capture = nullptr;
+            }
+            continue;
+        }
+        // An element starts.
+        std::string_view local = x.LocalName();
+        if (depth == 2) {
+            if (local != "row" || rowsDone) continue;
+            int rowNo = lastRow + 1;
+            if (x.Attribute("r", value)) {
+                char* end = nullptr;
+                long r = std::strtol(value.c_str(), &end, 10);
+                if (end != value.c_str() && r >= 1 && r <= kMaxRow) rowNo = static_cast<int>(r);
+            }
+            // Rows and cells without r follow the previous ones, as some generators write them.
+            if (rowNo > kMaxRow) {
+                rowsDone = true;
+                continue;
+            }
+            lastRow = rowNo;
+            row = &data_->rows[rowNo];
+            cellsDone = false;
+            lastCol = row->cells.empty() ? 0 : row->cells.back().column;
+            for (std::size_t pos = 0; x.NextAttribute(pos, name, value);)
+                if (name != "r" && name != "spans") row->Set(name, value);
+        } else if (depth == 3) {
+            if (!row || local != "c" || cellsDone) continue;
+            cell = Cell();
+            int rr = 0, cc = 0;
+            cell.column = lastCol + 1;
+            for (std::size_t pos = 0; x.NextAttribute(pos, name, value);) {
+                if (name == "r") {
+                    if (ParseCell(value, rr, cc)) cell.column = cc;
+                } else if (name == "s") {
+                    cell.style = static_cast<std::uint32_t>(std::strtoul(value.c_str(), nullptr, 10));
+                    cell.hasStyle = true;
+                } else if (name == "t") {
+                    cell.type = value;
+                } else {
+                    std::string& attrs = cell.X().attrs;
+                    attrs += ' ';
+                    attrs += name;
+                    attrs += "=\"";
+                    AppendEscaped(attrs, value, true);
+                    attrs += '"';
+                }
+            }
+            if (cell.column > kMaxColumn) {
+                cellsDone = true;
+                continue;
+            }
+            lastCol = cell.column;
+            inCell = true;
+        } else if (depth == 4 && inCell) {
+            childBegin = x.TokenBegin();
+            if (local == "v") {
+                child = CellChild::Value;
+                cell.value.clear();
+                capture = &cell.value;
+                captureDepth = 4;
+            } else if (local == "f") {
+                child = CellChild::Formula;
+                cell.hasFormula = true;
+                Cell::Extra& e = cell.X();
+                e.formula.clear();
+                for (std::size_t pos = 0; x.NextAttribute(pos, name, value);) {
+                    e.fAttrs += ' ';
+                    e.fAttrs += name;
+                    e.fAttrs += "=\"";
+                    AppendEscaped(e.fAttrs, value, true);
+                    e.fAttrs += '"';
+                }
+                capture = &e.formula;
+                captureDepth = 4;
+            } else if (local == "is") {
+                child = CellChild::Inline;
+                cell.value.clear();
+                plainInline = x.RawAttributes().find_first_not_of(" \t\r\n") == std::string_view::npos;
+                sawT = false;
+            } else {
+                child = CellChild::Other;
+            }
+        } else if (child == CellChild::Inline && depth == 5) {
+            if (local == "t") {
+                std::size_t pos = 0;
+                bool onlySpace = !x.NextAttribute(pos, name, value) || (name == "xml:space" && !x.NextAttribute(pos, name, value));
+                plainInline = plainInline && !sawT && onlySpace;
+                sawT = true;
+                capture = &cell.value;
+                captureDepth = 5;
+            } else {
+                plainInline = false;
+                inRun = inRun || local == "r";
+            }
+        } else if (child == CellChild::Inline && depth >= 6) {
+            plainInline = false;
+            if (depth == 6 && inRun && local == "t") {
+                capture = &cell.value;
+                captureDepth = 6;
+            }
+        }
+    }
 }
 
 Worksheet::Cell* Worksheet::FindCell(int row, int column) {
@@ -465,6 +593,7 @@ void Worksheet::LoadNotes() {
         // The part's text lives only while it is read.
         auto xml = pkg.Read(data_->commentsPart);
         if (!xml) return;
+        XmlScanner::MakeUtf8(*xml);
         part = ReadNotes(*xml, pkg.Label() + ": " + data_->commentsPart);
     }
     if (!part) return;
@@ -597,7 +726,10 @@ void Worksheet::SaveNotes() {
         bool wanted = false;
         for (const StoredNote& n : data_->notes) wanted = wanted || (!n.changed && n.originalRow);
         if (wanted)
-            if (auto xml = pkg.Read(data_->commentsPart)) current = std::move(*xml);
+            if (auto xml = pkg.Read(data_->commentsPart)) {
+                current = std::move(*xml);
+                XmlScanner::MakeUtf8(current);
+            }
     }
     DeflateStream comments, vml;
     WriteComments(comments, data_->commentsRoot, data_->authors, data_->notes, current);
@@ -1046,7 +1178,8 @@ base::Status Worksheet::SaveTo(std::string& out) {
                 rows += '"';
             }
             rows += c.X().attrs;
-            if (!c.hasFormula && c.value.empty() && c.X().inlineXml.empty() && c.X().tail.empty()) {
+            bool inlineText = c.type == "inlineStr";
+            if (!c.hasFormula && c.value.empty() && !inlineText && c.X().inlineXml.empty() && c.X().tail.empty()) {
                 rows += "/>";
                 continue;
             }
@@ -1063,6 +1196,15 @@ base::Status Worksheet::SaveTo(std::string& out) {
             }
             if (!c.X().inlineXml.empty()) {
                 rows += c.X().inlineXml;
+            } else if (inlineText) {
+                // A plain inline string, read without its element: written again the same way.
+                bool keepSpace = !c.value.empty() && (std::isspace(static_cast<unsigned char>(c.value.front())) ||
+                                                      std::isspace(static_cast<unsigned char>(c.value.back())));
+                rows += '<' + cellPrefix + "is><" + cellPrefix + 't';
+                if (keepSpace) rows += " xml:space=\"preserve\"";
+                rows += '>';
+                AppendEscaped(rows, c.value);
+                rows += "</" + cellPrefix + "t></" + cellPrefix + "is>";
             } else if (!c.value.empty()) {
                 rows += '<' + cellPrefix + "v>";
                 AppendEscaped(rows, c.value);

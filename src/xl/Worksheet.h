@@ -22,6 +22,7 @@ class xml_node;
 namespace xl {
 
 class Workbook;
+class XmlScanner;
 struct RowShift;
 
 enum class SheetState { Visible, Hidden, VeryHidden };
@@ -174,6 +175,7 @@ private:
     void Touch();
     void SetTabSelected(bool selected);
     pugi::xml_node Root();
+    bool ReadRows(XmlScanner& scanner);
     void LoadNotes();
     base::Status SaveTo(std::string& sheetXml);
     void SaveNotes();

@@ -104,6 +104,32 @@ bool MatchesLocal(std::string_view name, std::string_view local) {
 
 }  // namespace
 
+void XmlScanner::MakeUtf8(std::string& text) {
+    if (text.size() < 2) return;
+    auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    bool little = (byte(0) == 0xFF && byte(1) == 0xFE) || (byte(0) == '<' && byte(1) == 0);
+    bool big = (byte(0) == 0xFE && byte(1) == 0xFF) || (byte(0) == 0 && byte(1) == '<');
+    if (!little && !big) return;
+    std::string out;
+    out.reserve(text.size() / 2 + 16);
+    std::size_t i = byte(0) == '<' || byte(1) == '<' ? 0 : 2;
+    auto unit = [&](std::size_t at) -> char32_t {
+        return little ? byte(at) | (byte(at + 1) << 8) : (byte(at) << 8) | byte(at + 1);
+    };
+    for (; i + 1 < text.size(); i += 2) {
+        char32_t c = unit(i);
+        if (c >= 0xD800 && c < 0xDC00 && i + 3 < text.size()) {
+            char32_t low = unit(i + 2);
+            if (low >= 0xDC00 && low < 0xE000) {
+                c = 0x10000 + ((c - 0xD800) << 10) + (low - 0xDC00);
+                i += 2;
+            }
+        }
+        base::AppendUtf8(out, c);
+    }
+    text = std::move(out);
+}
+
 std::string_view XmlScanner::LocalName() const {
     std::size_t colon = name_.find(':');
     return colon == std::string_view::npos ? name_ : name_.substr(colon + 1);
@@ -128,6 +154,22 @@ bool XmlScanner::Attribute(std::string_view localName, std::string& value) const
         found = true;
         return true;
     });
+    return found;
+}
+
+bool XmlScanner::NextAttribute(std::size_t& pos, std::string_view& name, std::string& value) const {
+    if (pos >= attributes_.size()) return false;
+    bool found = false;
+    std::size_t from = pos;
+    ForEachAttribute(attributes_.substr(from), [&](std::string_view n, std::size_t, std::string_view raw, std::size_t after) {
+        name = n;
+        value.clear();
+        AppendDecoded(value, raw, true);
+        pos = from + after;
+        found = true;
+        return true;
+    });
+    if (!found) pos = attributes_.size();
     return found;
 }
 

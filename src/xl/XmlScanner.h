@@ -14,8 +14,15 @@ class XmlScanner {
 public:
     enum class Token { StartElement, EndElement, Text, End, Error };
 
-    // `text` must outlive the scanner; every view it gives points into it.
-    explicit XmlScanner(std::string_view text) : text_(text) {}
+    // `text` must outlive the scanner; every view it gives points into it. A UTF-8 byte order
+    // mark is passed over.
+    explicit XmlScanner(std::string_view text) : text_(text) {
+        if (text_.substr(0, 3) == "\xEF\xBB\xBF") pos_ = 3;
+    }
+
+    // Makes UTF-16 text (known by its byte order mark or its first '<') UTF-8 in place, as
+    // some tools write parts; other text is left alone.
+    static void MakeUtf8(std::string& text);
 
     // The next element start, element end or run of character data (CDATA included);
     // declarations, comments, processing instructions and the DOCTYPE are passed over. A
@@ -32,6 +39,9 @@ public:
     // The decoded value of an attribute of the current start element matched by local name
     // (namespace declarations never match); false when it has none.
     bool Attribute(std::string_view localName, std::string& value) const;
+    // The attributes of the current start element one at a time: start with `pos` 0; gives the
+    // qualified name and the decoded value, false after the last.
+    bool NextAttribute(std::size_t& pos, std::string_view& name, std::string& value) const;
     // Where the attribute `localName` starts (at its name) and ends (after its closing quote)
     // inside RawAttributes(); false when absent.
     bool AttributeSpan(std::string_view localName, std::size_t& begin, std::size_t& end) const;
@@ -44,6 +54,8 @@ public:
     // its end.
     std::size_t TokenBegin() const { return begin_; }
     std::size_t TokenEnd() const { return pos_; }
+    // The whole text being read.
+    std::string_view Text() const { return text_; }
     // What is wrong, with its byte offset, once Next() gave Error.
     const std::string& Error() const { return error_; }
 

@@ -514,3 +514,52 @@ TEST(Workbook, WritingAnEmptyStringEmptiesTheCell) {
 }
 
 }  // namespace
+
+namespace {
+
+// A new workbook whose first sheet is `sheetXml`, read when first used.
+std::unique_ptr<xl::Workbook> BookWithSheet(const std::string& sheetXml) {
+    auto book = xl::Workbook::Create();
+    book->GetPackage().Write("xl/worksheets/sheet1.xml", sheetXml);
+    return book;
+}
+
+TEST(Workbook, InlineStringsReadWithoutTheirElementsAndWrittenBack) {
+    auto book = BookWithSheet(
+        "<worksheet xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"><sheetData>"
+        "<row r=\"1\" ht=\"20\" customHeight=\"1\"><c r=\"A1\" t=\"inlineStr\"><is><t>/p/d.dxf&lt;2A_TAG&gt;</t></is></c>"
+        "<c r=\"B1\" t=\"inlineStr\"><is><t xml:space=\"preserve\"> padded </t></is></c>"
+        "<c r=\"C1\" t=\"inlineStr\"><is><r><rPr><b/></rPr><t>bo</t></r><r><t>ld</t></r></is></c>"
+        "<c r=\"D1\" t=\"inlineStr\"><is><t>_x0041_</t></is></c>"
+        "<c r=\"E1\" s=\"0\"><f>1+1</f><v>2</v></c><c r=\"F1\" t=\"inlineStr\"><is><t></t></is></c></row>"
+        "</sheetData></worksheet>");
+    xl::Worksheet* s = book->Sheet(0);
+    EXPECT_EQ(s->Text(1, 1), "/p/d.dxf<2A_TAG>");
+    EXPECT_EQ(s->Text(1, 2), " padded ");
+    EXPECT_EQ(s->Text(1, 3), "bold");
+    EXPECT_EQ(s->Text(1, 4), "A");
+    EXPECT_EQ(s->Value(1, 5).formula, "1+1");
+    EXPECT_EQ(s->RowHeight(1), 20);
+    s->SetNumber(2, 1, 7);
+    auto again = Reopen(*book);
+    xl::Worksheet* t = again->Sheet(0);
+    EXPECT_EQ(t->Text(1, 1), "/p/d.dxf<2A_TAG>");
+    EXPECT_EQ(t->Text(1, 2), " padded ");
+    EXPECT_EQ(t->Text(1, 3), "bold");
+    EXPECT_EQ(t->Text(1, 4), "A");
+    EXPECT_EQ(t->Value(1, 6).type, xl::CellType::String);
+    EXPECT_EQ(t->Text(2, 1), "7");
+    auto xml = again->GetPackage().Read("xl/worksheets/sheet1.xml");
+    ASSERT_TRUE(xml);
+    EXPECT_NE(xml->find("<is><r><rPr><b/></rPr><t>bo</t></r><r><t>ld</t></r></is>"), std::string::npos) << *xml;
+}
+
+TEST(Workbook, DamagedSheetTextIsAnErrorNamingThePart) {
+    auto book = BookWithSheet("<worksheet><sheetData><row r=\"1\"><c r=\"A1\"><v>1</v></row></sheetData></worksheet>");
+    base::Status st = book->Sheet(0)->Load();
+    ASSERT_FALSE(st);
+    EXPECT_NE(st.Message().find("xl/worksheets/sheet1.xml: malformed XML at byte "), std::string::npos) << st.Message();
+    EXPECT_EQ(book->Sheet(0)->Text(1, 1), "");
+}
+
+}  // namespace
