@@ -10,6 +10,7 @@
 #include <cstring>
 #include <functional>
 #include <map>
+#include <utility>
 
 #include <fmt/format.h>
 
@@ -166,7 +167,7 @@ base::Status Database::Load() {
     if (stream_.form == DxfForm::Ascii) {
         std::size_t nl = bytes_.find('\n');
         crlf_ = nl != std::string::npos && nl > 0 && bytes_[nl - 1] == '\r';
-        paddedCodes_ = bytes_[stream_.tags[0].start] == ' ';
+        paddedCodes_ = bytes_[stream_.tags.Start(0)] == ' ';
     }
     warnings_ = stream_.notes;
     IndexRecords();
@@ -184,7 +185,7 @@ base::Status Database::Load() {
     AssignMissingHandles();
     IndexBlocks();
     if (!stream_.sawEof) warnings_.push_back(fmt::format("{}: the file has no EOF record", fileName_));
-    std::size_t tail = stream_.tags.back().start;
+    std::size_t tail = stream_.tags.Start(stream_.Count());
     if (bytes_.find_first_not_of(" \t\r\n\x1a", tail) != std::string::npos) {
         std::string at = stream_.form == DxfForm::Ascii ? fmt::format("line {}", LineOfOffset(bytes_, tail))
                                                         : fmt::format("byte offset {}", tail);
@@ -201,11 +202,15 @@ std::string Database::Version() const {
 }
 
 void Database::IndexRecords() {
-    const auto& tags = stream_.tags;
     const std::size_t count = stream_.Count();
-    records_.reserve(count / 8 + 16);
+    const std::int16_t* codes = stream_.tags.Codes();
+    // One record per 0 tag (and one for comments before the first), sized exactly with a little
+    // room for what a command adds, so that a first edit does not double the table.
+    std::size_t recordCount = count > 0 && codes[0] != 0 ? 1 : 0;
+    for (std::size_t k = 0; k < count; ++k) recordCount += codes[k] == 0;
+    records_.reserve(recordCount + recordCount / 64 + 16);
     auto where = [&](std::uint32_t tagIndex) {
-        std::size_t offset = tags[tagIndex].start;
+        std::size_t offset = stream_.tags.Start(tagIndex);
         return stream_.form == DxfForm::Ascii
                    ? fmt::format("{}: line {}", fileName_, LineOfOffset(bytes_, offset))
                    : fmt::format("{}: byte offset {}", fileName_, offset);
@@ -215,21 +220,23 @@ void Database::IndexRecords() {
     SectionKind section = SectionKind::None;
     std::uint32_t sectionRec = kNone, tableRec = kNone, blockRec = kNone, seqOwner = kNone;
     bool seqIsInsert = false;
+    std::uint16_t lastType = kNoType;
     std::size_t i = 0;
     while (i < count) {
         std::size_t j = i + 1;
-        while (j < count && tags[j].code != 0) ++j;
+        while (j < count && codes[j] != 0) ++j;
         Record rec;
         rec.firstTag = static_cast<std::uint32_t>(i);
-        rec.tagCount = static_cast<std::uint32_t>(j - i);
+        const std::uint32_t tagCount = static_cast<std::uint32_t>(j - i);
         std::uint32_t index = static_cast<std::uint32_t>(records_.size());
         rec.prev = index == 0 ? kNone : index - 1;
         records_.push_back(rec);
         i = j;
-        if (tags[rec.firstTag].code != 0) continue;  // comments before the first record
+        if (codes[rec.firstTag] != 0) continue;  // comments before the first record
 
         std::string_view type = TrimBlanks(RawValue(bytes_, stream_, rec.firstTag));
         Record& r = records_.back();
+        r.type = lastType = InternType(type, lastType);
         if (type == "SECTION") {
             if (section != SectionKind::None) {
                 fatal(fmt::format("{}: a new section starts before the {} section ends (no ENDSEC)",
@@ -237,7 +244,7 @@ void Database::IndexRecords() {
                 return;
             }
             std::string_view name;
-            if (r.tagCount > 1 && tags[r.firstTag + 1].code == 2)
+            if (tagCount > 1 && codes[r.firstTag + 1] == 2)
                 name = TrimBlanks(RawValue(bytes_, stream_, r.firstTag + 1));
             section = SectionOf(name);
             sectionRec = index;
@@ -272,8 +279,8 @@ void Database::IndexRecords() {
         // Handles: 5, or 105 on DIMSTYLE records, in the object's own data.
         int handleCode = type == "DIMSTYLE" ? 105 : 5;
         if (section != SectionKind::Header && section != SectionKind::Classes) {
-            for (std::uint32_t k = r.firstTag + 1; k < r.firstTag + r.tagCount; ++k) {
-                int code = tags[k].code;
+            for (std::uint32_t k = r.firstTag + 1; k < r.firstTag + tagCount; ++k) {
+                int code = codes[k];
                 if (code == handleCode || (code == 5 && handleCode == 105)) {
                     r.handle = ParseHandle(RawValue(bytes_, stream_, k));
                     if (r.handle == 0)
@@ -338,12 +345,13 @@ void Database::IndexRecords() {
         return;
     }
     for (std::uint32_t k = 0; k + 1 < records_.size(); ++k) records_[k].next = k + 1;
+    originalRecords_ = static_cast<std::uint32_t>(records_.size());
     first_ = records_.empty() ? kNone : 0;
     last_ = records_.empty() ? kNone : static_cast<std::uint32_t>(records_.size() - 1);
 }
 
 void Database::AssignMissingHandles() {
-    byHandle_.reserve(records_.size() * 2);
+    RehashHandles(records_.size() + records_.size() / 3 + 1);
     Handle maxHandle = 0;
     for (const Record& r : records_) maxHandle = std::max(maxHandle, r.handle);
     Handle seed = ParseHandle(HeaderText("$HANDSEED"));
@@ -352,11 +360,10 @@ void Database::AssignMissingHandles() {
     for (std::uint32_t k = 0; k < records_.size(); ++k) {
         Record& r = records_[k];
         if (r.section == SectionKind::None || r.section == SectionKind::Header ||
-            r.section == SectionKind::Classes || stream_.tags[r.firstTag].code != 0)
+            r.section == SectionKind::Classes || stream_.tags.Code(r.firstTag) != 0)
             continue;
         if (r.handle != 0) {
-            auto [it, fresh] = byHandle_.emplace(r.handle, k);
-            if (fresh) continue;
+            if (IndexHandle(r.handle, k, true)) continue;
             warnings_.push_back(fmt::format("{}: handle {} is used twice; the second {} gets handle {}",
                                             fileName_, HandleText(r.handle), TypeOf(k), HandleText(handSeed_)));
         } else {
@@ -368,7 +375,7 @@ void Database::AssignMissingHandles() {
         r.handle = handSeed_++;
         r.handleAssigned = true;
         handlesWereAssigned_ = true;
-        byHandle_.emplace(r.handle, k);
+        IndexHandle(r.handle, k);
     }
 }
 
@@ -464,12 +471,20 @@ void Database::ReportBlockCycles() {
 
 std::size_t Database::TagCount(std::uint32_t rec) const {
     const Record& r = records_[rec];
-    return r.owned != kNone ? owned_[r.owned].size() : r.tagCount;
+    return r.owned != kNone ? owned_[r.owned].size() : OriginalTagCount(rec);
+}
+
+std::uint32_t Database::OriginalTagCount(std::uint32_t rec) const {
+    // Records read from the file cover the tags one after the other.
+    if (rec >= originalRecords_) return 0;
+    std::uint32_t end = rec + 1 < originalRecords_ ? records_[rec + 1].firstTag
+                                                   : static_cast<std::uint32_t>(stream_.Count());
+    return end - records_[rec].firstTag;
 }
 
 int Database::CodeAt(std::uint32_t rec, std::size_t i) const {
     const Record& r = records_[rec];
-    return r.owned != kNone ? owned_[r.owned][i].code : stream_.tags[r.firstTag + i].code;
+    return r.owned != kNone ? owned_[r.owned][i].code : stream_.tags.Code(r.firstTag + i);
 }
 
 bool Database::IsOriginal(std::uint32_t rec, std::size_t i) const {
@@ -536,12 +551,16 @@ Handle Database::HandleAt(std::uint32_t rec, std::size_t i) const {
 }
 
 std::string Database::TypeOf(std::uint32_t rec) const {
+    const Record& r = records_[rec];
+    if (r.owned == kNone && r.type != kNoType) return typeNames_[r.type];
     if (TagCount(rec) == 0 || CodeAt(rec, 0) != 0) return {};
     if (IsOriginal(rec, 0)) return std::string(TrimBlanks(RawAt(rec, 0)));
     return TextAt(rec, 0);
 }
 
 bool Database::TypeIs(std::uint32_t rec, std::string_view type) const {
+    const Record& r = records_[rec];
+    if (r.owned == kNone && r.type != kNoType) return typeNames_[r.type] == type;
     if (TagCount(rec) == 0 || CodeAt(rec, 0) != 0) return false;
     if (IsOriginal(rec, 0)) return TrimBlanks(RawAt(rec, 0)) == type;
     return TextAt(rec, 0) == type;
@@ -571,9 +590,10 @@ std::vector<Database::OwnedTag>& Database::Own(std::uint32_t rec) {
     Record& r = records_[rec];
     if (r.owned == kNone) {
         std::vector<OwnedTag> tags;
-        tags.reserve(r.tagCount + 4);
-        for (std::uint32_t k = 0; k < r.tagCount; ++k)
-            tags.push_back({stream_.tags[r.firstTag + k].code, r.firstTag + k, {}});
+        const std::uint32_t count = OriginalTagCount(rec);
+        tags.reserve(count + 4);
+        for (std::uint32_t k = 0; k < count; ++k)
+            tags.push_back({stream_.tags.Code(r.firstTag + k), r.firstTag + k, {}});
         r.owned = static_cast<std::uint32_t>(owned_.size());
         owned_.push_back(std::move(tags));
     }
@@ -644,10 +664,7 @@ void Database::EraseRecord(std::uint32_t rec) {
     Touch();
     Unlink(rec);
     r.erased = true;
-    if (r.handle) {
-        auto it = byHandle_.find(r.handle);
-        if (it != byHandle_.end() && it->second == rec) byHandle_.erase(it);
-    }
+    // The handle stays in the index; lookups skip erased records.
 }
 
 Handle Database::NextHandle() {
@@ -665,12 +682,66 @@ void Database::SyncHandSeed() {
     }
 }
 
-std::uint32_t Database::Lookup(Handle handle) const {
-    auto it = byHandle_.find(handle);
-    return it == byHandle_.end() ? kNone : it->second;
+namespace {
+
+// Fibonacci hashing spreads the consecutive handles of a drawing evenly over the slots.
+inline std::size_t HandleSlot(Handle handle, std::size_t mask) {
+    return static_cast<std::size_t>((handle * 0x9E3779B97F4A7C15ull) >> 32) & mask;
 }
 
-void Database::IndexHandle(Handle handle, std::uint32_t rec) { byHandle_[handle] = rec; }
+}  // namespace
+
+std::uint32_t Database::Lookup(Handle handle) const {
+    if (handle == 0 || handleSlots_.empty()) return kNone;
+    const std::size_t mask = handleSlots_.size() - 1;
+    for (std::size_t s = HandleSlot(handle, mask);; s = (s + 1) & mask) {
+        std::uint32_t rec = handleSlots_[s];
+        if (rec == kNone) return kNone;
+        if (records_[rec].handle == handle) return records_[rec].erased ? kNone : rec;
+    }
+}
+
+bool Database::IndexHandle(Handle handle, std::uint32_t rec, bool onlyNew) {
+    // At most three quarters full, so that probes stay short.
+    if ((handleCount_ + 1) * 4 > handleSlots_.size() * 3) RehashHandles((handleCount_ + 1) * 2);
+    const std::size_t mask = handleSlots_.size() - 1;
+    for (std::size_t s = HandleSlot(handle, mask);; s = (s + 1) & mask) {
+        std::uint32_t& slot = handleSlots_[s];
+        if (slot == kNone) {
+            slot = rec;
+            ++handleCount_;
+            return true;
+        }
+        if (records_[slot].handle == handle) {
+            if (onlyNew) return false;
+            slot = rec;
+            return true;
+        }
+    }
+}
+
+void Database::RehashHandles(std::size_t slots) {
+    std::size_t size = 16;
+    while (size < slots) size *= 2;
+    std::vector<std::uint32_t> old = std::exchange(handleSlots_, std::vector<std::uint32_t>(size, kNone));
+    const std::size_t mask = size - 1;
+    for (std::uint32_t rec : old) {
+        if (rec == kNone) continue;
+        std::size_t s = HandleSlot(records_[rec].handle, mask);
+        while (handleSlots_[s] != kNone) s = (s + 1) & mask;
+        handleSlots_[s] = rec;
+    }
+}
+
+std::uint16_t Database::InternType(std::string_view type, std::uint16_t hint) {
+    // A drawing has a few dozen record types, mostly in runs (ATTRIB after ATTRIB).
+    if (hint < typeNames_.size() && typeNames_[hint] == type) return hint;
+    for (std::size_t t = 0; t < typeNames_.size(); ++t)
+        if (typeNames_[t] == type) return static_cast<std::uint16_t>(t);
+    if (typeNames_.size() >= kNoType) return kNoType;
+    typeNames_.emplace_back(type);
+    return static_cast<std::uint16_t>(typeNames_.size() - 1);
+}
 
 // ---------------------------------------------------------------------------------------------
 // Objects
@@ -854,15 +925,16 @@ void Database::WriteRecord(std::string& out, std::uint32_t rec) const {
     const Record& r = records_[rec];
     const auto& tags = stream_.tags;
     auto span = [&](std::uint32_t tag, std::uint32_t count) {
-        out.append(bytes_, tags[tag].start, tags[tag + count].start - tags[tag].start);
+        out.append(bytes_, tags.Start(tag), tags.Start(tag + count) - tags.Start(tag));
     };
     if (r.owned == kNone) {
-        if (r.handleAssigned && modified_ && r.tagCount > 0) {
+        const std::uint32_t count = OriginalTagCount(rec);
+        if (r.handleAssigned && modified_ && count > 0) {
             span(r.firstTag, 1);
             WriteTag(out, TypeIs(rec, "DIMSTYLE") ? 105 : 5, HandleText(r.handle));
-            span(r.firstTag + 1, r.tagCount - 1);
+            span(r.firstTag + 1, count - 1);
         } else {
-            span(r.firstTag, r.tagCount);
+            span(r.firstTag, count);
         }
         return;
     }
@@ -886,7 +958,7 @@ std::string Database::Write() const {
     }
     // A changed drawing gets the EOF record other readers insist on.
     if (modified_ && !eofWritten) WriteTag(out, 0, "EOF");
-    std::size_t tail = stream_.tags.back().start;
+    std::size_t tail = stream_.tags.Start(stream_.Count());
     out.append(bytes_, tail, bytes_.size() - tail);
     return out;
 }

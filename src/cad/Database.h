@@ -152,20 +152,22 @@ private:
     friend class BlockReference;
     friend class Polyline;
 
-    // One record of the file: a 0 tag and the tags up to the next 0 tag.
+    // One record of the file: a 0 tag and the tags up to the next 0 tag. Kept at 32 bytes: a
+    // drawing has one per entity and attribute.
     struct Record {
-        std::uint32_t firstTag = 0;   // first original tag
-        std::uint32_t tagCount = 0;   // original tags; 0 for records made here
-        Handle handle = 0;
+        std::uint32_t firstTag = 0;   // first original tag; its count follows from the next record
         std::uint32_t prev = kNone;   // neighbours in file order
+        Handle handle = 0;
         std::uint32_t next = kNone;
         std::uint32_t owned = kNone;  // index into owned_ once the record was changed
         std::uint32_t parent = kNone; // BLOCK of a block entity, INSERT/POLYLINE of a sub-entity,
                                       // TABLE of a table record, SECTION otherwise
         SectionKind section = SectionKind::None;
-        bool erased = false;
-        bool handleAssigned = false;  // the handle was given here; written once anything changes
+        bool erased : 1 = false;
+        bool handleAssigned : 1 = false;  // the handle was given here; written once anything changes
+        std::uint16_t type = kNoType;     // the record type as read, an index into typeNames_
     };
+    static constexpr std::uint16_t kNoType = 0xFFFFu;
     // A tag of a changed record: the original tag `orig`, or a new value.
     struct OwnedTag {
         int code;
@@ -190,6 +192,7 @@ private:
 
     // Tag access of a record, original or changed.
     std::size_t TagCount(std::uint32_t rec) const;
+    std::uint32_t OriginalTagCount(std::uint32_t rec) const;
     int CodeAt(std::uint32_t rec, std::size_t i) const;
     std::string TextAt(std::uint32_t rec, std::size_t i) const;      // decoded UTF-8
     std::string_view RawAt(std::uint32_t rec, std::size_t i) const;  // only for original tags
@@ -212,8 +215,13 @@ private:
     void Unlink(std::uint32_t rec);
     void EraseRecord(std::uint32_t rec);
     Handle NextHandle();
+    // The live record with `handle`; kNone when there is none or it was erased.
     std::uint32_t Lookup(Handle handle) const;
-    void IndexHandle(Handle handle, std::uint32_t rec);
+    // Points `handle` at `rec`, replacing what it pointed at; with `onlyNew` an existing handle
+    // is left alone and false returned.
+    bool IndexHandle(Handle handle, std::uint32_t rec, bool onlyNew = false);
+    void RehashHandles(std::size_t slots);
+    std::uint16_t InternType(std::string_view type, std::uint16_t hint);
 
     std::uint32_t SectionRecord(SectionKind kind) const;
     std::uint32_t SectionEnd(std::uint32_t sectionRec) const;
@@ -233,7 +241,12 @@ private:
     std::vector<Record> records_;
     std::vector<std::vector<OwnedTag>> owned_;
     std::vector<BlockInfo> blocks_;
-    std::unordered_map<Handle, std::uint32_t> byHandle_;
+    std::uint32_t originalRecords_ = 0;   // records read from the file come first
+    std::vector<std::string> typeNames_;  // record types as read, in order of first sight
+    // Records by handle, open addressing with linear probing: kNone marks a free slot, and the
+    // handle is the record's own, so a slot costs 4 bytes.
+    std::vector<std::uint32_t> handleSlots_;
+    std::size_t handleCount_ = 0;
     std::vector<std::string> warnings_;
     std::uint32_t first_ = kNone;
     std::uint32_t last_ = kNone;

@@ -6,7 +6,7 @@ namespace cad {
 
 namespace {
 
-ValueKind KindOfCodeSlow(int code) {
+constexpr ValueKind KindOfCodeSlow(int code) {
     if (code < 0) return code == -5 || code == -4 || code == -3 ? ValueKind::Text : ValueKind::Handle;
     if (code <= 4) return ValueKind::Text;
     if (code == 5) return ValueKind::Handle;
@@ -51,15 +51,20 @@ ValueKind KindOfCodeSlow(int code) {
 
 }  // namespace
 
-ValueKind KindOfCode(int code) {
-    // Looked up once per tag while reading, so the ranges above are put in a table.
-    static const auto table = [] {
-        std::array<ValueKind, 1072> kinds{};
-        for (int c = 0; c < 1072; ++c) kinds[c] = KindOfCodeSlow(c);
-        return kinds;
-    }();
-    return code >= 0 && code < 1072 ? table[code] : KindOfCodeSlow(code);
+namespace detail {
+
+// The ranges above, put in a table when the program is compiled.
+constexpr std::array<ValueKind, 1072> MakeKindTable() {
+    std::array<ValueKind, 1072> kinds{};
+    for (int c = 0; c < 1072; ++c) kinds[c] = KindOfCodeSlow(c);
+    return kinds;
 }
+
+constinit const std::array<ValueKind, 1072> kKindOfCode = MakeKindTable();
+
+ValueKind KindOfCodeOutside(int code) { return KindOfCodeSlow(code); }
+
+}  // namespace detail
 
 bool IsPointerCode(int code) {
     return (code >= 320 && code <= 369) || (code >= 390 && code <= 399) || code == 480 ||

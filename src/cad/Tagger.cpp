@@ -68,6 +68,46 @@ std::string Printable(std::string_view s) {
     return out;
 }
 
+// The end of the line that starts at `p`: its '\n', or null when the buffer ends first. Most
+// lines of a drawing are a few bytes long, shorter than a library call is worth, so the first
+// bytes are searched eight at a time here.
+inline const char* LineEnd(const char* p, const char* end) {
+    constexpr std::uint64_t kOnes = 0x0101010101010101ull;
+    for (int round = 0; round < 4 && end - p >= 8; ++round, p += 8) {
+        std::uint64_t word;
+        std::memcpy(&word, p, 8);
+        std::uint64_t x = word ^ (kOnes * '\n');
+        // Marks the zero bytes of x; the lowest mark is exact, which is the one taken.
+        std::uint64_t zero = (x - kOnes) & ~x & (kOnes << 7);
+        if (zero) return p + (__builtin_ctzll(zero) >> 3);
+    }
+    if (end - p >= 8) return static_cast<const char*>(std::memchr(p, '\n', static_cast<std::size_t>(end - p)));
+    for (; p < end; ++p)
+        if (*p == '\n') return p;
+    return nullptr;
+}
+
+// The number of '\n' in `bytes`, sixteen bytes at a time: two lines make a tag, so this sizes
+// the tag index of an ASCII file exactly.
+std::size_t CountLineEnds(std::string_view bytes) {
+    using Bytes16 = char __attribute__((vector_size(16)));
+    const char* p = bytes.data();
+    const char* end = p + bytes.size();
+    std::size_t count = 0;
+    while (end - p >= 16) {
+        // Each lane counts down by one per line end for at most 255 rounds, then is summed.
+        Bytes16 lanes = {};
+        for (int round = 0; round < 255 && end - p >= 16; ++round, p += 16) {
+            Bytes16 chunk;
+            std::memcpy(&chunk, p, 16);
+            lanes += chunk == '\n';
+        }
+        for (int k = 0; k < 16; ++k) count += static_cast<unsigned char>(-lanes[k]);
+    }
+    for (; p < end; ++p) count += *p == '\n';
+    return count;
+}
+
 base::Status ScanAscii(std::string_view bytes, std::string_view fileName, TagStream& out) {
     const char* data = bytes.data();
     const std::size_t n = bytes.size();
@@ -114,7 +154,7 @@ base::Status ScanAscii(std::string_view bytes, std::string_view fileName, TagStr
         if (!nl)
             return fail(line, fmt::format("group code {} has no value: the file ends after it", code));
         std::size_t valueStart = lineEnd + 1;
-        const char* vnl = static_cast<const char*>(std::memchr(data + valueStart, '\n', n - valueStart));
+        const char* vnl = LineEnd(data + valueStart, data + n);
         std::size_t valueEnd = vnl ? static_cast<std::size_t>(vnl - data) : n;
         std::string_view value = bytes.substr(valueStart, valueEnd - valueStart);
         ValueKind kind = KindOfCode(code);
@@ -128,7 +168,7 @@ base::Status ScanAscii(std::string_view bytes, std::string_view fileName, TagStr
                 out.notes.push_back(fmt::format("{}: line {}: value \"{}\" of group code {} is read as its leading number",
                                                 fileName, line + 1, Printable(value), code));
         }
-        out.tags.push_back({static_cast<std::uint32_t>(pos), code});
+        out.tags.Push(static_cast<std::uint32_t>(pos), code);
         pos = vnl ? valueEnd + 1 : n;
         line += 2;
         if (code == 0 && TrimBlanks(value) == "EOF") {
@@ -136,7 +176,7 @@ base::Status ScanAscii(std::string_view bytes, std::string_view fileName, TagStr
             break;
         }
     }
-    out.tags.push_back({static_cast<std::uint32_t>(pos), -1});
+    out.tags.Push(static_cast<std::uint32_t>(pos), -1);
     return base::Status::Ok();
 }
 
@@ -155,7 +195,10 @@ bool NextCodeFits(const unsigned char* data, std::size_t n, std::size_t pos, boo
     return code >= 0 && code <= 1071;
 }
 
-base::Status ScanBinary(std::string_view bytes, std::string_view fileName, TagStream& out) {
+// With `keep` false only counts the tags into `counted`, so that a second pass can size the
+// index exactly.
+base::Status ScanBinary(std::string_view bytes, std::string_view fileName, TagStream& out, bool keep,
+                        std::size_t& counted) {
     const auto* data = reinterpret_cast<const unsigned char*>(bytes.data());
     const std::size_t n = bytes.size();
     std::size_t pos = kBinarySentinel.size();
@@ -213,7 +256,8 @@ base::Status ScanBinary(std::string_view bytes, std::string_view fileName, TagSt
         }
         if (pos + size > n)
             return fail(start, fmt::format("the file ends inside the value of group code {}", code));
-        out.tags.push_back({static_cast<std::uint32_t>(start), code});
+        if (keep) out.tags.Push(static_cast<std::uint32_t>(start), code);
+        ++counted;
         bool eof = code == 0 && size == 4 && std::memcmp(data + pos, "EOF", 4) == 0;
         pos += size;
         if (eof) {
@@ -221,44 +265,74 @@ base::Status ScanBinary(std::string_view bytes, std::string_view fileName, TagSt
             break;
         }
     }
-    out.tags.push_back({static_cast<std::uint32_t>(pos), -1});
+    if (keep) out.tags.Push(static_cast<std::uint32_t>(pos), -1);
+    ++counted;
     return base::Status::Ok();
 }
 
 }  // namespace
 
+void TagIndex::Reserve(std::size_t tags) {
+    codes_.reserve(tags);
+    offsets_.reserve(tags);
+    groups_.reserve((tags >> kGroupBits) + 1);
+}
+
+void TagIndex::PushWide(std::uint32_t start) {
+    const std::size_t i = codes_.size() - 1;
+    Group& g = groups_.back();
+    if (g.wide == kNarrow) {
+        // The group outgrew 16-bit offsets: its starts so far move to full width.
+        g.wide = static_cast<std::uint32_t>(wide_.size());
+        wide_.resize(wide_.size() + kGroupMask + 1);
+        for (std::size_t k = i & ~kGroupMask; k < i; ++k) wide_[g.wide + (k & kGroupMask)] = g.base + offsets_[k];
+    }
+    offsets_.push_back(0);
+    wide_[g.wide + (i & kGroupMask)] = start;
+}
+
+std::size_t TagIndex::MemoryUsed() const {
+    return codes_.capacity() * sizeof(std::int16_t) + offsets_.capacity() * sizeof(std::uint16_t) +
+           groups_.capacity() * sizeof(Group) + wide_.capacity() * sizeof(std::uint32_t);
+}
+
 base::Status ScanTags(std::string_view bytes, std::string_view fileName, TagStream& out) {
     out = TagStream();
     if (bytes.size() >= 0xFFFFFFFFull)
         return base::Status::Error(fmt::format("{}: the file is too large (4 GiB or more)", fileName));
-    // About one tag per 8 bytes is typical of ASCII files; reserving avoids regrowth copies.
+    // The index is sized before the scan, never regrown: a drawing's tags are counted by its
+    // line ends, or by a first pass over a binary file, which is cheap next to the second.
     bool binary = bytes.substr(0, kBinarySentinel.size()) == kBinarySentinel;
-    out.tags.reserve(bytes.size() / (binary ? 10 : 12) + 16);
     if (binary) {
-        out.form = DxfForm::Binary;
-        return ScanBinary(bytes, fileName, out);
+        std::size_t count = 0;
+        base::Status counted = ScanBinary(bytes, fileName, out, false, count);
+        if (!counted) return counted;
+        out = TagStream();
+        out.tags.Reserve(count);
+        return ScanBinary(bytes, fileName, out, true, count);
     }
+    out.tags.Reserve((CountLineEnds(bytes) + 1) / 2 + 1);
     out.form = DxfForm::Ascii;
     return ScanAscii(bytes, fileName, out);
 }
 
 std::string_view RawValue(std::string_view bytes, const TagStream& stream, std::size_t index) {
-    const RawTag& tag = stream.tags[index];
-    std::size_t end = stream.tags[index + 1].start;
+    const std::uint32_t start = stream.tags.Start(index);
+    std::size_t end = stream.tags.Start(index + 1);
+    const char* data = bytes.data();
     if (stream.form == DxfForm::Ascii) {
-        const char* data = bytes.data();
-        const char* nl = static_cast<const char*>(std::memchr(data + tag.start, '\n', end - tag.start));
+        const char* nl = LineEnd(data + start, data + end);
         std::size_t begin = nl ? static_cast<std::size_t>(nl - data) + 1 : end;
         if (end > begin && data[end - 1] == '\n') --end;
         if (end > begin && data[end - 1] == '\r') --end;
-        return bytes.substr(begin, end - begin);
+        return std::string_view(data + begin, end - begin);
     }
-    std::size_t begin = tag.start + (stream.form == DxfForm::Binary ? 2 : (static_cast<unsigned char>(bytes[tag.start]) == 255 ? 3 : 1));
-    switch (KindOfCode(tag.code)) {
+    std::size_t begin = start + (stream.form == DxfForm::Binary ? 2 : (static_cast<unsigned char>(data[start]) == 255 ? 3 : 1));
+    switch (KindOfCode(stream.tags.Code(index))) {
         case ValueKind::Text:
-        case ValueKind::Handle: return bytes.substr(begin, end - begin - 1);
-        case ValueKind::Binary: return bytes.substr(begin + 1, end - begin - 1);
-        default: return bytes.substr(begin, end - begin);
+        case ValueKind::Handle: return std::string_view(data + begin, end - begin - 1);
+        case ValueKind::Binary: return std::string_view(data + begin + 1, end - begin - 1);
+        default: return std::string_view(data + begin, end - begin);
     }
 }
 

@@ -14,22 +14,67 @@ namespace cad {
 // The three ways a DXF file stores its tags.
 enum class DxfForm : std::uint8_t { Ascii, BinaryR12, Binary };
 
-// Where one tag starts in the buffer (its group code line or bytes) and its group code. The tag
-// runs up to the start of the next one, so its original bytes are always known.
-struct RawTag {
-    std::uint32_t start;
-    std::int32_t code;
+// Where every tag starts in the buffer (its group code line or bytes) and its group code, in
+// file order, followed by one sentinel whose start is where the last tag ends. A tag runs up to
+// the start of the next one, so its original bytes are always known.
+//
+// A drawing has millions of tags, so each costs a little over four bytes: the code as 16 bits
+// and the start as a 16-bit offset from the start of its group of 64 tags. A group that spans
+// 64 KiB or more (long binary chunks, huge texts) keeps full 32-bit starts instead.
+class TagIndex {
+public:
+    // Tags held, the sentinel included; 0 before a scan.
+    std::size_t Size() const { return codes_.size(); }
+    // Where tag `i` starts; `i` may be the sentinel.
+    std::uint32_t Start(std::size_t i) const {
+        const Group& g = groups_[i >> kGroupBits];
+        return g.wide == kNarrow ? g.base + offsets_[i] : wide_[g.wide + (i & kGroupMask)];
+    }
+    // The group code of tag `i`; -1 for the sentinel.
+    int Code(std::size_t i) const { return codes_[i]; }
+    // The group codes in order, for loops that only look at codes.
+    const std::int16_t* Codes() const { return codes_.data(); }
+
+    // Makes room for `tags` tags so that a scan that stays within it never regrows.
+    void Reserve(std::size_t tags);
+    // Appends a tag; starts must not decrease.
+    void Push(std::uint32_t start, int code) {
+        const std::size_t i = codes_.size();
+        codes_.push_back(static_cast<std::int16_t>(code));
+        if ((i & kGroupMask) == 0) groups_.push_back({start, kNarrow});
+        const Group& g = groups_.back();
+        if (g.wide == kNarrow && start - g.base <= 0xFFFFu) offsets_.push_back(static_cast<std::uint16_t>(start - g.base));
+        else PushWide(start);
+    }
+    // Bytes held, for measurements.
+    std::size_t MemoryUsed() const;
+
+private:
+    static constexpr unsigned kGroupBits = 6;
+    static constexpr std::size_t kGroupMask = (std::size_t{1} << kGroupBits) - 1;
+    static constexpr std::uint32_t kNarrow = 0xFFFFFFFFu;
+    struct Group {
+        std::uint32_t base;  // start of the group's first tag
+        std::uint32_t wide;  // kNarrow, or where the group's full starts begin in wide_
+    };
+    void PushWide(std::uint32_t start);
+
+    std::vector<std::int16_t> codes_;
+    std::vector<std::uint16_t> offsets_;
+    std::vector<Group> groups_;
+    std::vector<std::uint32_t> wide_;
 };
 
-// The tags of a buffer in file order, followed by one sentinel whose start is where the last tag
-// ends; bytes after it (trash beyond EOF, a DOS end-of-file mark) are kept as they are.
+// The tags of a buffer; bytes after the sentinel (trash beyond EOF, a DOS end-of-file mark) are
+// kept as they are.
 struct TagStream {
-    std::vector<RawTag> tags;
+    TagIndex tags;
     DxfForm form = DxfForm::Ascii;
     std::uint32_t prefix = 0;  // bytes before the first tag: a binary sentinel or a UTF-8 mark
     bool sawEof = false;       // a 0/EOF tag ended the scan
     std::vector<std::string> notes;  // what was read leniently, with where (at most 100)
-    std::size_t Count() const { return tags.empty() ? 0 : tags.size() - 1; }
+    // Tags without the sentinel.
+    std::size_t Count() const { return tags.Size() == 0 ? 0 : tags.Size() - 1; }
 };
 
 // Finds every tag of `bytes`. A failure names `fileName` and the line (ASCII) or byte offset

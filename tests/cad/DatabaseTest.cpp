@@ -127,6 +127,41 @@ TEST(Database, AFailedSaveLeavesTheTargetAndSaysWhy) {
     EXPECT_NE(status.Message().find("/nonexistent-folder/plan.dxf"), std::string::npos);
 }
 
+TEST(Database, HandlesOfAddedObjectsAreFoundAndErasedOnesAreNot) {
+    auto db = cadtest::Corpus("acadsharp-sample-ac1032.dxf");
+    ASSERT_TRUE(db);
+    std::vector<std::pair<cad::Handle, std::string>> before;
+    for (const cad::Object& o : db->Objects())
+        if (o.GetHandle()) before.push_back({o.GetHandle(), o.Type()});
+    ASSERT_FALSE(before.empty());
+    // Enough new records to make the index grow several times.
+    std::vector<cad::Handle> added;
+    for (int i = 0; i < 3000; ++i) {
+        auto layer = db->AddLayer("L" + std::to_string(i));
+        ASSERT_TRUE(layer);
+        added.push_back(layer->GetHandle());
+    }
+    for (std::size_t i = 0; i < added.size(); ++i) {
+        cad::Object found = db->ObjectByHandle(added[i]);
+        ASSERT_TRUE(found) << i;
+        EXPECT_EQ(found.GetText(2), "L" + std::to_string(i));
+    }
+    for (const auto& [handle, type] : before) {
+        cad::Object found = db->ObjectByHandle(handle);
+        ASSERT_TRUE(found) << cad::HandleText(handle);
+        EXPECT_EQ(found.Type(), type);
+    }
+    db->ObjectByHandle(added[10]).Erase();
+    EXPECT_FALSE(db->ObjectByHandle(added[10]));
+    EXPECT_TRUE(db->ObjectByHandle(added[11]));
+    EXPECT_FALSE(db->ObjectByHandle(0));
+    EXPECT_FALSE(db->ObjectByHandle(db->HandleSeed() + 100));
+    auto again = cadtest::Reload(*db);
+    ASSERT_TRUE(again);
+    EXPECT_EQ(again->ObjectByHandle(added[2999]).GetText(2), "L2999");
+    EXPECT_FALSE(again->ObjectByHandle(added[10]));
+}
+
 TEST(Database, CountsObjectsByType) {
     auto db = cadtest::Load(cadtest::R12Drawing());
     ASSERT_TRUE(db);

@@ -123,6 +123,66 @@ TEST(Tagger, ReadsBinaryR12AndR13FormsAndSavesThemUnchanged) {
     }
 }
 
+TEST(Tagger, IndexKeepsEveryStartAcrossGroupsOfAnySpan) {
+    // Starts far apart make a group keep full-width starts; the others stay narrow.
+    cad::TagIndex index;
+    std::vector<std::uint32_t> starts;
+    std::uint32_t at = 0;
+    for (int i = 0; i < 300; ++i) {
+        starts.push_back(at);
+        index.Push(at, i % 1072);
+        at += (i >= 70 && i < 140) ? 40000 : 7;
+    }
+    ASSERT_EQ(index.Size(), starts.size());
+    for (std::size_t i = 0; i < starts.size(); ++i) {
+        EXPECT_EQ(index.Start(i), starts[i]) << i;
+        EXPECT_EQ(index.Code(i), static_cast<int>(i % 1072));
+    }
+}
+
+TEST(Tagger, ReadsHugeValuesAndBinaryChunksAndSavesThemUnchanged) {
+    std::string big(100000, 'x');
+    std::string text = Dxf({{0, "SECTION"}, {2, "OBJECTS"}, {0, "XRECORD"}, {5, "1F"}, {1, big}, {1, "after"},
+                            {0, "ENDSEC"}, {0, "EOF"}});
+    auto db = cadtest::Load(text);
+    ASSERT_TRUE(db);
+    EXPECT_EQ(db->ObjectByHandle(0x1F).GetText(1), big);
+    EXPECT_EQ(db->Write(), text);
+    std::string binary = Binary(true, {{0, "SECTION"}, {2, "OBJECTS"}, {0, "XRECORD"}, {5, "1F"}, {1, big},
+                                       {1, "after"}, {0, "ENDSEC"}, {0, "EOF"}});
+    auto fromBinary = cadtest::Load(binary);
+    ASSERT_TRUE(fromBinary);
+    EXPECT_EQ(fromBinary->ObjectByHandle(0x1F).GetText(1), big);
+    EXPECT_EQ(fromBinary->Write(), binary);
+}
+
+TEST(Tagger, ReadsBinaryFilesWithLongTextsAndEveryWidth) {
+    // Enough tags for many groups of the index, in both binary forms.
+    for (bool twoByte : {false, true}) {
+        std::vector<std::pair<int, std::string>> tags = {{0, "SECTION"}, {2, "ENTITIES"}};
+        for (int i = 1; i <= 500; ++i) {
+            tags.push_back({0, "POINT"});
+            tags.push_back({5, cad::HandleText(0x100 + i)});
+            tags.push_back({8, i % 7 == 0 ? std::string(3000, 'L') : "0"});
+            tags.push_back({10, std::to_string(i) + ".5"});
+            tags.push_back({62, std::to_string(i % 256)});
+        }
+        tags.push_back({0, "ENDSEC"});
+        tags.push_back({0, "EOF"});
+        std::string bytes = Binary(twoByte, tags);
+        auto db = cadtest::Load(bytes);
+        ASSERT_TRUE(db);
+        for (int i = 1; i <= 500; ++i) {
+            cad::Object point = db->ObjectByHandle(0x100 + i);
+            ASSERT_TRUE(point) << i;
+            EXPECT_EQ(point.GetReal(10), i + 0.5);
+            EXPECT_EQ(point.GetInt(62), i % 256);
+            EXPECT_EQ(point.GetText(8).size(), i % 7 == 0 ? 3000u : 1u);
+        }
+        EXPECT_EQ(db->Write(), bytes);
+    }
+}
+
 TEST(TaggerMalformed, OddLineCountSaysTheLine) {
     std::string m = Message("0\nSECTION\n2\nENTITIES\n0\nENDSEC\n0");
     EXPECT_NE(m.find("bad.dxf: line 7"), std::string::npos) << m;
