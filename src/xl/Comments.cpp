@@ -98,11 +98,18 @@ base::Result<NotesPart> ReadNotes(std::string_view xml, std::string_view label) 
     std::size_t captureDepth = 0;  // depth of the element whose text is taken; 0 for none
     std::string* capture = nullptr;
     std::vector<StoredNote> notes;
+    std::vector<std::size_t> authorOf;  // the authorId of each note as read
+    {
+        // Counted first, so that a part with a note on every cell is held once, not doubled.
+        std::size_t count = 0;
+        for (std::size_t at = xml.find("comment "); at != std::string_view::npos; at = xml.find("comment ", at + 8)) ++count;
+        notes.reserve(count);
+        authorOf.reserve(count);
+    }
     StoredNote note;
     bool noteOk = false;
     std::string value, author;
     std::size_t unknownAuthor = static_cast<std::size_t>(-1);
-    std::vector<std::size_t> authorOf;  // the authorId of each note as read
     while ((t = x.Next()) != Token::End) {
         if (t == Token::Error) return base::Status::Error(std::string(label) + ": " + x.Error());
         std::size_t depth = x.Depth();
@@ -172,7 +179,6 @@ base::Result<NotesPart> ReadNotes(std::string_view xml, std::string_view label) 
         }
         notes[i].author = static_cast<std::uint32_t>(id);
     }
-    part.notes.reserve(notes.size());
     part.notes = std::move(notes);
     return part;
 }

@@ -360,7 +360,21 @@ void Package::Flush() {
 
 std::string Package::Save() {
     Flush();
+    // Big written parts are compressed now and kept so (a read inflates them again); with every
+    // compressed size known, the archive is made in one buffer of the right size.
+    std::uint64_t size = 22 + 98;
+    for (Part& p : parts_) {
+        if (p.data && p.data->size() > kDeflateChunk) {
+            p.packed = Deflate(*p.data);
+            p.data.reset();
+        }
+        std::uint64_t body = p.data ? p.data->size() + p.data->size() / 64 + 64
+                             : p.packed ? p.packed->compressed.size()
+                                        : zip_->Entries()[p.entry].compressedSize;
+        size += 30 + 46 + 2 * p.name.size() + 2 * 32 + body;
+    }
     ZipWriter writer;
+    writer.Reserve(size);
     for (const Part& p : parts_) {
         if (p.data) {
             writer.Add(p.name, *p.data);

@@ -416,9 +416,9 @@ base::Result<std::string> Workbook::SaveImage() {
         anyChange = true;
         if (sheet->notesChanged_) sheet->SaveNotes();
         if (sheet->changed_) {
-            std::string xml;
+            DeflateStream xml;
             if (base::Status st = sheet->SaveTo(xml); !st) return st;
-            package_.Write(sheet->part_, std::move(xml));
+            package_.Write(sheet->part_, xml.Finish());
         }
     }
     if (strings_ && strings_->IsChanged()) {

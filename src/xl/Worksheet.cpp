@@ -1128,7 +1128,7 @@ void Worksheet::SetTabSelected(bool selected) {
     Touch();
 }
 
-base::Status Worksheet::SaveTo(std::string& out) {
+base::Status Worksheet::SaveTo(DeflateStream& stream) {
     if (base::Status st = Load(); !st) return st;
     pugi::xml_node sheetData = EnsureChild(Root(), "sheetData");
     sheetData.append_child(pugi::node_pcdata).set_value(kSheetDataMarker);
@@ -1137,17 +1137,25 @@ base::Status Worksheet::SaveTo(std::string& out) {
     std::string xml = SaveXml(data_->doc);
     sheetData.remove_child(sheetData.first_child());
     std::size_t marker = xml.find(kSheetDataMarker);
-    std::string cellPrefix = QualifiedLike(sheetData, "");
-    std::string rows;
-    rows.reserve(data_->rows.size() * 64);
-    std::string rowTag = cellPrefix + "row";
-    std::string cTag = cellPrefix + "c";
+    if (marker == std::string::npos)
+        return base::Status::Error(part_ + ": could not place the rows when writing");
+    // The rows go straight into the compressor; the sheet's text never exists whole.
+    std::string& rows = stream.Buffer();
+    rows.append(xml, 0, marker);
+    const std::string cellPrefix = QualifiedLike(sheetData, "");
+    const std::string rowOpen = '<' + cellPrefix + "row r=\"";
+    const std::string rowClose = "</" + cellPrefix + "row>";
+    const std::string cOpen = '<' + cellPrefix + "c r=\"";
+    const std::string cClose = "</" + cellPrefix + "c>";
+    const std::string vOpen = '<' + cellPrefix + "v>";
+    const std::string vClose = "</" + cellPrefix + "v>";
+    char number[24];
+    auto appendNumber = [&](auto n) { rows.append(number, std::to_chars(number, number + sizeof number, n).ptr); };
     for (auto& [rowNo, row] : data_->rows) {
         if (row.cells.empty() && row.attrs.empty()) continue;
-        rows += '<';
-        rows += rowTag;
-        rows += " r=\"";
-        rows += std::to_string(rowNo);
+        stream.MaybeFlush();
+        rows += rowOpen;
+        appendNumber(rowNo);
         rows += '"';
         for (auto& [k, v] : row.attrs) {
             rows += ' ';
@@ -1162,14 +1170,12 @@ base::Status Worksheet::SaveTo(std::string& out) {
         }
         rows += '>';
         for (const Cell& c : row.cells) {
-            rows += '<';
-            rows += cTag;
-            rows += " r=\"";
-            rows += CellName(rowNo, c.column);
+            rows += cOpen;
+            AppendCellName(rows, rowNo, c.column);
             rows += '"';
             if (c.hasStyle) {
                 rows += " s=\"";
-                rows += std::to_string(c.style);
+                appendNumber(c.style);
                 rows += '"';
             }
             if (!c.type.empty()) {
@@ -1177,25 +1183,26 @@ base::Status Worksheet::SaveTo(std::string& out) {
                 rows += c.type;
                 rows += '"';
             }
-            rows += c.X().attrs;
+            const Cell::Extra& x = c.X();
+            rows += x.attrs;
             bool inlineText = c.type == "inlineStr";
-            if (!c.hasFormula && c.value.empty() && !inlineText && c.X().inlineXml.empty() && c.X().tail.empty()) {
+            if (!c.hasFormula && c.value.empty() && !inlineText && x.inlineXml.empty() && x.tail.empty()) {
                 rows += "/>";
                 continue;
             }
             rows += '>';
             if (c.hasFormula) {
-                rows += '<' + cellPrefix + 'f' + c.X().fAttrs;
-                if (c.X().formula.empty()) {
+                rows += '<' + cellPrefix + 'f' + x.fAttrs;
+                if (x.formula.empty()) {
                     rows += "/>";
                 } else {
                     rows += '>';
-                    AppendEscaped(rows, c.X().formula);
+                    AppendEscaped(rows, x.formula);
                     rows += "</" + cellPrefix + "f>";
                 }
             }
-            if (!c.X().inlineXml.empty()) {
-                rows += c.X().inlineXml;
+            if (!x.inlineXml.empty()) {
+                rows += x.inlineXml;
             } else if (inlineText) {
                 // A plain inline string, read without its element: written again the same way.
                 bool keepSpace = !c.value.empty() && (std::isspace(static_cast<unsigned char>(c.value.front())) ||
@@ -1206,19 +1213,16 @@ base::Status Worksheet::SaveTo(std::string& out) {
                 AppendEscaped(rows, c.value);
                 rows += "</" + cellPrefix + "t></" + cellPrefix + "is>";
             } else if (!c.value.empty()) {
-                rows += '<' + cellPrefix + "v>";
+                rows += vOpen;
                 AppendEscaped(rows, c.value);
-                rows += "</" + cellPrefix + "v>";
+                rows += vClose;
             }
-            rows += c.X().tail;
-            rows += "</" + cTag + '>';
+            rows += x.tail;
+            rows += cClose;
         }
-        rows += "</" + rowTag + '>';
+        rows += rowClose;
     }
-    if (marker == std::string::npos)
-        return base::Status::Error(part_ + ": could not place the rows when writing");
-    xml.replace(marker, std::string_view(kSheetDataMarker).size(), rows);
-    out = std::move(xml);
+    rows.append(xml, marker + std::string_view(kSheetDataMarker).size(), std::string::npos);
     return base::Status::Ok();
 }
 

@@ -21,6 +21,7 @@ class xml_node;
 
 namespace xl {
 
+class DeflateStream;
 class Workbook;
 class XmlScanner;
 struct RowShift;
@@ -177,7 +178,7 @@ private:
     pugi::xml_node Root();
     bool ReadRows(XmlScanner& scanner);
     void LoadNotes();
-    base::Status SaveTo(std::string& sheetXml);
+    base::Status SaveTo(DeflateStream& sheetXml);
     void SaveNotes();
     void Shift(const RowShift& shift);
     void Unshare();

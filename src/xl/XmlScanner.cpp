@@ -42,6 +42,8 @@ char32_t EntityValue(std::string_view name) {
 // Decodes character data or an attribute value; attribute values get their white space made
 // spaces, as XML normalises them.
 void AppendDecoded(std::string& out, std::string_view raw, bool attribute) {
+    // Decoding never lengthens, so one reservation fits and a text read in one run is exact.
+    out.reserve(out.size() + raw.size());
     std::size_t pos = 0;
     while (pos < raw.size()) {
         std::size_t at = pos;

@@ -358,12 +358,7 @@ void ZipWriter::AddRaw(const ZipEntry& entry, std::string_view compressed) {
 
 void ZipWriter::Add(std::string_view name, std::string_view data) {
     if (data.size() > kDeflateChunk) {
-        // Big generated parts are repetitive and compress well at the fastest level; their
-        // chunks are shared between two threads.
-        ChunkDeflater deflater(1);
-        for (std::size_t at = 0; at < data.size(); at += kDeflateChunk)
-            deflater.Submit(data.substr(at, kDeflateChunk), {}, at + kDeflateChunk >= data.size());
-        AddDeflated(name, deflater.Finish());
+        AddDeflated(name, Deflate(data));
         return;
     }
     ZipEntry e;
@@ -380,6 +375,16 @@ void ZipWriter::Add(std::string_view name, std::string_view data) {
     std::string packed = DeflateChunk(data, {}, 6, true);
     e.compressedSize = packed.size();
     AddLocal(std::move(e), packed);
+}
+
+DeflatedData Deflate(std::string_view text) {
+    // Big generated parts are repetitive and compress well at the fastest level; their chunks
+    // are shared between two threads.
+    ChunkDeflater deflater(1);
+    if (text.empty()) deflater.Submit({}, {}, true);
+    for (std::size_t at = 0; at < text.size(); at += kDeflateChunk)
+        deflater.Submit(text.substr(at, kDeflateChunk), {}, at + kDeflateChunk >= text.size());
+    return deflater.Finish();
 }
 
 std::string Inflate(const DeflatedData& data) {

@@ -61,6 +61,9 @@ constexpr std::size_t kDeflateChunk = std::size_t(1) << 20;
 
 class ChunkDeflater;
 
+// Deflates text at the fastest level, in parallel chunks when it is bigger than one.
+DeflatedData Deflate(std::string_view text);
+
 // Deflates text as it is written, so that a big generated part never exists uncompressed in
 // full: append to Buffer(), call MaybeFlush() now and then, and Finish() at the end. Chunks are
 // compressed on a second thread while the caller goes on writing.
@@ -95,6 +98,8 @@ public:
     // Deflates `data` under `name`, in parallel chunks when it is bigger than one; an empty
     // `data` is stored.
     void Add(std::string_view name, std::string_view data);
+    // Makes room for an archive of about `bytes`, so a big one is not copied as it grows.
+    void Reserve(std::uint64_t bytes) { out_.reserve(bytes); }
     // The whole archive; the writer is empty afterwards.
     std::string Finish();
 
