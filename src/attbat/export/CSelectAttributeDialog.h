@@ -33,6 +33,7 @@ public:
     };
 
     static constexpr std::string_view title = "Attributes";
+    // The check boxes' labels, which the command line's messages quote.
     static constexpr std::string_view removeNoValueLabel = "Remove attributes with no value.";
     static constexpr std::string_view dynamicPropertiesLabel = "Dynamic Properties";
 
