@@ -77,14 +77,38 @@ struct Worksheet::Cell {
         std::string inlineXml; // an <is> element, as XML
         std::string attrs;     // other attributes of <c> (cm, vm, ph), as XML
         std::string tail;      // other children (extLst), as XML
+        std::string type;      // a t attribute no reader knows, as written
     };
+    // The t attribute: n (or none), s, str, inlineStr, b, e, d, or another kept in Extra.
+    enum class Kind : std::uint8_t { Number, Shared, Str, Inline, Boolean, Error, Date, Other };
     int column = 0;
     std::uint32_t style = 0;
+    Kind kind = Kind::Number;
     bool hasStyle = false;
     bool hasFormula = false;
-    std::string type;      // the t attribute as written; "" for numbers
-    std::string value;     // the <v> text as written
+    std::string value;     // the <v> text as written (a shared string's index)
     std::unique_ptr<Extra> extra;
+
+    void SetType(std::string_view t) {
+        kind = t.empty() || t == "n" ? Kind::Number : t == "s" ? Kind::Shared : t == "str" ? Kind::Str
+               : t == "inlineStr" ? Kind::Inline : t == "b" ? Kind::Boolean : t == "e" ? Kind::Error
+               : t == "d" ? Kind::Date : Kind::Other;
+        if (kind == Kind::Other) X().type.assign(t);
+    }
+    // The t attribute to write; "" for numbers.
+    std::string_view Type() const {
+        switch (kind) {
+        case Kind::Number: return {};
+        case Kind::Shared: return "s";
+        case Kind::Str: return "str";
+        case Kind::Inline: return "inlineStr";
+        case Kind::Boolean: return "b";
+        case Kind::Error: return "e";
+        case Kind::Date: return "d";
+        case Kind::Other: return X().type;
+        }
+        return {};
+    }
 
     Extra& X() {
         if (!extra) extra = std::make_unique<Extra>();
@@ -253,7 +277,6 @@ bool Worksheet::ReadRows(XmlScanner& x) {
                 row = nullptr;
             } else if (depth == 3 && inCell) {
                 inCell = false;
-                if (cell.type == "n") cell.type.clear();
                 cells.push_back(std::move(cell));
             } else if (depth == 4 && inCell) {
                 std::string_view raw = x.Text().substr(childBegin, x.TokenEnd() - childBegin);
@@ -306,7 +329,7 @@ bool Worksheet::ReadRows(XmlScanner& x) {
                     cell.style = static_cast<std::uint32_t>(std::strtoul(value.c_str(), nullptr, 10));
                     cell.hasStyle = true;
                 } else if (name == "t") {
-                    cell.type = value;
+                    cell.SetType(value);
                 } else {
                     std::string& attrs = cell.X().attrs;
                     attrs += ' ';
@@ -386,7 +409,13 @@ Worksheet::Cell* Worksheet::FindCell(int row, int column) {
 Worksheet::Cell& Worksheet::MakeCell(int row, int column) {
     (void)Load();
     Touch();
-    Row& r = data_->rows[row];
+    auto [at, added] = data_->rows.try_emplace(row);
+    if (added && at != data_->rows.begin() && std::next(at) == data_->rows.end()) {
+        // Rows written in order: the one before is complete, so it gives back its spare room.
+        std::vector<Cell>& before = std::prev(at)->second.cells;
+        if (before.capacity() > before.size()) before.shrink_to_fit();
+    }
+    Row& r = at->second;
     auto it = std::lower_bound(r.cells.begin(), r.cells.end(), column,
                                [](const Cell& a, int col) { return a.column < col; });
     if (it != r.cells.end() && it->column == column) return *it;
@@ -409,21 +438,21 @@ Worksheet::Cell& Worksheet::MakeCell(int row, int column) {
 CellValue Worksheet::ValueOf(const Cell& c) const {
     CellValue v;
     v.formula = c.X().formula;
-    if (c.type == "s") {
+    if (c.kind == Cell::Kind::Shared) {
         v.type = CellType::String;
         char* end = nullptr;
         unsigned long idx = std::strtoul(c.value.c_str(), &end, 10);
         v.text = c.value.empty() ? "" : book_.strings_ ? book_.strings_->Text(idx) : "";
-    } else if (c.type == "str" || c.type == "inlineStr") {
+    } else if (c.kind == Cell::Kind::Str || c.kind == Cell::Kind::Inline) {
         v.type = CellType::String;
-        v.text = c.type == "str" ? UnescapeOoxml(c.value) : c.value;
-    } else if (c.type == "b") {
+        v.text = c.kind == Cell::Kind::Str ? UnescapeOoxml(c.value) : c.value;
+    } else if (c.kind == Cell::Kind::Boolean) {
         v.type = CellType::Boolean;
         v.number = c.value == "1" || base::EqualNoCase(c.value, "true") ? 1 : 0;
-    } else if (c.type == "e") {
+    } else if (c.kind == Cell::Kind::Error) {
         v.type = CellType::Error;
         v.text = c.value;
-    } else if (c.type == "d") {
+    } else if (c.kind == Cell::Kind::Date) {
         v.type = CellType::Number;
         v.number = IsoToSerial(c.value);
     } else if (!c.value.empty()) {
@@ -435,7 +464,7 @@ CellValue Worksheet::ValueOf(const Cell& c) const {
 
 CellValue Worksheet::Value(int row, int column) {
     if (Cell* c = FindCell(row, column)) {
-        if (c->type == "s") book_.Strings();
+        if (c->kind == Cell::Kind::Shared) book_.Strings();
         return ValueOf(*c);
     }
     return {};
@@ -470,7 +499,7 @@ void Worksheet::SetString(int row, int column, std::string_view text) {
     }
     std::uint32_t id = book_.Strings().Add(text);
     Cell& c = MakeCell(row, column);
-    c.type = "s";
+    c.kind = Cell::Kind::Shared;
     c.value = std::to_string(id);
     c.hasFormula = false;
     c.extra.reset();
@@ -479,7 +508,7 @@ void Worksheet::SetString(int row, int column, std::string_view text) {
 void Worksheet::SetNumber(int row, int column, double value) {
     if (!Load()) return;
     Cell& c = MakeCell(row, column);
-    c.type.clear();
+    c.kind = Cell::Kind::Number;
     c.value = std::isfinite(value) ? FormatDouble(value) : "0";
     c.hasFormula = false;
     c.extra.reset();
@@ -488,7 +517,7 @@ void Worksheet::SetNumber(int row, int column, double value) {
 void Worksheet::SetFormula(int row, int column, std::string_view formula) {
     if (!Load()) return;
     Cell& c = MakeCell(row, column);
-    c.type.clear();
+    c.kind = Cell::Kind::Number;
     c.value.clear();
     c.extra.reset();
     c.X().formula = std::string(formula);
@@ -1178,14 +1207,14 @@ base::Status Worksheet::SaveTo(DeflateStream& stream) {
                 appendNumber(c.style);
                 rows += '"';
             }
-            if (!c.type.empty()) {
+            if (c.kind != Cell::Kind::Number) {
                 rows += " t=\"";
-                rows += c.type;
+                rows += c.Type();
                 rows += '"';
             }
             const Cell::Extra& x = c.X();
             rows += x.attrs;
-            bool inlineText = c.type == "inlineStr";
+            bool inlineText = c.kind == Cell::Kind::Inline;
             if (!c.hasFormula && c.value.empty() && !inlineText && x.inlineXml.empty() && x.tail.empty()) {
                 rows += "/>";
                 continue;

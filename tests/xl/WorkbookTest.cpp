@@ -554,6 +554,24 @@ TEST(Workbook, InlineStringsReadWithoutTheirElementsAndWrittenBack) {
     EXPECT_NE(xml->find("<is><r><rPr><b/></rPr><t>bo</t></r><r><t>ld</t></r></is>"), std::string::npos) << *xml;
 }
 
+TEST(Workbook, CellTypesAreWrittenBackAsRead) {
+    auto book = BookWithSheet(
+        "<worksheet xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"><sheetData><row r=\"1\">"
+        "<c r=\"A1\" t=\"b\"><v>1</v></c><c r=\"B1\" t=\"e\"><v>#N/A</v></c><c r=\"C1\" t=\"str\"><f>\"x\"</f><v>x</v></c>"
+        "<c r=\"D1\" t=\"n\"><v>1.5E-3</v></c><c r=\"E1\" t=\"custom\"><v>7</v></c></row></sheetData></worksheet>");
+    book->Sheet(0)->SetNumber(2, 1, 1);
+    auto again = Reopen(*book);
+    auto xml = again->GetPackage().Read("xl/worksheets/sheet1.xml");
+    ASSERT_TRUE(xml);
+    EXPECT_NE(xml->find("<c r=\"A1\" t=\"b\"><v>1</v></c><c r=\"B1\" t=\"e\"><v>#N/A</v></c>"
+                        "<c r=\"C1\" t=\"str\"><f>\"x\"</f><v>x</v></c><c r=\"D1\"><v>1.5E-3</v></c>"
+                        "<c r=\"E1\" t=\"custom\"><v>7</v></c>"),
+              std::string::npos) << *xml;
+    EXPECT_EQ(again->Sheet(0)->Text(1, 1), "TRUE");
+    EXPECT_EQ(again->Sheet(0)->Text(1, 2), "#N/A");
+    EXPECT_EQ(again->Sheet(0)->Text(1, 3), "x");
+}
+
 TEST(Workbook, DamagedSheetTextIsAnErrorNamingThePart) {
     auto book = BookWithSheet("<worksheet><sheetData><row r=\"1\"><c r=\"A1\"><v>1</v></row></sheetData></worksheet>");
     base::Status st = book->Sheet(0)->Load();
