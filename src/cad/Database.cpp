@@ -14,7 +14,7 @@
 
 #include <fmt/format.h>
 
-#include "base/File.h"
+#include "cad/AtomicFile.h"
 #include "base/Text.h"
 #include "cad/BlockRecord.h"
 #include "cad/BlockReference.h"
@@ -947,29 +947,68 @@ void Database::WriteRecord(std::string& out, std::uint32_t rec) const {
     }
 }
 
-std::string Database::Write() const {
-    std::string out;
-    out.reserve(bytes_.size() + bytes_.size() / 16 + 64);
-    out.append(bytes_, 0, stream_.prefix);
+template <class Out>
+void Database::WriteTo(Out&& out) const {
+    // Unchanged records that follow each other in the buffer go out as one run of its bytes,
+    // so an unchanged drawing is a single piece; changed records are made in a scratch string.
+    const std::string_view bytes = bytes_;
+    const TagIndex& tags = stream_.tags;
+    std::size_t runStart = 0, runEnd = stream_.prefix;
+    auto flush = [&] {
+        if (runEnd > runStart) out(bytes.substr(runStart, runEnd - runStart));
+        runStart = runEnd = 0;
+    };
+    std::string scratch;
     bool eofWritten = false;
     for (std::uint32_t k = first_; k != kNone; k = records_[k].next) {
-        WriteRecord(out, k);
+        const Record& r = records_[k];
+        const std::uint32_t count = r.owned == kNone ? OriginalTagCount(k) : 0;
+        if (r.owned == kNone && !(r.handleAssigned && modified_ && count > 0)) {
+            const std::size_t from = tags.Start(r.firstTag);
+            if (from != runEnd) {
+                flush();
+                runStart = from;
+            }
+            runEnd = tags.Start(r.firstTag + count);
+        } else {
+            flush();
+            scratch.clear();
+            WriteRecord(scratch, k);
+            out(std::string_view(scratch));
+        }
         eofWritten = eofWritten || TypeIs(k, "EOF");
     }
     // A changed drawing gets the EOF record other readers insist on.
-    if (modified_ && !eofWritten) WriteTag(out, 0, "EOF");
-    std::size_t tail = stream_.tags.Start(stream_.Count());
-    out.append(bytes_, tail, bytes_.size() - tail);
+    if (modified_ && !eofWritten) {
+        flush();
+        scratch.clear();
+        WriteTag(scratch, 0, "EOF");
+        out(std::string_view(scratch));
+    }
+    const std::size_t tail = tags.Start(stream_.Count());
+    if (tail != runEnd) flush();
+    if (runEnd == 0) runStart = tail;
+    runEnd = bytes.size();
+    flush();
+}
+
+std::string Database::Write() const {
+    std::string out;
+    out.reserve(bytes_.size() + (modified_ ? bytes_.size() / 16 + 64 : 0));
+    WriteTo([&out](std::string_view piece) { out.append(piece); });
     return out;
 }
 
 base::Status Database::Save(const std::string& path, const std::string& backupPath) const {
-    std::string bytes = Write();
-    base::Status status = base::WriteFileAtomic(path, bytes, {backupPath});
+    AtomicFile file(path);
+    base::Status status = file.Open();
+    if (status) {
+        WriteTo([&file](std::string_view piece) { file.Write(piece); });
+        status = file.Commit(backupPath);
+    }
     if (!status) return base::Status::Error(fmt::format("{}: cannot save: {}", path, status.Message()));
     return status;
 }
-
 
 // ---------------------------------------------------------------------------------------------
 // Symbol tables

@@ -230,7 +230,9 @@ private:
     std::uint32_t HeaderTagIndex(std::string_view name) const;
     void SyncHandSeed();
 
-    // Writing.
+    // Writing: WriteTo hands the file's bytes to `out(std::string_view)` piece by piece.
+    template <class Out>
+    void WriteTo(Out&& out) const;
     void WriteRecord(std::string& out, std::uint32_t rec) const;
     void WriteTag(std::string& out, int code, std::string_view text) const;
 

@@ -162,6 +162,61 @@ TEST(Database, HandlesOfAddedObjectsAreFoundAndErasedOnesAreNot) {
     EXPECT_FALSE(again->ObjectByHandle(added[10]));
 }
 
+// Saves through a file and reads the file back.
+std::string SavedBytes(const cad::Database& db, const std::string& name) {
+    std::string folder = ::testing::TempDir() + "/cad-stream";
+    std::filesystem::create_directories(folder);
+    std::string path = folder + "/" + name;
+    base::Status status = db.Save(path);
+    EXPECT_TRUE(status) << status.Message();
+    auto bytes = base::ReadFile(path);
+    return bytes ? *bytes : std::string();
+}
+
+TEST(Database, SaveWritesExactlyTheBytesOfWrite) {
+    // Unchanged, changed in the middle, with handles given on reading, with bytes after EOF.
+    std::string text = cadtest::R12Drawing("\r\n") + "\x1a";
+    auto db = cadtest::Load(text);
+    ASSERT_TRUE(db);
+    EXPECT_EQ(SavedBytes(*db, "unchanged.dxf"), text);
+    db->ModelSpace().Entities()[0].SetReal(11, 7.5);
+    std::string written = db->Write();
+    EXPECT_NE(written, text);
+    EXPECT_EQ(SavedBytes(*db, "changed.dxf"), written);
+    ASSERT_TRUE(db->CreateBlock("Window"));
+    EXPECT_EQ(SavedBytes(*db, "added.dxf"), db->Write());
+}
+
+TEST(Database, SaveOfEveryCorpusDrawingEqualsWriteChangedOrNot) {
+    for (const char* name : {"acadsharp-sample-ac1032.dxf", "acadsharp-sample-ac1009-binary.dxf",
+                             "binary-r2000.dxf", "entities-attribs-ac1003-dos-eof.dxf", "bad-r12-trash-beyond-eof.dxf"}) {
+        SCOPED_TRACE(name);
+        auto db = cadtest::Corpus(name);
+        ASSERT_TRUE(db);
+        auto original = base::ReadFile(std::string(VELMAR_CORPUS) + "/dxf/" + name);
+        ASSERT_TRUE(original);
+        EXPECT_TRUE(SavedBytes(*db, name) == *original);
+        int changed = 0;
+        for (cad::Object o : db->Objects())
+            if (o.Type() == "LAYER" || (o.Type() == "LINE" && ++changed % 2 == 0)) o.SetText(8, "Moved");
+        EXPECT_TRUE(SavedBytes(*db, name) == db->Write());
+    }
+}
+
+TEST(Database, AFailedSaveLeavesNoTemporaryFileBehind) {
+    std::string folder = ::testing::TempDir() + "/cad-save-fail";
+    std::filesystem::remove_all(folder);
+    std::filesystem::create_directories(folder + "/plan.dxf");  // a folder where the file should go
+    auto db = cadtest::Load(cadtest::R12Drawing());
+    ASSERT_TRUE(db);
+    base::Status status = db->Save(folder + "/plan.dxf");
+    ASSERT_FALSE(status);
+    EXPECT_NE(status.Message().find("plan.dxf"), std::string::npos);
+    std::size_t entries = 0;
+    for ([[maybe_unused]] const auto& entry : std::filesystem::directory_iterator(folder)) ++entries;
+    EXPECT_EQ(entries, 1u);
+}
+
 TEST(Database, CountsObjectsByType) {
     auto db = cadtest::Load(cadtest::R12Drawing());
     ASSERT_TRUE(db);
