@@ -29,13 +29,14 @@ std::string KeyText(const AcadBlockRef& row, char cut, std::string_view field) {
     return key;
 }
 
-// The field of an attribute's key: the tag for the first of its tag; for a later one the tag
-// with the attribute's own handle, or the "%s_Dup(%d)" name when it has none. Under
+// The key of an attribute's cell. Its field is the tag for the first of its tag; for a later
+// one the tag with the attribute's own handle, or the "%s_Dup(%d)" name when it has none. Under
 // promptAsHeader the "%s(%s)" form of tag and handle is the same text.
-std::string AttributeField(const AcadAttribute& attribute) {
-    if (attribute.dupIndex < 1) return attribute.tag;
-    if (!attribute.handle.empty()) return base::Sprintf("%s(%s)", attribute.tag, attribute.handle);
-    return DupName(attribute.tag, attribute.dupIndex);
+std::string AttributeKey(const AcadBlockRef& row, const AcadAttribute& attribute) {
+    if (attribute.dupIndex < 1) return KeyText(row, '_', attribute.tag);
+    if (!attribute.handle.empty())
+        return KeyText(row, '_', base::Sprintf("%s(%s)", attribute.tag, attribute.handle));
+    return KeyText(row, '_', DupName(attribute.tag, attribute.dupIndex));
 }
 
 // Whether an attribute belongs to a column named by tag: the first of its tag by the tag, a
@@ -53,7 +54,8 @@ bool MatchesColumn(const AcadAttribute& attribute, std::string_view column) {
 // Value and key of the property cell `bit` of a row; `areaUnit` only for the outer area.
 void PropertyCell(const AcadBlockRef& row, int bit, int areaUnit, std::string& value,
                   std::string& key, const DrawingContext& drawing) {
-    std::string shortKey;
+    std::string_view shortKey;
+    std::string areaKey;
     switch (bit) {
         case kPosX:
         case kPosY:
@@ -99,7 +101,8 @@ void PropertyCell(const AcadBlockRef& row, int bit, int areaUnit, std::string& v
             } else {
                 value = base::Sprintf("%.2f", area);
             }
-            shortKey = AreaShortKey(areaUnit);
+            areaKey = AreaShortKey(areaUnit);
+            shortKey = areaKey;
             break;
         }
     }
@@ -125,6 +128,67 @@ int PropertyBitOfColumn(std::string_view column) {
 bool ResolvedCellText(const AcadBlockRef& row, std::string_view column, int bit,
                       std::string& valueOut, std::string& keyOut, const AcadBlockView& view,
                       const DrawingContext& drawing);
+
+// The columns of a group as its rows' values find them: property columns by their bit, the
+// others by name. A row's values are matched in one pass, each column taking the first value
+// that matches it, as ResolvedCellText gives it column by column.
+class AttributeColumns {
+public:
+    explicit AttributeColumns(const CStringArrayEx& columns) {
+        const std::size_t count = static_cast<std::size_t>(columns.GetSize());
+        bits_.reserve(count);
+        sameName_.assign(count, -1);
+        std::vector<int> lastOfName(count, -1);
+        for (int c = 0; c < columns.GetSize(); ++c) {
+            const int bit = PropertyBitOfColumn(columns[c]);
+            bits_.push_back(bit);
+            if (bit != 0) continue;
+            // A name that stands twice chains its columns, so each gets the same value.
+            const auto [at, isNew] = byName_.try_emplace(columns[c], c);
+            if (!isNew) sameName_[static_cast<std::size_t>(lastOfName[static_cast<std::size_t>(at->second)])] = c;
+            lastOfName[static_cast<std::size_t>(at->second)] = c;
+        }
+    }
+
+    // The property bit of column `c`; 0 for an attribute column.
+    int BitOf(int c) const { return bits_[static_cast<std::size_t>(c)]; }
+
+    // Writes each attribute column's value and key from `row` to the cells from `first` on of
+    // `values` and `keys`, leaving the cells of columns no value matches as they are (empty).
+    // `filled` is scratch.
+    void Fill(const AcadBlockRef& row, const AcadBlockView& view, std::vector<char>& filled,
+              CStringArrayEx& values, CStringArrayEx& keys, int first) const {
+        if (byName_.empty()) return;
+        filled.assign(bits_.size(), 0);
+        const bool skipEmpty = !view.noValueTags.IsEmpty();
+        std::string dupName;
+        for (const AcadAttribute& attribute : row.attributes) {
+            if (skipEmpty && attribute.value.empty()) continue;
+            std::string_view name = attribute.tag;
+            if (view.promptAsHeader) {
+                name = attribute.prompt;
+            } else if (attribute.dupIndex >= 1) {
+                dupName = DupName(attribute.tag, attribute.dupIndex);
+                name = dupName;
+            }
+            const auto at = byName_.find(name);
+            if (at == byName_.end()) continue;
+            for (int c = at->second; c >= 0; c = sameName_[static_cast<std::size_t>(c)]) {
+                const auto i = static_cast<std::size_t>(c);
+                if (filled[i]) continue;
+                filled[i] = 1;
+                values[first + c] = attribute.value;
+                // A constant attribute can't be written back, so its cell gets no key.
+                if (!attribute.constant) keys[first + c] = AttributeKey(row, attribute);
+            }
+        }
+    }
+
+private:
+    std::vector<int> bits_;
+    std::unordered_map<std::string_view, int> byName_;  // first column of each attribute name
+    std::vector<int> sameName_;                         // next column of the same name, or -1
+};
 
 void WriteHeader(RowTable& rows, RowTable& keys, const AcadBlockView& view,
                  const CStringArrayEx& columns) {
@@ -247,10 +311,10 @@ void AddGroup(const AcadBlockArray& blockArray, RowTable& rows, RowTable& keys,
         markPending = true;
     }
 
-    // Which columns are properties is decided once per group, not once per cell.
-    std::vector<int> columnBits;
-    columnBits.reserve(static_cast<std::size_t>(columns.GetSize()));
-    for (const std::string& column : columns) columnBits.push_back(PropertyBitOfColumn(column));
+    // Which columns are properties is decided once per group, not once per cell; the others
+    // are found by name, so each row is filled in one pass over its values.
+    const AttributeColumns attributeColumns(columns);
+    std::vector<char> filled;
 
     const int cellCount = (view.showName ? 1 : 0) + 1 + (view.showCount ? 1 : 0) +
                           columns.GetSize();
@@ -284,10 +348,12 @@ void AddGroup(const AcadBlockArray& blockArray, RowTable& rows, RowTable& keys,
             markPending = false;
             ++cell;
             if (view.showCount) values[cell++] = "1";
+            const int firstColumnCell = cell;
             for (int c = 0; c < columns.GetSize(); ++c, ++cell) {
-                ResolvedCellText(row, columns[c], columnBits[static_cast<std::size_t>(c)],
-                                 values[cell], rowKeys[cell], view, drawing);
+                const int bit = attributeColumns.BitOf(c);
+                if (bit != 0) PropertyCell(row, bit, view.areaUnit, values[cell], rowKeys[cell], drawing);
             }
+            attributeColumns.Fill(row, view, filled, values, rowKeys, firstColumnCell);
             rows.Add(std::move(values));
             keys.Add(std::move(rowKeys));
         }
@@ -329,7 +395,7 @@ bool ResolvedCellText(const AcadBlockRef& row, std::string_view column, int bit,
         if (!match) continue;
         valueOut = attribute.value;
         // A constant attribute can't be written back, so its cell gets no key.
-        if (!attribute.constant) keyOut = KeyText(row, '_', AttributeField(attribute));
+        if (!attribute.constant) keyOut = AttributeKey(row, attribute);
         return true;
     }
     return false;
@@ -369,7 +435,7 @@ bool CellTextByKey(const AcadBlockRef& row, std::string_view shortKey, std::stri
         if (skipEmpty && attribute.value.empty()) continue;
         if (attribute.tag != shortKey) continue;
         valueOut = attribute.value;
-        if (!attribute.constant) keyOut = KeyText(row, '_', AttributeField(attribute));
+        if (!attribute.constant) keyOut = AttributeKey(row, attribute);
         isDistanceOut = attribute.isDistance != 0;
         return true;
     }
