@@ -1,5 +1,6 @@
 #include "xl/NumberFormat.h"
 
+#include <charconv>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -552,6 +553,11 @@ std::string BuiltinFormatCode(int id) {
 std::string FormatGeneral(double value) {
     if (value == 0 || !std::isfinite(value)) return "0";
     double a = std::fabs(value);
+    if (a < 1e11 && value == std::trunc(value)) {
+        // Whole numbers of up to 11 digits show as they are, the commonest case by far.
+        char digits[24];
+        return std::string(digits, std::to_chars(digits, digits + sizeof digits, static_cast<long long>(value)).ptr);
+    }
     std::string sign = value < 0 ? "-" : "";
     int e = static_cast<int>(std::floor(std::log10(a)));
     auto scientific = [&]() {

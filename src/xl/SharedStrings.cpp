@@ -25,14 +25,14 @@ const std::string& SharedStrings::Text(std::size_t index) const {
 std::uint32_t SharedStrings::Add(std::string_view text) {
     if (index_.empty() && !texts_.empty())
         for (std::size_t i = texts_.size(); i-- > 0;)
-            if (plain_[i]) index_[texts_[i]] = static_cast<std::uint32_t>(i);
+            if (plain_[i]) index_[std::string_view(texts_[i])] = static_cast<std::uint32_t>(i);
     ++addedRefs_;
-    auto it = index_.find(std::string(text));
+    auto it = index_.find(text);
     if (it != index_.end()) return it->second;
     std::uint32_t id = static_cast<std::uint32_t>(texts_.size());
-    texts_.emplace_back(text);
+    const std::string& added = texts_.emplace_back(text);
     plain_.push_back(true);
-    index_.emplace(std::string(text), id);
+    index_.emplace(std::string_view(added), id);
     ++added_;
     return id;
 }

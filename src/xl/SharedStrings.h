@@ -3,6 +3,8 @@
 // deduplicated; existing items, rich runs and phonetic text included, are written back as read.
 
 #include <cstdint>
+#include <deque>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -28,10 +30,15 @@ public:
     std::string Save() const;
 
 private:
+    // Looks texts up by view, so that asking for a string copies nothing.
+    struct ViewHash {
+        using is_transparent = void;
+        std::size_t operator()(std::string_view s) const { return std::hash<std::string_view>()(s); }
+    };
     std::string original_;
-    std::vector<std::string> texts_;
+    std::deque<std::string> texts_;  // a deque, so the views of index_ stay valid as it grows
     std::vector<bool> plain_;   // a rich item can't stand for a plain string of the same text
-    std::unordered_map<std::string, std::uint32_t> index_;
+    std::unordered_map<std::string_view, std::uint32_t, ViewHash> index_;
     std::size_t added_ = 0;
     std::uint64_t addedRefs_ = 0;
 };

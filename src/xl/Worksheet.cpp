@@ -983,9 +983,39 @@ double TextPixels(std::string_view text, double fontSize, bool bold) {
 
 void Worksheet::AutoFitColumns(int firstColumn, int lastColumn) {
     if (!Load()) return;
-    book_.Strings();
+    const SharedStrings& strings = book_.Strings();
     Styles& styles = book_.GetStyles();
-    std::map<int, double> widest;
+    // What a style does to widths, worked out once per style rather than once per cell.
+    struct StyleWidth {
+        double fontSize = 11;
+        bool bold = false;
+        bool textAsIs = true;    // its format shows a text unchanged (no text section)
+    };
+    std::map<std::uint32_t, StyleWidth> styleWidths;
+    auto styleWidth = [&](std::uint32_t style) -> const StyleWidth& {
+        auto it = styleWidths.find(style);
+        if (it != styleWidths.end()) return it->second;
+        CellFormat f = styles.Format(style);
+        StyleWidth w;
+        w.fontSize = f.fontSize;
+        w.bold = f.bold;
+        w.textAsIs = FormatText("\x01", f.numberFormat) == "\x01";
+        return styleWidths.emplace(style, w).first->second;
+    };
+    // Widest line of a text in pixels of the default font.
+    auto linePixels = [](std::string_view text) {
+        double px = 0;
+        for (std::size_t start = 0; start <= text.size();) {
+            std::size_t nl = text.find('\n', start);
+            if (nl == std::string_view::npos) nl = text.size();
+            px = std::max(px, TextPixels(text.substr(start, nl - start), 11, false));
+            start = nl + 1;
+        }
+        return px;
+    };
+    // Shared strings repeat down a column: each is measured once.
+    std::vector<float> sharedPixels(strings.Size(), -1.0f);
+    std::vector<double> widest(static_cast<std::size_t>(kMaxColumn) + 1, -1.0);  // -1: no text
     std::vector<CellRange> merges = Merges();
     for (auto& [rowNo, row] : data_->rows) {
         if (const char* h = row.Get("hidden"); h && std::string_view(h) == "1") continue;
@@ -994,20 +1024,22 @@ void Worksheet::AutoFitColumns(int firstColumn, int lastColumn) {
             bool merged = false;
             for (const CellRange& m : merges) merged = merged || m.Contains(rowNo, c.column);
             if (merged) continue;  // merged cells don't size their columns
-            CellFormat f = styles.Format(c.style);
-            std::string text = TextOf(c);
-            double px = 0;
-            std::size_t start = 0;
-            while (start <= text.size()) {
-                std::size_t nl = text.find('\n', start);
-                if (nl == std::string::npos) nl = text.size();
-                px = std::max(px, TextPixels(std::string_view(text).substr(start, nl - start), f.fontSize, f.bold));
-                start = nl + 1;
+            const StyleWidth& sw = styleWidth(c.style);
+            double px;
+            std::size_t index = 0;
+            if (c.kind == Cell::Kind::Shared && sw.textAsIs && !c.hasFormula &&
+                std::from_chars(c.value.data(), c.value.data() + c.value.size(), index).ec == std::errc() &&
+                index < sharedPixels.size()) {
+                if (sharedPixels[index] < 0) sharedPixels[index] = static_cast<float>(linePixels(strings.Text(index)));
+                px = sharedPixels[index];
+            } else {
+                px = linePixels(TextOf(c));
             }
-            widest[c.column] = std::max(widest[c.column], px);
+            widest[c.column] = std::max(widest[c.column], px * sw.fontSize / 11 * (sw.bold ? 1.05 : 1.0));
         }
     }
-    for (auto& [col, px] : widest) SetColumnWidth(col, std::min(255.0, std::ceil(px + 2) / 7.0));
+    for (int col = std::max(1, firstColumn); col <= std::min(lastColumn, kMaxColumn); ++col)
+        if (widest[col] >= 0) SetColumnWidth(col, std::min(255.0, std::ceil(widest[col] + 2) / 7.0));
 }
 
 double Worksheet::RowHeight(int row) {

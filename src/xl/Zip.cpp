@@ -106,6 +106,11 @@ public:
     void Submit(std::string_view text, std::string owned, bool last);
     // Waits for every chunk and gives the joined stream; call after the `last` chunk.
     DeflatedData Finish();
+    // An emptied text buffer of a chunk already compressed, to fill again; "" when none.
+    std::string Spare() {
+        spare_.clear();
+        return std::move(spare_);
+    }
 
 private:
     struct Job;
@@ -122,6 +127,7 @@ private:
     bool workerFailed_ = false;
     bool stop_ = false;
     DeflatedData out_;
+    std::string spare_;
 };
 
 base::Result<ZipReader> ZipReader::Open(std::string image, std::string_view label) {
@@ -401,30 +407,32 @@ std::string Inflate(const DeflatedData& data) {
 }
 
 std::string DeflateChunk(std::string_view text, std::string_view dictionary, int level, bool last) {
-    std::string out;
+    // Each thread compresses into its own scratch buffer, kept between chunks, so a chunk costs
+    // neither fresh pages nor zero-filling; the result is copied out at its size.
+    thread_local std::unique_ptr<char[]> scratch;
+    thread_local std::size_t scratchSize = 0;
     z_stream z{};
     deflateInit2(&z, level, Z_DEFLATED, -MAX_WBITS, 8, Z_DEFAULT_STRATEGY);
     if (!dictionary.empty())
         deflateSetDictionary(&z, reinterpret_cast<const Bytef*>(dictionary.data()),
                              static_cast<uInt>(dictionary.size()));
-    out.resize(deflateBound(&z, static_cast<uLong>(text.size())) + 16);
+    std::size_t bound = deflateBound(&z, static_cast<uLong>(text.size())) + 16;
+    if (scratchSize < bound) {
+        scratch.reset(new char[bound]);
+        scratchSize = bound;
+    }
+    std::string out;
     z.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(text.data()));
     z.avail_in = static_cast<uInt>(text.size());
-    z.next_out = reinterpret_cast<Bytef*>(out.data());
-    z.avail_out = static_cast<uInt>(out.size());
     // A sync flush ends on a byte boundary without the final-block bit, so the next chunk's
     // stream can simply follow it.
     int rc;
     do {
+        z.next_out = reinterpret_cast<Bytef*>(scratch.get());
+        z.avail_out = static_cast<uInt>(scratchSize);
         rc = deflate(&z, last ? Z_FINISH : Z_SYNC_FLUSH);
-        if (z.avail_out == 0) {
-            std::size_t done = out.size();
-            out.resize(done * 2);
-            z.next_out = reinterpret_cast<Bytef*>(out.data() + done);
-            z.avail_out = static_cast<uInt>(out.size() - done);
-        }
+        out.append(scratch.get(), scratchSize - z.avail_out);
     } while (last ? rc == Z_OK : (z.avail_in > 0 || z.avail_out == 0));
-    out.resize(out.size() - z.avail_out);
     deflateEnd(&z);
     return out;
 }
@@ -530,6 +538,7 @@ void ChunkDeflater::Submit(std::string_view text, std::string owned, bool last) 
     }
     while (!jobs_.empty() && jobs_.front()->done) {
         Append(*jobs_.front());
+        if (jobs_.front()->owned.capacity() > spare_.capacity()) spare_ = std::move(jobs_.front()->owned);
         jobs_.pop_front();
     }
 }
@@ -569,8 +578,11 @@ DeflateStream::~DeflateStream() = default;
 void DeflateStream::Flush(bool finish) {
     std::string text;
     text.swap(buffer_);
-    buffer_.reserve(kDeflateChunk + kDeflateChunk / 8);
     deflater_->Submit({}, std::move(text), finish);
+    if (!finish) {
+        buffer_ = deflater_->Spare();
+        buffer_.reserve(kDeflateChunk + kDeflateChunk / 8);
+    }
 }
 
 DeflatedData DeflateStream::Finish() {

@@ -243,6 +243,31 @@ TEST(Workbook, AutoFitWidensForLongText) {
     EXPECT_DOUBLE_EQ(s->ColumnWidth(3), 8.43);
 }
 
+TEST(Workbook, AutoFitMeasuresRepeatedLinesFormatsAndFonts) {
+    auto book = xl::Workbook::Create();
+    xl::Worksheet* s = book->Sheet(0);
+    for (int r = 1; r <= 5; ++r) s->SetString(r, 1, "abc");
+    s->SetString(6, 1, "abcdefgh");
+    s->SetString(1, 2, "abcdefgh");
+    s->SetString(1, 3, "ab\nabcdefgh\nabc");
+    s->SetString(1, 4, "abcdefgh");
+    s->SetString(1, 5, "abcdefgh");
+    s->SetNumber(1, 6, 123456789);
+    s->SetString(1, 7, "123456789");
+    xl::StyleChange units;
+    units.numberFormat = "@\" units long\"";
+    s->ApplyFormat({1, 4, 1, 4}, units);
+    xl::StyleChange bold;
+    bold.bold = true;
+    s->ApplyFormat({1, 5, 1, 5}, bold);
+    s->AutoFitColumns(1, 7);
+    EXPECT_DOUBLE_EQ(s->ColumnWidth(1), s->ColumnWidth(2));
+    EXPECT_DOUBLE_EQ(s->ColumnWidth(3), s->ColumnWidth(2));
+    EXPECT_GT(s->ColumnWidth(4), s->ColumnWidth(2) + 5);
+    EXPECT_GT(s->ColumnWidth(5), s->ColumnWidth(2));
+    EXPECT_DOUBLE_EQ(s->ColumnWidth(6), s->ColumnWidth(7));
+}
+
 TEST(Workbook, UsedRangeAndLastFilledCells) {
     auto book = xl::Workbook::Create();
     xl::Worksheet* s = book->Sheet(0);
