@@ -122,12 +122,13 @@ std::vector<BlockReference> BlockRecord::References() const {
     std::vector<BlockReference> out;
     if (!db_) return out;
     std::string name = Name();
+    std::string scratch;
     const auto& records = db_->records_;
     for (std::uint32_t k = db_->first_; k != Database::kNone; k = records[k].next) {
         if (records[k].section != SectionKind::Entities && records[k].section != SectionKind::Blocks) continue;
         if (!db_->TypeIs(k, "INSERT") && !db_->TypeIs(k, "MINSERT")) continue;
         BlockReference ref(db_, k);
-        if (base::EqualNoCase(ref.BlockName(), name)) out.push_back(ref);
+        if (SameNameNoCase(ref.GetTextView(2, scratch), name)) out.push_back(ref);
     }
     return out;
 }

@@ -469,22 +469,67 @@ void Database::ReportBlockCycles() {
 // ---------------------------------------------------------------------------------------------
 // Tag access
 
-std::size_t Database::TagCount(std::uint32_t rec) const {
-    const Record& r = records_[rec];
-    return r.owned != kNone ? owned_[r.owned].size() : OriginalTagCount(rec);
+namespace {
+
+// The first `code` in [from, n) of a record's own data, which ends at the first 1001 (extended
+// data) or 101 (embedded object); application groups ({ACAD_REACTORS ... }) hold pointers that are
+// not the object's own and are skipped. `opensGroup(i)` says whether the 102 at i starts one.
+template <class CodeOf, class OpensGroup>
+std::size_t FindOwnCode(CodeOf codeOf, OpensGroup opensGroup, std::size_t n, int code, std::size_t from) {
+    constexpr std::size_t npos = std::string::npos;
+    for (std::size_t i = 1; i < from && i < n; ++i) {
+        const int c = codeOf(i);
+        if (c == 1001 || c == 101) return npos;
+    }
+    for (std::size_t i = from; i < n; ++i) {
+        int c = codeOf(i);
+        if (c == 1001 || c == 101) return npos;
+        if (c == 102 && opensGroup(i)) {
+            while (++i < n) {
+                c = codeOf(i);
+                if (c == 1001 || c == 101) return npos;
+                if (c == 102) break;
+            }
+            continue;
+        }
+        if (c == code) return i;
+    }
+    return npos;
 }
 
-std::uint32_t Database::OriginalTagCount(std::uint32_t rec) const {
-    // Records read from the file cover the tags one after the other.
-    if (rec >= originalRecords_) return 0;
-    std::uint32_t end = rec + 1 < originalRecords_ ? records_[rec + 1].firstTag
-                                                   : static_cast<std::uint32_t>(stream_.Count());
-    return end - records_[rec].firstTag;
+// True when file text reads as it stands: ASCII without \U+ or \M+ escapes.
+bool NeedsNoDecoding(std::string_view raw) {
+    for (char c : raw)
+        if (static_cast<unsigned char>(c) >= 0x80 || c == '\\') return false;
+    return true;
 }
 
-int Database::CodeAt(std::uint32_t rec, std::size_t i) const {
+}  // namespace
+
+std::size_t Database::FindInOwnData(std::uint32_t rec, int code, std::size_t from) const {
+    auto opensGroup = [this, rec](std::size_t i) {
+        std::string_view raw = IsOriginal(rec, i) ? RawAt(rec, i) : std::string_view();
+        if (!raw.empty() && raw[0] != '\\') return raw[0] == '{';
+        std::string text = TextAt(rec, i);
+        return !text.empty() && text[0] == '{';
+    };
     const Record& r = records_[rec];
-    return r.owned != kNone ? owned_[r.owned][i].code : stream_.tags.Code(r.firstTag + i);
+    if (r.owned == kNone) {
+        const std::int16_t* codes = stream_.tags.Codes() + r.firstTag;
+        return FindOwnCode([codes](std::size_t i) { return static_cast<int>(codes[i]); }, opensGroup,
+                           OriginalTagCount(rec), code, from);
+    }
+    const auto& owned = owned_[r.owned];
+    return FindOwnCode([&owned](std::size_t i) { return owned[i].code; }, opensGroup, owned.size(), code, from);
+}
+
+std::size_t Database::OwnDataEnd(std::uint32_t rec) const {
+    const std::size_t n = TagCount(rec);
+    for (std::size_t i = 1; i < n; ++i) {
+        const int code = CodeAt(rec, i);
+        if (code == 1001 || code == 101) return i;
+    }
+    return n;
 }
 
 bool Database::IsOriginal(std::uint32_t rec, std::size_t i) const {
@@ -496,6 +541,18 @@ std::string_view Database::RawAt(std::uint32_t rec, std::size_t i) const {
     const Record& r = records_[rec];
     std::uint32_t tag = r.owned != kNone ? owned_[r.owned][i].orig : r.firstTag + static_cast<std::uint32_t>(i);
     return RawValue(bytes_, stream_, tag);
+}
+
+std::string_view Database::TextViewAt(std::uint32_t rec, std::size_t i, std::string& scratch) const {
+    const Record& r = records_[rec];
+    if (r.owned != kNone && owned_[r.owned][i].orig == kNone) return owned_[r.owned][i].value;
+    const ValueKind kind = KindOfCode(CodeAt(rec, i));
+    const std::string_view raw = RawAt(rec, i);
+    if (kind == ValueKind::Text && NeedsNoDecoding(raw)) return raw;
+    if (kind != ValueKind::Text && stream_.form == DxfForm::Ascii) return TrimBlanks(raw);
+    if (kind == ValueKind::Handle) return raw;
+    scratch = TextAt(rec, i);
+    return scratch;
 }
 
 std::string Database::TextAt(std::uint32_t rec, std::size_t i) const {
@@ -1129,11 +1186,29 @@ std::vector<BlockRecord> Database::Blocks() {
     return out;
 }
 
+std::string_view Database::BlockNameView(std::uint32_t block, std::string& scratch) {
+    const BlockInfo& info = blocks_[block];
+    const std::uint32_t rec = info.record != kNone ? info.record : info.begin;
+    if (rec != kNone) return Object(this, rec).GetTextView(2, scratch);
+    return release_ < 1012 ? "$MODEL_SPACE" : "*Model_Space";
+}
+
+bool SameNameNoCase(std::string_view a, std::string_view b) {
+    // ASCII names of different lengths never match; a reader asks this for every reference.
+    auto ascii = [](std::string_view s) {
+        for (char c : s)
+            if (static_cast<unsigned char>(c) >= 0x80) return false;
+        return true;
+    };
+    if (a.size() != b.size() && ascii(a) && ascii(b)) return false;
+    return base::EqualNoCase(a, b);
+}
+
 BlockRecord Database::FindBlock(std::string_view name) {
+    std::string scratch;
     for (std::uint32_t b = 0; b < blocks_.size(); ++b) {
         if (blocks_[b].erased) continue;
-        BlockRecord block(this, b);
-        if (base::EqualNoCase(block.Name(), name)) return block;
+        if (SameNameNoCase(BlockNameView(b, scratch), name)) return BlockRecord(this, b);
     }
     return BlockRecord();
 }

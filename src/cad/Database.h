@@ -33,6 +33,10 @@ struct UnitSettings;
 // Which section of the file an object stands in.
 enum class SectionKind : std::uint8_t { None, Header, Classes, Tables, Blocks, Entities, Objects, Other };
 
+// True when two names are the same without regard to case, as base::EqualNoCase says; quick
+// for ASCII names of different lengths.
+bool SameNameNoCase(std::string_view a, std::string_view b);
+
 // One DXF drawing. Views (Object and the typed views) point into it by index: they stay valid
 // as long as the database lives, also across edits; an erased object's view reads as erased.
 class Database {
@@ -195,6 +199,9 @@ private:
     std::uint32_t OriginalTagCount(std::uint32_t rec) const;
     int CodeAt(std::uint32_t rec, std::size_t i) const;
     std::string TextAt(std::uint32_t rec, std::size_t i) const;      // decoded UTF-8
+    // The text of a tag without a copy when it needs no decoding (plain ASCII without escapes, or
+    // a value set here); otherwise decoded into `scratch`. Valid until the tag or `scratch` changes.
+    std::string_view TextViewAt(std::uint32_t rec, std::size_t i, std::string& scratch) const;
     std::string_view RawAt(std::uint32_t rec, std::size_t i) const;  // only for original tags
     double RealAt(std::uint32_t rec, std::size_t i) const;
     long long IntAt(std::uint32_t rec, std::size_t i) const;
@@ -202,6 +209,9 @@ private:
     bool IsOriginal(std::uint32_t rec, std::size_t i) const;
     std::string TypeOf(std::uint32_t rec) const;
     bool TypeIs(std::uint32_t rec, std::string_view type) const;
+    // Object::Find and Object::OwnDataEnd of a record.
+    std::size_t FindInOwnData(std::uint32_t rec, int code, std::size_t from) const;
+    std::size_t OwnDataEnd(std::uint32_t rec) const;
     TagList TagsOf(std::uint32_t rec) const;
 
     // Editing of a record's tags.
@@ -223,6 +233,8 @@ private:
     void RehashHandles(std::size_t slots);
     std::uint16_t InternType(std::string_view type, std::uint16_t hint);
 
+    // The name of block `block` as BlockRecord::Name gives it, without a copy where it can.
+    std::string_view BlockNameView(std::uint32_t block, std::string& scratch);
     std::uint32_t SectionRecord(SectionKind kind) const;
     std::uint32_t SectionEnd(std::uint32_t sectionRec) const;
     std::uint32_t EnsureSection(SectionKind kind);
@@ -260,5 +272,24 @@ private:
     bool crlf_ = false;
     bool paddedCodes_ = true;
 };
+
+// Asked for every tag a typed view looks at, so kept in the header.
+inline std::uint32_t Database::OriginalTagCount(std::uint32_t rec) const {
+    // Records read from the file cover the tags one after the other.
+    if (rec >= originalRecords_) return 0;
+    const std::uint32_t end = rec + 1 < originalRecords_ ? records_[rec + 1].firstTag
+                                                         : static_cast<std::uint32_t>(stream_.Count());
+    return end - records_[rec].firstTag;
+}
+
+inline std::size_t Database::TagCount(std::uint32_t rec) const {
+    const Record& r = records_[rec];
+    return r.owned != kNone ? owned_[r.owned].size() : OriginalTagCount(rec);
+}
+
+inline int Database::CodeAt(std::uint32_t rec, std::size_t i) const {
+    const Record& r = records_[rec];
+    return r.owned != kNone ? owned_[r.owned][i].code : stream_.tags.Code(r.firstTag + i);
+}
 
 }  // namespace cad

@@ -19,33 +19,10 @@ std::string Object::HandleString() const {
     return h ? HandleText(h) : std::string();
 }
 
-std::size_t Object::OwnDataEnd() const {
-    if (!db_) return 0;
-    std::size_t n = db_->TagCount(index_);
-    for (std::size_t i = 1; i < n; ++i) {
-        int code = db_->CodeAt(index_, i);
-        if (code == 1001 || code == 101) return i;
-    }
-    return n;
-}
+std::size_t Object::OwnDataEnd() const { return db_ ? db_->OwnDataEnd(index_) : 0; }
 
 std::size_t Object::Find(int code, std::size_t from) const {
-    if (!db_) return std::string::npos;
-    std::size_t end = OwnDataEnd();
-    for (std::size_t i = from; i < end; ++i) {
-        int c = db_->CodeAt(index_, i);
-        if (c == 102) {
-            // Application groups ({ACAD_REACTORS ... }) hold pointers that are not the object's own.
-            std::string value = db_->TextAt(index_, i);
-            if (!value.empty() && value[0] == '{') {
-                while (i + 1 < end && db_->CodeAt(index_, i + 1) != 102) ++i;
-                ++i;
-                continue;
-            }
-        }
-        if (c == code) return i;
-    }
-    return std::string::npos;
+    return db_ ? db_->FindInOwnData(index_, code, from) : std::string::npos;
 }
 
 Handle Object::OwnerHandle() const { return GetHandleValue(330); }
@@ -60,6 +37,11 @@ std::vector<std::string> Object::Subclasses() const {
 }
 
 TagList Object::Tags() const { return db_ ? db_->TagsOf(index_) : TagList(); }
+
+std::string_view Object::GetTextView(int code, std::string& scratch, std::string_view fallback) const {
+    std::size_t i = Find(code);
+    return i == std::string::npos ? fallback : db_->TextViewAt(index_, i, scratch);
+}
 
 std::string Object::GetText(int code, std::string_view fallback) const {
     std::size_t i = Find(code);

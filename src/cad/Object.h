@@ -50,6 +50,10 @@ public:
     // The first value of `code` in the object's own data (not in 102 groups, embedded objects or
     // extended data); `fallback` when missing.
     std::string GetText(int code, std::string_view fallback = {}) const;
+    // GetText without a copy where the value needs no decoding (plain ASCII, the usual case);
+    // otherwise the text is decoded into `scratch`. The view is valid until the object or
+    // `scratch` changes.
+    std::string_view GetTextView(int code, std::string& scratch, std::string_view fallback = {}) const;
     double GetReal(int code, double fallback = 0) const;
     long long GetInt(int code, long long fallback = 0) const;
     Handle GetHandleValue(int code) const;

@@ -26,6 +26,48 @@ TEST(Object, ExtendedDataIsReadByApplication) {
     EXPECT_EQ(ref.GetText(1000, "own data only"), "own data only");
 }
 
+TEST(Object, ValuesAreFoundInTheOwnDataOnlyPastApplicationGroups) {
+    auto db = cadtest::Load(cadtest::Dxf({{0, "SECTION"}, {2, "OBJECTS"}, {0, "XRECORD"}, {5, "30"},
+                                          {102, "{ACAD_REACTORS"}, {330, "A1"}, {102, "}"}, {330, "B2"},
+                                          {102, "plain"}, {1, "first"}, {101, "Embedded Object"}, {1, "embedded"},
+                                          {0, "XRECORD"}, {5, "31"}, {102, "{OPEN"}, {330, "C3"}, {1001, "APP"},
+                                          {330, "D4"}, {0, "ENDSEC"}, {0, "EOF"}}));
+    ASSERT_TRUE(db);
+    cad::Object first = db->ObjectByHandle(0x30);
+    EXPECT_EQ(first.OwnerHandle(), 0xB2u);
+    EXPECT_EQ(first.GetText(102), "plain");  // a 102 that opens no group is a value
+    EXPECT_EQ(first.GetText(1), "first");
+    EXPECT_FALSE(first.Has(101));
+    first.SetText(1, "changed");  // the same answers from a changed record
+    EXPECT_EQ(first.OwnerHandle(), 0xB2u);
+    EXPECT_EQ(first.GetText(1), "changed");
+    EXPECT_EQ(first.GetText(102), "plain");
+    // A group left open runs to the end of the own data.
+    cad::Object second = db->ObjectByHandle(0x31);
+    EXPECT_EQ(second.OwnerHandle(), 0u);
+    EXPECT_EQ(second.GetText(1001, "none"), "none");
+}
+
+TEST(Object, TextViewsNeedNoCopyAndDecodeWhatNeedsIt) {
+    auto db = cadtest::Load(cadtest::Dxf({{0, "SECTION"}, {2, "HEADER"}, {9, "$ACADVER"}, {1, "AC1015"},
+                                          {9, "$DWGCODEPAGE"}, {3, "ANSI_1252"}, {0, "ENDSEC"},
+                                          {0, "SECTION"}, {2, "ENTITIES"}, {0, "TEXT"}, {5, "40"}, {8, " Walls "},
+                                          {62, "  5"}, {1, "Stra\\U+00DFe"}, {3, "plain text"}, {0, "ENDSEC"},
+                                          {0, "EOF"}}));
+    ASSERT_TRUE(db);
+    cad::Object text = db->ObjectByHandle(0x40);
+    std::string scratch;
+    EXPECT_EQ(text.GetTextView(3, scratch), "plain text");
+    EXPECT_TRUE(scratch.empty());
+    EXPECT_EQ(text.GetTextView(8, scratch), " Walls ");  // text keeps its blanks, as GetText
+    EXPECT_EQ(text.GetTextView(62, scratch), "5");       // numbers lose theirs
+    EXPECT_EQ(text.GetTextView(1, scratch), "Stra\u00dfe");
+    EXPECT_EQ(text.GetTextView(1, scratch), text.GetText(1));
+    EXPECT_EQ(text.GetTextView(7, scratch, "Standard"), "Standard");
+    text.SetText(3, "new");
+    EXPECT_EQ(text.GetTextView(3, scratch), "new");
+}
+
 TEST(Object, ExtendedDataIsReplacedAppendedAndDeleted) {
     for (const char* file : {"entities-attribs-ac1009.dxf", "entities-attribs-ac1015.dxf", "acadsharp-sample-ac1018-binary.dxf"}) {
         SCOPED_TRACE(file);
