@@ -367,21 +367,36 @@ void WriteVml(DeflateStream& stream, std::string_view original, const std::vecto
             noteShapes.erase(shape);
             continue;
         }
-        out += "<v:shape id=\"_x0000_s";
-        out += std::to_string(id++);
-        out += "\" type=\"#_x0000_t202\" style='position:absolute;margin-left:59.25pt;margin-top:1.5pt;"
-               "width:108pt;height:59.25pt;z-index:1;visibility:hidden' fillcolor=\"#ffffe1\" o:insetmode=\"auto\">"
-               "<v:fill color2=\"#ffffe1\"/><v:shadow on=\"t\" color=\"black\" obscured=\"t\"/>"
-               "<v:path o:connecttype=\"none\"/><v:textbox style='mso-direction-alt:auto'>"
-               "<div style='text-align:left'></div></v:textbox><x:ClientData ObjectType=\"Note\">"
-               "<x:MoveWithCells/><x:SizeWithCells/><x:Anchor>";
-        out += std::to_string(c + 1) + ", 15, " + std::to_string(r > 0 ? r - 1 : 0) + ", 10, " +
-               std::to_string(c + 3) + ", 15, " + std::to_string(r + 3) + ", 4";
-        out += "</x:Anchor><x:AutoFill>False</x:AutoFill><x:Row>";
-        out += std::to_string(r);
-        out += "</x:Row><x:Column>";
-        out += std::to_string(c);
-        out += "</x:Column></x:ClientData></v:shape>";
+        // A new shape: constant text around six numbers.
+        static constexpr std::string_view kShapeStart = "<v:shape id=\"_x0000_s";
+        static constexpr std::string_view kShapeBody =
+            "\" type=\"#_x0000_t202\" style='position:absolute;margin-left:59.25pt;margin-top:1.5pt;"
+            "width:108pt;height:59.25pt;z-index:1;visibility:hidden' fillcolor=\"#ffffe1\" o:insetmode=\"auto\">"
+            "<v:fill color2=\"#ffffe1\"/><v:shadow on=\"t\" color=\"black\" obscured=\"t\"/>"
+            "<v:path o:connecttype=\"none\"/><v:textbox style='mso-direction-alt:auto'>"
+            "<div style='text-align:left'></div></v:textbox><x:ClientData ObjectType=\"Note\">"
+            "<x:MoveWithCells/><x:SizeWithCells/><x:Anchor>";
+        static constexpr std::string_view kAnchorEnd = "</x:Anchor><x:AutoFill>False</x:AutoFill><x:Row>";
+        static constexpr std::string_view kRowEnd = "</x:Row><x:Column>";
+        static constexpr std::string_view kShapeEnd = "</x:Column></x:ClientData></v:shape>";
+        char number[24];
+        auto put = [&](long v) { out.append(number, std::to_chars(number, number + sizeof number, v).ptr); };
+        out += kShapeStart;
+        put(id++);
+        out += kShapeBody;
+        put(c + 1);
+        out += ", 15, ";
+        put(r > 0 ? r - 1 : 0);
+        out += ", 10, ";
+        put(c + 3);
+        out += ", 15, ";
+        put(r + 3);
+        out += ", 4";
+        out += kAnchorEnd;
+        put(r);
+        out += kRowEnd;
+        put(c);
+        out += kShapeEnd;
     }
     out += "</xml>";
 }

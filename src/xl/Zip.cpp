@@ -571,7 +571,7 @@ DeflatedData ChunkDeflater::Finish() {
     return std::move(out_);
 }
 
-DeflateStream::DeflateStream() : deflater_(std::make_unique<ChunkDeflater>(1)) {}
+DeflateStream::DeflateStream(int level) : deflater_(std::make_unique<ChunkDeflater>(level)) {}
 
 DeflateStream::~DeflateStream() = default;
 
