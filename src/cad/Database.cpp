@@ -534,18 +534,18 @@ std::size_t Database::OwnDataEnd(std::uint32_t rec) const {
 
 bool Database::IsOriginal(std::uint32_t rec, std::size_t i) const {
     const Record& r = records_[rec];
-    return r.owned == kNone || owned_[r.owned][i].orig != kNone;
+    return r.owned == kNone || owned_[r.owned][i].IsOriginal();
 }
 
 std::string_view Database::RawAt(std::uint32_t rec, std::size_t i) const {
     const Record& r = records_[rec];
-    std::uint32_t tag = r.owned != kNone ? owned_[r.owned][i].orig : r.firstTag + static_cast<std::uint32_t>(i);
+    std::uint32_t tag = r.owned != kNone ? owned_[r.owned][i].ref : r.firstTag + static_cast<std::uint32_t>(i);
     return RawValue(bytes_, stream_, tag);
 }
 
 std::string_view Database::TextViewAt(std::uint32_t rec, std::size_t i, std::string& scratch) const {
     const Record& r = records_[rec];
-    if (r.owned != kNone && owned_[r.owned][i].orig == kNone) return owned_[r.owned][i].value;
+    if (r.owned != kNone && !owned_[r.owned][i].IsOriginal()) return NewValue(owned_[r.owned][i]);
     const ValueKind kind = KindOfCode(CodeAt(rec, i));
     const std::string_view raw = RawAt(rec, i);
     if (kind == ValueKind::Text && NeedsNoDecoding(raw)) return raw;
@@ -557,7 +557,7 @@ std::string_view Database::TextViewAt(std::uint32_t rec, std::size_t i, std::str
 
 std::string Database::TextAt(std::uint32_t rec, std::size_t i) const {
     const Record& r = records_[rec];
-    if (r.owned != kNone && owned_[r.owned][i].orig == kNone) return owned_[r.owned][i].value;
+    if (r.owned != kNone && !owned_[r.owned][i].IsOriginal()) return NewValue(owned_[r.owned][i]);
     int code = CodeAt(rec, i);
     std::string_view raw = RawAt(rec, i);
     ValueKind kind = KindOfCode(code);
@@ -648,9 +648,8 @@ std::vector<Database::OwnedTag>& Database::Own(std::uint32_t rec) {
     if (r.owned == kNone) {
         std::vector<OwnedTag> tags;
         const std::uint32_t count = OriginalTagCount(rec);
-        tags.reserve(count + 4);
-        for (std::uint32_t k = 0; k < count; ++k)
-            tags.push_back({stream_.tags.Code(r.firstTag + k), r.firstTag + k, {}});
+        tags.reserve(count);
+        for (std::uint32_t k = 0; k < count; ++k) tags.push_back({stream_.tags.Code(r.firstTag + k), r.firstTag + k});
         r.owned = static_cast<std::uint32_t>(owned_.size());
         owned_.push_back(std::move(tags));
     }
@@ -660,14 +659,19 @@ std::vector<Database::OwnedTag>& Database::Own(std::uint32_t rec) {
 void Database::SetTagAt(std::uint32_t rec, std::size_t i, std::string value) {
     if (IsOriginal(rec, i) && TextAt(rec, i) == value) return;  // unchanged values keep their bytes
     OwnedTag& tag = Own(rec)[i];
-    tag.orig = kNone;
-    tag.value = std::move(value);
+    if (tag.IsOriginal()) tag = NewTag(tag.code, std::move(value));
+    else newValues_[tag.ref & ~kNewValue] = std::move(value);
+}
+
+Database::OwnedTag Database::NewTag(int code, std::string value) {
+    newValues_.push_back(std::move(value));
+    return OwnedTag{code, kNewValue | static_cast<std::uint32_t>(newValues_.size() - 1)};
 }
 
 void Database::InsertTagAt(std::uint32_t rec, std::size_t i, Tag tag) {
     auto& tags = Own(rec);
     tags.insert(tags.begin() + static_cast<std::ptrdiff_t>(std::min(i, tags.size())),
-                OwnedTag{tag.code, kNone, std::move(tag.value)});
+                NewTag(tag.code, std::move(tag.value)));
 }
 
 void Database::EraseTagsAt(std::uint32_t rec, std::size_t i, std::size_t count) {
@@ -684,7 +688,7 @@ std::uint32_t Database::NewRecord(const TagList& tags, std::uint32_t after, Sect
     r.owned = static_cast<std::uint32_t>(owned_.size());
     std::vector<OwnedTag> owned;
     owned.reserve(tags.size());
-    for (const Tag& t : tags) owned.push_back({t.code, kNone, t.value});
+    for (const Tag& t : tags) owned.push_back(NewTag(t.code, t.value));
     owned_.push_back(std::move(owned));
     std::uint32_t index = static_cast<std::uint32_t>(records_.size());
     for (const Tag& t : tags) {
@@ -998,8 +1002,8 @@ void Database::WriteRecord(std::string& out, std::uint32_t rec) const {
     const auto& owned = owned_[r.owned];
     for (std::size_t i = 0; i < owned.size(); ++i) {
         const OwnedTag& t = owned[i];
-        if (t.orig != kNone) span(t.orig, 1);
-        else WriteTag(out, t.code, t.value);
+        if (t.IsOriginal()) span(t.ref, 1);
+        else WriteTag(out, t.code, NewValue(t));
         if (i == 0 && r.handleAssigned) WriteTag(out, TypeIs(rec, "DIMSTYLE") ? 105 : 5, HandleText(r.handle));
     }
 }

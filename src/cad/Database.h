@@ -172,11 +172,13 @@ private:
         std::uint16_t type = kNoType;     // the record type as read, an index into typeNames_
     };
     static constexpr std::uint16_t kNoType = 0xFFFFu;
-    // A tag of a changed record: the original tag `orig`, or a new value.
+    // A tag of a changed record in 8 bytes: an original tag, or a new value kept in
+    // newValues_. An import may change every attribute of a drawing.
+    static constexpr std::uint32_t kNewValue = 0x80000000u;  // tags stay below: 2 bytes at least
     struct OwnedTag {
         int code;
-        std::uint32_t orig;
-        std::string value;
+        std::uint32_t ref;  // the original tag's index, or kNewValue | index into newValues_
+        bool IsOriginal() const { return (ref & kNewValue) == 0; }
     };
     // A block: its BLOCK_RECORD (R13+), its BLOCK and ENDBLK; model space of R12 files and
     // the active spaces keep their entities in the ENTITIES section instead.
@@ -216,6 +218,8 @@ private:
 
     // Editing of a record's tags.
     void Touch();
+    OwnedTag NewTag(int code, std::string value);
+    const std::string& NewValue(const OwnedTag& tag) const { return newValues_[tag.ref & ~kNewValue]; }
     std::vector<OwnedTag>& Own(std::uint32_t rec);
     void SetTagAt(std::uint32_t rec, std::size_t i, std::string value);
     void InsertTagAt(std::uint32_t rec, std::size_t i, Tag tag);
@@ -254,6 +258,7 @@ private:
     TextCodec codec_;
     std::vector<Record> records_;
     std::vector<std::vector<OwnedTag>> owned_;
+    std::vector<std::string> newValues_;
     std::vector<BlockInfo> blocks_;
     std::uint32_t originalRecords_ = 0;   // records read from the file come first
     std::vector<std::string> typeNames_;  // record types as read, in order of first sight

@@ -217,6 +217,26 @@ TEST(Database, AFailedSaveLeavesNoTemporaryFileBehind) {
     EXPECT_EQ(entries, 1u);
 }
 
+TEST(Database, ValuesSetAgainInsertedAndErasedWriteTheLastState) {
+    auto db = cadtest::Load(cadtest::R12Drawing());
+    ASSERT_TRUE(db);
+    cad::Entity line = db->ModelSpace().Entities()[0];
+    line.SetText(8, "First");
+    line.SetText(8, "Second");
+    line.SetReal(11, 2.5);
+    line.SetText(6, "DASHED");
+    line.Remove(31);
+    EXPECT_EQ(line.GetText(8), "Second");
+    auto again = cadtest::Reload(*db);
+    ASSERT_TRUE(again);
+    cad::Entity back = again->ModelSpace().Entities()[0];
+    EXPECT_EQ(back.GetText(8), "Second");
+    EXPECT_EQ(back.GetReal(11), 2.5);
+    EXPECT_EQ(back.GetText(6), "DASHED");
+    EXPECT_FALSE(back.Has(31));
+    EXPECT_EQ(back.GetReal(21), 5.0);
+}
+
 TEST(Database, CountsObjectsByType) {
     auto db = cadtest::Load(cadtest::R12Drawing());
     ASSERT_TRUE(db);
