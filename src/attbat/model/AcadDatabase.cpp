@@ -156,9 +156,22 @@ AcadBlock MakeBlock(const cad::BlockRecord& record, std::string_view name, bool 
                      record.IsUnloaded());
 }
 
+// base::Trim of `text`, without a copy for the usual value that starts and ends with a
+// character no trimming takes (an ASCII one that isn't white space).
+std::string Trimmed(std::string text) {
+    auto kept = [](char c) {
+        const auto byte = static_cast<unsigned char>(c);
+        return byte < 0x80 && byte != ' ' && (byte < 0x09 || byte > 0x0D);
+    };
+    if (text.empty() || (kept(text.front()) && kept(text.back()))) return text;
+    return base::Trim(text);
+}
+
 AcadAttribute AttributeOf(const cad::Attribute& attribute, bool plain) {
     AttributeFields fields = ReadAttributeFields(attribute, plain);
-    AcadAttribute out(std::move(fields.tag), std::move(fields.text), 0);
+    AcadAttribute out;
+    out.tag = std::move(fields.tag);
+    out.value = Trimmed(std::move(fields.text));
     out.handle = attribute.HandleString();
     out.constant = (fields.flags & 2) != 0;
     out.invisible = (fields.flags & 1) != 0;
