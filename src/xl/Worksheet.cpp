@@ -677,6 +677,11 @@ void Worksheet::SetNote(int row, int column, std::string_view text, std::string_
         it->changed = true;
         return;
     }
+    if (it == data_->notes.end() && data_->notes.size() == data_->notes.capacity()) {
+        // Notes are mostly added in order, one per cell: grow by half, not double.
+        data_->notes.reserve(data_->notes.size() + data_->notes.size() / 2 + 16);
+        it = data_->notes.end();
+    }
     StoredNote added;
     added.row = row;
     added.column = column;

@@ -514,7 +514,7 @@ void ChunkDeflater::Submit(std::string_view text, std::string owned, bool last) 
     std::unique_lock<std::mutex> lock(mutex_);
     jobs_.push_back(std::move(job));
     wake_.notify_all();
-    // At most two chunks wait; beyond that the caller compresses one itself, so memory stays
+    // At most one chunk waits; beyond that the caller compresses one itself, so memory stays
     // bounded and both cores work.
     while (true) {
         std::size_t waiting = 0;
@@ -524,7 +524,7 @@ void ChunkDeflater::Submit(std::string_view text, std::string owned, bool last) 
                 ++waiting;
                 if (!j->taken && !free) free = j.get();
             }
-        if (waiting <= (workerFailed_ ? 0u : 2u)) break;
+        if (waiting <= (workerFailed_ ? 0u : 1u)) break;
         if (free) {
             free->taken = true;
             lock.unlock();
@@ -588,7 +588,9 @@ void DeflateStream::Flush(bool finish) {
 DeflatedData DeflateStream::Finish() {
     Flush(true);
     buffer_ = std::string();
-    return deflater_->Finish();
+    DeflatedData out = deflater_->Finish();
+    deflater_.reset();  // its thread and spare buffer are not needed any more
+    return out;
 }
 
 void ZipWriter::AddDeflated(std::string_view name, const DeflatedData& data) {

@@ -77,7 +77,7 @@ public:
     DeflateStream& operator=(const DeflateStream&) = delete;
     // The text not yet compressed.
     std::string& Buffer() { return buffer_; }
-    // Hands the buffer over for compression once it holds a chunk.
+    // Hands the buffer over for compression once it holds a chunk; not after Finish().
     void MaybeFlush() {
         if (buffer_.size() >= kDeflateChunk) Flush(false);
     }
