@@ -1,5 +1,7 @@
 #include "cad/Tagger.h"
 
+#include <algorithm>
+#include <array>
 #include <cstring>
 #include <fmt/format.h>
 
@@ -51,14 +53,23 @@ NumberForm CheckNumber(std::string_view s) {
 }
 
 // The common case of CheckNumber in one pass: number characters and blanks, some digit.
+// Classes of bytes in a number: 1 digit, 2 sign, point or exponent, 4 blank.
+constexpr std::array<std::uint8_t, 256> kNumberClass = [] {
+    std::array<std::uint8_t, 256> classes{};
+    for (char c = '0'; c <= '9'; ++c) classes[static_cast<unsigned char>(c)] = 1;
+    for (char c : {'.', '-', '+', 'e', 'E'}) classes[static_cast<unsigned char>(c)] = 2;
+    for (char c : {' ', '\r', '\t'}) classes[static_cast<unsigned char>(c)] = 4;
+    return classes;
+}();
+
 inline bool LooksClean(std::string_view s) {
-    bool digit = false;
+    unsigned seen = 0;
     for (char c : s) {
-        if (c >= '0' && c <= '9') digit = true;
-        else if (c != '.' && c != '-' && c != '+' && c != 'e' && c != 'E' && c != ' ' && c != '\r' && c != '\t')
-            return false;
+        const unsigned cls = kNumberClass[static_cast<unsigned char>(c)];
+        if (cls == 0) return false;
+        seen |= cls;
     }
-    return digit;
+    return (seen & 1) != 0;
 }
 
 std::string Printable(std::string_view s) {
@@ -108,6 +119,39 @@ std::size_t CountLineEnds(std::string_view bytes) {
     return count;
 }
 
+// A group code line: its code, -1 when it is not plain digits and needs the careful road, and
+// where its '\n' is (the buffer's size when there is none).
+struct CodeLine {
+    int code;
+    std::size_t lineEnd;
+};
+
+inline bool IsDigit(char c) { return static_cast<unsigned>(c - '0') < 10; }
+
+inline CodeLine ReadCodeLine(const char* data, std::size_t n, std::size_t pos) {
+    // The fastest road for the line AutoCAD writes: three characters, right-aligned.
+    if (pos + 4 < n) {
+        const char c0 = data[pos], c1 = data[pos + 1], c2 = data[pos + 2], c3 = data[pos + 3];
+        // Bitwise, not logical: one branch for the whole test, whichever padding the line has.
+        const bool blank0 = c0 == ' ', blank1 = c1 == ' ';
+        const bool digits = IsDigit(c2) & ((IsDigit(c1) & (IsDigit(c0) | blank0)) | (blank1 & blank0));
+        if (digits & ((c3 == '\n') | ((c3 == '\r') & (data[pos + 4] == '\n')))) {
+            int code = (c0 == ' ' ? 0 : (c0 - '0') * 100) + (c1 == ' ' ? 0 : (c1 - '0') * 10) + (c2 - '0');
+            return {code, c3 == '\n' ? pos + 3 : pos + 4};
+        }
+    }
+    // Then other lines of blanks, digits and a line end.
+    std::size_t p = pos;
+    while (p < n && data[p] == ' ') ++p;
+    const std::size_t digits = p;
+    int code = 0;
+    while (p < n && IsDigit(data[p]) && p - digits < 5) code = code * 10 + (data[p++] - '0');
+    if (p > digits && p < n && data[p] == '\n') return {code, p};
+    if (p > digits && p + 1 < n && data[p] == '\r' && data[p + 1] == '\n') return {code, p + 1};
+    const char* nl = static_cast<const char*>(std::memchr(data + pos, '\n', n - pos));
+    return {-1, nl ? static_cast<std::size_t>(nl - data) : n};
+}
+
 base::Status ScanAscii(std::string_view bytes, std::string_view fileName, TagStream& out) {
     const char* data = bytes.data();
     const std::size_t n = bytes.size();
@@ -119,25 +163,10 @@ base::Status ScanAscii(std::string_view bytes, std::string_view fileName, TagStr
         return base::Status::Error(fmt::format("{}: line {}: {}", fileName, at, why));
     };
     while (pos < n) {
-        // Fast road for the usual group code line: blanks, digits, a line end.
-        std::size_t p = pos;
-        while (p < n && data[p] == ' ') ++p;
-        std::size_t digits = p;
-        int fastCode = 0;
-        while (p < n && data[p] >= '0' && data[p] <= '9' && p - digits < 5) fastCode = fastCode * 10 + (data[p++] - '0');
-        const char* nl = nullptr;
-        std::size_t lineEnd = 0;
-        if (p > digits && p < n && data[p] == '\n') {
-            nl = data + p;
-            lineEnd = p;
-        } else if (p > digits && p + 1 < n && data[p] == '\r' && data[p + 1] == '\n') {
-            nl = data + p + 1;
-            lineEnd = p + 1;
-        } else {
-            nl = static_cast<const char*>(std::memchr(data + pos, '\n', n - pos));
-            lineEnd = nl ? static_cast<std::size_t>(nl - data) : n;
-            fastCode = -1;
-        }
+        const CodeLine codeLine = ReadCodeLine(data, n, pos);
+        const int fastCode = codeLine.code;
+        const std::size_t lineEnd = codeLine.lineEnd;
+        const char* nl = lineEnd < n ? data + lineEnd : nullptr;
         std::string_view codeText = fastCode >= 0 ? std::string_view("0") : TrimBlanks(bytes.substr(pos, lineEnd - pos));
         if (codeText.empty() || codeText == "\x1a") {
             // Blank lines or a DOS end mark after the last tag are trailing bytes, not a tag.
@@ -156,7 +185,7 @@ base::Status ScanAscii(std::string_view bytes, std::string_view fileName, TagStr
         std::size_t valueStart = lineEnd + 1;
         const char* vnl = LineEnd(data + valueStart, data + n);
         std::size_t valueEnd = vnl ? static_cast<std::size_t>(vnl - data) : n;
-        std::string_view value = bytes.substr(valueStart, valueEnd - valueStart);
+        std::string_view value(data + valueStart, valueEnd - valueStart);
         ValueKind kind = KindOfCode(code);
         if ((kind == ValueKind::Double || IsIntegerKind(kind)) && !LooksClean(value)) {
             NumberForm form = CheckNumber(value);
@@ -273,27 +302,26 @@ base::Status ScanBinary(std::string_view bytes, std::string_view fileName, TagSt
 }  // namespace
 
 void TagIndex::Reserve(std::size_t tags) {
-    codes_.reserve(tags);
-    offsets_.reserve(tags);
-    groups_.reserve((tags >> kGroupBits) + 1);
+    codes_.resize(std::max(tags, size_));
+    offsets_.resize(codes_.size());
+    groups_.resize((codes_.size() >> kGroupBits) + 1);
 }
 
-void TagIndex::PushWide(std::uint32_t start) {
-    const std::size_t i = codes_.size() - 1;
-    Group& g = groups_.back();
+void TagIndex::Grow() {
+    // Only when a scan outruns its estimate; never for a counted file.
+    Reserve(codes_.size() + codes_.size() / 4 + 64);
+}
+
+void TagIndex::PushWide(std::size_t i, std::uint32_t start) {
+    Group& g = groups_[i >> kGroupBits];
     if (g.wide == kNarrow) {
         // The group outgrew 16-bit offsets: its starts so far move to full width.
         g.wide = static_cast<std::uint32_t>(wide_.size());
         wide_.resize(wide_.size() + kGroupMask + 1);
         for (std::size_t k = i & ~kGroupMask; k < i; ++k) wide_[g.wide + (k & kGroupMask)] = g.base + offsets_[k];
     }
-    offsets_.push_back(0);
+    offsets_[i] = 0;
     wide_[g.wide + (i & kGroupMask)] = start;
-}
-
-std::size_t TagIndex::MemoryUsed() const {
-    return codes_.capacity() * sizeof(std::int16_t) + offsets_.capacity() * sizeof(std::uint16_t) +
-           groups_.capacity() * sizeof(Group) + wide_.capacity() * sizeof(std::uint32_t);
 }
 
 base::Status ScanTags(std::string_view bytes, std::string_view fileName, TagStream& out) {

@@ -24,7 +24,7 @@ enum class DxfForm : std::uint8_t { Ascii, BinaryR12, Binary };
 class TagIndex {
 public:
     // Tags held, the sentinel included; 0 before a scan.
-    std::size_t Size() const { return codes_.size(); }
+    std::size_t Size() const { return size_; }
     // Where tag `i` starts; `i` may be the sentinel.
     std::uint32_t Start(std::size_t i) const {
         const Group& g = groups_[i >> kGroupBits];
@@ -35,19 +35,20 @@ public:
     // The group codes in order, for loops that only look at codes.
     const std::int16_t* Codes() const { return codes_.data(); }
 
-    // Makes room for `tags` tags so that a scan that stays within it never regrows.
+    // Makes room for `tags` tags so that a scan that stays within it never regrows; the scan
+    // writes into the room without checking each time.
     void Reserve(std::size_t tags);
     // Appends a tag; starts must not decrease.
     void Push(std::uint32_t start, int code) {
-        const std::size_t i = codes_.size();
-        codes_.push_back(static_cast<std::int16_t>(code));
-        if ((i & kGroupMask) == 0) groups_.push_back({start, kNarrow});
-        const Group& g = groups_.back();
-        if (g.wide == kNarrow && start - g.base <= 0xFFFFu) offsets_.push_back(static_cast<std::uint16_t>(start - g.base));
-        else PushWide(start);
+        const std::size_t i = size_;
+        if (i == codes_.size()) Grow();
+        ++size_;
+        codes_[i] = static_cast<std::int16_t>(code);
+        if ((i & kGroupMask) == 0) groups_[i >> kGroupBits] = {start, kNarrow};
+        const Group& g = groups_[i >> kGroupBits];
+        if (g.wide == kNarrow && start - g.base <= 0xFFFFu) offsets_[i] = static_cast<std::uint16_t>(start - g.base);
+        else PushWide(i, start);
     }
-    // Bytes held, for measurements.
-    std::size_t MemoryUsed() const;
 
 private:
     static constexpr unsigned kGroupBits = 6;
@@ -57,12 +58,14 @@ private:
         std::uint32_t base;  // start of the group's first tag
         std::uint32_t wide;  // kNarrow, or where the group's full starts begin in wide_
     };
-    void PushWide(std::uint32_t start);
+    void PushWide(std::size_t i, std::uint32_t start);
+    void Grow();
 
     std::vector<std::int16_t> codes_;
     std::vector<std::uint16_t> offsets_;
     std::vector<Group> groups_;
     std::vector<std::uint32_t> wide_;
+    std::size_t size_ = 0;  // tags pushed; the vectors are sized ahead of it
 };
 
 // The tags of a buffer; bytes after the sentinel (trash beyond EOF, a DOS end-of-file mark) are
