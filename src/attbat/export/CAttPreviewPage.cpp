@@ -4,6 +4,7 @@
 #include <numeric>
 
 #include "attbat/export/CScheduleDialog.h"
+#include "attbat/export/CSelectAttributeDialog.h"
 #include "attbat/model/ScheduleRows.h"
 #include "attbat/tables/CellAddress.h"
 
@@ -55,8 +56,7 @@ void CAttPreviewPage::RefreshPage() {
         copy.noValueTags.RemoveAll();
         if (copy.unselNoValueAtts != 0) {
             AcadAttDefTagArray tags;
-            blocks->AllDefTags(tags, names, false, false);
-            blocks->RemoveMissingTags(names, tags, copy.noValueTags);
+            CollectTickedTags(*blocks, names, tags, copy.noValueTags);
         }
         m_commentTable.RemoveAll();
         RowTable texts;

@@ -2,23 +2,26 @@
 
 #include "arxutils/ArxUtils.h"
 #include "attbat/model/AcadDatabase.h"
+#include "cad/Database.h"
+#include "cad/units/AngleText.h"
+#include "cad/units/DistanceText.h"
 
 namespace attbat {
 
-ObjectId DocumentDrawingContext::CurrentSpaceId() const {
-    return db_ ? SpaceIdOf(arxutils::CurrentSpace(*db_)) : 0;
-}
-
-int DocumentDrawingContext::LinearUnits() const {
-    return db_ ? static_cast<int>(db_->HeaderInt("$LUNITS", 2)) : 2;
+DocumentDrawingContext::DocumentDrawingContext(cad::Database* db) {
+    if (!db) return;
+    currentSpace_ = SpaceIdOf(arxutils::CurrentSpace(*db));
+    units_ = db->Units();
 }
 
 std::string DocumentDrawingContext::DistanceText(double value, int units, int precision) const {
-    return arxutils::DistanceText(db_, value, units, precision);
+    auto text = cad::DistanceText(value, units, precision, units_);
+    return text ? text.Value() : std::string();
 }
 
 std::string DocumentDrawingContext::AngleText(double value, int units, int precision) const {
-    return arxutils::AngleText(db_, value, units, precision);
+    auto text = cad::AngleText(value, units, precision, units_);
+    return text ? text.Value() : std::string();
 }
 
 }  // namespace attbat

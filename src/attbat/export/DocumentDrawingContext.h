@@ -1,8 +1,10 @@
 #pragma once
-// The working drawing as the schedule code sees it, over a drawing database; without one, the
-// settings of a new drawing and no current space.
+// The working drawing as the schedule code sees it: what it needs is read from the drawing
+// database once, so the drawing's memory can go back once its blocks are read. Without a
+// drawing, the settings of a new drawing and no current space.
 
 #include "attbat/model/DrawingContext.h"
+#include "cad/units/UnitSettings.h"
 
 namespace cad {
 class Database;
@@ -12,16 +14,17 @@ namespace attbat {
 
 class DocumentDrawingContext : public DrawingContext {
 public:
-    // `db` may be null; it must outlive the context.
-    explicit DocumentDrawingContext(cad::Database* db) : db_(db) {}
-    ObjectId CurrentSpaceId() const override;
+    // `db` may be null; it is read here and not kept.
+    explicit DocumentDrawingContext(cad::Database* db);
+    ObjectId CurrentSpaceId() const override { return currentSpace_; }
     // 2 (decimal) without a drawing or without $LUNITS.
-    int LinearUnits() const override;
+    int LinearUnits() const override { return units_.lunits; }
     std::string DistanceText(double value, int units, int precision) const override;
     std::string AngleText(double value, int units, int precision) const override;
 
 private:
-    cad::Database* db_;
+    ObjectId currentSpace_ = 0;
+    cad::UnitSettings units_;
 };
 
 }  // namespace attbat

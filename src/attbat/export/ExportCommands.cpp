@@ -445,6 +445,9 @@ int RunExport(CommandContext& context) {
         }
     }
     wizard.GoNext();
+    // The blocks are read: the current drawing's memory goes back for the rest of the road
+    // (rows, workbook); the export never changes the drawing.
+    if (current) current->Release();
     if (!SetAttributePage(wizard, context, read)) return exitUsage;
     wizard.GoNext();
     if (!SetPreviewPage(wizard, context, read)) return exitUsage;
