@@ -1,6 +1,8 @@
 #include "attbat/model/AcadBlockRefArray.h"
 
 #include <algorithm>
+#include <numeric>
+#include <vector>
 
 #include "attbat/model/PropertyTable.h"
 #include "base/Text.h"
@@ -20,10 +22,19 @@ int AcadBlockRefArray::AddSorted(AcadBlockRef row) {
 }
 
 void AcadBlockRefArray::SortTopDown() {
-    std::stable_sort(begin(), end(),
-                     [](const AcadBlockRef& a, const AcadBlockRef& b) {
-                         return a.position.y > b.position.y;
-                     });
+    std::vector<AcadBlockRef>& rows = Items();
+    const auto higher = [&](std::size_t a, std::size_t b) {
+        return rows[a].position.y > rows[b].position.y;
+    };
+    std::vector<std::size_t> order(rows.size());
+    std::iota(order.begin(), order.end(), std::size_t{0});
+    if (std::is_sorted(order.begin(), order.end(), higher)) return;
+    // A row is large: the order is found on indices and each row then moved once.
+    std::stable_sort(order.begin(), order.end(), higher);
+    std::vector<AcadBlockRef> sorted;
+    sorted.reserve(rows.size());
+    for (const std::size_t i : order) sorted.push_back(std::move(rows[i]));
+    rows.swap(sorted);
 }
 
 AcadBlockRef* AcadBlockRefArray::FindByHandleAndFile(std::string_view file,
