@@ -603,5 +603,66 @@ TEST(AddGroup, AnEmptyGroupAddsNothing) {
     EXPECT_TRUE(firstHeader);
 }
 
+// One group of DoorRow under `columns` (header style 0, no header, no identity or count column).
+CStringArrayEx GroupCells(const CStringArrayEx& columns, AcadBlockView view, CStringArrayEx* keys) {
+    AcadBlock block = Block("DOOR", {});
+    block.refs.Add(DoorRow());
+    AcadBlockArray blocks;
+    blocks.Add(block);
+    view.columns = columns;
+    view.includeHeader = 0;
+    view.showCount = 0;
+    RowTable rows;
+    RowTable keyRows;
+    bool firstHeader = true;
+    AddGroup(blocks, rows, keyRows, view, AcadBlockFilter(), {&blocks[0]}, firstHeader,
+             FakeDrawing());
+    EXPECT_EQ(rows.GetSize(), 1);
+    if (rows.GetSize() != 1) return {};
+    *keys = keyRows[0];
+    return rows[0];
+}
+
+TEST(AddGroup, EachCellIsTheCellTextOfItsColumn) {
+    for (const int promptAsHeader : {0, 1}) {
+        AcadBlockView view;
+        view.promptAsHeader = promptAsHeader;
+        const CStringArrayEx columns{"DOOR_Dup(2)", "Layer", "MAKER", "Door 2", "DOOR",
+                                     "DOOR_Dup(1)", "Maker", "NONE", "Door", "Position X"};
+        CStringArrayEx keys;
+        const CStringArrayEx cells = GroupCells(columns, view, &keys);
+        ASSERT_EQ(cells.GetSize(), columns.GetSize() + 1);
+        for (int c = 0; c < columns.GetSize(); ++c) {
+            const Cell expected = CellOf(DoorRow(), columns[c], view);
+            EXPECT_EQ(cells[c + 1], expected.value) << columns[c] << " " << promptAsHeader;
+            EXPECT_EQ(keys[c + 1], expected.key) << columns[c] << " " << promptAsHeader;
+        }
+    }
+}
+
+TEST(AddGroup, AColumnNamedTwiceShowsTheSameValueInBoth) {
+    CStringArrayEx keys;
+    const CStringArrayEx cells = GroupCells({"DOOR", "MAKER", "DOOR"}, AcadBlockView(), &keys);
+    ASSERT_EQ(cells.GetSize(), 4);
+    EXPECT_EQ(cells[1], "D1");
+    EXPECT_EQ(cells[3], "D1");
+    EXPECT_EQ(keys[1], "C:\\a.dwg<2F3_DOOR>");
+    EXPECT_EQ(keys[3], "C:\\a.dwg<2F3_DOOR>");
+    EXPECT_EQ(cells[2], "Orvane");
+    EXPECT_EQ(keys[2], "");
+}
+
+TEST(AddGroup, UnderPromptAsHeaderTheFirstValueWithThePromptTakesTheColumn) {
+    AcadBlockView view;
+    view.promptAsHeader = 1;
+    CStringArrayEx keys;
+    const CStringArrayEx cells = GroupCells({"Door", ""}, view, &keys);
+    ASSERT_EQ(cells.GetSize(), 3);
+    EXPECT_EQ(cells[1], "D1");
+    // The attribute without a prompt answers to the column without a name.
+    EXPECT_EQ(cells[2], "D3");
+    EXPECT_EQ(keys[2], "C:\\a.dwg<2F3_DOOR_Dup(2)>");
+}
+
 }  // namespace
 }  // namespace attbat
