@@ -48,8 +48,9 @@ bool BlockRecord::IsModelSpace() const {
     if (!db_) return false;
     const auto& info = db_->blocks_[index_];
     if (info.record == Database::kNone && info.begin == Database::kNone) return true;
-    std::string name = Name();
-    return base::EqualNoCase(name, "*Model_Space") || base::EqualNoCase(name, "$MODEL_SPACE");
+    std::string scratch;
+    std::string_view name = db_->BlockNameView(index_, scratch);
+    return SameNameNoCase(name, "*Model_Space") || SameNameNoCase(name, "$MODEL_SPACE");
 }
 
 bool BlockRecord::IsPaperSpace() const {

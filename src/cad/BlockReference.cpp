@@ -12,7 +12,10 @@ namespace {
 constexpr double kDegree = std::numbers::pi / 180.0;
 }
 
-BlockRecord BlockReference::Block() const { return db_ ? db_->FindBlock(BlockName()) : BlockRecord(); }
+BlockRecord BlockReference::Block() const {
+    std::string scratch;
+    return db_ ? db_->FindBlock(GetTextView(2, scratch)) : BlockRecord();
+}
 
 Point3 BlockReference::ScaleFactors() const { return {GetReal(41, 1), GetReal(42, 1), GetReal(43, 1)}; }
 

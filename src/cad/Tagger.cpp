@@ -101,19 +101,19 @@ inline const char* LineEnd(const char* p, const char* end) {
 // The number of '\n' in `bytes`, sixteen bytes at a time: two lines make a tag, so this sizes
 // the tag index of an ASCII file exactly.
 std::size_t CountLineEnds(std::string_view bytes) {
-    using Bytes16 = char __attribute__((vector_size(16)));
+    using Bytes16 = unsigned char __attribute__((vector_size(16)));
     const char* p = bytes.data();
     const char* end = p + bytes.size();
     std::size_t count = 0;
     while (end - p >= 16) {
-        // Each lane counts down by one per line end for at most 255 rounds, then is summed.
+        // Each lane counts its line ends for at most 255 rounds, then the lanes are summed.
         Bytes16 lanes = {};
         for (int round = 0; round < 255 && end - p >= 16; ++round, p += 16) {
             Bytes16 chunk;
             std::memcpy(&chunk, p, 16);
-            lanes += chunk == '\n';
+            lanes += reinterpret_cast<Bytes16>(chunk == '\n') & 1;
         }
-        for (int k = 0; k < 16; ++k) count += static_cast<unsigned char>(-lanes[k]);
+        for (int k = 0; k < 16; ++k) count += lanes[k];
     }
     for (; p < end; ++p) count += *p == '\n';
     return count;
