@@ -132,10 +132,8 @@ inline CodeLine ReadCodeLine(const char* data, std::size_t n, std::size_t pos) {
     // The fastest road for the line AutoCAD writes: three characters, right-aligned.
     if (pos + 4 < n) {
         const char c0 = data[pos], c1 = data[pos + 1], c2 = data[pos + 2], c3 = data[pos + 3];
-        // Bitwise, not logical: one branch for the whole test, whichever padding the line has.
-        const bool blank0 = c0 == ' ', blank1 = c1 == ' ';
-        const bool digits = IsDigit(c2) & ((IsDigit(c1) & (IsDigit(c0) | blank0)) | (blank1 & blank0));
-        if (digits & ((c3 == '\n') | ((c3 == '\r') & (data[pos + 4] == '\n')))) {
+        const bool digits = IsDigit(c2) && (IsDigit(c1) ? (IsDigit(c0) || c0 == ' ') : (c1 == ' ' && c0 == ' '));
+        if (digits && (c3 == '\n' || (c3 == '\r' && data[pos + 4] == '\n'))) {
             int code = (c0 == ' ' ? 0 : (c0 - '0') * 100) + (c1 == ' ' ? 0 : (c1 - '0') * 10) + (c2 - '0');
             return {code, c3 == '\n' ? pos + 3 : pos + 4};
         }
