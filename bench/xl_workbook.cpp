@@ -108,7 +108,7 @@ void BM_ExportKeyNotes(benchmark::State& state) {
         base::Status st = book->Save(path);
         if (!st) state.SkipWithError(st.Message().c_str());
     }
-    std::remove(path.c_str());
+    // The file stays, so that other programs can be shown it.
 }
 BENCHMARK(BM_ExportKeyNotes)->Arg(10002)->Arg(100002)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1);
 

@@ -3,6 +3,7 @@
 #include <pugixml.hpp>
 
 #include "xl/Xml.h"
+#include "xl/Zip.h"
 
 namespace xl {
 base::Status SharedStrings::Load(std::string original, std::string_view label) {
@@ -37,22 +38,46 @@ std::uint32_t SharedStrings::Add(std::string_view text) {
     return id;
 }
 
-std::string SharedStrings::Save() const {
-    std::string items;
-    for (std::size_t i = texts_.size() - added_; i < texts_.size(); ++i) {
-        const std::string& t = texts_[i];
+namespace {
+
+// The items added since loading, each a plain <si>.
+void AppendItems(std::string& items, const std::deque<std::string>& texts, std::size_t from, DeflateStream* stream) {
+    for (std::size_t i = from; i < texts.size(); ++i) {
+        if (stream) stream->MaybeFlush();
+        const std::string& t = texts[i];
         bool keepSpace = !t.empty() && (t.front() == ' ' || t.back() == ' ' || t.front() == '\n' ||
                                         t.back() == '\n' || t.front() == '\t' || t.back() == '\t');
-        items += keepSpace ? "<si><t xml:space=\"preserve\">" : "<si><t>";
+        items += keepSpace ? std::string_view("<si><t xml:space=\"preserve\">") : std::string_view("<si><t>");
         AppendEscaped(items, t);
-        items += "</t></si>";
+        items += std::string_view("</t></si>");
     }
-    if (original_.empty()) {
-        return "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\r\n"
-               "<sst xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\" count=\"" +
-               std::to_string(addedRefs_) + "\" uniqueCount=\"" + std::to_string(texts_.size()) +
-               "\">" + items + "</sst>";
+}
+
+}  // namespace
+
+std::string SharedStrings::NewTableHead() const {
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\r\n"
+           "<sst xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\" count=\"" +
+           std::to_string(addedRefs_) + "\" uniqueCount=\"" + std::to_string(texts_.size()) + "\">";
+}
+
+DeflatedData SharedStrings::SaveDeflated() const {
+    DeflateStream stream;
+    if (!original_.empty()) {
+        stream.Buffer() = Save();
+        return stream.Finish();
     }
+    // A table of our own is streamed, so a big one never exists uncompressed in full.
+    stream.Buffer() = NewTableHead();
+    AppendItems(stream.Buffer(), texts_, texts_.size() - added_, &stream);
+    stream.Buffer() += "</sst>";
+    return stream.Finish();
+}
+
+std::string SharedStrings::Save() const {
+    std::string items;
+    AppendItems(items, texts_, texts_.size() - added_, nullptr);
+    if (original_.empty()) return NewTableHead() + items + "</sst>";
     // Splice the new items before the closing tag and correct the counts in the opening tag;
     // the prefix of the root element is reused so that `x:sst` files stay consistent.
     std::string out = original_;

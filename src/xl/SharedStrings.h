@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "base/Status.h"
+#include "xl/Zip.h"
 
 namespace xl {
 
@@ -28,8 +29,11 @@ public:
     bool IsChanged() const { return added_ > 0; }
     // The part with the added items; the original items are kept byte for byte.
     std::string Save() const;
+    // The same part compressed; a table made here is compressed as it is written.
+    DeflatedData SaveDeflated() const;
 
 private:
+    std::string NewTableHead() const;
     // Looks texts up by view, so that asking for a string copies nothing.
     struct ViewHash {
         using is_transparent = void;

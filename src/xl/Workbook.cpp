@@ -428,7 +428,7 @@ base::Result<std::string> Workbook::SaveImage() {
             package_.AddRelationship(workbookPart_, std::string(kRelNs) + "/sharedStrings", part);
             package_.SetContentType(part, "application/vnd.openxmlformats-officedocument.spreadsheetml.sharedStrings+xml");
         }
-        package_.Write(part, strings_->Save());
+        package_.Write(part, strings_->SaveDeflated());
         anyChange = true;
     }
     if (styles_ && styles_->IsChanged()) {
