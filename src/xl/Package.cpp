@@ -358,7 +358,21 @@ void Package::Flush() {
     }
 }
 
-std::string Package::Save() {
+std::string Package::Save() { return Build(false); }
+
+base::Status Package::SaveThrough(const std::function<base::Status(std::string_view image)>& write) {
+    std::string image = Build(true);
+    base::Status written = write(image);
+    // The archive just made becomes the one the parts are read from, as if it had been opened.
+    auto zip = ZipReader::Open(std::move(image), label_);
+    if (!zip || zip->Entries().size() != parts_.size())
+        return base::Status::Error(label_ + ": the package just written could not be read back");
+    for (std::size_t i = 0; i < parts_.size(); ++i) parts_[i].entry = static_cast<int>(i);
+    zip_ = std::make_unique<ZipReader>(std::move(*zip));
+    return written;
+}
+
+std::string Package::Build(bool release) {
     Flush();
     // Big written parts are compressed now and kept so (a read inflates them again); with every
     // compressed size known, the archive is made in one buffer of the right size.
@@ -375,7 +389,7 @@ std::string Package::Save() {
     }
     ZipWriter writer;
     writer.Reserve(size);
-    for (const Part& p : parts_) {
+    for (Part& p : parts_) {
         if (p.data) {
             writer.Add(p.name, *p.data);
         } else if (p.packed) {
@@ -383,6 +397,11 @@ std::string Package::Save() {
         } else {
             const ZipEntry& e = zip_->Entries()[p.entry];
             writer.AddRaw(e, zip_->RawData(e));
+        }
+        if (release) {
+            // Held once: from now on in the archive only.
+            p.data.reset();
+            p.packed.reset();
         }
     }
     return writer.Finish();

@@ -4,6 +4,7 @@
 // saved as their original compressed bytes.
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -59,7 +60,7 @@ public:
     void Remove(std::string_view name);
     // Names of all parts in archive order, directory entries excluded.
     std::vector<std::string> PartNames() const;
-    // True when the part was written (or added) since opening.
+    // True when the part was written (or added) since opening or SaveThrough().
     bool IsChanged(std::string_view name) const;
     // Uncompressed size of a part as stored (or written); 0 when absent.
     std::uint64_t PartSize(std::string_view name) const;
@@ -90,6 +91,10 @@ public:
 
     // The whole package as a zip image; unchanged parts keep their compressed bytes.
     std::string Save();
+    // Builds the zip image, hands it to `write` and then reads the parts from it as if it had
+    // just been opened, so that what was written is held once; parts count as unchanged
+    // afterwards. Gives `write`'s status (the image is adopted even when writing failed).
+    base::Status SaveThrough(const std::function<base::Status(std::string_view image)>& write);
 
 private:
     struct Part {
@@ -104,6 +109,7 @@ private:
     RelsDoc* LoadRels(std::string_view source) const;
     pugi::xml_document* ContentTypesDoc() const;
     void Flush();
+    std::string Build(bool release);
 
     std::string label_;
     std::unique_ptr<ZipReader> zip_;

@@ -410,6 +410,11 @@ void Workbook::SetRecalculateOnOpen(bool on) {
 }
 
 base::Result<std::string> Workbook::SaveImage() {
+    if (base::Status st = WriteChangedParts(); !st) return st;
+    return package_.Save();
+}
+
+base::Status Workbook::WriteChangedParts() {
     bool anyChange = workbookChanged_;
     for (auto& sheet : sheets_) {
         if (!sheet->changed_ && !sheet->notesChanged_) continue;
@@ -444,7 +449,7 @@ base::Result<std::string> Workbook::SaveImage() {
     if (workbookChanged_) package_.Write(workbookPart_, SaveXml(*workbookXml_));
     if (anyChange && !package_.TargetOf("", "core-properties").empty())
         SetDocumentProperty("Last Save Time", NowIso());
-    return package_.Save();
+    return base::Status::Ok();
 }
 
 base::Status Workbook::Save(const std::string& path, const SaveOptions& options) {
@@ -458,11 +463,13 @@ base::Status Workbook::Save(const std::string& path, const SaveOptions& options)
         if (base::FileExists(lock))
             return base::Status::Error(path + " is open in another program (" + base::FileName(lock) +
                                        " is beside it); close it there and try again. Nothing was written.");
-    auto image = SaveImage();
-    if (!image) return image.GetStatus();
+    if (base::Status st = WriteChangedParts(); !st) return st;
     base::AtomicWriteOptions atomic;
     atomic.backupPath = options.backupPath;
-    if (base::Status st = base::WriteFileAtomic(path, *image, atomic); !st) return st;
+    // The archive is written as it is made and then kept as the package, not beside its parts.
+    base::Status st = package_.SaveThrough(
+        [&](std::string_view image) { return base::WriteFileAtomic(path, image, atomic); });
+    if (!st) return st;
     path_ = path;
     return base::Status::Ok();
 }

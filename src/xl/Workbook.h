@@ -83,6 +83,7 @@ private:
     friend class Worksheet;
     Workbook();
     base::Status Init();
+    base::Status WriteChangedParts();
     SharedStrings& Strings();
     Styles& GetStyles();
     void TouchWorkbook() { workbookChanged_ = true; }

@@ -568,6 +568,8 @@ DeflatedData ChunkDeflater::Finish() {
         Append(front);
         jobs_.pop_front();
     }
+    // The stream is held until the package is saved; it keeps no spare room meanwhile.
+    out_.compressed.shrink_to_fit();
     return std::move(out_);
 }
 

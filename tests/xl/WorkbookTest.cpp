@@ -597,6 +597,33 @@ TEST(Workbook, CellTypesAreWrittenBackAsRead) {
     EXPECT_EQ(again->Sheet(0)->Text(1, 3), "x");
 }
 
+TEST(Workbook, SavedWorkbookReadsItsPartsFromTheFileImageAndSavesAgain) {
+    auto book = xl::Workbook::Create();
+    xl::Worksheet* s = book->Sheet(0);
+    for (int r = 1; r <= 3000; ++r) {
+        s->SetString(r, 1, "row " + std::to_string(r));
+        s->SetNote(r, 1, "/p/d.dxf<" + std::to_string(r) + "_TAG>");
+    }
+    std::string path = TempPath("saved_twice.xlsx");
+    ASSERT_TRUE(book->Save(path));
+    EXPECT_FALSE(book->GetPackage().IsChanged("xl/worksheets/sheet1.xml"));
+    auto sheetXml = book->GetPackage().Read("xl/worksheets/sheet1.xml");
+    ASSERT_TRUE(sheetXml);
+    EXPECT_NE(sheetXml->find("<c r=\"A3000\" t=\"s\">"), std::string::npos);
+    s->SetString(3001, 1, "added after saving");
+    s->SetNote(2, 1, "changed after saving");
+    ASSERT_TRUE(book->Save(path));
+    auto again = xl::Workbook::Open(path);
+    ASSERT_TRUE(again) << again.GetStatus().Message();
+    xl::Worksheet* t = (*again)->Sheet(0);
+    EXPECT_EQ(t->Text(3000, 1), "row 3000");
+    EXPECT_EQ(t->Text(3001, 1), "added after saving");
+    EXPECT_EQ(t->Notes().size(), 3000u);
+    ASSERT_NE(t->NoteAt(1, 1), nullptr);
+    EXPECT_EQ(t->NoteAt(1, 1)->text, "/p/d.dxf<1_TAG>");
+    EXPECT_EQ(t->NoteAt(2, 1)->text, "changed after saving");
+}
+
 TEST(Workbook, DamagedSheetTextIsAnErrorNamingThePart) {
     auto book = BookWithSheet("<worksheet><sheetData><row r=\"1\"><c r=\"A1\"><v>1</v></row></sheetData></worksheet>");
     base::Status st = book->Sheet(0)->Load();
