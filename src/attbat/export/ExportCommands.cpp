@@ -82,8 +82,8 @@ std::vector<CommandOption> ExportOptionsList() {
     options.insert(options.end(), {
         {"attributes-only", "on|off", "Display blocks with attributes only"},
         {"in-use-only", "on|off", "Display blocks currently in-use only"},
-        {"tick", "NAMES", "blocks to tick: names or wildcards, comma separated (\"*\": Select All)"},
-        {"untick", "NAMES", "blocks to untick (\"*\": Clear All)"},
+        {"tick", "NAMES", "blocks to tick: names or wildcards, comma separated (\"*\": Select All)", true},
+        {"untick", "NAMES", "blocks to untick (\"*\": Clear All)", true},
     });
     for (const ViewBox& box : viewBoxes) options.push_back({box.option, "on|off", box.label});
     options.insert(options.end(), {
@@ -93,9 +93,9 @@ std::vector<CommandOption> ExportOptionsList() {
          "\"Attributes\" dialog (the \"...\" button): Remove attributes with no value."},
         {"dynamic-properties", "on|off", "\"Attributes\" dialog: Dynamic Properties"},
         {"clear-all-tags", "", "\"Attributes\" dialog: Clear All (unticks every tag)"},
-        {"tick-tag", "TAGS", "\"Attributes\" dialog: tags to tick, as listed (MARK, MARK_Dup(1)) or wildcards, comma separated"},
-        {"untick-tag", "TAGS", "\"Attributes\" dialog: tags to untick, the same way; the schedule leaves them out"},
-        {"leave-out-tags", "TAGS", "\"Attributes\" dialog: unticks these tags and ticks every other one"},
+        {"tick-tag", "TAGS", "\"Attributes\" dialog: tags to tick, as listed (MARK, MARK_Dup(1)) or wildcards, comma separated", true},
+        {"untick-tag", "TAGS", "\"Attributes\" dialog: tags to untick, the same way; the schedule leaves them out", true},
+        {"leave-out-tags", "TAGS", "\"Attributes\" dialog: unticks these tags and ticks every other one", true},
         {"remove-no-value", "on|off", "the same as --remove-attributes-with-no-value"},
         {"drawing-column-kind", "path|layout|handle", "Drawing Path / Drawing With Layout / Block Ref Handle"},
         {"header-style", "all|per-block", "Header for all blocks / Header per block"},

@@ -35,6 +35,9 @@ struct CommandOption {
     std::string name;
     std::string valueName;
     std::string label;  // the dialog's own label of the control, or what the option does
+    // A list option: given more than once, its values are joined with commas. Any other option
+    // given twice keeps the last value.
+    bool repeatable = false;
 };
 
 // The run of one command.

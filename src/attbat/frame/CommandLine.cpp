@@ -268,7 +268,7 @@ std::string CommandHelpText(const CAttBatApp& app, const CommandEntry& entry) {
         for (const CommandOption& option : handler->options) {
             std::string left = "--" + option.name;
             if (!option.valueName.empty()) left += " " + option.valueName;
-            text += base::Sprintf("  %-34s %s\n", left, option.label);
+            text += base::Sprintf("  %-34s %s%s\n", left, option.label, option.repeatable ? " (may be repeated)" : "");
         }
     }
     text += "\n'velmar --help' lists the global options.\n";
@@ -339,7 +339,9 @@ int RunCommandLine(const std::vector<std::string>& args, CAttBatApp& app,
         }
         if (!takesValue && value) return UsageError("option '--" + name + "' takes no value.");
         if (own) {
-            context.options[name] = value ? *value : "1";
+            std::string& stored = context.options[name];
+            const bool again = own->repeatable && !stored.empty();
+            stored = again ? stored + "," + value.value_or("1") : value.value_or("1");
         } else if (name == "help") {
             help = true;
         } else if (name == "version") {

@@ -261,6 +261,19 @@ TEST_F(CommandLineProcessTest, TheDrawingIsCurrentDuringTheCommandAndAnUnchanged
     EXPECT_EQ(host::DocumentManager::Instance().CurDocument(), nullptr);
 }
 
+TEST_F(CommandLineProcessTest, AListOptionGivenTwiceJoinsItsValuesAnyOtherKeepsTheLast) {
+    std::string names, row;
+    app.Implement("Velmar_Links", {{{"name", "NAMES", "names", true}, {"row", "N", "row"}}, "",
+                                   [&](CommandContext& context) {
+                                       names = context.Get("name");
+                                       row = context.Get("row");
+                                       return exitOk;
+                                   }});
+    EXPECT_EQ(Run({"links", "--name", "A", "--row", "1", "--name=B,C", "--row", "2"}), exitOk) << Warnings();
+    EXPECT_EQ(names, "A,B,C");
+    EXPECT_EQ(row, "2");
+}
+
 TEST_F(CommandLineProcessTest, TwoVelmarRunsAtOnceLoseNoWrite) {
     constexpr int rounds = 15;
     pid_t children[2];
