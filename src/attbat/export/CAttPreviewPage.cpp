@@ -19,7 +19,27 @@ void CAttPreviewPage::OnInitDialog() {
 std::string CAttPreviewPage::HeaderAt(int position) const { return ColumnLetters(position + 1); }
 
 const std::string& CAttPreviewPage::TextAt(int row, int position) const {
-    return m_rows.at(row).texts[columnOrder_.at(position)];
+    return CellOf(m_rows.at(row).texts, columnOrder_.at(position));
+}
+
+namespace {
+
+// The row without its trailing empty cells, held at its size: the cells past it read empty.
+CStringArrayEx Trimmed(CStringArrayEx row) {
+    int size = row.GetSize();
+    while (size > 0 && row[size - 1].empty()) --size;
+    if (size == row.GetSize()) return row;
+    CStringArrayEx exact;
+    exact.SetSize(size);
+    for (int i = 0; i < size; ++i) exact[i] = std::move(row[i]);
+    return exact;
+}
+
+}  // namespace
+
+const std::string& CAttPreviewPage::CellOf(const CStringArrayEx& row, int column) {
+    static const std::string empty;
+    return column < row.GetSize() ? row[column] : empty;
 }
 
 bool CAttPreviewPage::SetColumnOrder(const std::vector<int>& order) {
@@ -67,15 +87,11 @@ void CAttPreviewPage::RefreshPage() {
         for (const CStringArrayEx& row : texts) columnCount_ = std::max(columnCount_, row.GetSize());
         if (texts.IsEmpty()) columnCount_ = 0;
         // A header per block gives groups of different widths; the list is as wide as the widest.
+        // Rows keep their own width (cells past it read empty), so a schedule of many narrow
+        // groups doesn't hold a string for every empty cell twice over.
         m_rows.reserve(static_cast<std::size_t>(texts.GetSize()));
-        for (int i = 0; i < texts.GetSize() && columnCount_ > 0; ++i) {
-            ListRow row{std::move(texts[i]), i};
-            row.texts.SetSize(columnCount_);
-            m_rows.push_back(std::move(row));
-        }
-        for (CStringArrayEx& keys : m_commentTable) {
-            if (keys.GetSize() < columnCount_) keys.SetSize(columnCount_);
-        }
+        for (int i = 0; i < texts.GetSize() && columnCount_ > 0; ++i) m_rows.push_back({Trimmed(std::move(texts[i])), i});
+        for (CStringArrayEx& keys : m_commentTable) keys = Trimmed(std::move(keys));
         m_sortRestored = 0;
     }
     columnOrder_.resize(columnCount_);
@@ -123,7 +139,7 @@ void CAttPreviewPage::SortRows() {
         const bool ascending = m_sortDirection == 1;
         // The top row is never compared with the others, so it keeps its place.
         std::stable_sort(m_rows.begin() + 1, m_rows.end(), [&](const ListRow& a, const ListRow& b) {
-            int order = a.texts[column].compare(b.texts[column]);
+            int order = CellOf(a.texts, column).compare(CellOf(b.texts, column));
             return ascending ? order < 0 : order > 0;
         });
     }

@@ -66,6 +66,9 @@ public:
     std::string HeaderAt(int position) const;
     // The text of a list row at a display position.
     const std::string& TextAt(int row, int position) const;
+    // The cell of a row by column; empty past the row's own width (rows are as wide as their
+    // group).
+    static const std::string& CellOf(const CStringArrayEx& row, int column);
     // Sets the display order (column indexes by position); false when it isn't a permutation
     // keeping column 0 first.
     bool SetColumnOrder(const std::vector<int>& order);

@@ -126,8 +126,7 @@ void CAttPreviewPage::ExportRowsToActiveSheet(int first, int rowCount, ExportOpt
     }
 
     {
-        const int keyColumns = m_commentTable.IsEmpty() ? 0 : m_commentTable[0].GetSize();
-        host::ProgressMeter meter("Exporting the data ...", static_cast<long>(keyColumns) * rowCount + 1);
+        host::ProgressMeter meter("Exporting the data ...", static_cast<long>(columnCount_) * rowCount + 1);
         auto cells = Sheet().Cells();
         for (int r = 0; r < rowCount; ++r) {
             const CStringArrayEx& keys = m_commentTable[m_rows.at(first + r).itemData];
@@ -143,7 +142,7 @@ void CAttPreviewPage::ExportRowsToActiveSheet(int first, int rowCount, ExportOpt
                     cell->GetHyperlinks()->Add(*cell, text.type == excel::VarType::String ? text.text : std::string());
                 }
                 cell->AddComment(key);
-                meter.SetPosition(static_cast<long>(r) * keys.GetSize() + p);
+                meter.SetPosition(static_cast<long>(r) * columnCount_ + p);
             }
         }
     }
@@ -152,7 +151,7 @@ void CAttPreviewPage::ExportRowsToActiveSheet(int first, int rowCount, ExportOpt
         std::string previous;
         int runStart = 0;
         for (int i = 0; i < rowCount; ++i) {
-            const std::string& text = m_rows.at(first + i).texts[0];
+            const std::string& text = CellOf(m_rows.at(first + i).texts, 0);
             const bool last = i == rowCount - 1;
             if (base::EqualNoCase(text, previous) && !last) continue;
             if (i > runStart + 1) {
