@@ -1,6 +1,8 @@
 // Workbook speed against the peers of the shared bench figures: writing rows with a note on every
-// cell (libxlsxwriter writes 10,000 x 8 in about 1.1 s there) and reading a 100,000 x 12 sheet's
-// values and notes back.
+// cell (libxlsxwriter writes 10,000 x 8 in about 1.1 s there), reading a 100,000 x 12 sheet's
+// values and notes back, and the export and import roads themselves (a 38-column sheet with a key
+// note on every attribute cell, written and fitted; the same after openpyxl saved it, read back).
+// For peak memory: heaptrack bench_xl_workbook --benchmark_filter=BM_ExportKeyNotes/10002
 
 #include <benchmark/benchmark.h>
 
