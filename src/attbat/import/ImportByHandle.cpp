@@ -137,13 +137,17 @@ bool ParseImportKey(std::string_view key, const ImportByHandleOptions& options,
     return !handle.empty() && !tag.empty();
 }
 
-AcadBlockRefArray BuildImportList(const ImportMap& map, const ImportByHandleOptions& options,
+AcadBlockRefArray BuildImportList(ImportMap map, const ImportByHandleOptions& options,
                                   std::string_view currentPath, std::vector<std::string>& skipped) {
     AcadBlockRefArray rows;
     AcadBlockRefIndex index;
     ImportKey key;
     std::string skip;
-    for (const auto& [text, value] : map) {
+    // Each entry goes as soon as its value is in the list, so the two aren't held in full at once.
+    while (!map.empty()) {
+        auto entry = map.extract(map.begin());
+        const std::string& text = entry.key();
+        const std::string& value = entry.mapped();
         if (!ParseImportKey(text, options, currentPath, key, skip)) {
             bool known = false;
             for (const std::string& line : skipped) known = known || line == skip;
@@ -187,8 +191,7 @@ AcadBlockRefArray ApplyImportMap(ImportMap map, const ImportByHandleOptions& opt
                                  const std::string* linkPath, bool printSkipped) {
     host::Document* current = host::DocumentManager::Instance().CurDocument();
     std::vector<std::string> skipped;
-    AcadBlockRefArray rows = BuildImportList(map, options, current ? current->FileName() : "", skipped);
-    ImportMap().swap(map);
+    AcadBlockRefArray rows = BuildImportList(std::move(map), options, current ? current->FileName() : "", skipped);
     if (printSkipped) {
         for (const std::string& line : skipped) host::Printf("%s", line);
     }
