@@ -14,7 +14,7 @@
 
 #include <fmt/format.h>
 
-#include "cad/AtomicFile.h"
+#include "base/AtomicFile.h"
 #include "base/Text.h"
 #include "cad/BlockRecord.h"
 #include "cad/BlockReference.h"
@@ -1061,7 +1061,7 @@ std::string Database::Write() const {
 }
 
 base::Status Database::Save(const std::string& path, const std::string& backupPath) const {
-    AtomicFile file(path);
+    base::AtomicFile file(path);
     base::Status status = file.Open();
     if (status) {
         WriteTo([&file](std::string_view piece) { file.Write(piece); });

@@ -1,4 +1,4 @@
-#include "cad/AtomicFile.h"
+#include "base/AtomicFile.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -10,7 +10,7 @@
 
 #include "base/Path.h"
 
-namespace cad {
+namespace base {
 namespace {
 
 // Large enough that a write call costs nothing next to the bytes it moves; pieces at least
@@ -39,16 +39,16 @@ void SyncFolder(const std::string& folder) {
 }
 
 // Copies `from` to `to` through an AtomicFile, for file systems without hard links.
-base::Status CopyFile(const std::string& from, const std::string& to) {
+Status CopyFile(const std::string& from, const std::string& to) {
     const int in = ::open(from.c_str(), O_RDONLY | O_CLOEXEC);
-    if (in < 0) return base::Status::Error("cannot open \"" + from + "\": " + std::strerror(errno));
+    if (in < 0) return Status::Error("cannot open \"" + from + "\": " + std::strerror(errno));
     AtomicFile out(to);
-    base::Status status = out.Open();
+    Status status = out.Open();
     std::string chunk(kBufferSize, '\0');
     while (status) {
         const ssize_t n = ::read(in, chunk.data(), chunk.size());
         if (n < 0 && errno == EINTR) continue;
-        if (n < 0) status = base::Status::Error("cannot read \"" + from + "\": " + std::strerror(errno));
+        if (n < 0) status = Status::Error("cannot read \"" + from + "\": " + std::strerror(errno));
         if (n <= 0) break;
         out.Write(std::string_view(chunk.data(), static_cast<std::size_t>(n)));
     }
@@ -65,17 +65,17 @@ AtomicFile::~AtomicFile() {
     if (!temp_.empty() && !committed_) ::unlink(temp_.c_str());
 }
 
-base::Status AtomicFile::Open() {
-    const std::string folder = base::Folder(path_);
-    std::string temp = (folder.empty() ? std::string() : folder + "/") + "." + base::FileName(path_) + ".tmpXXXXXX";
+Status AtomicFile::Open() {
+    const std::string folder = Folder(path_);
+    std::string temp = (folder.empty() ? std::string() : folder + "/") + "." + FileName(path_) + ".tmpXXXXXX";
     fd_ = ::mkstemp(temp.data());
     if (fd_ < 0)
-        return base::Status::Error("cannot create a temporary file beside \"" + path_ + "\": " + std::strerror(errno));
+        return Status::Error("cannot create a temporary file beside \"" + path_ + "\": " + std::strerror(errno));
     temp_ = std::move(temp);
     struct stat old {};
     ::fchmod(fd_, ::stat(path_.c_str(), &old) == 0 ? (old.st_mode & 07777) : 0644);
     buffer_.reserve(kBufferSize);
-    return base::Status::Ok();
+    return Status::Ok();
 }
 
 bool AtomicFile::Flush() {
@@ -95,16 +95,16 @@ void AtomicFile::Write(std::string_view bytes) {
     else buffer_.append(bytes);
 }
 
-base::Status AtomicFile::Fail(const std::string& what) {
+Status AtomicFile::Fail(const std::string& what) {
     if (fd_ >= 0) ::close(fd_);
     fd_ = -1;
     if (!temp_.empty()) ::unlink(temp_.c_str());
     temp_.clear();
-    return base::Status::Error(what + " (the original is unchanged)");
+    return Status::Error(what + " (the original is unchanged)");
 }
 
-base::Status AtomicFile::Commit(const std::string& backupPath) {
-    if (fd_ < 0) return base::Status::Error("cannot write \"" + path_ + "\": the file was not opened");
+Status AtomicFile::Commit(const std::string& backupPath) {
+    if (fd_ < 0) return Status::Error("cannot write \"" + path_ + "\": the file was not opened");
     if (!Flush() || ::fsync(fd_) != 0)
         return Fail("cannot write \"" + path_ + "\": " + std::strerror(error_ != 0 ? error_ : errno));
     ::close(fd_);
@@ -113,15 +113,15 @@ base::Status AtomicFile::Commit(const std::string& backupPath) {
     if (!backupPath.empty() && ::stat(path_.c_str(), &old) == 0) {
         ::unlink(backupPath.c_str());
         if (::link(path_.c_str(), backupPath.c_str()) != 0) {
-            base::Status copied = CopyFile(path_, backupPath);
+            Status copied = CopyFile(path_, backupPath);
             if (!copied) return Fail("cannot keep the backup \"" + backupPath + "\": " + copied.Message());
         }
     }
     if (::rename(temp_.c_str(), path_.c_str()) != 0)
         return Fail("cannot replace \"" + path_ + "\": " + std::strerror(errno));
     committed_ = true;
-    SyncFolder(base::Folder(path_));
-    return base::Status::Ok();
+    SyncFolder(Folder(path_));
+    return Status::Ok();
 }
 
-}  // namespace cad
+}  // namespace base

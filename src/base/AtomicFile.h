@@ -1,15 +1,15 @@
 #pragma once
 // A file written in pieces and put in place whole: the bytes go through a buffer into a
 // temporary file beside the target, which is flushed to disk and renamed over the target, so
-// the target is always either the old file or the whole new one. A drawing of hundreds of
-// megabytes is saved this way without ever being held as one string.
+// the target is always either the old file or the whole new one. A file of hundreds of
+// megabytes is written this way without ever being held as one string.
 
 #include <string>
 #include <string_view>
 
 #include "base/Status.h"
 
-namespace cad {
+namespace base {
 
 class AtomicFile {
 public:
@@ -22,17 +22,17 @@ public:
 
     // Creates the temporary file beside the target; fails when the folder is missing or not
     // writable, naming the target.
-    base::Status Open();
+    Status Open();
     // Appends bytes; a failure is kept and reported by Commit, later writes are then dropped.
     void Write(std::string_view bytes);
     // Flushes to disk and renames over the target; with a `backupPath` an existing target is
     // kept there first (an older backup is replaced). A new file gets the permissions of the
     // one it replaces. On failure the target is unchanged and the temporary file is gone.
-    base::Status Commit(const std::string& backupPath = {});
+    Status Commit(const std::string& backupPath = {});
 
 private:
     bool Flush();
-    base::Status Fail(const std::string& what);
+    Status Fail(const std::string& what);
 
     std::string path_;
     std::string temp_;
@@ -42,4 +42,4 @@ private:
     bool committed_ = false;
 };
 
-}  // namespace cad
+}  // namespace base

@@ -1,5 +1,5 @@
 // Files written in pieces and put in place whole, with a backup of what they replace.
-#include "cad/AtomicFile.h"
+#include "base/AtomicFile.h"
 
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -16,7 +16,7 @@
 namespace {
 
 std::string Folder(const std::string& name) {
-    std::string folder = ::testing::TempDir() + "/cad-atomic-" + name;
+    std::string folder = ::testing::TempDir() + "/base-atomic-" + name;
     std::filesystem::remove_all(folder);
     std::filesystem::create_directories(folder);
     return folder;
@@ -31,7 +31,7 @@ std::size_t EntriesIn(const std::string& folder) {
 TEST(AtomicFile, PiecesOfEverySizeArriveInOrder) {
     std::string folder = Folder("pieces");
     std::string expected;
-    cad::AtomicFile file(folder + "/out.dxf");
+    base::AtomicFile file(folder + "/out.dxf");
     ASSERT_TRUE(file.Open());
     for (std::size_t size : {0u, 1u, 100u, 300000u, 7u, 262144u, 262143u, 5u, 1000000u, 3u}) {
         std::string piece(size, static_cast<char>('a' + size % 26));
@@ -48,7 +48,7 @@ TEST(AtomicFile, KeepsTheOldFileAsBackupAndItsPermissions) {
     std::string path = folder + "/plan.dxf";
     ASSERT_TRUE(base::WriteFileAtomic(path, "old"));
     ::chmod(path.c_str(), 0600);
-    cad::AtomicFile file(path);
+    base::AtomicFile file(path);
     ASSERT_TRUE(file.Open());
     file.Write("new");
     ASSERT_TRUE(file.Commit(folder + "/plan.bak"));
@@ -64,7 +64,7 @@ TEST(AtomicFile, AnUncommittedFileLeavesTheTargetAndNoTrace) {
     std::string path = folder + "/plan.dxf";
     ASSERT_TRUE(base::WriteFileAtomic(path, "old"));
     {
-        cad::AtomicFile file(path);
+        base::AtomicFile file(path);
         ASSERT_TRUE(file.Open());
         file.Write("half of it");
     }
@@ -73,7 +73,7 @@ TEST(AtomicFile, AnUncommittedFileLeavesTheTargetAndNoTrace) {
 }
 
 TEST(AtomicFile, AMissingFolderIsReportedWithTheTarget) {
-    cad::AtomicFile file("/nonexistent-folder/plan.dxf");
+    base::AtomicFile file("/nonexistent-folder/plan.dxf");
     base::Status status = file.Open();
     ASSERT_FALSE(status);
     EXPECT_NE(status.Message().find("/nonexistent-folder/plan.dxf"), std::string::npos);
@@ -85,7 +85,7 @@ TEST(AtomicFile, AFailedWriteIsReportedAtCommitAndTheTargetStays) {
     std::string folder = Folder("full");
     std::string path = folder + "/plan.dxf";
     ASSERT_TRUE(base::WriteFileAtomic(path, "old"));
-    cad::AtomicFile file(path);
+    base::AtomicFile file(path);
     ASSERT_TRUE(file.Open());
     struct rlimit old {};
     ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &old), 0);
@@ -110,7 +110,7 @@ TEST(AtomicFile, AFailedRenameIsReportedAndTheTemporaryFileRemoved) {
     std::string folder = Folder("rename");
     std::string path = folder + "/plan.dxf";
     std::filesystem::create_directories(path + "/inside");
-    cad::AtomicFile file(path);
+    base::AtomicFile file(path);
     ASSERT_TRUE(file.Open());
     file.Write("new");
     base::Status status = file.Commit();
