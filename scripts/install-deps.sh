@@ -7,7 +7,7 @@ packages=(
   # build
   cmake ninja-build g++ pkg-config
   # libraries
-  libfmt-dev libutf8proc-dev libpugixml-dev libzip-dev zlib1g-dev libcli11-dev
+  libfmt-dev libutf8proc-dev libpugixml-dev libzip-dev zlib1g-dev libisal-dev libcli11-dev
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev
   # fuzzing (scripts/fuzz.sh builds with clang and libFuzzer)
