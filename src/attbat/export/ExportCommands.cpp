@@ -352,11 +352,13 @@ bool SetAttributePage(CScheduleDialog& wizard, CommandContext& context, OptionRe
 
 bool SetPreviewPage(CScheduleDialog& wizard, CommandContext& context, OptionReader& read) {
     CAttPreviewPage& page = wizard.m_previewPage;
-    if (auto kind = read.Choice("drawing-column-kind", {"path", "layout", "handle"})) page.m_drawingColumnKind = *kind;
-    if (auto style = read.Choice("header-style", {"all", "per-block"})) page.m_headerStyle = *style;
-    if (auto sort = read.Choice("column-sort", {"a-z", "z-a", "none"})) page.m_columnSort = *sort;
+    bool changed = false;
+    if (auto kind = read.Choice("drawing-column-kind", {"path", "layout", "handle"})) page.m_drawingColumnKind = *kind, changed = true;
+    if (auto style = read.Choice("header-style", {"all", "per-block"})) page.m_headerStyle = *style, changed = true;
+    if (auto sort = read.Choice("column-sort", {"a-z", "z-a", "none"})) page.m_columnSort = *sort, changed = true;
     if (!read.ok) return false;
-    page.RefreshPage();
+    // Entering the page built the rows; a changed control builds them again, as it would on screen.
+    if (changed) page.RefreshPage();
     if (context.Has("column-order")) {
         std::vector<int> order;
         for (const std::string& letters : SplitList(context.Get("column-order"))) {
