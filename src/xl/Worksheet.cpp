@@ -765,7 +765,7 @@ void Worksheet::SaveNotes() {
                 XmlScanner::MakeUtf8(current);
             }
     }
-    DeflateStream comments(2), vml(2);
+    DeflateStream comments, vml;
     WriteComments(comments, data_->commentsRoot, data_->authors, data_->notes, current);
     current = std::string();
     pkg.Write(data_->commentsPart, comments.Finish());
