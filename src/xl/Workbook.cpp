@@ -474,4 +474,10 @@ base::Status Workbook::Save(const std::string& path, const SaveOptions& options)
     return base::Status::Ok();
 }
 
+int Workbook::UnloadUnchangedSheets() {
+    int n = 0;
+    for (auto& sheet : sheets_) n += sheet->Unload() ? 1 : 0;
+    return n;
+}
+
 }  // namespace xl

@@ -49,6 +49,8 @@ public:
     int SheetCount() const { return static_cast<int>(sheets_.size()); }
     // The sheet at a 0-based position; nullptr outside.
     Worksheet* Sheet(int index);
+    // Gives back the memory of every unchanged sheet (see Worksheet::Unload); gives how many.
+    int UnloadUnchangedSheets();
     // The sheet of that name, matched without regard to case; nullptr when none.
     Worksheet* FindSheet(std::string_view name);
     // Position of a sheet; -1 for a sheet of another workbook.

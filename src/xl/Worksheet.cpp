@@ -181,6 +181,14 @@ base::Status Worksheet::SetState(SheetState state) {
     return base::Status::Ok();
 }
 
+bool Worksheet::Unload() {
+    if (changed_ || notesChanged_) return false;
+    data_ = std::make_unique<Data>();
+    loaded_ = false;
+    loadStatus_ = base::Status::Ok();
+    return true;
+}
+
 base::Status Worksheet::Load() {
     if (loaded_) return loadStatus_;
     loaded_ = true;
@@ -641,6 +649,14 @@ std::vector<Note> Worksheet::Notes() {
     std::vector<Note> out;
     out.reserve(data_->notes.size());
     for (const StoredNote& n : data_->notes) out.push_back(Note{n.row, n.column, data_->authors[n.author], n.text});
+    return out;
+}
+
+std::vector<std::pair<int, int>> Worksheet::NoteCells() {
+    LoadNotes();
+    std::vector<std::pair<int, int>> out;
+    out.reserve(data_->notes.size());
+    for (const StoredNote& n : data_->notes) out.emplace_back(n.row, n.column);
     return out;
 }
 

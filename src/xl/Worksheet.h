@@ -8,6 +8,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "base/Status.h"
@@ -97,6 +98,8 @@ public:
 
     // Every note with its cell, in row then column order.
     std::vector<Note> Notes();
+    // The cells (row, column) of every note in the same order, without copying their texts.
+    std::vector<std::pair<int, int>> NoteCells();
     // The note of a cell, or nullptr; the note stays valid until the next NoteAt() call.
     const Note* NoteAt(int row, int column);
     // Adds or replaces the note of a cell.
@@ -162,6 +165,9 @@ public:
 
     // True when the sheet was changed since opening.
     bool IsChanged() const { return changed_; }
+    // Gives back the memory of an unchanged sheet's cells and notes; they are read again from
+    // the package on their next use. False (and nothing done) for a changed sheet.
+    bool Unload();
 
 private:
     friend class Workbook;

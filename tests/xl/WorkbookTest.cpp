@@ -39,6 +39,33 @@ TEST(Workbook, NewWorkbookHasSheet1AndSavesAndReopens) {
     EXPECT_EQ(again->Sheet(0)->Value(2, 1).type, xl::CellType::Number);
 }
 
+TEST(Workbook, AnUnchangedSheetUnloadsAndReadsItsCellsAndNotesAgain) {
+    auto book = xl::Workbook::Create();
+    book->Sheet(0)->SetString(1, 1, "Tag");
+    book->Sheet(0)->SetNote(1, 1, "plan.dxf<1F_TAG>", "me");
+    auto again = Reopen(*book);
+    xl::Worksheet* sheet = again->Sheet(0);
+    ASSERT_EQ(sheet->NoteCells().size(), 1u);
+    EXPECT_EQ(again->UnloadUnchangedSheets(), 1);
+    EXPECT_EQ(sheet->Text(1, 1), "Tag");
+    ASSERT_NE(sheet->NoteAt(1, 1), nullptr);
+    EXPECT_EQ(sheet->NoteAt(1, 1)->text, "plan.dxf<1F_TAG>");
+    EXPECT_EQ(sheet->NoteCells(), (std::vector<std::pair<int, int>>{{1, 1}}));
+}
+
+TEST(Workbook, AChangedSheetIsNotUnloaded) {
+    auto again = [] {
+        auto book = xl::Workbook::Create();
+        book->Sheet(0)->SetString(1, 1, "Tag");
+        return Reopen(*book);
+    }();
+    xl::Worksheet* sheet = again->Sheet(0);
+    sheet->SetString(2, 1, "new");
+    EXPECT_FALSE(sheet->Unload());
+    EXPECT_EQ(again->UnloadUnchangedSheets(), 0);
+    EXPECT_EQ(sheet->Text(2, 1), "new");
+}
+
 TEST(Workbook, SharedStringsAreDeduplicated) {
     auto book = xl::Workbook::Create();
     xl::Worksheet* s = book->Sheet(0);

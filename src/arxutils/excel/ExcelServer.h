@@ -41,6 +41,9 @@ public:
     // The workbook the user named before the command (its display name), which answers the
     // workbook chooser without asking; "" when none was named.
     virtual std::string ChosenInAdvance() { return {}; }
+    // Lets the server give back the memory of workbook data nothing changed, once a command has
+    // read what it needs; the data is read again if it is used later. Nothing by default.
+    virtual void ReleaseUnchangedData() {}
 };
 
 // The server of this run; never null (a file backend without workbooks until one is installed).

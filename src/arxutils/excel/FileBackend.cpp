@@ -507,19 +507,19 @@ private:
 class FileComments : public Comments {
 public:
     FileComments(StatePtr state, Book* book, xl::Worksheet* sheet)
-        : state_(std::move(state)), book_(book), sheet_(sheet), notes_(sheet->Notes()) {}
-    int Count() override { return static_cast<int>(notes_.size()); }
+        : state_(std::move(state)), book_(book), sheet_(sheet), cells_(sheet->NoteCells()) {}
+    int Count() override { return static_cast<int>(cells_.size()); }
     std::unique_ptr<Comment> Item(int index) override {
         if (index < 1 || index > Count()) Fail("Subscript out of range", kErrBadIndex);
-        const xl::Note& n = notes_[static_cast<std::size_t>(index - 1)];
-        return std::make_unique<FileComment>(state_, book_, sheet_, n.row, n.column);
+        auto [row, column] = cells_[static_cast<std::size_t>(index - 1)];
+        return std::make_unique<FileComment>(state_, book_, sheet_, row, column);
     }
 
 private:
     StatePtr state_;
     Book* book_;
     xl::Worksheet* sheet_;
-    std::vector<xl::Note> notes_;
+    std::vector<std::pair<int, int>> cells_;  // the collection is a snapshot of where notes were
 };
 
 std::unique_ptr<Comments> FileWorksheet::GetComments() {
@@ -1162,6 +1162,10 @@ std::vector<std::shared_ptr<Dispatch>> FileBackend::WorkbookWindows(std::intptr_
 bool FileBackend::SetForegroundWindow(std::intptr_t window) { return window != 0 && state_->running; }
 
 std::string FileBackend::ChosenInAdvance() { return state_->running ? state_->options.workbook : std::string(); }
+
+void FileBackend::ReleaseUnchangedData() {
+    for (const auto& book : state_->books) book->file->UnloadUnchangedSheets();
+}
 
 bool FileBackend::HasChanges() const {
     for (const auto& book : state_->books)

@@ -54,6 +54,9 @@ public:
     bool SetForegroundWindow(std::intptr_t window) override;
     // The --workbook file while its instance runs.
     std::string ChosenInAdvance() override;
+    // Unloads the unchanged sheets of every open workbook; they are read again from the file's
+    // package when used.
+    void ReleaseUnchangedData() override;
 
     // Writes every workbook the command changed: in place, the new one (or, when no workbook
     // was added, the --workbook one) to --output, other new ones under a free name beside the

@@ -10,6 +10,7 @@
 
 #include "arxutils/ExcelUtils.h"
 #include "arxutils/excel/AutomationError.h"
+#include "arxutils/excel/ExcelServer.h"
 #include "attbat/frame/CArxErrLog.h"
 #include "attbat/frame/CAttBatApp.h"
 #include "attbat/frame/CommandLine.h"
@@ -160,6 +161,9 @@ int RunImport(CommandContext& context) {
     host::Printf("\nSuccessfully read the data of %s.", workbookPath);
     ErrLog().Write("%s - %d", "CAttBatch::ImportByAttHandle", 2);
     ExcelUtils::Disconnect();
+    // Everything needed is in the map: the sheets' memory goes back before the drawings are
+    // written, so a big workbook and a big drawing aren't held at once.
+    arxutils::excel::CurrentServer().ReleaseUnchangedData();
     context.Summary("keys", static_cast<long long>(map.size()));
 
     const bool dryRun = context.Has("dry-run");
