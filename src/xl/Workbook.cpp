@@ -237,6 +237,8 @@ pugi::xml_node Workbook::SheetNode(const Worksheet& sheet) {
 void Workbook::Activate(int index) {
     if (index < 0 || index >= SheetCount()) return;
     Worksheet& sheet = *sheets_[index];
+    // Activating the active sheet changes nothing, as in the program: the file isn't touched.
+    if (index == active_ && sheet.State() == SheetState::Visible) return;
     if (sheet.State() != SheetState::Visible) (void)sheet.SetState(SheetState::Visible);
     active_ = index;
     pugi::xml_node root = workbookXml_->document_element();

@@ -57,7 +57,7 @@ public:
     int IndexOf(const Worksheet* sheet) const;
     // The active (selected) sheet's position.
     int ActiveSheetIndex() const { return active_; }
-    // Makes a sheet the active one, showing it when hidden.
+    // Makes a sheet the active one, showing it when hidden; the active sheet again changes nothing.
     void Activate(int index);
     // Adds a worksheet at `position` (0-based; -1 for after the last) named `name`, or the next
     // free default name ("Sheet4") when `name` is empty. Fails on an invalid or taken name.

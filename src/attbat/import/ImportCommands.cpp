@@ -155,6 +155,10 @@ int RunImport(CommandContext& context) {
     }
     const ImportByHandleOptions& options = dialog.m_options;
     ImportMap map;
+    // The workbook is read while the current drawing is out of memory (it is unchanged yet and
+    // read again when it is written), so a big drawing and a big workbook aren't held at once.
+    host::Document* current = host::DocumentManager::Instance().CurDocument();
+    if (current) current->Release();
     // A failed comment stops the reading; what was read is still applied.
     ReadMap(options, map);
     std::string workbookPath = ExcelUtils::Workbook->FullName();
@@ -168,7 +172,6 @@ int RunImport(CommandContext& context) {
 
     const bool dryRun = context.Has("dry-run");
     if (dryRun || context.global.json) {
-        host::Document* current = host::DocumentManager::Instance().CurDocument();
         std::vector<std::string> skipped;
         AcadBlockRefArray rows = BuildImportList(map, options, current ? current->FileName() : "", skipped);
         if (dryRun) {
