@@ -137,6 +137,18 @@ std::string ToLower(std::string_view text) {
 int CompareNoCase(std::string_view a, std::string_view b) {
     std::size_t i = 0;
     std::size_t j = 0;
+    // ASCII folds to itself but for A-Z, so runs of it compare byte by byte (paths, tags, keys
+    // are mostly ASCII); the first other character goes the general way from where it starts.
+    while (i < a.size() && j < b.size()) {
+        auto ca = static_cast<unsigned char>(a[i]);
+        auto cb = static_cast<unsigned char>(b[j]);
+        if ((ca | cb) >= 0x80) break;
+        if (ca >= 'A' && ca <= 'Z') ca += 'a' - 'A';
+        if (cb >= 'A' && cb <= 'Z') cb += 'a' - 'A';
+        if (ca != cb) return ca < cb ? -1 : 1;
+        ++i;
+        ++j;
+    }
     while (i < a.size() && j < b.size()) {
         const char32_t ca = FoldCase(DecodeUtf8(a, i));
         const char32_t cb = FoldCase(DecodeUtf8(b, j));

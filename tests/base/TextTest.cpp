@@ -5,6 +5,16 @@
 namespace base {
 namespace {
 
+TEST(Text, CompareNoCaseOrdersAsciiRunsAndWhatFollowsThemAlike) {
+    EXPECT_EQ(CompareNoCase("C:/Plans/Floor Ä.dxf", "c:/plans/FLOOR ä.DXF"), 0);
+    EXPECT_LT(CompareNoCase("a", "B"), 0);
+    EXPECT_GT(CompareNoCase("Z", "a"), 0);
+    EXPECT_LT(CompareNoCase("plan x", "PLAN É"), 0);
+    EXPECT_GT(CompareNoCase("plan é1", "PLAN É"), 0);
+    EXPECT_LT(CompareNoCase("plan", "plan é"), 0);
+    EXPECT_FALSE(EqualNoCase("Straße", "STRASSE"));  // simple folding, as before
+}
+
 TEST(Text, CompareNoCaseFoldsAsciiAndBeyond) {
     EXPECT_EQ(CompareNoCase("Door", "DOOR"), 0);
     EXPECT_EQ(CompareNoCase("Äpfel", "äPFEL"), 0);
