@@ -7,6 +7,7 @@
 #include "attbat/model/DrawingWriter.h"
 #include "attbat/model/PropertyTable.h"
 #include "base/Format.h"
+#include "base/Memory.h"
 #include "base/Text.h"
 #include "cad/BlockReference.h"
 #include "cad/units/UnitSettings.h"
@@ -156,6 +157,9 @@ AcadBlockRefArray BuildImportList(ImportMap map, const ImportByHandleOptions& op
         }
         rows.AddValue(key.DrawingPath, key.Handle, key.TagOrProperty, value, key.IsProperty, index);
     }
+    // The rows are held while the drawings are read and written: without their room to grow.
+    for (AcadBlockRef& row : rows) row.attributes.FreeExtra();
+    rows.FreeExtra();
     return rows;
 }
 
@@ -195,6 +199,9 @@ AcadBlockRefArray ApplyImportMap(ImportMap map, const ImportByHandleOptions& opt
     if (printSkipped) {
         for (const std::string& line : skipped) host::Printf("%s", line);
     }
+    // The keys and the workbook's sheets were many small blocks, now free: their pages go back
+    // before the drawings are read.
+    base::ReturnFreeMemory();
     UpdateDrawings(rows, linkPath);
     return rows;
 }

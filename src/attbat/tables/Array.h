@@ -84,6 +84,8 @@ public:
     }
     // Empties the array.
     void RemoveAll() { items_.clear(); }
+    // Gives back the room kept for growth beyond the present size.
+    void FreeExtra() { items_.shrink_to_fit(); }
     // Truncates or grows with default elements; a negative size raises InvalidArgument.
     void SetSize(int size) {
         if (size < 0) Throw("SetSize", size);
