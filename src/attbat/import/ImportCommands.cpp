@@ -21,8 +21,8 @@
 #include "base/Path.h"
 #include "base/Text.h"
 #include "host/Document.h"
-#include "host/Printer.h"
 #include "host/Locations.h"
+#include "host/Printer.h"
 #include "host/Ui.h"
 
 namespace attbat {
@@ -155,18 +155,14 @@ int RunImport(CommandContext& context) {
     }
     const ImportByHandleOptions& options = dialog.m_options;
     ImportMap map;
-    // The workbook is read while the current drawing is out of memory (it is unchanged yet and
-    // read again when it is written), so a big drawing and a big workbook aren't held at once.
     host::Document* current = host::DocumentManager::Instance().CurDocument();
-    if (current) current->Release();
     // A failed comment stops the reading; what was read is still applied.
     ReadMap(options, map);
     std::string workbookPath = ExcelUtils::Workbook->FullName();
     host::Printf("\nSuccessfully read the data of %s.", workbookPath);
     ErrLog().Write("%s - %d", "CAttBatch::ImportByAttHandle", 2);
     ExcelUtils::Disconnect();
-    // Everything needed is in the map: the sheets' memory goes back before the drawings are
-    // written, so a big workbook and a big drawing aren't held at once.
+    // Everything needed is in the map: the sheets' memory goes back before the drawings are read.
     arxutils::excel::CurrentServer().ReleaseUnchangedData();
     context.Summary("keys", static_cast<long long>(map.size()));
 
