@@ -1,7 +1,8 @@
 #!/bin/sh
 # End-to-end export, side by side with the peer pipeline: read the drawing, build the rows and
 # write the workbook with a key comment on every cell, for drawings of N references made by the
-# peer's generator. Prints wall time and peak memory of each run and our ratio to each peer.
+# peer's generator. Prints wall time, CPU time and peak memory of each run and our ratio to each
+# peer.
 #
 #   bench/peer/export_vs_peer.sh [BUILD_DIR] [N ...]      (default: build, 10000 100000)
 #
@@ -9,25 +10,8 @@
 # without python3-xlsxwriter that column reads "failed").
 # Each command runs once per N (the peer's own figures are medians of 3) and is cut at
 # 900 seconds.
-set -eu
-ROOT=$(cd "$(dirname "$0")/../.." && pwd)
-BUILD=${1:-$ROOT/build}
-[ $# -gt 0 ] && shift
-SIZES=${*:-10000 100000}
-PEER=${VELMAR_PEER_BENCH:-/work/shared/bench}
-TOOL=$BUILD/src/cli/velmar
-WORK=$(mktemp -d /tmp/velmar-export-bench.XXXXXX)
-trap 'rm -rf "$WORK"' EXIT
-[ -x "$TOOL" ] || { echo "build velmar first: cmake --build $BUILD --target velmar" >&2; exit 2; }
-
-# Runs a command under /usr/bin/time; prints "seconds cpu_seconds peak_MiB", or "failed - -".
-measure() {
-    if timeout 900 /usr/bin/time -f "%e %U %S %M" -o "$WORK/time" "$@" >"$WORK/out" 2>"$WORK/err"; then
-        awk '{ printf "%s %.2f %.0f\n", $1, $2 + $3, $4 / 1024 }' "$WORK/time"
-    else
-        echo "failed - -"
-    fi
-}
+NAME=export
+. "$(dirname "$0")/setup.sh"
 
 printf "%8s %8s %9s %10s %10s %11s %9s %11s %9s\n" refs dxf_MiB velmar_s velmar_cpu velmar_MiB openpyxl_s xlsxw_s vs_openpyxl vs_xlsxw
 for N in $SIZES; do
@@ -42,6 +26,5 @@ for N in $SIZES; do
     set -- $(measure /usr/bin/python3 "$PEER/peer_export.py" --writer xlsxwriter "$DXF" "$WORK/peerx.xlsx")
     PEER_XW=$1
     printf "%8s %8s %9s %10s %10s %11s %9s %11s %9s\n" "$N" "$SIZE" "$OURS" "$OURS_CPU" "$OURS_MEM" "$PEER_OPX" "$PEER_XW" \
-        "$(awk -v a="$PEER_OPX" -v b="$OURS" 'BEGIN { if (b + 0 > 0 && a + 0 > 0) printf "%.1fx", a / b; else print "-" }')" \
-        "$(awk -v a="$PEER_XW" -v b="$OURS" 'BEGIN { if (b + 0 > 0 && a + 0 > 0) printf "%.1fx", a / b; else print "-" }')"
+        "$(ratio "$PEER_OPX" "$OURS")" "$(ratio "$PEER_XW" "$OURS")"
 done

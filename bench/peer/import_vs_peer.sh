@@ -11,27 +11,8 @@
 # Needs /usr/bin/time and /usr/bin/python3 with ezdxf and openpyxl (Debian packages).
 # Each command runs once per N (the peer's own figures are medians of 3) and is cut at
 # 900 seconds.
-set -eu
-ROOT=$(cd "$(dirname "$0")/../.." && pwd)
-BUILD=${1:-$ROOT/build}
-[ $# -gt 0 ] && shift
-SIZES=${*:-10000 100000}
-PEER=${VELMAR_PEER_BENCH:-/work/shared/bench}
-TOOL=$BUILD/src/cli/velmar
-WORK=$(mktemp -d /tmp/velmar-import-bench.XXXXXX)
-trap 'rm -rf "$WORK"' EXIT
-[ -x "$TOOL" ] || { echo "build velmar first: cmake --build $BUILD --target velmar" >&2; exit 2; }
-
-# Runs a command under /usr/bin/time; prints "seconds cpu_seconds peak_MiB", or "failed - -".
-measure() {
-    if timeout 900 /usr/bin/time -f "%e %U %S %M" -o "$WORK/time" "$@" >"$WORK/out" 2>"$WORK/err"; then
-        awk '{ printf "%s %.2f %.0f\n", $1, $2 + $3, $4 / 1024 }' "$WORK/time"
-    else
-        echo "failed - -"
-    fi
-}
-
-ratio() { awk -v a="$1" -v b="$2" 'BEGIN { if (b + 0 > 0 && a + 0 > 0) printf "%.1fx", a / b; else print "-" }'; }
+NAME=import
+. "$(dirname "$0")/setup.sh"
 
 printf "%8s %8s %9s %9s %10s %9s %9s %10s %8s %8s\n" refs dxf_MiB velmar_s velmar_cpu velmar_MiB peer_s peer_cpu peer_MiB changed vs_peer
 for N in $SIZES; do

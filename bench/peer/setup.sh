@@ -1,0 +1,24 @@
+# Shared by the side-by-side scripts (sourced, not run): their arguments, the work folder, and the
+# measuring of one command. Expects NAME (the work folder's prefix) and the scripts' "$@".
+set -eu
+ROOT=$(cd "$(dirname "$0")/../.." && pwd)
+BUILD=${1:-$ROOT/build}
+[ $# -gt 0 ] && shift
+SIZES=${*:-10000 100000}
+PEER=${VELMAR_PEER_BENCH:-/work/shared/bench}
+TOOL=$BUILD/src/cli/velmar
+WORK=$(mktemp -d "/tmp/velmar-$NAME-bench.XXXXXX")
+trap 'rm -rf "$WORK"' EXIT
+[ -x "$TOOL" ] || { echo "build velmar first: cmake --build $BUILD --target velmar" >&2; exit 2; }
+
+# Runs a command under /usr/bin/time; prints "seconds cpu_seconds peak_MiB", or "failed - -".
+measure() {
+    if timeout 900 /usr/bin/time -f "%e %U %S %M" -o "$WORK/time" "$@" >"$WORK/out" 2>"$WORK/err"; then
+        awk '{ printf "%s %.2f %.0f\n", $1, $2 + $3, $4 / 1024 }' "$WORK/time"
+    else
+        echo "failed - -"
+    fi
+}
+
+# a / b as "12.3x", or "-" when either is missing.
+ratio() { awk -v a="$1" -v b="$2" 'BEGIN { if (b + 0 > 0 && a + 0 > 0) printf "%.1fx", a / b; else print "-" }'; }
