@@ -28,11 +28,11 @@ namespace {
 CStringArrayEx Trimmed(CStringArrayEx row) {
     int size = row.GetSize();
     while (size > 0 && row[size - 1].empty()) --size;
-    if (size == row.GetSize()) return row;
-    CStringArrayEx exact;
-    exact.SetSize(size);
-    for (int i = 0; i < size; ++i) exact[i] = std::move(row[i]);
-    return exact;
+    if (size < row.GetSize()) {
+        row.SetSize(size);
+        row.FreeExtra();
+    }
+    return row;
 }
 
 }  // namespace
