@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
+#include <functional>
 
 #include "arxutils/AutoWrap.h"
 #include "arxutils/CExcelROTDialog.h"
@@ -40,6 +41,18 @@ namespace {
 std::shared_ptr<VariantArray> staging;
 cad::UnitSettings defaultUnits;
 cad::UnitSettings* drawingUnits = &defaultUnits;
+std::function<cad::UnitSettings()> unitsSource;  // asked once, when a number is first read
+cad::UnitSettings sourcedUnits;
+
+// The units numbers from cells are read with.
+cad::UnitSettings& DrawingUnits() {
+    if (unitsSource) {
+        sourcedUnits = unitsSource();
+        unitsSource = nullptr;
+        drawingUnits = &sourcedUnits;
+    }
+    return *drawingUnits;
+}
 
 constexpr int kBatchAddresses = 20;
 
@@ -64,7 +77,7 @@ std::string TextOf(const Variant& v) { return v.type == VarType::String ? v.text
 
 // The drawing's text of a number from a worksheet: decimal at the current precision.
 std::string NumberText(double value) {
-    auto text = cad::DistanceText(value, 2, -1, *drawingUnits);
+    auto text = cad::DistanceText(value, 2, -1, DrawingUnits());
     return text ? text.Value() : std::string();
 }
 
@@ -409,7 +422,7 @@ bool ExcelUtils::ReadCellsSelected(attbat::CStringTable& table, const std::strin
 
 bool ExcelUtils::ReadValues(attbat::CStringTable& table, const std::string& address) {
     // Trailing zeros are dropped while numbers are turned into text, and only then.
-    cad::ScopedDimzin dimzin(*drawingUnits, 8);
+    cad::ScopedDimzin dimzin(DrawingUnits(), 8);
     return Guarded([&] {
         auto range = Sheet().GetRange(address);
         const std::string a1 = range->Address();  // the address as the application reads it
@@ -890,7 +903,15 @@ bool ExcelUtils::FillTestPattern(int rows, int columns) {
     return true;
 }
 
-void ExcelUtils::SetDrawingUnits(cad::UnitSettings* units) { drawingUnits = units ? units : &defaultUnits; }
+void ExcelUtils::SetDrawingUnits(cad::UnitSettings* units) {
+    unitsSource = nullptr;
+    drawingUnits = units ? units : &defaultUnits;
+}
+
+void ExcelUtils::SetDrawingUnitsSource(std::function<cad::UnitSettings()> source) {
+    drawingUnits = &defaultUnits;
+    unitsSource = std::move(source);
+}
 
 ScopedExcelWriting::ScopedExcelWriting() {
     if (!ExcelUtils::Application) return;

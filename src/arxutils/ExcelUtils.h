@@ -8,6 +8,7 @@
 // shown (ReportOleError) and the operation gives false; one from an interface below it gives
 // false in silence, for the command to show.
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -174,6 +175,9 @@ public:
 
     // The drawing settings numbers are read with; null puts the defaults of a new drawing back.
     static void SetDrawingUnits(cad::UnitSettings* units);
+    // The same, asked of `source` when a number is first read, so a drawing read on first use
+    // is not read for a command that reads no numbers.
+    static void SetDrawingUnitsSource(std::function<cad::UnitSettings()> source);
 
     // The pending format queues.
     static std::string PendingBold, PendingItalic, PendingWrap;

@@ -110,9 +110,8 @@ Database::~Database() = default;
 
 namespace {
 
-// Reads a whole file into a buffer of exactly its size: a drawing can be hundreds of megabytes,
-// and a growing buffer would need a multiple of that for a moment.
-base::Result<std::string> ReadDrawingFile(const std::string& path) {
+// Opens a drawing file for reading; `size` is its length. The caller closes the descriptor.
+base::Result<int> OpenDrawingFile(const std::string& path, std::size_t& size) {
     int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0) return base::Status::Error(fmt::format("{}: cannot open: {}", path, std::strerror(errno)));
     struct stat info {};
@@ -120,8 +119,19 @@ base::Result<std::string> ReadDrawingFile(const std::string& path) {
         ::close(fd);
         return base::Status::Error(fmt::format("{}: not a regular file", path));
     }
+    size = static_cast<std::size_t>(info.st_size);
+    return fd;
+}
+
+// Reads a whole file into a buffer of exactly its size: a drawing can be hundreds of megabytes,
+// and a growing buffer would need a multiple of that for a moment.
+base::Result<std::string> ReadDrawingFile(const std::string& path) {
+    std::size_t size = 0;
+    auto opened = OpenDrawingFile(path, size);
+    if (!opened) return opened.GetStatus();
+    const int fd = *opened;
     std::string bytes;
-    bytes.resize(static_cast<std::size_t>(info.st_size));
+    bytes.resize(size);
     std::size_t done = 0;
     while (done < bytes.size()) {
         ssize_t n = ::read(fd, bytes.data() + done, bytes.size() - done);
@@ -138,6 +148,14 @@ base::Result<std::string> ReadDrawingFile(const std::string& path) {
 }
 
 }  // namespace
+
+base::Status Database::CanOpen(const std::string& path) {
+    std::size_t size = 0;
+    auto opened = OpenDrawingFile(path, size);
+    if (!opened) return opened.GetStatus();
+    ::close(*opened);
+    return base::Status::Ok();
+}
 
 base::Result<std::unique_ptr<Database>> Database::Open(const std::string& path) {
     auto bytes = ReadDrawingFile(path);

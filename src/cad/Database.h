@@ -45,6 +45,9 @@ public:
 
     // Reads a drawing file; a failure says the file, the line or byte offset and the reason.
     static base::Result<std::unique_ptr<Database>> Open(const std::string& path);
+    // Whether Open could read `path` (it exists, is a regular file and may be read), without
+    // reading it; a failure says the file and the reason as Open's would.
+    static base::Status CanOpen(const std::string& path);
     // Reads a drawing from bytes; `fileName` is used in messages only.
     static base::Result<std::unique_ptr<Database>> FromBytes(std::string bytes, std::string fileName);
 

@@ -8,7 +8,24 @@
 
 namespace host {
 
-base::Result<std::unique_ptr<Document>> Document::Open(const std::string& path) {
+namespace {
+
+// DWG files are refused before anything is read.
+base::Status RefuseDwg(const std::string& path) {
+    if (!base::EqualNoCase(base::Extension(path), ".dwg")) return base::Status::Ok();
+    return base::Status::Error(path + ": DWG files can't be read here; convert the drawing to "
+                                      "DXF (SAVEAS, or a DWG to DXF converter) and give that file.");
+}
+
+}  // namespace
+
+base::Result<std::unique_ptr<Document>> Document::Open(const std::string& path, ReadKind when) {
+    if (when == ReadKind::OnFirstUse) {
+        base::Status readable = RefuseDwg(path);
+        if (readable) readable = cad::Database::CanOpen(path);
+        if (!readable) return readable;
+        return std::unique_ptr<Document>(new Document(path));
+    }
     auto db = ReadSideDatabase(path);
     if (!db) return base::Status::Error(db.GetStatus().Message());
     return std::make_unique<Document>(std::move(db.Value()));
@@ -30,8 +47,19 @@ cad::Database& Document::Database() {
     return *db_;
 }
 
+const base::Status& Document::Load() {
+    Database();
+    return loadStatus_;
+}
+
+cad::UnitSettings Document::Units() {
+    if (db_ || !units_) units_ = Database().Units();
+    return *units_;
+}
+
 bool Document::Release() {
     if (!db_ || db_->IsModified() || IsLocked()) return !db_;
+    units_ = db_->Units();
     db_.reset();
     return true;
 }
@@ -52,20 +80,20 @@ DocumentManager& DocumentManager::Instance() {
     return manager;
 }
 
-base::Result<Document*> DocumentManager::OpenCurrent(const std::string& path) {
-    auto doc = Open(path);
+base::Result<Document*> DocumentManager::OpenCurrent(const std::string& path, ReadKind when) {
+    auto doc = Open(path, when);
     if (doc) current_ = doc.Value();
     return doc;
 }
 
-base::Result<Document*> DocumentManager::Open(const std::string& given) {
+base::Result<Document*> DocumentManager::Open(const std::string& given, ReadKind when) {
     // Documents are known by their full path, as the host's are: keys and "DWG File" cells name
     // the drawing wherever the command was started from.
     std::error_code error;
     const std::filesystem::path full = std::filesystem::absolute(given, error).lexically_normal();
     const std::string path = error ? given : full.string();
     if (Document* open = Find(path)) return open;
-    auto doc = Document::Open(path);
+    auto doc = Document::Open(path, when);
     if (!doc) return base::Status::Error(doc.GetStatus().Message());
     return Add(std::move(doc.Value()), false);
 }
@@ -114,9 +142,7 @@ std::string BackupPathOf(std::string_view path) {
 }
 
 base::Result<std::unique_ptr<cad::Database>> ReadSideDatabase(const std::string& path) {
-    if (base::EqualNoCase(base::Extension(path), ".dwg"))
-        return base::Status::Error(path + ": DWG files can't be read here; convert the drawing to "
-                                          "DXF (SAVEAS, or a DWG to DXF converter) and give that file.");
+    if (base::Status refused = RefuseDwg(path); !refused) return refused;
     return cad::Database::Open(path);
 }
 

@@ -3,32 +3,45 @@
 // open in the same run, side databases read from a file and saved back in the version they were
 // read in, document locks and the queue of strings sent to a document's command line.
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "base/Status.h"
 #include "cad/Database.h"
+#include "cad/units/UnitSettings.h"
 
 namespace host {
+
+// When a document's drawing is read: at once, or on the first use of its database (a command
+// that reads a workbook first keeps the two out of memory at the same time).
+enum class ReadKind { Now, OnFirstUse };
 
 // One open drawing: its file, its database, its lock and its command queue.
 class Document {
 public:
-    // Reads `path`; a failure says why (a .dwg file is refused with what to do).
-    static base::Result<std::unique_ptr<Document>> Open(const std::string& path);
+    // Reads `path`, or with OnFirstUse only checks that it could be read; a failure says why (a
+    // .dwg file is refused with what to do).
+    static base::Result<std::unique_ptr<Document>> Open(const std::string& path, ReadKind when = ReadKind::Now);
     // Wraps a database read elsewhere; its file name is the database's.
     explicit Document(std::unique_ptr<cad::Database> db);
 
     // The full path the drawing was read from.
     const std::string& FileName() const { return path_; }
-    // The drawing; valid until Release. After a Release the file is read again here; when that
-    // fails the drawing is an empty one named after the file and LoadStatus() says why.
+    // The drawing; valid until Release. Unread (OnFirstUse) or after a Release the file is read
+    // here; when that fails the drawing is an empty one named after the file and LoadStatus()
+    // says why.
     cad::Database& Database();
+    // Reads the drawing if it isn't in memory; the status says why it couldn't be.
+    const base::Status& Load();
+    // The drawing's units; after a Release those it had, without reading the file again.
+    cad::UnitSettings Units();
     // Gives the memory of an unchanged, unlocked drawing back while the document stays open, for
     // long work that no longer reads it; false (and nothing done) for a changed or locked one.
     bool Release();
-    // True between a Release and the next Database().
+    // True before the first Database() of an OnFirstUse document, and between a Release and
+    // the next Database().
     bool IsReleased() const { return !db_; }
     // Why reading the file again failed; Ok otherwise.
     const base::Status& LoadStatus() const { return loadStatus_; }
@@ -51,8 +64,11 @@ public:
     base::Status Save();
 
 private:
+    explicit Document(std::string path) : path_(std::move(path)) {}
+
     std::string path_;
     std::unique_ptr<cad::Database> db_;
+    std::optional<cad::UnitSettings> units_;
     base::Status loadStatus_ = base::Status::Ok();
     std::vector<std::string> queue_;
     int locks_ = 0;
@@ -78,9 +94,9 @@ public:
     // The current document; null when the run was given no drawing.
     Document* CurDocument() const { return current_; }
     // Opens `path` (or finds it open, without regard to case) and makes it current.
-    base::Result<Document*> OpenCurrent(const std::string& path);
+    base::Result<Document*> OpenCurrent(const std::string& path, ReadKind when = ReadKind::Now);
     // Opens `path` beside the current one, or finds it open; the current one stays.
-    base::Result<Document*> Open(const std::string& path);
+    base::Result<Document*> Open(const std::string& path, ReadKind when = ReadKind::Now);
     // Adds a document; with `makeCurrent` it becomes current. Returns it.
     Document* Add(std::unique_ptr<Document> doc, bool makeCurrent);
     // The open document of `path` (without regard to case); null when none.

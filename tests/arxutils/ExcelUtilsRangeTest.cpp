@@ -63,6 +63,24 @@ TEST_F(BridgeTest, ReadValuesSuppressesTrailingZerosOnlyForItsOwnLength) {
     EXPECT_EQ(units.dimzin, 0);
 }
 
+TEST_F(BridgeTest, UnitsAreAskedOfTheirSourceOnceAndOnlyWhenValuesAreRead) {
+    int asked = 0;
+    ExcelUtils::SetDrawingUnitsSource([&asked] {
+        ++asked;
+        cad::UnitSettings units;
+        units.luprec = 2;
+        return units;
+    });
+    Attach(MakeBook("a.xlsx", [](xl::Worksheet& s) { s.SetNumber(1, 1, 3.14159); }));
+    EXPECT_EQ(asked, 0);
+    attbat::CStringTable table;
+    ASSERT_TRUE(ExcelUtils::ReadValues(table, "A1"));
+    ASSERT_TRUE(ExcelUtils::ReadValues(table, "A1"));
+    ExcelUtils::SetDrawingUnits(nullptr);
+    EXPECT_EQ(asked, 1);
+    EXPECT_EQ(Rows(table), (Grid{{"3.14"}, {"3.14"}}));
+}
+
 TEST_F(BridgeTest, ReadValuesRestoresDimzinWhenTheReadFails) {
     cad::UnitSettings units;
     units.dimzin = 3;

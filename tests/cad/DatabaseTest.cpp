@@ -119,6 +119,23 @@ TEST(Database, SaveKeepsABackupAndReplacesAtomically) {
     EXPECT_EQ(*base::ReadFile(path), (*db)->Write());
 }
 
+TEST(Database, CanOpenChecksTheFileWithoutReadingItAndSaysWhyAsOpenWould) {
+    std::string folder = ::testing::TempDir() + "/cad-can-open";
+    std::filesystem::create_directories(folder);
+    std::string path = folder + "/plan.dxf";
+    ASSERT_TRUE(base::WriteFileAtomic(path, "not a drawing at all"));
+    // Only Open finds out what the bytes are.
+    EXPECT_TRUE(cad::Database::CanOpen(path));
+    EXPECT_FALSE(cad::Database::Open(path));
+    base::Status missing = cad::Database::CanOpen(folder + "/gone.dxf");
+    ASSERT_FALSE(missing);
+    EXPECT_EQ(missing.Message(), cad::Database::Open(folder + "/gone.dxf").GetStatus().Message());
+    EXPECT_NE(missing.Message().find("gone.dxf: cannot open"), std::string::npos);
+    base::Status folderGiven = cad::Database::CanOpen(folder);
+    ASSERT_FALSE(folderGiven);
+    EXPECT_NE(folderGiven.Message().find("not a regular file"), std::string::npos);
+}
+
 TEST(Database, AFailedSaveLeavesTheTargetAndSaysWhy) {
     auto db = cadtest::Load(cadtest::R12Drawing());
     ASSERT_TRUE(db);

@@ -73,6 +73,64 @@ TEST_F(DocumentManagerTest, AReleasedDrawingIsReadAgainOnItsNextUse) {
     EXPECT_TRUE((*doc)->LoadStatus());
 }
 
+TEST_F(DocumentManagerTest, ADrawingReadOnFirstUseIsReadThenAndNotAtOpen) {
+    std::string path = CopyCorpus(dir, "attribute-ac1032.dxf");
+    auto doc = host::DocumentManager::Instance().OpenCurrent(path, host::ReadKind::OnFirstUse);
+    ASSERT_TRUE(doc) << doc.GetStatus().Message();
+    EXPECT_TRUE((*doc)->IsReleased());
+    EXPECT_EQ((*doc)->FileName(), path);
+    // An unread drawing is never written.
+    EXPECT_TRUE((*doc)->Save());
+    // What is read is the file as it is at the first use.
+    std::filesystem::copy_file(std::string(VELMAR_CORPUS) + "/dxf/attribute-ac1032.dxf", path,
+                               std::filesystem::copy_options::overwrite_existing);
+    auto direct = cad::Database::Open(path);
+    ASSERT_TRUE(direct);
+    ASSERT_TRUE((*doc)->Load());
+    EXPECT_FALSE((*doc)->IsReleased());
+    EXPECT_EQ((*doc)->Database().Blocks().size(), (*direct)->Blocks().size());
+}
+
+TEST_F(DocumentManagerTest, AMissingOrDwgDrawingIsRefusedAtOpenAlsoWhenReadOnFirstUse) {
+    auto& manager = host::DocumentManager::Instance();
+    auto missing = manager.OpenCurrent(dir.File("gone.dxf"), host::ReadKind::OnFirstUse);
+    ASSERT_FALSE(missing);
+    EXPECT_NE(missing.GetStatus().Message().find("gone.dxf: cannot open"), std::string::npos);
+    auto dwg = manager.OpenCurrent(dir.File("plan.dwg"), host::ReadKind::OnFirstUse);
+    ASSERT_FALSE(dwg);
+    EXPECT_NE(dwg.GetStatus().Message().find("DXF"), std::string::npos);
+    EXPECT_EQ(manager.CurDocument(), nullptr);
+}
+
+TEST_F(DocumentManagerTest, AMalformedDrawingReadOnFirstUseLoadsAsEmptyAndSaysWhere) {
+    std::string path = dir.File("broken.dxf");
+    ASSERT_TRUE(base::WriteFileAtomic(path, "0\nSECTION\n2\nENTITIES\n0\nINSERT\n5\n"));
+    auto doc = host::DocumentManager::Instance().OpenCurrent(path, host::ReadKind::OnFirstUse);
+    ASSERT_TRUE(doc) << doc.GetStatus().Message();
+    const base::Status& loaded = (*doc)->Load();
+    ASSERT_FALSE(loaded);
+    EXPECT_NE(loaded.Message().find("broken.dxf"), std::string::npos);
+    EXPECT_FALSE((*doc)->Database().IsModified());
+    EXPECT_TRUE((*doc)->Save());
+    EXPECT_EQ(*base::ReadFile(path), "0\nSECTION\n2\nENTITIES\n0\nINSERT\n5\n");
+}
+
+TEST_F(DocumentManagerTest, UnitsOfAReleasedDrawingComeWithoutReadingItAgain) {
+    std::string path = CopyCorpus(dir, "attribute-ac1032.dxf");
+    auto direct = cad::Database::Open(path);
+    ASSERT_TRUE(direct);
+    const cad::UnitSettings units = (*direct)->Units();
+    auto doc = host::DocumentManager::Instance().OpenCurrent(path);
+    ASSERT_TRUE(doc);
+    ASSERT_TRUE((*doc)->Release());
+    std::filesystem::remove(path);
+    EXPECT_EQ((*doc)->Units().lunits, units.lunits);
+    EXPECT_EQ((*doc)->Units().luprec, units.luprec);
+    EXPECT_EQ((*doc)->Units().aunits, units.aunits);
+    EXPECT_TRUE((*doc)->IsReleased());
+    EXPECT_TRUE((*doc)->LoadStatus());
+}
+
 TEST_F(DocumentManagerTest, AChangedOrLockedDrawingIsNotReleased) {
     std::string path = CopyCorpus(dir, "attribute-ac1032.dxf");
     auto doc = host::DocumentManager::Instance().OpenCurrent(path);

@@ -78,6 +78,9 @@ struct CommandHandler {
     std::vector<CommandOption> options;
     std::string argumentsUsage;  // e.g. "[on|off]"; "" when it takes no words
     std::function<int(CommandContext&)> run;
+    // The current drawing is read when the command first uses it, not before it starts; such a
+    // command checks the document's load status itself.
+    bool readsDrawingOnFirstUse = false;
 };
 
 // A JSON string literal of `text`.

@@ -386,7 +386,10 @@ int RunCommandLine(const std::vector<std::string>& args, CAttBatApp& app,
     host::DocumentManager& documents = host::DocumentManager::Instance();
     documents.CloseAll();
     if (!global.drawing.empty()) {
-        auto opened = documents.OpenCurrent(global.drawing);
+        const CommandHandler* handler = app.Handler(*entry);
+        const bool late = handler && handler->readsDrawingOnFirstUse;
+        auto opened = documents.OpenCurrent(global.drawing,
+                                            late ? host::ReadKind::OnFirstUse : host::ReadKind::Now);
         if (!opened) {
             host::CurrentPrinter().Warn(opened.GetStatus().Message());
             app.EntryPoint(kUnloadAppMsg, nullptr);
@@ -394,10 +397,12 @@ int RunCommandLine(const std::vector<std::string>& args, CAttBatApp& app,
         }
     }
     // The spreadsheet side of the run: the --workbook file stands for the running instance, and
-    // numbers in cells are read with the current drawing's units.
-    cad::UnitSettings units;
-    if (host::Document* current = documents.CurDocument()) units = current->Database().Units();
-    arxutils::ExcelUtils::SetDrawingUnits(&units);
+    // numbers in cells are read with the current drawing's units (asked for when a number is).
+    if (host::Document* current = documents.CurDocument()) {
+        arxutils::ExcelUtils::SetDrawingUnitsSource([current] { return current->Units(); });
+    } else {
+        arxutils::ExcelUtils::SetDrawingUnits(nullptr);
+    }
     auto workbooks = arxutils::excel::FileBackend::Create(
         {global.workbook, global.sheet, global.selection, global.activeCell, global.output,
          global.force, global.drawing});

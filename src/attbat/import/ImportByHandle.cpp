@@ -138,17 +138,13 @@ bool ParseImportKey(std::string_view key, const ImportByHandleOptions& options,
     return !handle.empty() && !tag.empty();
 }
 
-AcadBlockRefArray BuildImportList(ImportMap map, const ImportByHandleOptions& options,
+AcadBlockRefArray BuildImportList(const ImportMap& map, const ImportByHandleOptions& options,
                                   std::string_view currentPath, std::vector<std::string>& skipped) {
     AcadBlockRefArray rows;
     AcadBlockRefIndex index;
     ImportKey key;
     std::string skip;
-    // Each entry goes as soon as its value is in the list, so the two aren't held in full at once.
-    while (!map.empty()) {
-        auto entry = map.extract(map.begin());
-        const std::string& text = entry.key();
-        const std::string& value = entry.mapped();
+    for (const auto& [text, value] : map) {
         if (!ParseImportKey(text, options, currentPath, key, skip)) {
             bool known = false;
             for (const std::string& line : skipped) known = known || line == skip;
@@ -173,7 +169,7 @@ std::vector<ImportChange> ListImportChanges(const AcadBlockRefArray& rows) {
         cad::Database* db = nullptr;
         std::string drawing = row.dwgFile;
         if (current && (drawing.empty() || base::EqualNoCase(drawing, current->FileName()))) {
-            db = &current->Database();
+            if (current->Load()) db = &current->Database();
             drawing = current->FileName();
         } else if (host::Document* open = documents.Find(drawing)) {
             db = &open->Database();
@@ -195,12 +191,13 @@ AcadBlockRefArray ApplyImportMap(ImportMap map, const ImportByHandleOptions& opt
                                  const std::string* linkPath, bool printSkipped) {
     host::Document* current = host::DocumentManager::Instance().CurDocument();
     std::vector<std::string> skipped;
-    AcadBlockRefArray rows = BuildImportList(std::move(map), options, current ? current->FileName() : "", skipped);
+    AcadBlockRefArray rows = BuildImportList(map, options, current ? current->FileName() : "", skipped);
     if (printSkipped) {
         for (const std::string& line : skipped) host::Printf("%s", line);
     }
-    // The keys and the workbook's sheets were many small blocks, now free: their pages go back
-    // before the drawings are read.
+    // The keys go at once, after the list is built: freed in one piece rather than entry by entry
+    // among the list's blocks, their pages go back before the drawings are read.
+    ImportMap().swap(map);
     base::ReturnFreeMemory();
     UpdateDrawings(rows, linkPath);
     return rows;

@@ -50,17 +50,17 @@ using ImportMap = std::map<std::string, std::string>;
 // line to print (empty for a key that simply doesn't parse).
 bool ParseImportKey(std::string_view key, const ImportByHandleOptions& options,
                     std::string_view currentPath, ImportKey& out, std::string& skipMessage);
-// The update list of a map: one row per drawing and handle, values added in map order; the map
-// is used up on the way. Skip lines are appended to `skipped` once each.
-AcadBlockRefArray BuildImportList(ImportMap map, const ImportByHandleOptions& options,
+// The update list of a map: one row per drawing and handle, values added in map order. Skip
+// lines are appended to `skipped` once each.
+AcadBlockRefArray BuildImportList(const ImportMap& map, const ImportByHandleOptions& options,
                                   std::string_view currentPath, std::vector<std::string>& skipped);
 // The values of `rows` that differ from what the drawings hold, with the old text; rows whose
 // drawing can't be read or whose handle names no reference are left out.
 std::vector<ImportChange> ListImportChanges(const AcadBlockRefArray& rows);
 // Turns the map into updates and writes them (the writer prints its lines); `linkPath`, when
 // not null, is stored as the workbook link on every reference written. With `printSkipped`
-// the kept skip lines are printed before the writing. The map is taken, and used up while the
-// list is built, to keep the peak of a large import down. Returns the update list written.
+// the kept skip lines are printed before the writing. The map is taken and let go once the list
+// is built, before the drawings are written. Returns the update list written.
 AcadBlockRefArray ApplyImportMap(ImportMap map, const ImportByHandleOptions& options,
                                  const std::string* linkPath, bool printSkipped);
 

@@ -137,6 +137,15 @@ void ReportChanges(CommandContext& context, const std::vector<ImportChange>& cha
     context.Summary("changes", static_cast<long long>(changes.size()));
 }
 
+// The current drawing is read on first use, after the workbook is let go; one that turned out
+// unreadable then fails the command (nothing was written to it).
+int CurrentDrawingRead(CommandContext& context, host::Document* current) {
+    if (!current || current->LoadStatus()) return exitOk;
+    host::CurrentPrinter().Warn(current->LoadStatus().Message());
+    context.Summary("error", current->LoadStatus().Message());
+    return exitFailed;
+}
+
 int RunImport(CommandContext& context) {
     ErrLog().Write("%s - Start.", "CAttBatch::ImportByAttHandle");
     if (!ExcelUtils::ConnectToExcel(true, {}, 1, 0) || !ExcelUtils::Workbook) {
@@ -176,14 +185,14 @@ int RunImport(CommandContext& context) {
         ReportChanges(context, ListImportChanges(rows), dryRun);
         if (dryRun) {
             context.SummaryBool("written", false);
-            return exitOk;
+            return CurrentDrawingRead(context, current);
         }
     }
     const std::string* linkPath = options.SaveExcelLink ? &workbookPath : nullptr;
     ApplyImportMap(std::move(map), options, linkPath, true);
     ErrLog().Write("%s - %d", "CAttBatch::ImportByAttHandle", 3);
     context.SummaryBool("written", true);
-    return exitOk;
+    return CurrentDrawingRead(context, current);
 }
 
 // The command: a failure of the spreadsheet shows its description, anything else the system's
@@ -250,7 +259,9 @@ int ImportHeaderOptions(CommandContext& context) {
 }  // namespace
 
 void ImplementImportCommands(CAttBatApp& app) {
-    app.Implement("VelmarInByHandle", {ImportOptionsList(), "", ImportByAttHandle});
+    // The drawing is read after the workbook, so the two are never in memory together.
+    app.Implement("VelmarInByHandle",
+                  {ImportOptionsList(), "", ImportByAttHandle, /*readsDrawingOnFirstUse=*/true});
     app.Implement("CImpExOptDialog", {HeaderOptionsList(), "", ImportHeaderOptions});
 }
 

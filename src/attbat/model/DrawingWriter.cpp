@@ -191,7 +191,11 @@ void UpdateDrawings(const AcadBlockRefArray& rows, const std::string* linkText, 
         if (!known) files.push_back(row.dwgFile);
     }
 
-    if (anyCurrent && current) {
+    // A current drawing read on first use may turn out unreadable only here: it is passed over
+    // like any other drawing that fails to open.
+    if (anyCurrent && current && !current->Load()) {
+        host::Printf("\nFailed to open %s: %s.", currentName, current->LoadStatus().Message());
+    } else if (anyCurrent && current) {
         host::DocumentLock lock(current);
         cad::Database& db = current->Database();
         for (const AcadBlockRef& row : rows) {

@@ -346,6 +346,35 @@ TEST(ImportCommands, AnUnreadableDrawingGivesItsFailureLineAndStaysUntouched) {
     EXPECT_EQ(AttText(b, "DE", "MARK"), "B01");
 }
 
+TEST(ImportCommands, AMalformedCurrentDrawingIsFoundAfterTheWorkbookIsReadAndStaysUntouched) {
+    ImportFixture f;
+    const std::string bytes = "0\nSECTION\n2\nENTITIES\n0\nINSERT\n5\n";
+    std::string broken = f.temp / "broken.dxf";
+    ASSERT_TRUE(base::WriteFileAtomic(broken, bytes));
+    f.MakeWorkbook({{"A1", "X01", "<DE_MARK>"}});
+    for (const char* option : {"--dry-run", "--save-link=off"}) {
+        EXPECT_EQ(f.Import({option}, broken), exitFailed) << option;
+        EXPECT_NE(f.Printed().find("Successfully read the data of"), std::string::npos) << f.Printed();
+        EXPECT_NE(host::CurrentPrinter().CapturedWarnings().find("broken.dxf"), std::string::npos);
+        EXPECT_EQ(Bytes(broken), bytes);
+        EXPECT_FALSE(std::filesystem::exists(f.temp / "broken.bak"));
+    }
+    // The writer passes it over as any drawing that fails to open.
+    EXPECT_NE(f.Printed().find("Failed to open " + broken + ": "), std::string::npos) << f.Printed();
+}
+
+TEST(ImportCommands, TheCurrentDrawingIsNotReadWhenNoKeyNamesIt) {
+    ImportFixture f;
+    std::string b = f.Copy("b.dxf");
+    std::string broken = f.temp / "broken.dxf";
+    ASSERT_TRUE(base::WriteFileAtomic(broken, "not a drawing"));
+    f.MakeWorkbook({{"A1", "B01", b + "<DE_MARK>"}});
+    ASSERT_EQ(f.Import({"--current-drawing-only", "off"}, broken), exitOk)
+        << host::CurrentPrinter().CapturedWarnings();
+    EXPECT_EQ(AttText(b, "DE", "MARK"), "B01");
+    EXPECT_EQ(Bytes(broken), "not a drawing");
+}
+
 }  // namespace
 }  // namespace attbat
 
