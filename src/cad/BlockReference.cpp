@@ -5,6 +5,7 @@
 
 #include "cad/BlockRecord.h"
 #include "cad/Database.h"
+#include "cad/geometry/Matrix3d.h"
 
 namespace cad {
 
@@ -15,6 +16,17 @@ constexpr double kDegree = std::numbers::pi / 180.0;
 BlockRecord BlockReference::Block() const {
     std::string scratch;
     return db_ ? db_->FindBlock(GetTextView(2, scratch)) : BlockRecord();
+}
+
+// The usual normal is passed over, so the coordinates go through untouched.
+Point3 BlockReference::WorldPosition() const {
+    const Point3 normal = Normal();
+    return normal == Point3{0, 0, 1} ? Position() : ObjectToWorld(normal).Apply(Position());
+}
+
+void BlockReference::SetWorldPosition(Point3 p) {
+    const Point3 normal = Normal();
+    SetPosition(normal == Point3{0, 0, 1} ? p : ObjectToWorld(normal).Inverse().Apply(p));
 }
 
 Point3 BlockReference::ScaleFactors() const { return {GetReal(41, 1), GetReal(42, 1), GetReal(43, 1)}; }

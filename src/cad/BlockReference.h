@@ -18,9 +18,13 @@ public:
     std::string BlockName() const { return GetText(2); }
     // The referenced block; a null view when the drawing lacks it.
     BlockRecord Block() const;
-    // The insertion point (10).
+    // The insertion point (10), in the reference's object coordinates.
     Point3 Position() const { return GetPoint(10); }
     void SetPosition(Point3 p) { SetPoint(10, p, "AcDbBlockReference"); }
+    // The insertion point in world coordinates (those of the space or block holding it): the
+    // same as Position() unless the extrusion direction isn't (0, 0, 1).
+    Point3 WorldPosition() const;
+    void SetWorldPosition(Point3 p);
     // The scale factors (41, 42, 43); 1 where missing.
     Point3 ScaleFactors() const;
     void SetScaleFactors(Point3 scale);

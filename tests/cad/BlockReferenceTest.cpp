@@ -52,6 +52,27 @@ TEST(BlockReference, SetsPlacementAndLayer) {
     EXPECT_EQ(read.LayerName(), "Walls");
 }
 
+TEST(BlockReference, TheWorldPositionFollowsTheExtrusionAndIsTheStoredPointOtherwise) {
+    auto db = cadtest::Load(cadtest::R12Drawing());
+    ASSERT_TRUE(db);
+    cad::BlockReference ref = FirstInsert(*db);
+    ASSERT_TRUE(ref);
+    EXPECT_EQ(ref.WorldPosition(), ref.Position());
+    ref.SetWorldPosition({0.1, 0.2, 0.3});
+    EXPECT_EQ(ref.Position(), (cad::Point3{0.1, 0.2, 0.3}));
+    // Seen from below, x and z turn over.
+    auto mirrored = cadtest::Load(
+        "0\nSECTION\n2\nENTITIES\n0\nINSERT\n5\n2A\n8\n0\n2\nDOOR\n"
+        "10\n0.1\n20\n0.2\n30\n0.3\n210\n0\n220\n0\n230\n-1\n0\nENDSEC\n0\nEOF\n");
+    ASSERT_TRUE(mirrored);
+    cad::BlockReference below = FirstInsert(*mirrored);
+    ASSERT_TRUE(below);
+    EXPECT_EQ(below.WorldPosition(), (cad::Point3{-0.1, 0.2, -0.3}));
+    below.SetWorldPosition({5, 6, 7});
+    EXPECT_EQ(below.Position(), (cad::Point3{-5, 6, -7}));
+    EXPECT_EQ(below.WorldPosition(), (cad::Point3{5, 6, 7}));
+}
+
 TEST(BlockReference, AttributesAreAppendedBeforeTheSeqend) {
     auto db = cadtest::Corpus("entities-attribs-ac1015.dxf");
     ASSERT_TRUE(db);

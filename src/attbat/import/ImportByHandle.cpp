@@ -29,7 +29,7 @@ std::string_view TrimAngles(std::string_view text) {
 
 // The text a property shows now, as an export writes it into its cell.
 std::string PropertyText(const cad::BlockReference& ref, int kind, cad::Database& db) {
-    cad::Point3 p = ref.Position();
+    cad::Point3 p = ref.WorldPosition();
     cad::Point3 s = ref.ScaleFactors();
     auto coordinate = [&](double value) {
         // Decimal units show an exact zero as "0", as the export does.

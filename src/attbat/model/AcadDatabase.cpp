@@ -437,7 +437,7 @@ void AddRefFromEntity(AcadBlock& block, const cad::BlockReference& ref, bool sor
     arxutils::ReadLayerState(layerName, state, db);
     double area = calcOuterPolygon ? OuterAreaOf(ref, nullptr, 0) : -1.0;
     cad::BlockRecord space = ref.OwnerBlock();
-    AcadBlockRef row(std::string(name), ToPoint(ref.Position()), ToScale(ref.ScaleFactors()),
+    AcadBlockRef row(std::string(name), ToPoint(ref.WorldPosition()), ToScale(ref.ScaleFactors()),
                      AcadLayer(layerName, state.frozen, state.off, state.locked), ref.Rotation(),
                      ref.HandleString(), 1, SpaceIdOf(space), -1, -1, area,
                      space ? space.Name() : std::string());

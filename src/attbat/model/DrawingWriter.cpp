@@ -100,7 +100,8 @@ bool WriteTo(const AcadBlockRef& row, cad::Database& db, int lunits, int aunits,
     if (type != "INSERT" && type != "MINSERT") return false;
     cad::BlockReference ref(object.GetDatabase(), object.Index());
 
-    const cad::Point3 position = ref.Position();
+    // In world coordinates, as the sheet shows it and as the transform below moves it.
+    const cad::Point3 position = ref.WorldPosition();
     const cad::Point3 scale = ref.ScaleFactors();
     const double rotation = ref.Rotation();
     bool scaled = false, turned = false;
@@ -262,11 +263,11 @@ bool UpdateInCurrentDrawing(const AcadBlockRef& row, WriteTrace* trace) {
     }
     int mask = row.changedMask;
     if (mask & 7) {
-        cad::Point3 p = ref.Position();
+        cad::Point3 p = ref.WorldPosition();
         if (mask & 1) p.x = row.position.x;
         if (mask & 2) p.y = row.position.y;
         if (mask & 4) p.z = row.position.z;
-        ref.SetPosition(p);
+        ref.SetWorldPosition(p);
     }
     if (mask & 56) {
         cad::Point3 s = ref.ScaleFactors();

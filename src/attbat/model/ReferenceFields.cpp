@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <numbers>
 
+#include "cad/geometry/Matrix3d.h"
+
 namespace attbat {
 namespace {
 
@@ -74,7 +76,7 @@ ReferenceFields ReadReferenceFields(const cad::BlockReference& reference) {
     const OwnTags tags(reference);
     std::size_t name = kMissing, layer = kMissing, x = kMissing, y = kMissing, z = kMissing;
     std::size_t sx = kMissing, sy = kMissing, sz = kMissing, rotation = kMissing,
-                visibility = kMissing;
+                visibility = kMissing, nx = kMissing, ny = kMissing, nz = kMissing;
     tags.ForEach([&](int code, std::size_t i) {
         switch (code) {
             case 2: Note(name, i); break;
@@ -87,12 +89,21 @@ ReferenceFields ReadReferenceFields(const cad::BlockReference& reference) {
             case 43: Note(sz, i); break;
             case 50: Note(rotation, i); break;
             case 60: Note(visibility, i); break;
+            case 210: Note(nx, i); break;
+            case 220: Note(ny, i); break;
+            case 230: Note(nz, i); break;
             default: break;
         }
     });
     if (name != kMissing) out.blockName = tags.TextAt(name);
     if (layer != kMissing) out.layerName = tags.TextAt(layer);
     if (x != kMissing) out.position = tags.PointAt(x, y, z);
+    // The point is stored in object coordinates; the reader wants it in world coordinates.
+    if (nx != kMissing) {
+        const cad::Point3 normal = tags.PointAt(nx, ny, nz);
+        if (!(normal == cad::Point3{0, 0, 1}))
+            out.position = cad::ObjectToWorld(normal).Apply(out.position);
+    }
     if (sx != kMissing) out.scale.x = tags.RealAt(sx);
     if (sy != kMissing) out.scale.y = tags.RealAt(sy);
     if (sz != kMissing) out.scale.z = tags.RealAt(sz);

@@ -12,7 +12,7 @@ namespace attbat {
 struct ReferenceFields {
     std::string blockName;          // 2; "" when missing
     std::string layerName = "0";    // 8
-    cad::Point3 position;           // 10, 20, 30
+    cad::Point3 position;           // 10, 20, 30 in world coordinates (by 210, 220, 230)
     cad::Point3 scale{1, 1, 1};     // 41, 42, 43
     double rotation = 0;            // 50, in radians
     bool visible = true;            // 60 is 0 or missing

@@ -92,6 +92,29 @@ TEST_F(DrawingWriterTest, ScaleXOf2OnAReferenceOfScale3GivesScale6AndMovesItAway
     EXPECT_NEAR(first.Position().y, 40, 1e-9);
 }
 
+TEST_F(DrawingWriterTest, APositionIsTheWorldPointAlsoOnAReferenceSeenFromBelow) {
+    // Reference 298 of this corpus drawing has the extrusion (0, 0, -1): its stored x is mirrored.
+    std::string corpus = Copy(std::string(VELMAR_CORPUS) + "/dxf/ezdxf-192-inserts-576-attribs-ac1018.dxf");
+    auto read = host::ReadSideDatabase(corpus);
+    ASSERT_TRUE(read);
+    cad::Database& mirrored = **read;
+    cad::BlockReference ref(&mirrored, arxutils::HandleToId(mirrored, "298").Index());
+    ASSERT_EQ(ref.Normal(), (cad::Point3{0, 0, -1}));
+    const cad::Point3 attribute = ref.Attributes().at(0).Position();
+    AcadBlockRef row;
+    row.handle = "298";
+    row.attributes.Add(AcadAttribute("Position X", "100", 1));
+    EXPECT_TRUE(attbat::WriteTo(row, mirrored, -1, -1, &trace));
+    EXPECT_NEAR(ref.WorldPosition().x, 100, 1e-9);
+    EXPECT_NEAR(ref.Position().x, -100, 1e-9);
+    // The attributes move with it.
+    EXPECT_NEAR(ref.Attributes().at(0).Position().x, attribute.x - 100, 1e-9);
+    // The same value again moves nothing.
+    EXPECT_TRUE(attbat::WriteTo(row, mirrored, -1, -1, &trace));
+    EXPECT_EQ(trace.identityTransforms, 1);
+    EXPECT_NEAR(ref.WorldPosition().x, 100, 1e-9);
+}
+
 TEST_F(DrawingWriterTest, TagMatchingAnAttributeSetsTheAttributeOnly) {
     AcadBlockRef row = Row(first);
     row.attributes.Add(AcadAttribute("DESC", "Main pump", 0));

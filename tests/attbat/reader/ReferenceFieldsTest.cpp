@@ -21,7 +21,7 @@ void ExpectSameAsViews(cad::Database& db) {
         const attbat::ReferenceFields fields = ReadReferenceFields(ref);
         EXPECT_EQ(fields.blockName, ref.BlockName()) << ref.HandleString();
         EXPECT_EQ(fields.layerName, ref.LayerName()) << ref.HandleString();
-        EXPECT_EQ(fields.position, ref.Position()) << ref.HandleString();
+        EXPECT_EQ(fields.position, ref.WorldPosition()) << ref.HandleString();
         EXPECT_EQ(fields.scale, ref.ScaleFactors()) << ref.HandleString();
         EXPECT_EQ(fields.rotation, ref.Rotation()) << ref.HandleString();
         EXPECT_EQ(fields.visible, ref.IsVisible()) << ref.HandleString();
@@ -63,7 +63,8 @@ TEST(ReferenceFields, FieldsAreTheViewsFieldsForEveryCorpusReference) {
                              "entities-attribs-ac1009.dxf", "ezdxf-minsert-attribs-ac1027.dxf",
                              "libredwg-gh209-attribs-ac1024.dxf", "acadsharp-sample-ac1009-binary.dxf",
                              "curtainwall-details-mleader-dynblocks-ac1027.dxf",
-                             "floorplan-bound-xrefs-attribs-ac1018.dxf"}) {
+                             "floorplan-bound-xrefs-attribs-ac1018.dxf",
+                             "ezdxf-192-inserts-576-attribs-ac1018.dxf"}) {
         SCOPED_TRACE(name);
         auto db = cad::Database::Open(std::string(VELMAR_CORPUS) + "/dxf/" + name);
         ASSERT_TRUE(db) << db.GetStatus().Message();
@@ -84,6 +85,19 @@ TEST(ReferenceFields, ApplicationGroupsAndExtendedDataAreNotTheReferencesOwn) {
     EXPECT_EQ(fields.position, (cad::Point3{1.5, 2.5, 3.5}));
     EXPECT_EQ(fields.scale, (cad::Point3{1, 2, 1}));
     EXPECT_TRUE(fields.visible);
+}
+
+TEST(ReferenceFields, ThePositionOfAMirroredReferenceIsInWorldCoordinates) {
+    auto db = Load("0\nSECTION\n2\nENTITIES\n"
+                   "0\nINSERT\n5\n2A\n2\nDOOR\n10\n1.5\n20\n2.5\n30\n3.5\n210\n0\n220\n0\n230\n-1\n"
+                   "0\nENDSEC\n0\nEOF\n");
+    ASSERT_TRUE(db);
+    ExpectSameAsViews(*db);
+    auto refs = db->Select({{0, "INSERT"}});
+    ASSERT_EQ(refs.size(), 1u);
+    const attbat::ReferenceFields fields =
+        ReadReferenceFields(cad::BlockReference(refs[0].GetDatabase(), refs[0].Index()));
+    EXPECT_EQ(fields.position, (cad::Point3{-1.5, 2.5, -3.5}));
 }
 
 TEST(ReferenceFields, MissingTagsGiveTheViewsDefaults) {
