@@ -275,6 +275,66 @@ TEST(ImportCommands, TheEntireWorkbookReadsEverySheetTheActiveOneOnlyItself) {
     EXPECT_EQ(AttText(f.drawing, "E5", "MARK"), "S2");
 }
 
+TEST(ImportCommands, ExportedSampleWithAPositionAndALayerChangedMovesAndRelayersExactlyThose) {
+    ImportFixture f;
+    ASSERT_EQ(f.Run({"--output", f.workbook, "export", "--block-wildcard", "DOOR", "--position-x", "on",
+                     "--layer", "on"}),
+              exitOk)
+        << host::CurrentPrinter().CapturedWarnings();
+    // The first door's X cell and the second door's layer cell, by their keys.
+    std::string moved, relayered;
+    {
+        excel::FileBackendOptions options;
+        options.workbook = f.workbook;
+        testing::BackendScope scope(options);
+        ASSERT_TRUE(ExcelUtils::ConnectToExcel(false));
+        auto comments = ExcelUtils::Worksheet->GetComments();
+        for (int i = 1; i <= comments->Count(); ++i) {
+            auto comment = comments->Item(i);
+            std::string text = comment->Text();
+            std::size_t lt = text.find('<'), colon = text.find(':', lt);
+            if (lt == std::string::npos || colon == std::string::npos) continue;
+            std::string handle = text.substr(lt + 1, colon - lt - 1);
+            if (moved.empty() && text.ends_with(":PosX>")) {
+                moved = handle;
+                comment->Parent()->SetValue(excel::Variant::Number(1000.25));
+            } else if (relayered.empty() && handle != moved && text.ends_with(":Layer>")) {
+                relayered = handle;
+                comment->Parent()->SetValue(excel::Variant::String("0"));
+            }
+        }
+        ASSERT_FALSE(moved.empty());
+        ASSERT_FALSE(relayered.empty());
+        ASSERT_TRUE(scope.Save());
+    }
+    ASSERT_EQ(f.Import(), exitOk) << host::CurrentPrinter().CapturedWarnings();
+    // The file is the sample with just these two properties set, as the writer sets them.
+    std::filesystem::copy_file(kSample, f.temp / "reference.dxf");
+    auto expected = cad::Database::Open(f.temp / "reference.dxf");
+    ASSERT_TRUE(expected);
+    AcadBlockRef move, layer;
+    move.handle = moved;
+    move.attributes.Add(AcadAttribute("Position X", "1000.25", 1));
+    layer.handle = relayered;
+    layer.attributes.Add(AcadAttribute("Layer", "0", 128));
+    ASSERT_TRUE(WriteTo(move, **expected, -1, -1));
+    ASSERT_TRUE(WriteTo(layer, **expected, -1, -1));
+    EXPECT_EQ(Bytes(f.drawing), (*expected)->Write());
+    auto db = cad::Database::Open(f.drawing);
+    ASSERT_TRUE(db);
+    cad::Object ref = arxutils::HandleToId(**db, moved);
+    EXPECT_DOUBLE_EQ(cad::BlockReference(ref.GetDatabase(), ref.Index()).WorldPosition().x, 1000.25);
+    ref = arxutils::HandleToId(**db, relayered);
+    EXPECT_EQ(arxutils::LayerNameOf(cad::Entity(ref.GetDatabase(), ref.Index())), "0");
+
+    // A second import changes nothing and leaves the file alone.
+    const std::string after = Bytes(f.drawing);
+    auto stamp = std::filesystem::last_write_time(f.drawing);
+    ASSERT_EQ(f.Import(), exitOk);
+    EXPECT_EQ(Bytes(f.drawing), after);
+    EXPECT_EQ(std::filesystem::last_write_time(f.drawing), stamp);
+}
+
 TEST(ImportCommands, PropertiesAreWrittenUnlessIgnored) {
     ImportFixture f;
     f.MakeWorkbook({{"A1", "0", f.drawing + "<DE:Layer>"}});
