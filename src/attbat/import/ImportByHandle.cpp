@@ -8,6 +8,7 @@
 #include "attbat/model/PropertyTable.h"
 #include "base/Format.h"
 #include "base/Memory.h"
+#include "base/Path.h"
 #include "base/Text.h"
 #include "cad/BlockReference.h"
 #include "cad/units/UnitSettings.h"
@@ -69,6 +70,42 @@ void RowChanges(const AcadBlockRef& row, cad::Database& db, const std::string& d
         changes.push_back({drawing, row.handle, value.tag, std::move(old), value.value});
     }
 }
+
+// The drawings a listing reads, each once however many rows name it: open documents as they
+// are, others on their own. One that can't be read is said once, as the writer would say it.
+class ListedDrawings {
+public:
+    // The drawing of `path`; null when it can't be read.
+    cad::Database* Find(const std::string& path) {
+        std::string folded = base::FoldCase(path);
+        auto found = databases_.find(folded);
+        if (found == databases_.end()) found = databases_.emplace(folded, Read(path)).first;
+        return found->second;
+    }
+
+private:
+    cad::Database* Read(const std::string& path) {
+        if (host::Document* open = host::DocumentManager::Instance().Find(path)) {
+            if (open->Load()) return &open->Database();
+            host::Printf("\nFailed to open %s: %s.", path, open->LoadStatus().Message());
+            return nullptr;
+        }
+        if (!base::FileExists(path)) {
+            host::Printf("\nCannot find %s.", path);
+            return nullptr;
+        }
+        auto read = host::ReadSideDatabase(path);
+        if (!read) {
+            host::Printf("\nFailed to open %s: %s.", path, read.GetStatus().Message());
+            return nullptr;
+        }
+        sideDatabases_.push_back(std::move(*read));
+        return sideDatabases_.back().get();
+    }
+
+    std::map<std::string, cad::Database*> databases_;
+    std::vector<std::unique_ptr<cad::Database>> sideDatabases_;
+};
 
 }  // namespace
 
@@ -161,28 +198,14 @@ AcadBlockRefArray BuildImportList(const ImportMap& map, const ImportByHandleOpti
 
 std::vector<ImportChange> ListImportChanges(const AcadBlockRefArray& rows) {
     std::vector<ImportChange> changes;
-    host::DocumentManager& documents = host::DocumentManager::Instance();
-    host::Document* current = documents.CurDocument();
-    // Each drawing is read once, however many rows name it.
-    std::map<std::string, std::unique_ptr<cad::Database>> sideDatabases;
+    host::Document* current = host::DocumentManager::Instance().CurDocument();
+    ListedDrawings drawings;
     for (const AcadBlockRef& row : rows) {
-        cad::Database* db = nullptr;
         std::string drawing = row.dwgFile;
         if (current && (drawing.empty() || base::EqualNoCase(drawing, current->FileName()))) {
-            if (current->Load()) db = &current->Database();
             drawing = current->FileName();
-        } else if (host::Document* open = documents.Find(drawing)) {
-            db = &open->Database();
-        } else {
-            std::string folded = base::FoldCase(drawing);
-            auto found = sideDatabases.find(folded);
-            if (found == sideDatabases.end()) {
-                auto read = host::ReadSideDatabase(drawing);
-                found = sideDatabases.emplace(folded, read ? std::move(*read) : nullptr).first;
-            }
-            db = found->second.get();
         }
-        if (db) RowChanges(row, *db, drawing, changes);
+        if (cad::Database* db = drawings.Find(drawing)) RowChanges(row, *db, drawing, changes);
     }
     return changes;
 }

@@ -55,7 +55,8 @@ bool ParseImportKey(std::string_view key, const ImportByHandleOptions& options,
 AcadBlockRefArray BuildImportList(const ImportMap& map, const ImportByHandleOptions& options,
                                   std::string_view currentPath, std::vector<std::string>& skipped);
 // The values of `rows` that differ from what the drawings hold, with the old text; rows whose
-// drawing can't be read or whose handle names no reference are left out.
+// drawing can't be read (said in the writer's words) or whose handle names no reference are
+// left out.
 std::vector<ImportChange> ListImportChanges(const AcadBlockRefArray& rows);
 // Turns the map into updates and writes them (the writer prints its lines); `linkPath`, when
 // not null, is stored as the workbook link on every reference written. With `printSkipped`

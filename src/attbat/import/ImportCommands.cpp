@@ -138,10 +138,9 @@ void ReportChanges(CommandContext& context, const std::vector<ImportChange>& cha
 }
 
 // The current drawing is read on first use, after the workbook is let go; one that turned out
-// unreadable then fails the command (nothing was written to it).
+// unreadable (said by the writer or the listing) fails the command, and nothing was written to it.
 int CurrentDrawingRead(CommandContext& context, host::Document* current) {
     if (!current || current->LoadStatus()) return exitOk;
-    host::CurrentPrinter().Warn(current->LoadStatus().Message());
     context.Summary("error", current->LoadStatus().Message());
     return exitFailed;
 }

@@ -412,15 +412,29 @@ TEST(ImportCommands, AMalformedCurrentDrawingIsFoundAfterTheWorkbookIsReadAndSta
     std::string broken = f.temp / "broken.dxf";
     ASSERT_TRUE(base::WriteFileAtomic(broken, bytes));
     f.MakeWorkbook({{"A1", "X01", "<DE_MARK>"}});
+    // The writer, and the listing in its words, pass it over as any drawing that fails to open.
     for (const char* option : {"--dry-run", "--save-link=off"}) {
         EXPECT_EQ(f.Import({option}, broken), exitFailed) << option;
         EXPECT_NE(f.Printed().find("Successfully read the data of"), std::string::npos) << f.Printed();
-        EXPECT_NE(host::CurrentPrinter().CapturedWarnings().find("broken.dxf"), std::string::npos);
+        EXPECT_NE(f.Printed().find("Failed to open " + broken + ": "), std::string::npos) << f.Printed();
         EXPECT_EQ(Bytes(broken), bytes);
         EXPECT_FALSE(std::filesystem::exists(f.temp / "broken.bak"));
     }
-    // The writer passes it over as any drawing that fails to open.
-    EXPECT_NE(f.Printed().find("Failed to open " + broken + ": "), std::string::npos) << f.Printed();
+}
+
+TEST(ImportCommands, DryRunSaysWhichDrawingsItCannotFindOrOpenAsTheImportWould) {
+    ImportFixture f;
+    std::string missing = f.temp / "gone.dxf", broken = f.temp / "broken.dxf";
+    ASSERT_TRUE(base::WriteFileAtomic(broken, "not a drawing"));
+    f.MakeWorkbook({{"A1", "G01", missing + "<DE_MARK>"},
+                    {"A2", "G02", missing + "<E5_MARK>"},
+                    {"A3", "X01", broken + "<DE_MARK>"}});
+    ASSERT_EQ(f.Import({"--current-drawing-only", "off", "--dry-run"}), exitOk);
+    const std::string listed = f.Printed();
+    EXPECT_NE(listed.find("\nCannot find " + missing + "."), std::string::npos) << listed;
+    EXPECT_EQ(listed.find("Cannot find", listed.find("Cannot find") + 1), std::string::npos) << listed;
+    EXPECT_NE(listed.find("\nFailed to open " + broken + ": "), std::string::npos) << listed;
+    EXPECT_NE(listed.find("0 change(s); nothing was written."), std::string::npos) << listed;
 }
 
 TEST(ImportCommands, TheCurrentDrawingIsNotReadWhenNoKeyNamesIt) {
