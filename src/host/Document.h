@@ -23,7 +23,8 @@ class Document {
 public:
     // Reads `path`, or with OnFirstUse only checks that it could be read; a failure says why (a
     // .dwg file is refused with what to do).
-    static base::Result<std::unique_ptr<Document>> Open(const std::string& path, ReadKind when = ReadKind::Now);
+    static base::Result<std::unique_ptr<Document>> Open(const std::string& path,
+                                                        ReadKind when = ReadKind::Now);
     // Wraps a database read elsewhere; its file name is the database's.
     explicit Document(std::unique_ptr<cad::Database> db);
 

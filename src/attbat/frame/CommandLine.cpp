@@ -387,9 +387,10 @@ int RunCommandLine(const std::vector<std::string>& args, CAttBatApp& app,
     documents.CloseAll();
     if (!global.drawing.empty()) {
         const CommandHandler* handler = app.Handler(*entry);
-        const bool late = handler && handler->readsDrawingOnFirstUse;
-        auto opened = documents.OpenCurrent(global.drawing,
-                                            late ? host::ReadKind::OnFirstUse : host::ReadKind::Now);
+        const host::ReadKind when = handler && handler->readsDrawingOnFirstUse
+                                        ? host::ReadKind::OnFirstUse
+                                        : host::ReadKind::Now;
+        auto opened = documents.OpenCurrent(global.drawing, when);
         if (!opened) {
             host::CurrentPrinter().Warn(opened.GetStatus().Message());
             app.EntryPoint(kUnloadAppMsg, nullptr);
