@@ -1000,12 +1000,51 @@ void Database::WriteTag(std::string& out, int code, std::string_view text) const
     }
 }
 
+// True for a binary number stored in another width than its code's, as some writers store them
+// (the reader took the width after which a sensible group code follows).
+bool Database::HasOddWidth(std::uint32_t tag) const {
+    std::size_t width = 0;
+    switch (KindOfCode(stream_.tags.Code(tag))) {
+        case ValueKind::Double:
+        case ValueKind::Int64: width = 8; break;
+        case ValueKind::Int32: width = 4; break;
+        case ValueKind::Int16: width = 2; break;
+        case ValueKind::Bool: width = 1; break;
+        default: return false;
+    }
+    return RawValue(bytes_, stream_, tag).size() != width;
+}
+
+// True for an unchanged record of a changed drawing that holds a number of odd width.
+bool Database::NeedsNewWidths(std::uint32_t rec) const {
+    if (!modified_ || stream_.oddWidths == 0) return false;
+    const std::uint32_t first = records_[rec].firstTag, count = OriginalTagCount(rec);
+    for (std::uint32_t t = first; t < first + count; ++t)
+        if (HasOddWidth(t)) return true;
+    return false;
+}
+
+// Appends tags [from, from + count) as they were read. In a changed drawing a number of odd
+// width is written in its code's own width, with the value read from it: its width was guessed
+// from what followed it, and what follows may be written differently now.
+void Database::AppendOriginalTags(std::string& out, std::uint32_t from, std::uint32_t count) const {
+    const auto& tags = stream_.tags;
+    std::uint32_t run = from;
+    for (std::uint32_t t = from; modified_ && stream_.oddWidths > 0 && t < from + count; ++t) {
+        if (!HasOddWidth(t)) continue;
+        out.append(bytes_, tags.Start(run), tags.Start(t) - tags.Start(run));
+        std::string_view raw = RawValue(bytes_, stream_, t);
+        const int code = tags.Code(t);
+        WriteTag(out, code, KindOfCode(code) == ValueKind::Double ? RealText(ReadLe<double>(raw))
+                                                                  : std::to_string(ReadBinaryInt(raw)));
+        run = t + 1;
+    }
+    out.append(bytes_, tags.Start(run), tags.Start(from + count) - tags.Start(run));
+}
+
 void Database::WriteRecord(std::string& out, std::uint32_t rec) const {
     const Record& r = records_[rec];
-    const auto& tags = stream_.tags;
-    auto span = [&](std::uint32_t tag, std::uint32_t count) {
-        out.append(bytes_, tags.Start(tag), tags.Start(tag + count) - tags.Start(tag));
-    };
+    auto span = [&](std::uint32_t tag, std::uint32_t count) { AppendOriginalTags(out, tag, count); };
     if (r.owned == kNone) {
         const std::uint32_t count = OriginalTagCount(rec);
         if (r.handleAssigned && modified_ && count > 0) {
@@ -1042,7 +1081,7 @@ void Database::WriteTo(Out&& out) const {
     for (std::uint32_t k = first_; k != kNone; k = records_[k].next) {
         const Record& r = records_[k];
         const std::uint32_t count = r.owned == kNone ? OriginalTagCount(k) : 0;
-        if (r.owned == kNone && !(r.handleAssigned && modified_ && count > 0)) {
+        if (r.owned == kNone && !(r.handleAssigned && modified_ && count > 0) && !NeedsNewWidths(k)) {
             const std::size_t from = tags.Start(r.firstTag);
             if (from != runEnd) {
                 flush();

@@ -254,6 +254,9 @@ private:
     void WriteTo(Out&& out) const;
     void WriteRecord(std::string& out, std::uint32_t rec) const;
     void WriteTag(std::string& out, int code, std::string_view text) const;
+    void AppendOriginalTags(std::string& out, std::uint32_t from, std::uint32_t count) const;
+    bool HasOddWidth(std::uint32_t tag) const;
+    bool NeedsNewWidths(std::uint32_t rec) const;
 
     std::string fileName_;
     std::string bytes_;

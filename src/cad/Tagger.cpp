@@ -277,6 +277,7 @@ base::Status ScanBinary(std::string_view bytes, std::string_view fileName, TagSt
             for (std::size_t other : {2, 4, 8, 1}) {
                 if (other != size && pos + other < n && NextCodeFits(data, n, pos + other, twoByte)) {
                     size = other;
+                    if (keep) ++out.oddWidths;
                     break;
                 }
             }

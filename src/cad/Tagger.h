@@ -75,6 +75,7 @@ struct TagStream {
     DxfForm form = DxfForm::Ascii;
     std::uint32_t prefix = 0;  // bytes before the first tag: a binary sentinel or a UTF-8 mark
     bool sawEof = false;       // a 0/EOF tag ended the scan
+    std::uint32_t oddWidths = 0;  // binary numbers stored in another width than their code's
     std::vector<std::string> notes;  // what was read leniently, with where (at most 100)
     // Tags without the sentinel.
     std::size_t Count() const { return tags.Size() == 0 ? 0 : tags.Size() - 1; }

@@ -183,6 +183,31 @@ TEST(Tagger, ReadsBinaryFilesWithLongTextsAndEveryWidth) {
     }
 }
 
+TEST(Tagger, ANumberOfOddWidthIsKeptUnchangedAndWrittenInItsCodesWidthOnceTheDrawingChanges) {
+    // Group 31 stored in two bytes, not eight, found by what follows it; records without
+    // handles get theirs written once the drawing changes, and then the eight bytes after the
+    // odd number would end in a sensible group code too.
+    const std::string bytes(
+        "AutoCAD Binary DXF\r\n\x1a\x00"
+        "\x00" "SECTION\x00\x1f\x00\x00\x01\x00\x00\x00\x00\xff\xff\x11,\x00\x00" "ENDSEC\x00"
+        "\x00" "SECTION\x00\x02" "ENTITIES\x00\x00" "INSERT\x00\x00" "ATTRIB\x00\x00" "ENDSEC\x00",
+        95);
+    auto db = cadtest::Load(bytes);
+    ASSERT_TRUE(db);
+    EXPECT_EQ(db->Write(), bytes);
+    std::size_t attributes = 0;
+    for (const cad::Entity& e : db->ModelSpace().Entities())
+        if (e.Type() == "INSERT")
+            for (cad::Attribute a : cad::BlockReference(db.get(), e.Index()).Attributes()) {
+                a.SetValue("x");
+                ++attributes;
+            }
+    ASSERT_EQ(attributes, 1u);
+    auto again = cad::Database::FromBytes(db->Write(), "saved.dxf");
+    ASSERT_TRUE(again) << again.GetStatus().Message();
+    EXPECT_EQ((*again)->Write(), db->Write());
+}
+
 TEST(TaggerMalformed, OddLineCountSaysTheLine) {
     std::string m = Message("0\nSECTION\n2\nENTITIES\n0\nENDSEC\n0");
     EXPECT_NE(m.find("bad.dxf: line 7"), std::string::npos) << m;
