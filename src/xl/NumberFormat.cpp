@@ -1,5 +1,6 @@
 #include "xl/NumberFormat.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdio>
@@ -296,16 +297,34 @@ std::string FormatDate(double value, const Section& sec, bool date1904) {
     return out;
 }
 
-// Best fraction of `x` (0 <= x < 1) with a denominator of at most `maxDen`.
-void Approximate(double x, int maxDen, long long& num, long long& den) {
+// Best fraction of `x` (0 <= x < 1) with a denominator of at most `maxDen`; of fractions as
+// close within 1e-12, the one with the smallest denominator. The closest fraction is a
+// convergent of the continued fraction of x or the last semiconvergent within the bound, so a
+// format such as "# ??/?????????" costs a few steps, not a billion trials.
+void Approximate(double x, long long maxDen, long long& num, long long& den) {
     num = 0, den = 1;
     double best = x;
-    for (long long q = 1; q <= maxDen; ++q) {
-        long long p = std::llround(x * q);
-        double err = std::fabs(x - static_cast<double>(p) / q);
-        if (err < best - 1e-12) {
-            best = err, num = p, den = q;
+    auto consider = [&](long long p, long long q) {
+        double err = std::fabs(x - static_cast<double>(p) / static_cast<double>(q));
+        if (err < best - 1e-12 || (err < best + 1e-12 && q < den)) {
+            best = std::min(best, err), num = p, den = q;
         }
+    };
+    long long p0 = 0, q0 = 1, p1 = 1, q1 = 0;  // the two convergents before the next
+    double rest = x;
+    for (int step = 0; step < 64; ++step) {
+        const double a = std::floor(rest);
+        if (q1 != 0 && a > static_cast<double>((maxDen - q0) / q1)) {
+            const long long t = (maxDen - q0) / q1;
+            if (t > 0) consider(t * p1 + p0, t * q1 + q0);
+            break;
+        }
+        const long long ai = static_cast<long long>(a);
+        const long long p2 = ai * p1 + p0, q2 = ai * q1 + q0;
+        consider(p2, q2);
+        p0 = p1, q0 = q1, p1 = p2, q1 = q2;
+        if (rest - a < 1e-15) break;
+        rest = 1 / (rest - a);
     }
 }
 
@@ -401,7 +420,9 @@ std::string FormatNumberSection(double v, const Section& sec, bool date1904) {
             den = std::atoll(denDigits.c_str());
             num = std::llround(rest * den);
         } else {
-            Approximate(rest, static_cast<int>(std::pow(10, std::max(1, denCount))) - 1, num, den);
+            // Denominators of more than 15 digits are beyond what a double tells apart.
+            const int digits = std::clamp(denCount, 1, 15);
+            Approximate(rest, static_cast<long long>(std::pow(10, digits)) - 1, num, den);
         }
         if (mixed && num == den) { whole += 1; num = 0; }
         std::string out;
