@@ -297,18 +297,17 @@ std::string FormatDate(double value, const Section& sec, bool date1904) {
     return out;
 }
 
-// Best fraction of `x` (0 <= x < 1) with a denominator of at most `maxDen`; of fractions as
-// close within 1e-12, the one with the smallest denominator. The closest fraction is a
+// Best fraction of `x` (0 <= x < 1) with a denominator of at most `maxDen`; a larger
+// denominator is taken only when it is closer by more than 1e-12. The closest fraction is a
 // convergent of the continued fraction of x or the last semiconvergent within the bound, so a
-// format such as "# ??/?????????" costs a few steps, not a billion trials.
+// format such as "# ??/?????????" costs a few steps, not a billion trials. The candidates come
+// in order of growing denominators.
 void Approximate(double x, long long maxDen, long long& num, long long& den) {
     num = 0, den = 1;
     double best = x;
     auto consider = [&](long long p, long long q) {
         double err = std::fabs(x - static_cast<double>(p) / static_cast<double>(q));
-        if (err < best - 1e-12 || (err < best + 1e-12 && q < den)) {
-            best = std::min(best, err), num = p, den = q;
-        }
+        if (err < best - 1e-12) best = err, num = p, den = q;
     };
     long long p0 = 0, q0 = 1, p1 = 1, q1 = 0;  // the two convergents before the next
     double rest = x;

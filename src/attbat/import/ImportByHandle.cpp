@@ -8,7 +8,6 @@
 #include "attbat/model/PropertyTable.h"
 #include "base/Format.h"
 #include "base/Memory.h"
-#include "base/Path.h"
 #include "base/Text.h"
 #include "cad/BlockReference.h"
 #include "cad/units/UnitSettings.h"
@@ -71,38 +70,23 @@ void RowChanges(const AcadBlockRef& row, cad::Database& db, const std::string& d
     }
 }
 
-// The drawings a listing reads, each once however many rows name it: open documents as they
-// are, others on their own. One that can't be read is said once, as the writer would say it.
+// The drawings a listing reads, each once however many rows name it, reached as the writer
+// reaches them (and said as it says them when they can't be).
 class ListedDrawings {
 public:
     // The drawing of `path`; null when it can't be read.
     cad::Database* Find(const std::string& path) {
         std::string folded = base::FoldCase(path);
         auto found = databases_.find(folded);
-        if (found == databases_.end()) found = databases_.emplace(folded, Read(path)).first;
+        if (found == databases_.end()) {
+            std::unique_ptr<cad::Database> side;
+            found = databases_.emplace(folded, ReachDrawing(path, side)).first;
+            if (side) sideDatabases_.push_back(std::move(side));
+        }
         return found->second;
     }
 
 private:
-    cad::Database* Read(const std::string& path) {
-        if (host::Document* open = host::DocumentManager::Instance().Find(path)) {
-            if (open->Load()) return &open->Database();
-            host::Printf("\nFailed to open %s: %s.", path, open->LoadStatus().Message());
-            return nullptr;
-        }
-        if (!base::FileExists(path)) {
-            host::Printf("\nCannot find %s.", path);
-            return nullptr;
-        }
-        auto read = host::ReadSideDatabase(path);
-        if (!read) {
-            host::Printf("\nFailed to open %s: %s.", path, read.GetStatus().Message());
-            return nullptr;
-        }
-        sideDatabases_.push_back(std::move(*read));
-        return sideDatabases_.back().get();
-    }
-
     std::map<std::string, cad::Database*> databases_;
     std::vector<std::unique_ptr<cad::Database>> sideDatabases_;
 };

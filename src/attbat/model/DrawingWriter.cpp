@@ -177,6 +177,25 @@ void WriteLink(cad::Database& db, const AcadBlockRef& row, const std::string* li
 
 }  // namespace
 
+cad::Database* ReachDrawing(const std::string& path, std::unique_ptr<cad::Database>& side) {
+    if (!base::FileExists(path)) {
+        host::Printf("\nCannot find %s.", path);
+        return nullptr;
+    }
+    if (host::Document* open = host::DocumentManager::Instance().Find(path)) {
+        if (open->Load()) return &open->Database();
+        host::Printf("\nFailed to open %s: %s.", path, open->LoadStatus().Message());
+        return nullptr;
+    }
+    auto read = host::ReadSideDatabase(path);
+    if (!read) {
+        host::Printf("\nFailed to open %s: %s.", path, read.GetStatus().Message());
+        return nullptr;
+    }
+    side = std::move(read.Value());
+    return side.get();
+}
+
 void UpdateDrawings(const AcadBlockRefArray& rows, const std::string* linkText, WriteTrace* trace) {
     host::Document* current = host::DocumentManager::Instance().CurDocument();
     std::string currentName = current ? current->FileName() : std::string();
@@ -210,25 +229,11 @@ void UpdateDrawings(const AcadBlockRefArray& rows, const std::string* linkText, 
     host::ProgressMeter meter("Updating the drawings...", static_cast<long>(files.size()));
     long done = 0;
     for (const std::string& file : files) {
-        if (!base::FileExists(file)) {
-            host::Printf("\nCannot find %s.", file);
-            continue;
-        }
-        host::Document* open = host::DocumentManager::Instance().Find(file);
         std::unique_ptr<cad::Database> side;
-        cad::Database* db = nullptr;
-        if (open) {
-            open->Lock();
-            db = &open->Database();
-        } else {
-            auto read = host::ReadSideDatabase(file);
-            if (!read) {
-                host::Printf("\nFailed to open %s: %s.", file, read.GetStatus().Message());
-                continue;
-            }
-            side = std::move(read.Value());
-            db = side.get();
-        }
+        cad::Database* db = ReachDrawing(file, side);
+        if (!db) continue;
+        host::Document* open = side ? nullptr : host::DocumentManager::Instance().Find(file);
+        if (open) open->Lock();
         cad::UnitSettings units = db->Units();
         for (const AcadBlockRef& row : rows) {
             if (!base::EqualNoCase(row.dwgFile, file)) continue;

@@ -2,6 +2,7 @@
 // The drawing writer: rows of values written back into drawings by handle, the current drawing
 // in place under its lock, other drawings through their open documents or side databases saved
 // in their own version with a backup.
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -30,6 +31,10 @@ struct WriteTrace {
 // or its handle names no block reference or multileader in `db`.
 bool WriteTo(const AcadBlockRef& row, cad::Database& db, int lunits, int aunits,
              WriteTrace* trace = nullptr);
+// The drawing of `path` as the writer reaches it: an open document's (read now if it wasn't
+// yet), else the file read on its own into `side`. Null when it can't be had, after the line
+// the writer prints for it ("\nCannot find %s." or "\nFailed to open %s: %s.").
+cad::Database* ReachDrawing(const std::string& path, std::unique_ptr<cad::Database>& side);
 // Writes every row into its drawing (`dwgFile`; empty or the current document's name is the
 // current document), printing the lines of each drawing; `linkText`, when not null, is stored on
 // each reference written under kLinkAppName. The current document is not saved here (the
