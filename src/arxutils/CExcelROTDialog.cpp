@@ -69,6 +69,7 @@ bool CExcelROTDialog::OnInitDialog() {
     }
     if (!m_List.empty()) return true;
     m_Message += "\nPlease start Excel and open the exported workbook first.";
+    if (std::string advice = excel::CurrentServer().ConnectionAdvice(); !advice.empty()) m_Message += "\n" + advice;
     host::ShowMessage(m_Message, "Velmar", host::BoxIcon::Information);
     return false;
 }

@@ -135,7 +135,7 @@ bool ExcelUtils::ConnectToExcel(bool makeVisible, const std::string& workbookPat
     std::unique_ptr<excel::Application> active;
     std::int32_t hr = CurrentServer().GetActiveObject(active);
     if (hr != 0) {
-        LastError = base::Sprintf("%s: Can't get active Excel: %X", classId, static_cast<std::uint32_t>(hr));
+        LastError = CurrentServer().NoInstanceText(hr);
         return false;
     }
     if (!active) {

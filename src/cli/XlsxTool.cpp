@@ -66,7 +66,9 @@ int Info(const std::string& path) {
             continue;
         }
         if (base::Status st = s.Load(); !st) {
-            fmt::print(": unreadable: {}\n", st.Message());
+            fmt::print(": unreadable\n");
+            std::fflush(stdout);
+            fmt::print(stderr, "Sheet \"{}\" cannot be read: {}\n", s.Name(), st.Message());
             ++failures;
             continue;
         }

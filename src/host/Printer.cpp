@@ -30,12 +30,19 @@ void Printer::Warn(std::string_view text) {
     std::fflush(stderr);
 }
 
+void Printer::ReleaseHeld(bool saved) {
+    std::string held = std::move(held_);
+    held_.clear();
+    if (saved) Print(held);
+}
+
 void Printer::Capture(bool capture) {
     if (!capturing_ && !capture) return;
     if (!capturing_) std::fflush(stdout);
     capturing_ = capture;
     captured_.clear();
     warnings_.clear();
+    held_.clear();
     atLineStart_ = true;
 }
 

@@ -32,6 +32,14 @@ public:
     void ClearCaptured() { captured_.clear(); warnings_.clear(); }
     // The warnings captured so far.
     const std::string& CapturedWarnings() const { return warnings_; }
+    // Keeps a line that tells of a success which depends on a save still to come (a changed
+    // current drawing or workbook is written when the command ends); see ReleaseHeld.
+    void Hold(std::string_view text) { held_.append(text); }
+    // Prints the held lines once the saves succeeded (`saved`), or forgets them when one failed,
+    // so that no success is told of a file that wasn't written.
+    void ReleaseHeld(bool saved);
+    // True while lines wait for a save.
+    bool HasHeld() const { return !held_.empty(); }
 
 private:
     void Emit(std::string_view text);
@@ -42,6 +50,7 @@ private:
     bool atLineStart_ = true;
     std::string captured_;
     std::string warnings_;
+    std::string held_;
 };
 
 // The printer of this run.
@@ -51,6 +60,13 @@ Printer& CurrentPrinter();
 template <class... Args>
 void Printf(std::string_view format, const Args&... args) {
     CurrentPrinter().Print(base::Sprintf(format, args...));
+}
+
+// Like Printf, for a success line that may be told only once the saves at the end of the command
+// have succeeded.
+template <class... Args>
+void PrintfOnceSaved(std::string_view format, const Args&... args) {
+    CurrentPrinter().Hold(base::Sprintf(format, args...));
 }
 
 }  // namespace host

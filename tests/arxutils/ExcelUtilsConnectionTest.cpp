@@ -54,9 +54,17 @@ private:
 
 TEST_F(BridgeTest, ConnectWithoutRunningInstanceSaysItCantGetActiveExcel) {
     Install({});
+    OddServer odd(*backend_);
+    excel::SetCurrentServer(&odd);
     EXPECT_FALSE(ExcelUtils::ConnectToExcel(true));
     EXPECT_EQ(ExcelUtils::LastError, "{00024500-0000-0000-C000-000000000046}: Can't get active Excel: 800401E3");
     EXPECT_FALSE(ExcelUtils::Application);
+}
+
+TEST_F(BridgeTest, ConnectWithoutWorkbookSaysSoWithoutClassIdOrCode) {
+    Install({});
+    EXPECT_FALSE(ExcelUtils::ConnectToExcel(true));
+    EXPECT_EQ(ExcelUtils::LastError, "No workbook is open.");
 }
 
 TEST_F(BridgeTest, ConnectWithoutDispatchInterfaceSaysItCantGetTheInterface) {
@@ -219,7 +227,10 @@ TEST_F(BridgeTest, WorkbookNeverSavedHasNoMonikerWithExtensionAndIsNotListed) {
     });
     EXPECT_FALSE(ExcelUtils::ChooseFromRunningObjects("Why"));
     EXPECT_FALSE(asked);
-    EXPECT_EQ(LastBox(), "Why\nFind Microsoft Excel.\nPlease start Excel and open the exported workbook first.");
+    // The system's text, then what to do here.
+    EXPECT_EQ(LastBox(), "Why\nFind Microsoft Excel.\nPlease start Excel and open the exported workbook first.\n"
+                         "Give the workbook with --workbook FILE; an export can also make a new one with "
+                         "--workbook-mode new.");
     EXPECT_EQ(ui_.Shown().back().title, "Velmar");
 }
 
@@ -326,9 +337,7 @@ TEST_F(BridgeTest, VelmarTestWithoutInstancePrintsItsFailureLines) {
     Install({});
     ExcelUtils::VelmarTest();
     EXPECT_EQ(Printed(), "GetActiveWorkbook failed.\nCannot find XLMAIN.");
-    EXPECT_EQ(ExcelUtils::LastError,
-              "{00024500-0000-0000-C000-000000000046}: Can't get active Excel: 800401E3"
-              "\nGetActiveWorkbook failed.\nCannot find XLMAIN.");
+    EXPECT_EQ(ExcelUtils::LastError, "No workbook is open.\nGetActiveWorkbook failed.\nCannot find XLMAIN.");
     EXPECT_FALSE(ExcelUtils::Application);
 }
 

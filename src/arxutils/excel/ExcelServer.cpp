@@ -1,6 +1,7 @@
 #include "arxutils/excel/ExcelServer.h"
 
 #include "arxutils/excel/FileBackend.h"
+#include "base/Format.h"
 
 namespace arxutils::excel {
 
@@ -15,6 +16,10 @@ ExcelServer& BuiltinServer() {
 }
 
 }  // namespace
+
+std::string ExcelServer::NoInstanceText(std::int32_t code) {
+    return base::Sprintf("%s: Can't get active Excel: %X", std::string(kApplicationClassId), static_cast<std::uint32_t>(code));
+}
 
 ExcelServer& CurrentServer() { return installed ? *installed : BuiltinServer(); }
 

@@ -38,6 +38,12 @@ public:
     virtual std::vector<std::shared_ptr<Dispatch>> WorkbookWindows(std::intptr_t window) = 0;
     // Brings a window to the front; false when it can't.
     virtual bool SetForegroundWindow(std::intptr_t window) = 0;
+    // Why no running instance could be attached (GetActiveObject gave `code`), as the messages
+    // show it: the class id and the code by default.
+    virtual std::string NoInstanceText(std::int32_t code);
+    // A line that tells the user what to do on this platform when no workbook could be
+    // attached, shown after the system's own text; "" where that text says it all.
+    virtual std::string ConnectionAdvice() { return {}; }
     // The workbook the user named before the command (its display name), which answers the
     // workbook chooser without asking; "" when none was named.
     virtual std::string ChosenInAdvance() { return {}; }

@@ -1035,12 +1035,21 @@ std::unique_ptr<Application> MakeApplication(const StatePtr& state) {
 std::unique_ptr<Workbook> MakeWorkbook(const StatePtr& state, Book* book) {
     return std::make_unique<FileWorkbook>(state, book);
 }
+// A sheet whose part can't be read never reads as empty cells: the application would not open
+// the workbook at all, so every way into the sheet fails with what is wrong and where. A chart
+// sheet truly has no cells and reads empty.
+xl::Worksheet* Readable(xl::Worksheet* sheet) {
+    if (sheet->Kind() == xl::SheetKind::Chartsheet) return sheet;
+    if (base::Status loaded = sheet->Load(); !loaded) Fail(loaded.Message());
+    return sheet;
+}
+
 std::unique_ptr<Worksheet> MakeWorksheet(const StatePtr& state, Book* book, xl::Worksheet* sheet) {
-    return std::make_unique<FileWorksheet>(state, book, sheet);
+    return std::make_unique<FileWorksheet>(state, book, Readable(sheet));
 }
 std::unique_ptr<Range> MakeRange(const StatePtr& state, Book* book, xl::Worksheet* sheet,
                                  std::vector<xl::CellRange> areas, RangeMode mode) {
-    return std::make_unique<FileRange>(state, book, sheet, std::move(areas), mode);
+    return std::make_unique<FileRange>(state, book, Readable(sheet), std::move(areas), mode);
 }
 
 // The lock file another program keeps beside a workbook it has open; "" when there is none.
@@ -1160,6 +1169,13 @@ std::vector<std::shared_ptr<Dispatch>> FileBackend::WorkbookWindows(std::intptr_
 }
 
 bool FileBackend::SetForegroundWindow(std::intptr_t window) { return window != 0 && state_->running; }
+
+std::string FileBackend::NoInstanceText(std::int32_t) { return "No workbook is open."; }
+
+std::string FileBackend::ConnectionAdvice() {
+    return "Give the workbook with --workbook FILE; an export can also make a new one with "
+           "--workbook-mode new.";
+}
 
 std::string FileBackend::ChosenInAdvance() { return state_->running ? state_->options.workbook : std::string(); }
 

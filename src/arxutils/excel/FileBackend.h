@@ -52,6 +52,9 @@ public:
     void SendToMainWindow(std::intptr_t window, unsigned message) override;
     std::vector<std::shared_ptr<Dispatch>> WorkbookWindows(std::intptr_t window) override;
     bool SetForegroundWindow(std::intptr_t window) override;
+    // No instance runs when no workbook was given: the texts say so and name the options.
+    std::string NoInstanceText(std::int32_t code) override;
+    std::string ConnectionAdvice() override;
     // The --workbook file while its instance runs.
     std::string ChosenInAdvance() override;
     // Unloads the unchanged sheets of every open workbook; they are read again from the file's

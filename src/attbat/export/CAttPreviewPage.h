@@ -85,6 +85,9 @@ public:
     std::vector<int> m_savedColumnOrder;  // from a template, used at the next build
     bool headerStyleEnabled = true;
     bool drawingKindEnabled = false;
+    // The workbook choice of this export only, whatever is stored (a run that names just an
+    // output file means a new workbook); -1 keeps the stored choice.
+    int m_workbookOptionForRun = -1;
 
 private:
     CScheduleDialog& wizard_;

@@ -476,6 +476,11 @@ int RunExport(CommandContext& context) {
         context.Summary("error", "nothing to export");
         return exitFailed;
     }
+    // --output alone names a new workbook; the stored choice of the active one waits for a run
+    // that gives --workbook.
+    if (!context.global.output.empty() && context.global.workbook.empty() && !context.Has("workbook-mode")) {
+        preview.m_workbookOptionForRun = 0;
+    }
     bool exported = preview.ExportToExcel();
     context.SummaryBool("exported", exported);
     return exported ? exitOk : exitFailed;

@@ -170,6 +170,7 @@ void CAttPreviewPage::ExportRowsToActiveSheet(int first, int rowCount, ExportOpt
 bool CAttPreviewPage::ExportToExcel() {
     ExportOptions options;
     LoadExportOptions(options, wizard_.Settings());
+    if (m_workbookOptionForRun >= 0) options.workbookOption = m_workbookOptionForRun;
     if (options.workbookOption == 0) {
         if (!ExcelUtils::StartExcel(true) || !ExcelUtils::AddWorkbook()) {
             ExcelUtils::Disconnect();
@@ -181,10 +182,12 @@ bool CAttPreviewPage::ExportToExcel() {
             std::vector<std::string> names;
             ExcelUtils::ListRunningObjects(names);
             for (const std::string& name : names) failure += "\n" + name;
+            // Where the platform has advice, the window routes' reasons mean nothing to the user.
+            std::string advice = excel::CurrentServer().ConnectionAdvice();
             host::ShowMessage(
                 "Cannot get the active workbook. Please open a workbook first. \n\nIf you have opened a "
                 "workbook, please send a screenshot of this dialog to " +
-                    std::string(kSupportAddress) + ".\n" + failure,
+                    std::string(kSupportAddress) + ".\n" + (advice.empty() ? failure : advice),
                 "Velmar");
             ExcelUtils::Disconnect();
             return false;
@@ -236,7 +239,8 @@ bool CAttPreviewPage::ExportToExcel() {
             // Anything else ends the export without a word; the sheet stays as far as written.
         }
     }
-    if (done) host::Printf("\nSuccessfully export the data.");
+    // The workbook is written when the command ends; the line waits for that save.
+    if (done) host::PrintfOnceSaved("\nSuccessfully export the data.");
     ExcelUtils::Disconnect();
     return done;
 }

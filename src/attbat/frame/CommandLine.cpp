@@ -419,17 +419,20 @@ int RunCommandLine(const std::vector<std::string>& args, CAttBatApp& app,
     RunQueuedCommands(app, global);
     // Workbooks are written only when the command succeeded: a half-done export must not replace
     // the user's file. Their lock files and --force are respected by SaveChanged.
+    bool allSaved = true;
     if ((*workbooks)->HasChanges()) {
         if (status == exitOk) {
             if (base::Status saved = (*workbooks)->SaveChanged(); !saved) {
                 host::CurrentPrinter().Warn(saved.Message());
                 context.Summary("error", saved.Message());
                 status = exitFailed;
+                allSaved = false;
             }
         } else {
             host::CurrentPrinter().Warn(
                 "The workbook changes of the unfinished command were not saved; the files are as "
                 "they were.");
+            allSaved = false;
         }
     }
     arxutils::excel::SetCurrentServer(nullptr);
@@ -439,7 +442,10 @@ int RunCommandLine(const std::vector<std::string>& args, CAttBatApp& app,
         host::CurrentPrinter().Warn(saved.Message());
         context.Summary("error", saved.Message());
         status = exitFailed;
+        allSaved = false;
     }
+    // Success lines that waited for these saves are told now, or never.
+    host::CurrentPrinter().ReleaseHeld(allSaved);
     documents.CloseAll();
     app.EntryPoint(kUnloadAppMsg, nullptr);
     host::CurrentPrinter().FinishLine();

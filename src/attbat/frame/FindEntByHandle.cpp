@@ -24,6 +24,10 @@ std::string HandleFromInput(std::string_view input) {
 int Velmar_FindEntByHandle(host::Editor& editor) {
     std::string input;
     if (editor.GetString(false, "\nPlease enter the entity's handle:", input) != host::RTNORM) return 1;
+    return FindEntByHandle(input);
+}
+
+int FindEntByHandle(std::string_view input) {
     std::string handle = HandleFromInput(input);
     host::Printf("\nHandle: %s.", handle);
     host::Document* doc = host::DocumentManager::Instance().CurDocument();

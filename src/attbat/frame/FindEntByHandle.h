@@ -17,5 +17,7 @@ std::string HandleFromInput(std::string_view input);
 // the current document's view. Returns 0 when the entity was shown, 1 when the prompt was
 // cancelled, there is no current drawing or the handle names no entity (the view stays).
 int Velmar_FindEntByHandle(host::Editor& editor);
+// The same for a handle typed in advance (the command's argument), without the prompt.
+int FindEntByHandle(std::string_view input);
 
 }  // namespace attbat

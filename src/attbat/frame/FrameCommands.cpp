@@ -225,7 +225,12 @@ void ImplementFrameCommands(CAttBatApp& app) {
                       arxutils::ExcelUtils::VelmarTest();
                       return exitOk;
                   }});
-    app.Implement("Velmar_FindEntByHandle", {{}, "", [](CommandContext&) {
+    app.Implement("Velmar_FindEntByHandle", {{}, "[HANDLE]", [](CommandContext& c) {
+                      if (c.arguments.size() > 1) {
+                          host::CurrentPrinter().Warn("velmar find: give one handle, such as 2F4 or <2F4_TAG>.");
+                          return exitUsage;
+                      }
+                      if (c.arguments.size() == 1) return FindEntByHandle(c.arguments.front());
                       return Velmar_FindEntByHandle(host::CurrentEditor());
                   }});
     app.Implement("Velmar_LoadMenu",

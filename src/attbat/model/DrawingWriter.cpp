@@ -222,7 +222,7 @@ void UpdateDrawings(const AcadBlockRefArray& rows, const std::string* linkText, 
             if (!row.dwgFile.empty() && !base::EqualNoCase(row.dwgFile, currentName)) continue;
             if (WriteTo(row, db, -1, -1, trace)) WriteLink(db, row, linkText);
         }
-        host::Printf("\nSuccessfully update %s.", currentName);
+        host::PrintfOnceSaved("\nSuccessfully update %s.", currentName);
     }
     if (files.empty()) return;
 
@@ -239,15 +239,16 @@ void UpdateDrawings(const AcadBlockRefArray& rows, const std::string* linkText, 
             if (!base::EqualNoCase(row.dwgFile, file)) continue;
             if (WriteTo(row, *db, units.lunits, units.aunits, trace)) WriteLink(*db, row, linkText);
         }
-        base::Status saved = base::Status::Ok();
         if (open) {
+            // An open document is written with the others when the command ends.
             open->SendStringToExecute("REGEN\n");
             open->Unlock();
+            host::PrintfOnceSaved("\nSuccessfully update %s.", file);
+        } else if (base::Status saved = host::SaveSideDatabase(*db, file); !saved) {
+            host::Printf("\nFailed to save %s: %s.", file, saved.Message());
         } else {
-            saved = host::SaveSideDatabase(*db, file);
+            host::Printf("\nSuccessfully update %s.", file);
         }
-        if (!saved.IsOk()) host::Printf("\nFailed to save %s: %s.", file, saved.Message());
-        else host::Printf("\nSuccessfully update %s.", file);
         meter.SetPosition(++done);
     }
 }

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <functional>
 
 #include "../export/ExportTestSupport.h"
 #include "arxutils/ArxUtils.h"
@@ -19,6 +20,7 @@
 #include "base/Path.h"
 #include "cad/BlockReference.h"
 #include "cad/Text.h"
+#include "xl/Package.h"
 #include "attbat/model/DrawingWriter.h"
 
 namespace attbat {
@@ -420,6 +422,63 @@ TEST(ImportCommands, AMalformedCurrentDrawingIsFoundAfterTheWorkbookIsReadAndSta
         EXPECT_EQ(Bytes(broken), bytes);
         EXPECT_FALSE(std::filesystem::exists(f.temp / "broken.bak"));
     }
+}
+
+// The workbook file with one part's bytes replaced as `edit` gives them.
+void EditPart(const std::string& workbook, const std::string& part,
+              const std::function<std::string(std::string)>& edit) {
+    auto package = xl::Package::Open(Bytes(workbook), workbook);
+    ASSERT_TRUE(package) << package.GetStatus().Message();
+    auto text = package->Read(part);
+    ASSERT_TRUE(text) << text.GetStatus().Message();
+    package->Write(part, edit(*text));
+    ASSERT_TRUE(base::WriteFileAtomic(workbook, package->Save()));
+}
+
+// What a damaged workbook must give: the command fails naming the part, before any drawing is
+// touched, and no success is told.
+void ExpectRefusedNamingThePart(ImportFixture& f, const std::string& part) {
+    const std::string before = Bytes(f.drawing);
+    EXPECT_EQ(f.Import(), exitFailed);
+    std::string said = f.Printed() + host::CurrentPrinter().CapturedWarnings();
+    EXPECT_NE(said.find(part), std::string::npos) << said;
+    EXPECT_EQ(said.find("Successfully"), std::string::npos) << said;
+    EXPECT_TRUE(Bytes(f.drawing) == before) << "the drawing was changed";
+    EXPECT_FALSE(std::filesystem::exists(base::ReplaceExtension(f.drawing, ".bak")));
+}
+
+TEST(ImportCommands, AnUnreadableSheetStopsTheImportBeforeAnythingIsWritten) {
+    ImportFixture f;
+    f.MakeWorkbook({{"A1", "X01", "<DE_MARK>"}});
+    EditPart(f.workbook, "xl/worksheets/sheet1.xml", [](std::string xml) {
+        return xml.substr(0, xml.size() / 2);  // cut off in the middle
+    });
+    ExpectRefusedNamingThePart(f, "xl/worksheets/sheet1.xml");
+}
+
+TEST(ImportCommands, ASharedStringIndexOutOfRangeStopsTheImportNamingTheCell) {
+    ImportFixture f;
+    f.MakeWorkbook({{"A1", "X01", "<DE_MARK>"}});
+    EditPart(f.workbook, "xl/worksheets/sheet1.xml", [](std::string xml) {
+        std::size_t at = xml.find("t=\"s\"><v>");
+        EXPECT_NE(at, std::string::npos) << xml;
+        std::size_t value = at + 9, end = xml.find("</v>", value);
+        return xml.replace(value, end - value, "4294967295");
+    });
+    ExpectRefusedNamingThePart(f, "xl/worksheets/sheet1.xml");
+    EXPECT_NE((f.Printed() + host::CurrentPrinter().CapturedWarnings()).find("A1"), std::string::npos);
+}
+
+TEST(ImportCommands, AMissingSharedStringPartStopsTheImport) {
+    ImportFixture f;
+    f.MakeWorkbook({{"A1", "X01", "<DE_MARK>"}});
+    {
+        auto package = xl::Package::Open(Bytes(f.workbook), f.workbook);
+        ASSERT_TRUE(package);
+        package->Remove("xl/sharedStrings.xml");
+        ASSERT_TRUE(base::WriteFileAtomic(f.workbook, package->Save()));
+    }
+    ExpectRefusedNamingThePart(f, "sharedStrings.xml");
 }
 
 TEST(ImportCommands, DryRunSaysWhichDrawingsItCannotFindOrOpenAsTheImportWould) {

@@ -189,8 +189,24 @@ TEST_F(DrawingWriterTest, CurrentDocumentIsWrittenUnderItsLockAndNotSavedHere) {
     attbat::UpdateDrawings(rows, nullptr);
     EXPECT_FALSE(doc.Value()->IsLocked());
     EXPECT_TRUE(doc.Value()->Database().IsModified());
-    EXPECT_NE(Printed().find("Successfully update " + path + "."), std::string::npos);
     EXPECT_FALSE(std::filesystem::exists(base::ReplaceExtension(path, ".bak")));
+    // Its success line waits for the save at the end of the command.
+    EXPECT_EQ(Printed().find("Successfully update"), std::string::npos) << Printed();
+    host::CurrentPrinter().ReleaseHeld(true);
+    EXPECT_NE(Printed().find("Successfully update " + path + "."), std::string::npos) << Printed();
+}
+
+TEST_F(DrawingWriterTest, SuccessLineOfTheCurrentDrawingIsForgottenWhenItsSaveFails) {
+    auto doc = host::DocumentManager::Instance().OpenCurrent(path);
+    ASSERT_TRUE(doc);
+    AcadBlockRefArray rows;
+    AcadBlockRef row = Row(first);
+    row.dwgFile.clear();
+    row.attributes.Add(AcadAttribute("ID", "P-301", 0));
+    rows.Add(row);
+    attbat::UpdateDrawings(rows, nullptr);
+    host::CurrentPrinter().ReleaseHeld(false);
+    EXPECT_EQ(Printed().find("Successfully update"), std::string::npos) << Printed();
 }
 
 TEST_F(DrawingWriterTest, UpdateInCurrentDrawingSetsChangedTextsAndMarkedProperties) {
