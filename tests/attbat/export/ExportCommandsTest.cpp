@@ -82,6 +82,39 @@ TEST(ExportCommands, OptionsGivenAreStoredAsTheDialogsOkWould) {
     EXPECT_FALSE(base::FileExists(f.output));  // a preview writes no workbook
 }
 
+TEST(ExportCommands, SuccessLineComesOnlyAfterTheWorkbookWasSaved) {
+    CommandFixture f;
+    f.output = f.temp / "missing-folder/floor.xlsx";
+    EXPECT_EQ(f.Run({"--block-wildcard", "DOOR"}), exitFailed);
+    EXPECT_EQ(host::CurrentPrinter().Captured().find("Successfully export the data."), std::string::npos)
+        << host::CurrentPrinter().Captured();
+    EXPECT_NE(host::CurrentPrinter().CapturedWarnings().find("missing-folder"), std::string::npos)
+        << host::CurrentPrinter().CapturedWarnings();
+}
+
+TEST(ExportCommands, OutputAloneMeansANewWorkbookWhateverModeIsStored) {
+    CommandFixture f;
+    // A run that stores the active-workbook mode, then one that names only an output file.
+    ASSERT_EQ(f.Run({"--preview", "--workbook-mode", "active"}), exitOk);
+    ASSERT_EQ(CRegistry::GetInt("Velmar", "ExportWorkbookOpt", 0), 1);
+    ASSERT_EQ(f.Run({"--block-wildcard", "DOOR"}), exitOk) << host::CurrentPrinter().CapturedWarnings();
+    EXPECT_TRUE(base::FileExists(f.output));
+    EXPECT_EQ(CRegistry::GetInt("Velmar", "ExportWorkbookOpt", 0), 1);  // the stored choice stays
+}
+
+TEST(ExportCommands, ActiveModeWithoutWorkbookSaysWhichOptionGivesOne) {
+    CommandFixture f;
+    EXPECT_EQ(f.Run({"--block-wildcard", "DOOR", "--workbook-mode", "active"}), exitFailed);
+    std::string said = host::CurrentPrinter().Captured() + host::CurrentPrinter().CapturedWarnings();
+    EXPECT_NE(said.find("Cannot get the active workbook. Please open a workbook first."), std::string::npos) << said;
+    EXPECT_NE(said.find("--workbook FILE"), std::string::npos) << said;
+    EXPECT_NE(said.find("--workbook-mode new"), std::string::npos) << said;
+    for (const char* platformOnly : {"XLMAIN", "{00024500", "800401E3"}) {
+        EXPECT_EQ(said.find(platformOnly), std::string::npos) << said;
+    }
+    EXPECT_FALSE(base::FileExists(f.output));
+}
+
 TEST(ExportCommands, PreviewPrintsColumnLettersAsHeaders) {
     CommandFixture f;
     ASSERT_EQ(f.Run({"--preview", "--tick", "*", "--untick", "TITLEBLOCK,ROOMTAG,EQUIPMENT,DESK_SET,CHAIR,DOOR"}), exitOk);
