@@ -446,7 +446,14 @@ base::Status SettingsFile::Update(const std::function<bool(SettingsData&)>& chan
         break;
     }
     if (!change(data)) return base::Status::Ok();
-    base::Status written = base::WriteFileAtomic(path_, data.Serialize());
+    std::vector<std::string> removed;
+    base::AtomicWriteOptions options;
+    options.removedStale = &removed;
+    base::Status written = base::WriteFileAtomic(path_, data.Serialize(), options);
+    for (const std::string& leftover : removed) {
+        CurrentPrinter().Warn("Removed a leftover temporary file from an interrupted save: " +
+                              leftover);
+    }
     if (written) Remember(path_, data);
     return written;
 }

@@ -345,4 +345,26 @@ TEST(SettingsFile, AFailedSaveKeepsTheChangesForTheNextTry) {
     EXPECT_EQ(IntegerIn(host::SettingsFile(path).Read(), "Velmar", "A"), 3u);
 }
 
+TEST(SettingsFile, ASaveRemovesTheLeftoverOfAnInterruptedOneAndSaysSo) {
+    TempFolder folder;
+    const std::string path = folder.File("settings.ini");
+    const pid_t ended = ::fork();
+    if (ended == 0)
+        ::_exit(0);
+    ::waitpid(ended, nullptr, 0);
+    const std::string leftover =
+        folder.File(".settings.ini.velmar-tmp." + std::to_string(ended) + ".a1b2c3d4");
+    std::ofstream(leftover) << "[Velmar]\n";
+    host::Printer& printer = host::CurrentPrinter();
+    printer.Capture(true);
+    printer.ClearCaptured();
+    host::SettingsFile file(path);
+    file.Set("Velmar", "A", host::SettingValue::Integer(1));
+    ASSERT_TRUE(file.Save());
+    EXPECT_EQ(printer.CapturedWarnings(),
+              "Removed a leftover temporary file from an interrupted save: " + leftover + "\n");
+    printer.Capture(false);
+    EXPECT_FALSE(base::FileExists(leftover));
+}
+
 }  // namespace
