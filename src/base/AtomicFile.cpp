@@ -196,7 +196,12 @@ Status AtomicFile::Open() {
 
 Status AtomicFile::OpenWithAttributesOf(const std::string& model, bool refuseReadOnly) {
     struct stat old {};
-    const bool replaces = ::stat(model.c_str(), &old) == 0 && S_ISREG(old.st_mode);
+    const bool exists = ::stat(model.c_str(), &old) == 0;
+    const bool replaces = exists && S_ISREG(old.st_mode);
+    // A device or a pipe would be replaced by a plain file, /dev/null included when root saves.
+    if (refuseReadOnly && exists && !replaces && !S_ISDIR(old.st_mode))
+        return Status::Error("Cannot save " + path_ +
+                             ": it is not a regular file; save under another name.");
     if (refuseReadOnly && replaces && IsReadOnlyForUs(path_)) {
         char mode[16];
         std::snprintf(mode, sizeof mode, "%04o", static_cast<unsigned>(old.st_mode & 07777));

@@ -27,8 +27,8 @@ public:
 
     // Removes the leftovers of interrupted saves of the same target, then creates the temporary
     // file beside it. Fails, naming the target, when the folder is missing or not writable, or
-    // when the target is read-only (see IsReadOnlyForUs): a save never replaces a file that an
-    // in-place write would not be allowed to change.
+    // when the target is read-only (see IsReadOnlyForUs) or a device or pipe: a save never
+    // replaces a file that an in-place write would not be allowed to change.
     Status Open();
     // Appends bytes; a failure is kept and reported by Commit, later writes are then dropped.
     void Write(std::string_view bytes);

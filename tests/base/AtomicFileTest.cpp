@@ -182,6 +182,20 @@ TEST(AtomicFile, AReadOnlyTargetIsRefusedWithItsModeAndStaysAsItWas) {
     EXPECT_EQ(EntriesIn(folder), 1u);
 }
 
+TEST(AtomicFile, APipeOrDeviceAtTheTargetIsNotReplacedByAFile) {
+    std::string folder = Folder("fifo");
+    std::string path = folder + "/plan.dxf";
+    ASSERT_EQ(::mkfifo(path.c_str(), 0644), 0);
+    base::Status status = base::WriteFileAtomic(path, "new");
+    ASSERT_FALSE(status);
+    EXPECT_EQ(status.Message(),
+              "Cannot save " + path + ": it is not a regular file; save under another name.");
+    struct stat info {};
+    ASSERT_EQ(::lstat(path.c_str(), &info), 0);
+    EXPECT_TRUE(S_ISFIFO(info.st_mode));
+    EXPECT_EQ(EntriesIn(folder), 1u);
+}
+
 TEST(AtomicFile, RootReplacesAFileWithAWriteBitKeepingItsOwnerGroupAndMode) {
     if (::geteuid() != 0)
         GTEST_SKIP() << "only root may give a file to another user";
