@@ -41,7 +41,11 @@ Result<std::string> ReadFile(const std::string& path) {
 Status WriteFileAtomic(const std::string& path, std::string_view bytes,
                        const AtomicWriteOptions& options) {
     AtomicFile file(path);
-    if (Status opened = file.Open(); !opened) return opened;
+    Status opened = file.Open();
+    if (options.removedStale)
+        *options.removedStale = file.RemovedStale();
+    if (!opened)
+        return opened;
     file.Write(bytes);
     return file.Commit(options.backupPath);
 }

@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "base/Status.h"
 
@@ -15,11 +16,15 @@ struct AtomicWriteOptions {
     // When not empty and the target exists, the old target is kept under this name (an older
     // backup is replaced).
     std::string backupPath;
+    // When set, receives the leftover temporary files of interrupted saves of the same target
+    // that were removed first (see RemoveStaleTemporaries), for the caller to mention.
+    std::vector<std::string>* removedStale = nullptr;
 };
 
 // Writes `bytes` to a temporary file in the target's folder, flushes it to disk and renames it
 // over the target, so the target is either the old file or the whole new one, never a part.
-// A new file gets the permissions of the one it replaces.
+// A new file gets the owner, group and mode of the one it replaces; a read-only target is refused
+// (see AtomicFile::Open).
 Status WriteFileAtomic(const std::string& path, std::string_view bytes,
                        const AtomicWriteOptions& options = {});
 

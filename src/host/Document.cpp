@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "base/AtomicFile.h"
 #include "base/Path.h"
 #include "base/Text.h"
+#include "host/Printer.h"
 
 namespace host {
 
@@ -22,6 +24,8 @@ base::Status RefuseDwg(const std::string& path) {
 base::Result<std::unique_ptr<Document>> Document::Open(const std::string& path, ReadKind when) {
     if (when == ReadKind::OnFirstUse) {
         base::Status readable = RefuseDwg(path);
+        if (readable)
+            RemoveLeftoversOfInterruptedSaves(path);
         if (readable) readable = cad::Database::CanOpen(path);
         if (!readable) return readable;
         return std::unique_ptr<Document>(new Document(path));
@@ -70,9 +74,9 @@ std::vector<std::string> Document::TakeQueued() {
     return out;
 }
 
-base::Status Document::Save() {
+base::Status Document::Save(BackupMode backup) {
     if (!db_ || !db_->IsModified()) return base::Status::Ok();
-    return SaveSideDatabase(*db_);
+    return SaveSideDatabase(*db_, {}, backup);
 }
 
 DocumentManager& DocumentManager::Instance() {
@@ -128,10 +132,10 @@ void DocumentManager::CloseAll() {
     docs_.clear();
 }
 
-base::Status DocumentManager::SaveAll() {
+base::Status DocumentManager::SaveAll(BackupMode backup) {
     base::Status first = base::Status::Ok();
     for (const auto& doc : docs_) {
-        base::Status status = doc->Save();
+        base::Status status = doc->Save(backup);
         if (!status.IsOk() && first.IsOk()) first = status;
     }
     return first;
@@ -143,13 +147,24 @@ std::string BackupPathOf(std::string_view path) {
 
 base::Result<std::unique_ptr<cad::Database>> ReadSideDatabase(const std::string& path) {
     if (base::Status refused = RefuseDwg(path); !refused) return refused;
+    RemoveLeftoversOfInterruptedSaves(path);
     return cad::Database::Open(path);
 }
 
-base::Status SaveSideDatabase(const cad::Database& db, const std::string& path) {
+base::Status SaveSideDatabase(const cad::Database& db, const std::string& path, BackupMode mode) {
     const std::string& target = path.empty() ? db.FileName() : path;
     std::string backup = base::FileExists(target) ? BackupPathOf(target) : std::string();
+    if (mode == BackupMode::KeepExisting && !backup.empty() && base::FileExists(backup))
+        backup.clear();
+    RemoveLeftoversOfInterruptedSaves(target);
     return db.Save(target, backup);
+}
+
+void RemoveLeftoversOfInterruptedSaves(const std::string& path) {
+    for (const std::string& removed : base::RemoveStaleTemporaries(path)) {
+        CurrentPrinter().Warn("Removed a leftover temporary file from an interrupted save: " +
+                              removed);
+    }
 }
 
 }  // namespace host

@@ -18,6 +18,11 @@ namespace host {
 // that reads a workbook first keeps the two out of memory at the same time).
 enum class ReadKind { Now, OnFirstUse };
 
+// What a save does with the backup NAME.bak: the host's save with backup replaces it; a save of
+// a change that matters little (the view alone) keeps an existing one, the only copy from
+// before the last import, and makes one only where there is none.
+enum class BackupMode { Replace, KeepExisting };
+
 // One open drawing: its file, its database, its lock and its command queue.
 class Document {
 public:
@@ -60,9 +65,10 @@ public:
     // Hands the queue over and empties it.
     std::vector<std::string> TakeQueued();
 
-    // Saves in place, in the version it was read in, keeping the old file as NAME.bak; an
-    // unchanged drawing is not written at all.
-    base::Status Save();
+    // Saves in place, in the version it was read in, keeping the old file as NAME.bak as `backup`
+    // says; an unchanged drawing is not written at all. A read-only drawing is refused, saying
+    // so.
+    base::Status Save(BackupMode backup = BackupMode::Replace);
 
 private:
     explicit Document(std::string path) : path_(std::move(path)) {}
@@ -108,9 +114,9 @@ public:
     void Close(Document* doc);
     // Closes all, without saving.
     void CloseAll();
-    // Saves every changed document in place with its backup; the first failure is returned,
-    // the others are still tried.
-    base::Status SaveAll();
+    // Saves every changed document in place with its backup as `backup` says; the first failure
+    // is returned, the others are still tried.
+    base::Status SaveAll(BackupMode backup = BackupMode::Replace);
 
 private:
     std::vector<std::unique_ptr<Document>> docs_;
@@ -123,7 +129,13 @@ std::string BackupPathOf(std::string_view path);
 // A side database (readDwgFile): the drawing of `path` read on its own, owned by the caller.
 base::Result<std::unique_ptr<cad::Database>> ReadSideDatabase(const std::string& path);
 // saveAs in the original version: writes `db` to `path` (its own file when empty), keeping the
-// previous file as NAME.bak. The drawing keeps the version it was read in.
-base::Status SaveSideDatabase(const cad::Database& db, const std::string& path = {});
+// previous file as NAME.bak as `backup` says. The drawing keeps the version it was read in.
+base::Status SaveSideDatabase(const cad::Database& db, const std::string& path = {},
+                              BackupMode backup = BackupMode::Replace);
+
+// Removes what interrupted saves of `path` left beside it (base::RemoveStaleTemporaries) and
+// says so on the command line, one warning per file. Drawings do it when they are read and
+// saved; callers that open or save other files call it themselves.
+void RemoveLeftoversOfInterruptedSaves(const std::string& path);
 
 }  // namespace host

@@ -385,6 +385,15 @@ std::vector<std::string> SettingsData::Subsections(std::string_view section) con
 }
 
 SettingsData SettingsFile::Read() const {
+    SettingsData data = ReadFile();
+    if (!known_)
+        known_ = data;
+    for (const Change& change : changes_)
+        Apply(change, data);
+    return data;
+}
+
+SettingsData SettingsFile::ReadFile() const {
     auto stamp = StampOf(path_);
     if (!stamp) return {};
     auto cached = Cache().find(path_);
@@ -437,9 +446,98 @@ base::Status SettingsFile::Update(const std::function<bool(SettingsData&)>& chan
         break;
     }
     if (!change(data)) return base::Status::Ok();
-    base::Status written = base::WriteFileAtomic(path_, data.Serialize());
+    std::vector<std::string> removed;
+    base::AtomicWriteOptions options;
+    options.removedStale = &removed;
+    base::Status written = base::WriteFileAtomic(path_, data.Serialize(), options);
+    for (const std::string& leftover : removed) {
+        CurrentPrinter().Warn("Removed a leftover temporary file from an interrupted save: " +
+                              leftover);
+    }
     if (written) Remember(path_, data);
     return written;
+}
+
+void SettingsFile::Apply(const Change& change, SettingsData& data) {
+    switch (change.kind) {
+        case Change::Kind::Set:
+            data.Set(change.section, change.name, change.value);
+            break;
+        case Change::Kind::DeleteValue:
+            data.DeleteValue(change.section, change.name);
+            break;
+        case Change::Kind::DeleteSection:
+            data.DeleteSection(change.section);
+            break;
+        case Change::Kind::AddSection:
+            data.AddSection(change.section);
+            break;
+    }
+}
+
+SettingsData& SettingsFile::Known() const {
+    if (!known_)
+        known_ = ReadFile();
+    return *known_;
+}
+
+void SettingsFile::Record(Change change) {
+    Apply(change, Known());
+    const bool ofValue =
+        change.kind == Change::Kind::Set || change.kind == Change::Kind::DeleteValue;
+    if (ofValue) {
+        // The last change of a value is the one that counts; the list stays short however often
+        // a value is set.
+        std::erase_if(changes_, [&change](const Change& earlier) {
+            return (earlier.kind == Change::Kind::Set ||
+                    earlier.kind == Change::Kind::DeleteValue) &&
+                   base::EqualNoCase(earlier.section, change.section) &&
+                   base::EqualNoCase(earlier.name, change.name);
+        });
+    }
+    changes_.push_back(std::move(change));
+}
+
+void SettingsFile::Set(std::string_view section, std::string_view name, SettingValue value) {
+    const SettingValue* known = Known().Find(section, name);
+    if (known && *known == value)
+        return;
+    Record({Change::Kind::Set, std::string(section), std::string(name), std::move(value)});
+}
+
+bool SettingsFile::DeleteValue(std::string_view section, std::string_view name) {
+    if (!Known().Find(section, name))
+        return false;
+    Record({Change::Kind::DeleteValue, std::string(section), std::string(name), {}});
+    return true;
+}
+
+bool SettingsFile::DeleteSection(std::string_view section) {
+    SettingsData& known = Known();
+    if (!known.FindSection(section) && known.Subsections(section).empty())
+        return false;
+    Record({Change::Kind::DeleteSection, std::string(section), {}, {}});
+    return true;
+}
+
+void SettingsFile::AddSection(std::string_view section) {
+    if (Known().FindSection(section))
+        return;
+    Record({Change::Kind::AddSection, std::string(section), {}, {}});
+}
+
+base::Status SettingsFile::Save() {
+    if (changes_.empty())
+        return base::Status::Ok();
+    base::Status saved = Update([this](SettingsData& data) {
+        const std::string before = data.Serialize();
+        for (const Change& change : changes_)
+            Apply(change, data);
+        return data.Serialize() != before;
+    });
+    if (saved)
+        changes_.clear();
+    return saved;
 }
 
 }  // namespace host

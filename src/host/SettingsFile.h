@@ -76,21 +76,58 @@ private:
     std::vector<Section> sections_;
 };
 
-// One settings file on disk.
+// One settings file on disk, and the changes this run made to it. A run stores only what it
+// changed: Set and the deletes are kept here, and Save applies them to a fresh read made under
+// the lock, so two runs at once never write back each other's values as they were at their
+// start.
 class SettingsFile {
 public:
     explicit SettingsFile(std::string path) : path_(std::move(path)) {}
     const std::string& Path() const { return path_; }
 
-    // The current content; a missing file is empty; a damaged one is reported, moved aside and
-    // empty. Reading is cached by the file's identity and time, so repeated reads are cheap.
+    // The current content with this run's unsaved changes on top; a missing file is empty; a
+    // damaged one is reported, moved aside and empty. Reading is cached by the file's identity
+    // and time, so repeated reads are cheap.
     SettingsData Read() const;
     // Applies `change` to a fresh read made under the lock and writes the result atomically. The
     // change returns false to write nothing. An error says why the file couldn't be written.
     base::Status Update(const std::function<bool(SettingsData&)>& change) const;
 
+    // Sets a value at the next Save. Setting the value this run first read (or last set) is no
+    // change: a dialog that stores every control as it stands writes only what was changed.
+    void Set(std::string_view section, std::string_view name, SettingValue value);
+    // Deletes a value at the next Save; false (and nothing to save) when this run sees none.
+    bool DeleteValue(std::string_view section, std::string_view name);
+    // Deletes a section and those below it at the next Save; false when this run sees none.
+    bool DeleteSection(std::string_view section);
+    // Makes the section at the next Save when missing (an empty key).
+    void AddSection(std::string_view section);
+    // True while changes wait for Save.
+    bool HasChanges() const { return !changes_.empty(); }
+    // Writes this run's changes: under the lock, on a fresh read, it sets and deletes exactly
+    // what this run changed and keeps every other value as the file has it, written
+    // atomically. Nothing is written without changes. On failure the changes are kept, so a
+    // later Save can try again.
+    base::Status Save();
+
 private:
+    struct Change {
+        enum class Kind { Set, DeleteValue, DeleteSection, AddSection };
+        Kind kind;
+        std::string section;
+        std::string name;
+        SettingValue value;
+    };
+    static void Apply(const Change& change, SettingsData& data);
+    // The file as it is, without this run's changes.
+    SettingsData ReadFile() const;
+    // What this run knows: the file as first read, with this run's own changes applied.
+    SettingsData& Known() const;
+    void Record(Change change);
+
     std::string path_;
+    mutable std::optional<SettingsData> known_;
+    std::vector<Change> changes_;
 };
 
 }  // namespace host

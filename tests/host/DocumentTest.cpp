@@ -1,13 +1,18 @@
 #include "host/Document.h"
 
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <filesystem>
 
 #include <gtest/gtest.h>
 
+#include "TempFolder.h"
 #include "base/File.h"
 #include "cad/BlockRecord.h"
+#include "host/Printer.h"
 #include "host/WorkingDatabase.h"
-#include "TempFolder.h"
 
 namespace {
 
@@ -229,6 +234,94 @@ TEST_F(DocumentManagerTest, WorkingDatabaseFollowsTheCurrentDocumentAndTheScopeP
         EXPECT_FALSE(same.Switched());
     }
     EXPECT_EQ(host::WorkingDatabase(), current);
+}
+
+TEST_F(DocumentManagerTest, ASaveThatKeepsTheBackupLeavesAnExistingOneAlone) {
+    std::string path = CopyCorpus(dir, "attribute-ac1032.dxf");
+    std::string backup = dir.File("attribute-ac1032.bak");
+    ASSERT_TRUE(base::WriteFileAtomic(backup, "the drawing before the import"));
+    auto doc = host::DocumentManager::Instance().OpenCurrent(path);
+    ASSERT_TRUE(doc);
+    ASSERT_TRUE((*doc)->Database().RegisterApp("VELMAR_TEST"));
+    ASSERT_TRUE((*doc)->Save(host::BackupMode::KeepExisting));
+    EXPECT_EQ(*base::ReadFile(backup), "the drawing before the import");
+    EXPECT_EQ(*base::ReadFile(path), (*doc)->Database().Write());
+    for (const auto& entry : std::filesystem::directory_iterator(dir.Path())) {
+        const std::string name = entry.path().filename().string();
+        EXPECT_TRUE(name == "attribute-ac1032.dxf" || name == "attribute-ac1032.bak") << name;
+    }
+}
+
+TEST_F(DocumentManagerTest, ASaveThatKeepsTheBackupMakesOneWhereThereIsNone) {
+    std::string path = CopyCorpus(dir, "attribute-ac1032.dxf");
+    const std::string original = *base::ReadFile(path);
+    auto doc = host::DocumentManager::Instance().OpenCurrent(path);
+    ASSERT_TRUE(doc);
+    ASSERT_TRUE((*doc)->Database().RegisterApp("VELMAR_TEST"));
+    ASSERT_TRUE(host::DocumentManager::Instance().SaveAll(host::BackupMode::KeepExisting));
+    EXPECT_TRUE(*base::ReadFile(dir.File("attribute-ac1032.bak")) == original);
+}
+
+TEST_F(DocumentManagerTest, TheHostsSaveReplacesTheBackup) {
+    std::string path = CopyCorpus(dir, "attribute-ac1032.dxf");
+    const std::string original = *base::ReadFile(path);
+    ASSERT_TRUE(base::WriteFileAtomic(dir.File("attribute-ac1032.bak"), "an older backup"));
+    auto doc = host::DocumentManager::Instance().OpenCurrent(path);
+    ASSERT_TRUE(doc);
+    ASSERT_TRUE((*doc)->Database().RegisterApp("VELMAR_TEST"));
+    ASSERT_TRUE((*doc)->Save());
+    EXPECT_TRUE(*base::ReadFile(dir.File("attribute-ac1032.bak")) == original);
+}
+
+TEST_F(DocumentManagerTest, AReadOnlyDrawingIsNotSavedAndTheMessageSaysWhatToDo) {
+    std::string path = CopyCorpus(dir, "attribute-ac1032.dxf");
+    const std::string original = *base::ReadFile(path);
+    auto doc = host::DocumentManager::Instance().OpenCurrent(path);
+    ASSERT_TRUE(doc);
+    ASSERT_EQ(::chmod(path.c_str(), 0444), 0);
+    ASSERT_TRUE((*doc)->Database().RegisterApp("VELMAR_TEST"));
+    base::Status saved = (*doc)->Save();
+    ASSERT_FALSE(saved);
+    EXPECT_NE(saved.Message().find("Cannot save " + path +
+                                   ": the file is read-only (mode 0444); make it writable or save "
+                                   "under another name."),
+              std::string::npos)
+        << saved.Message();
+    EXPECT_TRUE(*base::ReadFile(path) == original);
+    EXPECT_FALSE(std::filesystem::exists(dir.File("attribute-ac1032.bak")));
+}
+
+TEST_F(DocumentManagerTest,
+       LeftoversOfAnInterruptedSaveGoWhenTheDrawingIsOpenedOrSavedAndAreNamed) {
+    std::string path = CopyCorpus(dir, "attribute-ac1032.dxf");
+    auto leftover = [this] {
+        const pid_t ended = ::fork();
+        if (ended == 0)
+            ::_exit(0);
+        ::waitpid(ended, nullptr, 0);
+        std::string name =
+            dir.File(".attribute-ac1032.dxf.velmar-tmp." + std::to_string(ended) + ".q1w2e3r4");
+        EXPECT_TRUE(base::WriteFileAtomic(name, "half a drawing"));
+        return name;
+    };
+    host::Printer& printer = host::CurrentPrinter();
+    printer.Capture(true);
+    printer.ClearCaptured();
+    const std::string first = leftover();
+    auto doc = host::DocumentManager::Instance().OpenCurrent(path, host::ReadKind::OnFirstUse);
+    ASSERT_TRUE(doc);
+    EXPECT_FALSE(std::filesystem::exists(first));
+    EXPECT_EQ(printer.CapturedWarnings(),
+              "Removed a leftover temporary file from an interrupted save: " + first + "\n");
+    printer.ClearCaptured();
+    ASSERT_TRUE((*doc)->Database().RegisterApp("VELMAR_TEST"));
+    printer.ClearCaptured();
+    const std::string second = leftover();
+    ASSERT_TRUE((*doc)->Save());
+    EXPECT_FALSE(std::filesystem::exists(second));
+    EXPECT_EQ(printer.CapturedWarnings(),
+              "Removed a leftover temporary file from an interrupted save: " + second + "\n");
+    printer.Capture(false);
 }
 
 }  // namespace

@@ -1,9 +1,15 @@
 #include "host/SettingsFile.h"
 
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <gtest/gtest.h>
 
 #include <fstream>
 #include <sstream>
+#include <string>
+#include <vector>
 
 #include "TempFolder.h"
 #include "base/Path.h"
@@ -183,6 +189,182 @@ TEST(SettingsFile, UpdateThatChangesNothingWritesNothing) {
     host::SettingsFile file(folder.File("settings.ini"));
     ASSERT_TRUE(file.Update([](host::SettingsData&) { return false; }));
     EXPECT_FALSE(base::FileExists(folder.File("settings.ini")));
+}
+
+std::uint32_t IntegerIn(const host::SettingsData& data, std::string_view section,
+                        std::string_view name) {
+    const host::SettingValue* value = data.Find(section, name);
+    return value ? value->integer : 0xFFFFFFFFu;
+}
+
+ino_t InodeOf(const std::string& path) {
+    struct stat info {};
+    EXPECT_EQ(::stat(path.c_str(), &info), 0);
+    return info.st_ino;
+}
+
+TEST(SettingsFile, ConcurrentRunsLoseNoneOfEachOthersWrites) {
+    // Each run stores every value it knows after each change, the others' as it read them at
+    // its start, as the options dialog stores all its controls; only what it changed may land.
+    TempFolder folder;
+    const std::string path = folder.File("settings.ini");
+    constexpr int kRuns = 4;
+    constexpr int kWrites = 100;
+    constexpr int kNames = 10;
+    auto name = [](int run, int n) {
+        return "Run" + std::to_string(run) + "Value" + std::to_string(n);
+    };
+    {
+        host::SettingsFile start(path);
+        for (int run = 0; run < kRuns; ++run)
+            for (int n = 0; n < kNames; ++n)
+                start.Set("Velmar", name(run, n), host::SettingValue::Integer(0));
+        ASSERT_TRUE(start.Save());
+    }
+    int go[2];
+    ASSERT_EQ(::pipe(go), 0);
+    std::vector<pid_t> children;
+    for (int run = 0; run < kRuns; ++run) {
+        const pid_t child = ::fork();
+        ASSERT_GE(child, 0);
+        if (child == 0) {
+            ::close(go[1]);
+            host::SettingsFile file(path);
+            // The dialog's controls: the values as read at the start, then as this run sets them.
+            host::SettingsData controls = file.Read();
+            char c;
+            if (::read(go[0], &c, 1) != 0)
+                ::_exit(3);  // all start together when the pipe closes
+            for (int k = 1; k <= kWrites; ++k) {
+                controls.Set("Velmar", name(run, k % kNames), host::SettingValue::Integer(k));
+                for (const auto& section : controls.Sections())
+                    for (const auto& [valueName, value] : section.values)
+                        file.Set(section.name, valueName, value);
+                if (!file.Save())
+                    ::_exit(4);
+            }
+            ::_exit(0);
+        }
+        children.push_back(child);
+    }
+    ::close(go[0]);
+    ::close(go[1]);
+    for (pid_t child : children) {
+        int status = 0;
+        ASSERT_EQ(::waitpid(child, &status, 0), child);
+        ASSERT_TRUE(WIFEXITED(status));
+        EXPECT_EQ(WEXITSTATUS(status), 0);
+    }
+    const host::SettingsData data = host::SettingsFile(path).Read();
+    for (int run = 0; run < kRuns; ++run) {
+        for (int n = 0; n < kNames; ++n) {
+            // The last k below kWrites with k % kNames == n.
+            const int last = kWrites - ((kWrites - n) % kNames);
+            EXPECT_EQ(IntegerIn(data, "Velmar", name(run, n)), static_cast<std::uint32_t>(last))
+                << name(run, n);
+        }
+    }
+}
+
+TEST(SettingsFile, SaveKeepsWhatAnotherRunWroteSinceThisRunRead) {
+    TempFolder folder;
+    const std::string path = folder.File("settings.ini");
+    std::ofstream(path) << "[Velmar]\n\"A\"=dword:00000001\n\"B\"=dword:00000001\n\"C\"=\"c\"\n";
+    host::SettingsFile ours(path);
+    ASSERT_EQ(IntegerIn(ours.Read(), "Velmar", "B"), 1u);
+    ASSERT_TRUE(host::SettingsFile(path).Update([](host::SettingsData& data) {
+        data.Set("Velmar", "B", host::SettingValue::Integer(2));
+        data.Set("Velmar", "D", host::SettingValue::Text("new"));
+        return true;
+    }));
+    ours.Set("Velmar", "A", host::SettingValue::Integer(5));
+    ours.Set("Velmar", "B", host::SettingValue::Integer(1));  // as this run read it: no change
+    EXPECT_TRUE(ours.DeleteValue("Velmar", "C"));
+    EXPECT_FALSE(ours.DeleteValue("Velmar", "D"));  // this run never saw it
+    ASSERT_TRUE(ours.Save());
+    EXPECT_FALSE(ours.HasChanges());
+    const host::SettingsData data = host::SettingsFile(path).Read();
+    EXPECT_EQ(IntegerIn(data, "Velmar", "A"), 5u);
+    EXPECT_EQ(IntegerIn(data, "Velmar", "B"), 2u);
+    EXPECT_EQ(data.Find("Velmar", "C"), nullptr);
+    ASSERT_NE(data.Find("Velmar", "D"), nullptr);
+    EXPECT_EQ(data.Find("Velmar", "D")->data, "new");
+}
+
+TEST(SettingsFile, UnsavedChangesAreReadBackAndAValueSetBackIsStoredAsSet) {
+    TempFolder folder;
+    const std::string path = folder.File("settings.ini");
+    std::ofstream(path) << "[Velmar]\n\"A\"=dword:00000001\n[Velmar\\List]\n\"x\"=\"\"\n";
+    host::SettingsFile file(path);
+    file.Set("Velmar", "A", host::SettingValue::Integer(2));
+    EXPECT_TRUE(file.DeleteSection("Velmar\\List"));
+    EXPECT_EQ(IntegerIn(file.Read(), "Velmar", "A"), 2u);
+    EXPECT_EQ(file.Read().FindSection("Velmar\\List"), nullptr);
+    EXPECT_EQ(IntegerIn(host::SettingsFile(path).Read(), "Velmar", "A"), 1u);
+    // Back to what the file had, after a change of this run's own: the user's last word is kept.
+    file.Set("Velmar", "A", host::SettingValue::Integer(1));
+    EXPECT_TRUE(file.HasChanges());
+    ASSERT_TRUE(host::SettingsFile(path).Update([](host::SettingsData& data) {
+        data.Set("Velmar", "A", host::SettingValue::Integer(9));
+        return true;
+    }));
+    ASSERT_TRUE(file.Save());
+    const host::SettingsData data = host::SettingsFile(path).Read();
+    EXPECT_EQ(IntegerIn(data, "Velmar", "A"), 1u);
+    EXPECT_EQ(data.FindSection("Velmar\\List"), nullptr);
+}
+
+TEST(SettingsFile, SettingEveryValueAsItWasReadWritesNothing) {
+    TempFolder folder;
+    const std::string path = folder.File("settings.ini");
+    std::ofstream(path) << "[Velmar]\n\"A\"=dword:00000001\n\"B\"=\"text\"\n";
+    const ino_t before = InodeOf(path);
+    host::SettingsFile file(path);
+    file.Set("Velmar", "a", host::SettingValue::Integer(1));
+    file.Set("VELMAR", "B", host::SettingValue::Text("text"));
+    file.AddSection("Velmar");
+    EXPECT_FALSE(file.HasChanges());
+    ASSERT_TRUE(file.Save());
+    EXPECT_EQ(InodeOf(path), before);
+}
+
+TEST(SettingsFile, AFailedSaveKeepsTheChangesForTheNextTry) {
+    TempFolder folder;
+    const std::string path = folder.File("settings.ini");
+    std::ofstream(path) << "[Velmar]\n\"A\"=dword:00000001\n";
+    ASSERT_EQ(::chmod(path.c_str(), 0444), 0);
+    host::SettingsFile file(path);
+    file.Set("Velmar", "A", host::SettingValue::Integer(3));
+    base::Status saved = file.Save();
+    ASSERT_FALSE(saved);
+    EXPECT_NE(saved.Message().find("read-only"), std::string::npos) << saved.Message();
+    EXPECT_TRUE(file.HasChanges());
+    EXPECT_EQ(IntegerIn(host::SettingsFile(path).Read(), "Velmar", "A"), 1u);
+    ASSERT_EQ(::chmod(path.c_str(), 0644), 0);
+    ASSERT_TRUE(file.Save());
+    EXPECT_EQ(IntegerIn(host::SettingsFile(path).Read(), "Velmar", "A"), 3u);
+}
+
+TEST(SettingsFile, ASaveRemovesTheLeftoverOfAnInterruptedOneAndSaysSo) {
+    TempFolder folder;
+    const std::string path = folder.File("settings.ini");
+    const pid_t ended = ::fork();
+    if (ended == 0)
+        ::_exit(0);
+    ::waitpid(ended, nullptr, 0);
+    const std::string leftover =
+        folder.File(".settings.ini.velmar-tmp." + std::to_string(ended) + ".a1b2c3d4");
+    std::ofstream(leftover) << "[Velmar]\n";
+    host::Printer& printer = host::CurrentPrinter();
+    printer.Capture(true);
+    printer.ClearCaptured();
+    host::SettingsFile file(path);
+    file.Set("Velmar", "A", host::SettingValue::Integer(1));
+    ASSERT_TRUE(file.Save());
+    EXPECT_EQ(printer.CapturedWarnings(),
+              "Removed a leftover temporary file from an interrupted save: " + leftover + "\n");
+    printer.Capture(false);
+    EXPECT_FALSE(base::FileExists(leftover));
 }
 
 }  // namespace
