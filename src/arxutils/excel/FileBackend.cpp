@@ -11,6 +11,7 @@
 #include "arxutils/excel/AutomationError.h"
 #include "base/Path.h"
 #include "base/Text.h"
+#include "host/Document.h"
 #include "host/Printer.h"
 #include "host/Ui.h"
 #include "xl/CellRef.h"
@@ -23,6 +24,12 @@ namespace {
 
 [[noreturn]] void Fail(const std::string& description, std::int32_t code = kErrApplication) {
     throw AutomationError(code, description);
+}
+
+// Opens a workbook file, first removing (and naming) what an interrupted save left beside it.
+base::Result<std::unique_ptr<xl::Workbook>> OpenBookFile(const std::string& path) {
+    host::RemoveLeftoversOfInterruptedSaves(path);
+    return xl::Workbook::Open(path);
 }
 
 // A workbook's full name is its absolute path, as the application reports it; addresses stay.
@@ -336,7 +343,7 @@ public:
         }
         if (!base::FileExists(fileName))
             Fail("Sorry, we couldn't find " + fileName + ". Is it possible it was moved, renamed or deleted?");
-        auto opened = xl::Workbook::Open(fileName);
+        auto opened = OpenBookFile(fileName);
         if (!opened) Fail(opened.GetStatus().Message());
         auto book = std::make_unique<Book>();
         book->file = std::move(opened.Value());
@@ -1085,7 +1092,7 @@ base::Result<std::unique_ptr<FileBackend>> FileBackend::Create(const FileBackend
     if (options.workbook.empty()) return backend;
     if (!base::FileExists(options.workbook))
         return base::Status::Error("The workbook " + options.workbook + " does not exist; give the path of an .xlsx or .xlsm file.");
-    auto opened = xl::Workbook::Open(options.workbook);
+    auto opened = OpenBookFile(options.workbook);
     if (!opened) return opened.GetStatus();
     auto book = std::make_unique<Book>();
     book->file = std::move(opened.Value());
@@ -1228,6 +1235,7 @@ base::Status FileBackend::SaveChanged() {
             if (ParseAreas(book->selection[sheet], areas) && xl::ParseCell(book->activeCell[sheet], row, column))
                 sheet->Select(areas.front(), row, column);
         }
+        host::RemoveLeftoversOfInterruptedSaves(target);
         if (base::Status s = book->file->Save(target); !s) {
             problems += "\n" + s.Message();
             continue;

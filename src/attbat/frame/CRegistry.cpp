@@ -17,16 +17,25 @@ std::string& ParentName() {
     return parent;
 }
 
-// The store, or nullopt when nothing may be read or written yet.
-std::optional<host::SettingsFile> Store() {
-    if (ParentName().empty()) return std::nullopt;
+// The store of this run, or null when nothing may be read or written yet. One store serves the
+// whole run, so that it knows what the run first read: storing a value as it was read is no
+// change, and two runs at once never write back each other's old values.
+std::optional<host::SettingsFile>& RunStore() {
+    static std::optional<host::SettingsFile> store;
+    return store;
+}
+
+host::SettingsFile* Store() {
+    if (ParentName().empty()) return nullptr;
     std::string path = host::SettingsFilePath();
-    if (path.empty()) return std::nullopt;
-    return host::SettingsFile(path);
+    if (path.empty()) return nullptr;
+    std::optional<host::SettingsFile>& store = RunStore();
+    if (!store || store->Path() != path) store.emplace(path);
+    return &*store;
 }
 
 std::optional<host::SettingValue> Read(std::string_view section, std::string_view name) {
-    auto store = Store();
+    host::SettingsFile* store = Store();
     if (!store) return std::nullopt;
     host::SettingsData data = store->Read();
     const host::SettingValue* value = data.Find(section, name);
@@ -34,9 +43,12 @@ std::optional<host::SettingValue> Read(std::string_view section, std::string_vie
     return *value;
 }
 
-bool Write(const std::function<bool(host::SettingsData&)>& change) {
-    auto store = Store();
-    return store && store->Update(change).IsOk();
+// Makes a change of this run and saves it at once, as the registry writes at once.
+bool Write(const std::function<void(host::SettingsFile&)>& change) {
+    host::SettingsFile* store = Store();
+    if (!store) return false;
+    change(*store);
+    return store->Save().IsOk();
 }
 
 // The bytes taken as UTF-16LE text up to its terminator, as a wide-character read gives them.
@@ -80,6 +92,8 @@ std::string Subsection(std::string_view subsection) {
 
 void CRegistry::SetRoot(Root, std::string_view parent) { ParentName() = std::string(parent); }
 
+void CRegistry::StartRun() { RunStore().reset(); }
+
 const std::string& CRegistry::Parent() { return ParentName(); }
 
 int CRegistry::GetInt(std::string_view section, std::string_view name, int def) {
@@ -110,9 +124,8 @@ std::optional<std::string> CRegistry::GetBinary(std::string_view section, std::s
 }
 
 bool CRegistry::SetInt(std::string_view section, std::string_view name, int value) {
-    return Write([&](host::SettingsData& data) {
-        data.Set(section, name, host::SettingValue::Integer(static_cast<std::uint32_t>(value)));
-        return true;
+    return Write([&](host::SettingsFile& store) {
+        store.Set(section, name, host::SettingValue::Integer(static_cast<std::uint32_t>(value)));
     });
 }
 
@@ -120,30 +133,28 @@ bool CRegistry::SetString(std::string_view section, std::optional<std::string_vi
                           std::optional<std::string_view> text) {
     if (!name) return DeleteSection(section);
     if (!text) return DeleteValue(section, *name);
-    return Write([&](host::SettingsData& data) {
-        data.Set(section, *name, host::SettingValue::Text(std::string(*text)));
-        return true;
+    return Write([&](host::SettingsFile& store) {
+        store.Set(section, *name, host::SettingValue::Text(std::string(*text)));
     });
 }
 
 bool CRegistry::SetBinary(std::string_view section, std::string_view name, std::string_view data) {
-    return Write([&](host::SettingsData& settings) {
-        settings.Set(section, name, host::SettingValue::Binary(std::string(data)));
-        return true;
+    return Write([&](host::SettingsFile& store) {
+        store.Set(section, name, host::SettingValue::Binary(std::string(data)));
     });
 }
 
 bool CRegistry::DeleteSection(std::string_view section) {
-    return Write([&](host::SettingsData& data) { return data.DeleteSection(section); });
+    return Write([&](host::SettingsFile& store) { store.DeleteSection(section); });
 }
 
 bool CRegistry::DeleteValue(std::string_view section, std::string_view name) {
-    return Write([&](host::SettingsData& data) { return data.DeleteValue(section, name); });
+    return Write([&](host::SettingsFile& store) { store.DeleteValue(section, name); });
 }
 
 void CRegistry::Enumerate(Root, std::string_view path, bool subkeys,
                           std::vector<std::string>& names, std::vector<std::string>& values) {
-    auto store = Store();
+    host::SettingsFile* store = Store();
     auto section = SectionOfPath(path);
     if (!store || !section) return;
     host::SettingsData data = store->Read();
@@ -163,7 +174,7 @@ void CRegistry::Enumerate(Root, std::string_view path, bool subkeys,
 }
 
 bool CRegistry::ParentExists() {
-    auto store = Store();
+    host::SettingsFile* store = Store();
     return store && base::FileExists(store->Path());
 }
 
@@ -183,13 +194,12 @@ std::vector<std::string> CRegistry::GetList(std::string_view subsection) {
 
 bool CRegistry::SetList(std::string_view subsection, const std::vector<std::string>& entries) {
     std::string section = Subsection(subsection);
-    return Write([&](host::SettingsData& data) {
-        data.DeleteSection(section);
-        data.AddSection(section);
+    return Write([&](host::SettingsFile& store) {
+        store.DeleteSection(section);
+        store.AddSection(section);
         for (const std::string& entry : entries) {
-            data.Set(section, entry, host::SettingValue::Text(""));
+            store.Set(section, entry, host::SettingValue::Text(""));
         }
-        return true;
     });
 }
 
@@ -208,13 +218,12 @@ bool CRegistry::SetMap(std::string_view subsection, const std::vector<std::strin
                        const std::vector<std::string>& values) {
     std::string section = Subsection(subsection);
     std::size_t count = std::min(keys.size(), values.size());
-    return Write([&](host::SettingsData& data) {
-        data.DeleteSection(section);
-        data.AddSection(section);
+    return Write([&](host::SettingsFile& store) {
+        store.DeleteSection(section);
+        store.AddSection(section);
         for (std::size_t i = 0; i < count; ++i) {
-            data.Set(section, keys[i], host::SettingValue::Text(values[i]));
+            store.Set(section, keys[i], host::SettingValue::Text(values[i]));
         }
-        return true;
     });
 }
 

@@ -18,6 +18,8 @@ public:
 
     // Keeps root and parent; until it has run every read gives its default and every write false.
     static void SetRoot(Root root, std::string_view parent);
+    // Forgets what the run read and wrote: the next command's values are its own, read afresh.
+    static void StartRun();
     // The parent given to SetRoot; "" before it.
     static const std::string& Parent();
 

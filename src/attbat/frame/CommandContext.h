@@ -81,6 +81,9 @@ struct CommandHandler {
     // The current drawing is read when the command first uses it, not before it starts; such a
     // command checks the document's load status itself.
     bool readsDrawingOnFirstUse = false;
+    // The command changes only how the drawing is viewed: its save keeps an existing backup,
+    // which may be the only copy from before an import.
+    bool changesViewOnly = false;
 };
 
 // A JSON string literal of `text`.

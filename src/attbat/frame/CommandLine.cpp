@@ -5,6 +5,7 @@
 #include <exception>
 
 #include "attbat/frame/CArxErrLog.h"
+#include "attbat/frame/CRegistry.h"
 #include "attbat/frame/CAttBatApp.h"
 #include "arxutils/ExcelUtils.h"
 #include "arxutils/excel/FileBackend.h"
@@ -109,6 +110,7 @@ public:
     RunScope(const GlobalOptions& global, host::Console& console)
         : ui_(console) {
         host::SetSettingsFilePath(global.settings);
+        CRegistry::StartRun();
         host::SetLogFilePath(global.log);
         host::CurrentPrinter().SetQuiet(global.quiet);
         host::CurrentPrinter().SetToStandardError(global.json);
@@ -117,6 +119,7 @@ public:
         debugOn = 0;
     }
     ~RunScope() {
+        CRegistry::StartRun();
         host::CurrentPrinter().FinishLine();
         host::CurrentPrinter().SetQuiet(false);
         host::CurrentPrinter().SetToStandardError(false);
@@ -438,7 +441,10 @@ int RunCommandLine(const std::vector<std::string>& args, CAttBatApp& app,
     arxutils::excel::SetCurrentServer(nullptr);
     arxutils::ExcelUtils::SetDrawingUnits(nullptr);
     // The host saves what a command changed; unchanged drawings aren't written.
-    if (base::Status saved = documents.SaveAll(); !saved) {
+    const CommandHandler* handler = app.Handler(*entry);
+    const host::BackupMode backup =
+        handler && handler->changesViewOnly ? host::BackupMode::KeepExisting : host::BackupMode::Replace;
+    if (base::Status saved = documents.SaveAll(backup); !saved) {
         host::CurrentPrinter().Warn(saved.Message());
         context.Summary("error", saved.Message());
         status = exitFailed;

@@ -232,7 +232,8 @@ void ImplementFrameCommands(CAttBatApp& app) {
                       }
                       if (c.arguments.size() == 1) return FindEntByHandle(c.arguments.front());
                       return Velmar_FindEntByHandle(host::CurrentEditor());
-                  }});
+                  },
+                  false, true});
     app.Implement("Velmar_LoadMenu",
                   {{}, "", [&app](CommandContext&) { return LoadMenuCommand(app); }});
 }

@@ -7,6 +7,7 @@
 
 #include "FrameFixture.h"
 #include "base/Path.h"
+#include "host/SettingsFile.h"
 
 namespace {
 
@@ -25,6 +26,24 @@ TEST_F(CRegistryTest, NothingWorksBeforeSetRoot) {
     EXPECT_TRUE(CRegistry::SetInt("Velmar", "A", 5));
     EXPECT_EQ(CRegistry::GetInt("Velmar", "A", 9), 5);
     EXPECT_TRUE(CRegistry::ParentExists());
+}
+
+TEST_F(CRegistryTest, StoringAValueAsTheRunReadItKeepsWhatAnotherRunWroteMeanwhile) {
+    ASSERT_TRUE(CRegistry::SetInt("Velmar", "AutoUploadToActiveWorkbook", 0));
+    CRegistry::StartRun();
+    // This run reads both check boxes, as the Options dialog does when it opens...
+    int autoUpload = CRegistry::GetInt("Velmar", "AutoUploadToActiveWorkbook", 0);
+    int polygon = CRegistry::GetInt("Velmar", "CalOuterPolygon", 0);
+    // ...another run turns one on...
+    host::SettingsFile other(File("settings.ini"));
+    other.Set("Velmar", "AutoUploadToActiveWorkbook", host::SettingValue::Integer(1));
+    ASSERT_TRUE(other.Save());
+    // ...and this run's OK stores every box, one of them changed.
+    EXPECT_TRUE(CRegistry::SetInt("Velmar", "AutoUploadToActiveWorkbook", autoUpload));
+    EXPECT_TRUE(CRegistry::SetInt("Velmar", "CalOuterPolygon", polygon + 1));
+    CRegistry::StartRun();
+    EXPECT_EQ(CRegistry::GetInt("Velmar", "AutoUploadToActiveWorkbook", -1), 1);
+    EXPECT_EQ(CRegistry::GetInt("Velmar", "CalOuterPolygon", -1), 1);
 }
 
 TEST_F(CRegistryTest, ReadsGiveTheDefaultWhenTheValueIsMissing) {

@@ -3,6 +3,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <filesystem>
+
 #include "FrameFixture.h"
 #include "attbat/frame/CAttBatApp.h"
 #include "base/Path.h"
@@ -302,6 +304,26 @@ TEST_F(CommandLineProcessTest, TwoVelmarRunsAtOnceLoseNoWrite) {
     EXPECT_EQ(CRegistry::GetList("DrawingList").size(), static_cast<std::size_t>(rounds));
     EXPECT_EQ(CRegistry::GetInt("Velmar", "CalOuterPolygon", -1), (rounds - 1) % 2);
     EXPECT_EQ(CRegistry::GetInt("Velmar", "AutoUploadToActiveWorkbook", -1), 0);
+}
+
+TEST_F(CommandLineProcessTest, FindTakesTheHandleAsItsArgumentAndKeepsTheBackupOfTheLastImport) {
+    std::string drawing = File("plan.dxf");
+    std::filesystem::copy_file(std::string(VELMAR_SOURCE_DIR) + "/examples/floor.dxf", drawing);
+    std::ofstream(File("plan.bak"), std::ios::binary) << "the drawing before the last import";
+    const std::string before = Slurp(drawing);
+    ASSERT_EQ(Run({"--drawing", drawing, "find", "<C6_MARK>"}), exitOk) << Warnings();
+    EXPECT_NE(Printed().find("Type: INSERT"), std::string::npos) << Printed();
+    EXPECT_NE(Slurp(drawing), before);  // the view is on the reference now
+    EXPECT_EQ(Slurp(File("plan.bak")), "the drawing before the last import");
+    EXPECT_EQ(Run({"--drawing", drawing, "find", "C6", "C7"}), exitUsage);
+}
+
+TEST_F(CommandLineProcessTest, FindMakesABackupWhereThereIsNone) {
+    std::string drawing = File("plan.dxf");
+    std::filesystem::copy_file(std::string(VELMAR_SOURCE_DIR) + "/examples/floor.dxf", drawing);
+    const std::string before = Slurp(drawing);
+    ASSERT_EQ(Run({"--drawing", drawing, "find", "C6"}), exitOk) << Warnings();
+    EXPECT_EQ(Slurp(File("plan.bak")), before);
 }
 
 TEST_F(CommandLineProcessTest, ADamagedSettingsFileIsReportedAndTheRunGoesOn) {

@@ -25,6 +25,7 @@ protected:
         host::SetSettingsFilePath(File("settings.ini"));
         host::SetLogFilePath(File("Velmar.log"));
         attbat::CRegistry::SetRoot(attbat::CRegistry::Root::CurrentUser, "Orvane");
+        attbat::CRegistry::StartRun();
         host::CurrentPrinter().Capture(true);
     }
     void TearDown() override {

@@ -481,6 +481,21 @@ TEST(ImportCommands, AMissingSharedStringPartStopsTheImport) {
     ExpectRefusedNamingThePart(f, "sharedStrings.xml");
 }
 
+TEST(ImportCommands, AReadOnlyDrawingIsNotReplacedAndNoSuccessIsTold) {
+    ImportFixture f;
+    f.MakeWorkbook({{"A1", "X01", "<DE_MARK>"}});
+    const std::string before = Bytes(f.drawing);
+    std::filesystem::permissions(f.drawing, std::filesystem::perms::owner_read | std::filesystem::perms::group_read |
+                                                std::filesystem::perms::others_read);
+    EXPECT_EQ(f.Import(), exitFailed);
+    EXPECT_EQ(f.Printed().find("Successfully update"), std::string::npos) << f.Printed();
+    EXPECT_NE(host::CurrentPrinter().CapturedWarnings().find("read-only"), std::string::npos)
+        << host::CurrentPrinter().CapturedWarnings();
+    EXPECT_TRUE(Bytes(f.drawing) == before) << "the read-only drawing was replaced";
+    EXPECT_EQ(std::filesystem::status(f.drawing).permissions() & std::filesystem::perms::all,
+              std::filesystem::perms::owner_read | std::filesystem::perms::group_read | std::filesystem::perms::others_read);
+}
+
 TEST(ImportCommands, DryRunSaysWhichDrawingsItCannotFindOrOpenAsTheImportWould) {
     ImportFixture f;
     std::string missing = f.temp / "gone.dxf", broken = f.temp / "broken.dxf";
