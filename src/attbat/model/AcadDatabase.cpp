@@ -57,28 +57,20 @@ public:
 
     // The references of `block` that stand directly in a space or block.
     const std::vector<CachedRef>& DirectRefs(const cad::BlockRecord& block) {
+        return DirectRefs(base::FoldCase(block.Name()));
+    }
+    const std::vector<CachedRef>& DirectRefs(const std::string& foldedName) {
         static const std::vector<CachedRef> none;
-        auto it = refsByBlock_.find(base::FoldCase(block.Name()));
+        auto it = refsByBlock_.find(foldedName);
         return it == refsByBlock_.end() ? none : it->second;
     }
 
-    // The references of `block` and of every block holding one, through any depth.
-    std::vector<const CachedRef*> AllRefs(const cad::BlockRecord& block) {
-        std::vector<const CachedRef*> out;
-        std::set<std::string> seen{base::FoldCase(block.Name())};
-        std::vector<cad::BlockRecord> pending{block};
-        while (!pending.empty()) {
-            cad::BlockRecord current = pending.back();
-            pending.pop_back();
-            for (const CachedRef& ref : DirectRefs(current)) {
-                out.push_back(&ref);
-                const cad::BlockRecord& holder = ref.owner;
-                if (holder && !holder.IsLayout() && seen.insert(base::FoldCase(holder.Name())).second)
-                    pending.push_back(holder);
-            }
-        }
-        return out;
-    }
+    // How many instances `block` has in the layouts through every level of nesting: one per
+    // chain of references from a layout down to it (saturating).
+    std::uint64_t Instances(const cad::BlockRecord& block) { return Nesting(block).count; }
+    // The layout of each of those instances, in the order of the references; empty when there
+    // are more than kMaxScheduleRows.
+    const std::vector<ObjectId>& LayoutOwners(const cad::BlockRecord& block) { return Nesting(block).owners; }
 
     AcadLayer Layer(const std::string& name) {
         auto it = layers_.find(name);
@@ -99,41 +91,90 @@ public:
     // A layout's spaces by their id, so an owner list of ids gives names back.
     void NoteSpace(const cad::BlockRecord& space) { OwnerName(SpaceIdOf(space), space); }
 
-    // Whether a block record is a layout, asked once per record.
-    // References stand in few blocks, so a short list beats a map.
+    // Whether a block record is a layout, asked once per record. Most references stand in a
+    // few spaces, so the last answer is tried first.
     bool IsLayout(const cad::BlockRecord& record) {
-        for (const auto& [known, isLayout] : layouts_)
-            if (known == record) return isLayout;
-        layouts_.emplace_back(record, record.IsLayout());
-        return layouts_.back().second;
+        if (lastLayoutAsked_.first == record) return lastLayoutAsked_.second;
+        auto [it, fresh] = layouts_.try_emplace(record.GetHandle(), false);
+        if (fresh || !record.GetHandle()) it->second = record.IsLayout();
+        lastLayoutAsked_ = {record, it->second};
+        return it->second;
     }
 
 private:
+    struct Nest {
+        std::uint64_t count = 0;
+        std::vector<ObjectId> owners;
+        bool done = false;  // false while its outer blocks are walked: met again, it is a cycle
+    };
+    Nest& Nesting(const cad::BlockRecord& block);
+
     cad::Database& db_;
     std::unordered_map<std::string, std::vector<CachedRef>> refsByBlock_;
     std::unordered_map<std::string, AcadLayer> layers_;
     std::unordered_map<ObjectId, std::string> ownerNames_;
-    std::vector<std::pair<cad::BlockRecord, bool>> layouts_;
+    std::unordered_map<cad::Handle, bool> layouts_;
+    std::pair<cad::BlockRecord, bool> lastLayoutAsked_;
+    std::unordered_map<std::string, Nest> nests_;  // by folded block name
+    std::set<std::string> cycles_;                  // blocks whose cycle was told
 };
 
-// Every layout a reference counts in, once per outer instance of the blocks around it.
-int CollectLayoutOwners(ReadCache& cache, const CachedRef& ref, std::vector<ObjectId>& out,
-                        std::vector<cad::BlockRecord>& path) {
-    const cad::BlockRecord& owner = ref.owner;
-    if (!owner) return 0;
-    if (cache.IsLayout(owner)) {
-        cache.NoteSpace(owner);
-        out.push_back(SpaceIdOf(owner));
-        return 1;
+// The outer instances of a block are those of the blocks its references stand in, found once
+// per block, outermost first, with a stack of its own: a chain of 100,000 blocks is walked in
+// linear time, and 20 levels that each insert the next twice cost the million instances they
+// have, not the paths to them again and again.
+ReadCache::Nest& ReadCache::Nesting(const cad::BlockRecord& block) {
+    std::string key = base::FoldCase(block.Name());
+    if (auto known = nests_.find(key); known != nests_.end() && known->second.done) return known->second;
+    struct Frame {
+        cad::BlockRecord record;
+        std::string key;
+        std::size_t next = 0;
+    };
+    nests_.try_emplace(key);
+    std::vector<Frame> stack;
+    stack.push_back({block, key});
+    while (!stack.empty()) {
+        const std::vector<CachedRef>& refs = DirectRefs(stack.back().key);
+        if (stack.back().next < refs.size()) {
+            const cad::BlockRecord& owner = refs[stack.back().next++].owner;
+            if (!owner || IsLayout(owner)) continue;
+            std::string ownerKey = base::FoldCase(owner.Name());
+            auto [it, fresh] = nests_.try_emplace(ownerKey);
+            if (fresh) {
+                stack.push_back({owner, std::move(ownerKey)});
+            } else if (!it->second.done && cycles_.insert(ownerKey).second) {
+                host::Printf("\nThe block \"%s\" inserts itself through other blocks; its references "
+                             "within that chain are left out.", owner.Name());
+            }
+            continue;
+        }
+        Nest& nest = nests_[stack.back().key];
+        for (const CachedRef& outer : refs) {
+            const cad::BlockRecord& owner = outer.owner;
+            if (!owner) continue;
+            std::uint64_t count = 1;
+            const std::vector<ObjectId>* ids = nullptr;
+            ObjectId space = 0;
+            if (IsLayout(owner)) {
+                NoteSpace(owner);
+                space = SpaceIdOf(owner);
+            } else {
+                const Nest& inner = nests_[base::FoldCase(owner.Name())];
+                if (!inner.done) continue;  // the cycle's way back in
+                count = inner.count;
+                ids = &inner.owners;
+            }
+            nest.count = nest.count > UINT64_MAX - count ? UINT64_MAX : nest.count + count;
+            if (nest.count > kMaxScheduleRows) continue;
+            if (ids) nest.owners.insert(nest.owners.end(), ids->begin(), ids->end());
+            else nest.owners.push_back(space);
+        }
+        if (nest.count > kMaxScheduleRows) nest.owners = {};
+        nest.done = true;
+        stack.pop_back();
     }
-    // A block that holds itself, through any chain (damaged files), is inserted nowhere.
-    if (std::find(path.begin(), path.end(), owner) != path.end()) return 0;
-    path.push_back(owner);
-    int count = 0;
-    for (const CachedRef& outer : cache.DirectRefs(owner))
-        count += CollectLayoutOwners(cache, outer, out, path);
-    path.pop_back();
-    return count;
+    return nests_[key];
 }
 
 AcadAttributeDef DefinitionOf(const cad::AttributeBase& def, std::string prompt) {
@@ -192,13 +233,13 @@ struct ReadContext {
     std::set<std::string>* reading;  // files of the xref chain being read, against cycles
 };
 
-void ReadXref(AcadBlockArray& blocks, const std::string& path,
-              const std::vector<cad::BlockReference>& inserts, const PolygonList* polygons,
-              std::set<std::string>& reading);
+base::Status ReadXref(AcadBlockArray& blocks, const std::string& path,
+                      const std::vector<cad::BlockReference>& inserts, const PolygonList* polygons,
+                      std::set<std::string>& reading);
 
-void ReadDatabaseIn(AcadBlockArray& blocks, cad::Database& db, std::string_view name,
-                    const cad::BlockReference* xrefInsert, const PolygonList* polygons,
-                    std::set<std::string>& reading);
+base::Status ReadDatabaseIn(AcadBlockArray& blocks, cad::Database& db, std::string_view name,
+                            const cad::BlockReference* xrefInsert, const PolygonList* polygons,
+                            std::set<std::string>& reading);
 
 // The dynamic block an anonymous block record was copied from; a null view for any other.
 cad::BlockRecord DynamicSourceOf(cad::Database& db, const cad::BlockRecord& record);
@@ -225,17 +266,17 @@ std::string FindXrefFile(const std::string& xrefPath, const std::string& hostFil
     return {};
 }
 
-void ReadExternalReference(AcadBlockArray& blocks, ReadContext& ctx, const cad::BlockRecord& record) {
+base::Status ReadExternalReference(AcadBlockArray& blocks, ReadContext& ctx, const cad::BlockRecord& record) {
     std::vector<cad::BlockReference> inserts;
     for (const CachedRef& insert : ctx.cache.DirectRefs(record)) inserts.push_back(insert.ref);
     std::string path = record.PathName();
     std::string file = record.IsUnloaded() ? std::string() : FindXrefFile(path, ctx.db.FileName());
     if (file.empty()) {
         host::Printf("\nThe Xref \"%s\" is not resolved.", path);
-        return;
+        return base::Status::Ok();
     }
-    if (inserts.empty()) return;
-    ReadXref(blocks, file, inserts, ctx.polygons, *ctx.reading);
+    if (inserts.empty()) return base::Status::Ok();
+    return ReadXref(blocks, file, inserts, ctx.polygons, *ctx.reading);
 }
 
 void ReadBlock(AcadBlockArray& blocks, ReadContext& ctx, const cad::BlockRecord& record) {
@@ -249,8 +290,6 @@ void ReadBlock(AcadBlockArray& blocks, ReadContext& ctx, const cad::BlockRecord&
     int constants = 0;
     for (const AcadAttributeDef& def : block.defs) constants += def.constant && def.kind == 0;
     block.refs.Reserve(static_cast<int>(direct.size()));
-    std::vector<const CachedRef*> all;
-    bool allRead = false;
     std::vector<ObjectId> owners;
     for (std::size_t i = 0; i < direct.size(); ++i) {
         const CachedRef& cached = direct[i];
@@ -266,15 +305,8 @@ void ReadBlock(AcadBlockArray& blocks, ReadContext& ctx, const cad::BlockRecord&
             owners.push_back(SpaceIdOf(owner));
         } else {
             topLevel = 0;
-            if (!allRead) {
-                all = ctx.cache.AllRefs(record);
-                allRead = true;
-            }
-            std::string ownerName = owner.Name();
-            std::vector<cad::BlockRecord> path{record};
-            for (const CachedRef* outer : all)
-                if (base::EqualNoCase(outer->fields.blockName, ownerName))
-                    CollectLayoutOwners(ctx.cache, *outer, owners, path);
+            const std::vector<ObjectId>& outer = ctx.cache.LayoutOwners(owner);
+            owners.assign(outer.begin(), outer.end());
             if (owners.empty()) continue;
         }
         double area = ctx.xrefInsert
@@ -308,58 +340,91 @@ void ReadBlock(AcadBlockArray& blocks, ReadContext& ctx, const cad::BlockRecord&
     blocks.AddSorted(std::move(block));
 }
 
-void ReadDatabaseIn(AcadBlockArray& blocks, cad::Database& db, std::string_view name,
-                    const cad::BlockReference* xrefInsert, const PolygonList* polygons,
-                    std::set<std::string>& reading) {
+// The blocks a read of the database gives rows for.
+bool IsReadAsBlock(const cad::BlockRecord& record) {
+    if (record.IsErased() || record.IsExternalReference()) return false;
+    return !(record.IsLayout() || record.IsUnloaded() || record.IsOverlay() ||
+             record.Name().find('|') != std::string::npos);
+}
+
+// Why a drawing whose nesting gives more rows than any schedule can take is refused; Ok when
+// its rows fit. Counted before a row is made.
+base::Status CheckRowCount(ReadContext& ctx) {
+    std::uint64_t rows = 0, most = 0;
+    std::string mostName;
+    for (const cad::BlockRecord& record : ctx.db.Blocks()) {
+        if (!IsReadAsBlock(record)) continue;
+        std::uint64_t blockRows = 0;
+        for (const CachedRef& cached : ctx.cache.DirectRefs(record)) {
+            if (cached.ref.IsErased() || !cached.fields.visible || !cached.owner) continue;
+            std::uint64_t n = ctx.cache.IsLayout(cached.owner) ? 1 : ctx.cache.Instances(cached.owner);
+            blockRows = blockRows > UINT64_MAX - n ? UINT64_MAX : blockRows + n;
+        }
+        rows = rows > UINT64_MAX - blockRows ? UINT64_MAX : rows + blockRows;
+        if (blockRows > most) most = blockRows, mostName = record.Name();
+    }
+    if (rows <= kMaxScheduleRows) return base::Status::Ok();
+    auto count = [](std::uint64_t n) {
+        return n == UINT64_MAX ? std::string("more than 18446744073709551614") : std::to_string(n);
+    };
+    return base::Status::Error(base::Sprintf(
+        "%s holds blocks nested so deep that its schedule would have %s rows, one for each "
+        "instance of a block in a layout through every level of nesting (%s rows of the block "
+        "\"%s\"); a schedule takes at most %s. Pick the outer blocks to export, or leave out "
+        "the blocks nested in others.",
+        ctx.name, count(rows), count(most), mostName, std::to_string(kMaxScheduleRows)));
+}
+
+base::Status ReadDatabaseIn(AcadBlockArray& blocks, cad::Database& db, std::string_view name,
+                            const cad::BlockReference* xrefInsert, const PolygonList* polygons,
+                            std::set<std::string>& reading) {
     std::optional<host::ScopedWorkingDatabase> working;
     if (!xrefInsert) working.emplace(&db);
     PolygonList own;
-    if (!polygons) {
-        if (calcOuterPolygon) own = GatherPolygons(&db);
-        polygons = &own;
-    }
     cad::UnitSettings units = db.Units();
-    ReadContext ctx{db, std::string(name), xrefInsert, polygons, {}, 0, units.lunits, units.aunits,
-                    ReadCache(db), &reading};
+    ReadContext ctx{db, std::string(name), xrefInsert, polygons ? polygons : &own, {}, 0, units.lunits,
+                    units.aunits, ReadCache(db), &reading};
+    if (base::Status fits = CheckRowCount(ctx); !fits) return fits;
+    if (!polygons && calcOuterPolygon) own = GatherPolygons(&db);
     if (xrefInsert) {
         ctx.transform = cad::BlockTransform(*xrefInsert);
         ctx.ownerFilter = xrefInsert->OwnerHandle();
     }
     for (const cad::BlockRecord& record : db.Blocks()) {
-        if (record.IsErased()) continue;
-        if (record.IsExternalReference()) {
-            ReadExternalReference(blocks, ctx, record);
-            continue;
+        if (!record.IsErased() && record.IsExternalReference()) {
+            if (base::Status read = ReadExternalReference(blocks, ctx, record); !read) return read;
+        } else if (IsReadAsBlock(record)) {
+            ReadBlock(blocks, ctx, record);
         }
-        std::string blockName = record.Name();
-        if (record.IsLayout() || record.IsUnloaded() || record.IsOverlay() ||
-            blockName.find('|') != std::string::npos)
-            continue;
-        ReadBlock(blocks, ctx, record);
     }
+    return base::Status::Ok();
 }
 
-void ReadXref(AcadBlockArray& blocks, const std::string& path,
-              const std::vector<cad::BlockReference>& inserts, const PolygonList* polygons,
-              std::set<std::string>& reading) {
+base::Status ReadXref(AcadBlockArray& blocks, const std::string& path,
+                      const std::vector<cad::BlockReference>& inserts, const PolygonList* polygons,
+                      std::set<std::string>& reading) {
     std::string key = base::FoldCase(path);
-    if (!reading.insert(key).second) return;  // an xref that refers back to a drawing being read
+    if (!reading.insert(key).second) return base::Status::Ok();  // an xref that refers back to a drawing being read
+    base::Status read = base::Status::Ok();
     auto side = host::ReadSideDatabase(path);
     if (side) {
-        for (const cad::BlockReference& insert : inserts)
-            ReadDatabaseIn(blocks, *side.Value(), path, &insert, polygons, reading);
+        for (const cad::BlockReference& insert : inserts) {
+            read = ReadDatabaseIn(blocks, *side.Value(), path, &insert, polygons, reading);
+            if (!read) break;
+        }
     } else {
         host::Printf("\nThe Xref \"%s\" is not resolved.", path);
     }
     reading.erase(key);
+    return read;
 }
 
 }  // namespace
 
-void ReadDatabase(AcadBlockArray& blocks, cad::Database& db, std::string_view name,
-                  const cad::BlockReference* xrefInsert, const PolygonList* polygons) {
+base::Status ReadDatabase(AcadBlockArray& blocks, cad::Database& db, std::string_view name,
+                          const cad::BlockReference* xrefInsert, const PolygonList* polygons) {
     std::set<std::string> reading{base::FoldCase(db.FileName())};
-    ReadDatabaseIn(blocks, db, name, xrefInsert, polygons, reading);
+    return ReadDatabaseIn(blocks, db, name, xrefInsert, polygons, reading);
 }
 
 base::Status ReadDrawing(AcadBlockArray& blocks, std::string_view file, SettingsStore* settings) {
@@ -378,7 +443,7 @@ base::Status ReadDrawing(AcadBlockArray& blocks, std::string_view file, Settings
         db = side.get();
         name = std::string(file);
     }
-    ReadDatabase(blocks, *db, name, nullptr, nullptr);
+    if (base::Status read = ReadDatabase(blocks, *db, name, nullptr, nullptr); !read) return read;
     if (!settings || settings->GetInt(kSettingsSection, "ExportBlocksInMLeader", 1) != 0) {
         host::ScopedWorkingDatabase working(db);
         ReadMLeadersOfDatabase(blocks, *db, name);

@@ -1,6 +1,7 @@
 #pragma once
 // The drawing reader: fills an AcadBlockArray from a drawing, whole or by selection. Nothing of
 // the drawing is kept; rows carry handles as text.
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,6 +21,10 @@ namespace attbat {
 inline constexpr ObjectId kHandlelessModelSpaceId = ~ObjectId{0};
 // The ownerId of a layout block record.
 ObjectId SpaceIdOf(const cad::BlockRecord& space);
+// The most rows a read of one drawing gives: four times the rows of a worksheet. Nesting
+// multiplies instances (20 levels that each insert the next twice give a million rows), and
+// every row takes memory before a schedule can combine them; a drawing over it is refused.
+inline constexpr std::uint64_t kMaxScheduleRows = std::uint64_t{4} << 20;
 
 // Reads a whole drawing into `blocks`. An empty `file`, or the current document's file (without
 // regard to case), reads the current document; any other file is read on its own and its
@@ -30,8 +35,9 @@ base::Status ReadDrawing(AcadBlockArray& blocks, std::string_view file, Settings
 // The heart of the reader: every block of `db` with its rows, `name` standing as each block's
 // and row's drawing. `xrefInsert` is the host's reference when `db` was read for an external
 // reference (its transform and space pick the host's polygons); null otherwise.
-void ReadDatabase(AcadBlockArray& blocks, cad::Database& db, std::string_view name,
-                  const cad::BlockReference* xrefInsert, const PolygonList* polygons);
+// Fails, before any row is made, when the drawing would give more than kMaxScheduleRows rows.
+base::Status ReadDatabase(AcadBlockArray& blocks, cad::Database& db, std::string_view name,
+                          const cad::BlockReference* xrefInsert, const PolygonList* polygons);
 // The selected references with their blocks, and the references nested one level in them;
 // references of a block already in `blocks` join it.
 void ReadSelection(AcadBlockArray& blocks, const std::vector<cad::BlockReference>& refs,

@@ -2,7 +2,10 @@
 
 #include <filesystem>
 
+#include <fmt/format.h>
+
 #include "ReaderFixture.h"
+#include "base/File.h"
 #include "base/Path.h"
 #include "host/Document.h"
 
@@ -28,6 +31,73 @@ protected:
         return blocks;
     }
 };
+
+// A drawing of `levels` blocks B0 .. Bn, each inserting the next `fan` times, the last with an
+// attribute definition, and B0 inserted once in model space.
+std::string NestedDrawing(int levels, int fan) {
+    std::string dxf = "0\nSECTION\n2\nHEADER\n9\n$ACADVER\n1\nAC1015\n9\n$HANDSEED\n5\nFFFFFF\n0\nENDSEC\n"
+                      "0\nSECTION\n2\nBLOCKS\n";
+    int handle = 0x100;
+    auto next = [&handle] { return fmt::format("{:X}", ++handle); };
+    for (int i = 0; i < levels; ++i) {
+        dxf += fmt::format("0\nBLOCK\n5\n{}\n8\n0\n2\nB{}\n70\n{}\n10\n0\n20\n0\n30\n0\n3\nB{}\n", next(), i,
+                           i + 1 == levels ? 2 : 0, i);
+        for (int k = 0; i + 1 < levels && k < fan; ++k)
+            dxf += fmt::format("0\nINSERT\n5\n{}\n8\n0\n2\nB{}\n10\n{}\n20\n0\n30\n0\n", next(), i + 1, k);
+        if (i + 1 == levels)
+            dxf += fmt::format("0\nATTDEF\n5\n{}\n8\n0\n10\n0\n20\n0\n30\n0\n40\n1\n1\nx\n3\nTag?\n2\nTAG\n70\n0\n", next());
+        dxf += fmt::format("0\nENDBLK\n5\n{}\n8\n0\n", next());
+    }
+    dxf += fmt::format("0\nENDSEC\n0\nSECTION\n2\nENTITIES\n0\nINSERT\n5\n{}\n8\n0\n2\nB0\n10\n0\n20\n0\n30\n0\n"
+                       "0\nENDSEC\n0\nEOF\n", next());
+    return dxf;
+}
+
+TEST_F(AcadDatabaseTest, DeepNestingGivesOneRowPerOuterInstanceInTimeOfTheRows) {
+    std::string path = File("fan.dxf");
+    ASSERT_TRUE(base::WriteFileAtomic(path, NestedDrawing(12, 2)));
+    AcadBlockArray blocks = Read(path);
+    AcadBlock* last = Find(blocks, "B11");
+    ASSERT_NE(last, nullptr);
+    EXPECT_EQ(last->refs.GetSize(), 1 << 11);
+    AcadBlock* first = Find(blocks, "B1");
+    ASSERT_NE(first, nullptr);
+    EXPECT_EQ(first->refs.GetSize(), 2);
+}
+
+TEST_F(AcadDatabaseTest, ALongChainOfBlocksIsReadWithOneRowPerBlock) {
+    std::string path = File("chain.dxf");
+    ASSERT_TRUE(base::WriteFileAtomic(path, NestedDrawing(5000, 1)));
+    AcadBlockArray blocks = Read(path);
+    AcadBlock* last = Find(blocks, "B4999");
+    ASSERT_NE(last, nullptr);
+    EXPECT_EQ(last->refs.GetSize(), 1);
+}
+
+TEST_F(AcadDatabaseTest, NestingOfBillionsOfRowsIsRefusedBeforeAnyRowIsMade) {
+    std::string path = File("deep.dxf");
+    ASSERT_TRUE(base::WriteFileAtomic(path, NestedDrawing(64, 2)));
+    AcadBlockArray blocks;
+    base::Status status = attbat::ReadDrawing(blocks, path, nullptr);
+    ASSERT_FALSE(status.IsOk());
+    EXPECT_NE(status.Message().find("more than 18446744073709551614 rows"), std::string::npos) << status.Message();
+    EXPECT_NE(status.Message().find("\"B63\""), std::string::npos) << status.Message();
+    EXPECT_EQ(blocks.GetSize(), 0);
+}
+
+TEST_F(AcadDatabaseTest, JustOverTheRowLimitIsRefusedWithTheCount) {
+    std::string path = File("over.dxf");
+    ASSERT_TRUE(base::WriteFileAtomic(path, NestedDrawing(24, 2)));  // 2^23 rows of B23 alone
+    AcadBlockArray blocks;
+    base::Status status = attbat::ReadDrawing(blocks, path, nullptr);
+    ASSERT_FALSE(status.IsOk());
+    EXPECT_NE(status.Message().find("8388608 rows of the block \"B23\""), std::string::npos) << status.Message();
+}
+
+TEST_F(AcadDatabaseTest, BlocksInsertingEachOtherAreToldAndNotFollowed) {
+    AcadBlockArray blocks = Read(std::string(VELMAR_CORPUS) + "/dxf/bad-insert-recursive-pair.dxf");
+    EXPECT_NE(Printed().find("inserts itself through other blocks"), std::string::npos) << Printed();
+}
 
 TEST_F(AcadDatabaseTest, BlockInsertedInNoLayoutHasNoRowsAndKeepsDefinitions) {
     AcadBlockArray blocks = Read(ReaderData("nested.dxf"));

@@ -47,13 +47,17 @@ protected:
     std::string Printed() const { return host::CurrentPrinter().Captured(); }
     // A copy of a test drawing in a fresh folder, so that writes leave the originals alone.
     std::string Copy(const std::string& name) {
+        std::string target = File(std::filesystem::path(name).filename().string());
+        std::filesystem::copy_file(name, target, std::filesystem::copy_options::overwrite_existing);
+        return target;
+    }
+    // A path in the test's own fresh folder.
+    std::string File(const std::string& name) {
         if (folder_.empty()) {
             std::string pattern = (std::filesystem::temp_directory_path() / "velmar-reader-XXXXXX").string();
             folder_ = mkdtemp(pattern.data()) ? pattern : std::string();
         }
-        std::string target = folder_ + "/" + std::filesystem::path(name).filename().string();
-        std::filesystem::copy_file(name, target, std::filesystem::copy_options::overwrite_existing);
-        return target;
+        return folder_ + "/" + name;
     }
     void TearDown() override {
         std::error_code ignored;
