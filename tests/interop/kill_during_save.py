@@ -9,6 +9,8 @@ import subprocess
 import sys
 import tempfile
 import time
+import zipfile
+from io import BytesIO
 from pathlib import Path
 
 BUILD = Path(os.environ["VELMAR_BUILD_DIR"])
@@ -44,6 +46,19 @@ def drawing(mark):
     return "\n".join(out) + "\n"
 
 
+def same_file(a, b):
+    """The same file, a workbook's save time aside (it changes with every save)."""
+    if a == b:
+        return True
+    try:
+        za, zb = zipfile.ZipFile(BytesIO(a)), zipfile.ZipFile(BytesIO(b))
+        names = [n for n in za.namelist() if n != "docProps/core.xml"]
+        return names == [n for n in zb.namelist() if n != "docProps/core.xml"] and \
+            all(za.read(n) == zb.read(n) for n in names) and za.testzip() is None
+    except zipfile.BadZipFile:
+        return False
+
+
 def velmar(work, *args):
     return [str(VELMAR), "--settings", str(work / "settings.ini"), "--log", str(work / "Velmar.log"),
             "--yes", *args]
@@ -65,7 +80,7 @@ def kill_at_moments(work, name, target, backup, make_old, args):
         fail(f"{name}: the run to kill doesn't succeed on its own: {done.stderr}")
         return
     new = target.read_bytes()
-    if new == old:
+    if same_file(new, old):
         fail(f"{name}: the run changes nothing, so killing it proves nothing")
         return
     outcomes = {"old": 0, "new": 0, "leftovers": 0}
@@ -74,13 +89,21 @@ def kill_at_moments(work, name, target, backup, make_old, args):
         if backup and backup.exists():
             backup.unlink()
         process = subprocess.Popen(args, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-        time.sleep(duration * (k + 0.5) / MOMENTS)
+        if k < MOMENTS // 2:
+            # Anywhere in the run.
+            time.sleep(duration * (k + 0.5) / (MOMENTS // 2))
+        else:
+            # While the file is being written: once its temporary exists, a little later each time.
+            deadline = time.monotonic() + 2 * duration + 5
+            while not leftovers(target) and process.poll() is None and time.monotonic() < deadline:
+                time.sleep(0.0005)
+            time.sleep(0.003 * (k - MOMENTS // 2))
         process.send_signal(signal.SIGKILL)
         process.wait()
         now = target.read_bytes()
         if now == old:
             outcomes["old"] += 1
-        elif now == new:
+        elif same_file(now, new):
             outcomes["new"] += 1
             if backup and (not backup.exists() or backup.read_bytes() != old):
                 fail(f"{name}: killed at moment {k}, the target is new but the backup is not the old file")
