@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "ExportTestSupport.h"
 #include "attbat/frame/CAttBatApp.h"
 #include "attbat/frame/CRegistry.h"
@@ -113,6 +115,26 @@ TEST(ExportCommands, ActiveModeWithoutWorkbookSaysWhichOptionGivesOne) {
         EXPECT_EQ(said.find(platformOnly), std::string::npos) << said;
     }
     EXPECT_FALSE(base::FileExists(f.output));
+}
+
+TEST(ExportCommands, AReadOnlyWorkbookIsNotReplacedNorWrittenElsewhere) {
+    CommandFixture f;
+    ASSERT_EQ(f.Run({"--block-wildcard", "DOOR"}), exitOk) << host::CurrentPrinter().CapturedWarnings();
+    const std::string before = *base::ReadFile(f.output);
+    namespace fs = std::filesystem;
+    fs::permissions(f.output, fs::perms::owner_read | fs::perms::group_read | fs::perms::others_read);
+    host::CurrentPrinter().ClearCaptured();
+    EXPECT_EQ(RunCommandLine({"--settings", f.settings, "--drawing", kSample, "--workbook", f.output, "export",
+                              "--workbook-mode", "active", "--start-row", "last"},
+                             TheApp()),
+              exitFailed);
+    EXPECT_NE(host::CurrentPrinter().CapturedWarnings().find("read-only"), std::string::npos)
+        << host::CurrentPrinter().CapturedWarnings();
+    EXPECT_EQ(host::CurrentPrinter().Captured().find("Successfully export the data."), std::string::npos);
+    EXPECT_TRUE(*base::ReadFile(f.output) == before) << "the read-only workbook was replaced";
+    int files = 0;
+    for (const auto& entry : fs::directory_iterator(std::string(f.temp / ""))) files += entry.path().extension() == ".xlsx";
+    EXPECT_EQ(files, 1);  // no new workbook beside it
 }
 
 TEST(ExportCommands, PreviewPrintsColumnLettersAsHeaders) {
