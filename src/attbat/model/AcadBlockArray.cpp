@@ -1,6 +1,9 @@
 #include "attbat/model/AcadBlockArray.h"
 
 #include <algorithm>
+#include <cmath>
+#include <functional>
+#include <map>
 #include <set>
 #include <unordered_set>
 #include <utility>
@@ -25,22 +28,69 @@ bool IsNamedIn(const AcadBlock& block, const CStringArrayEx& names, bool all) {
 }  // namespace
 
 int AcadBlockArray::AddSorted(AcadBlock block) {
-    if (block.isAnonymous && block.name.find('*') != std::string::npos) return -1;
-    int index = GetSize();
-    if (!block.refs.IsEmpty()) {
-        const double y = block.refs[0].position.y;
-        for (int i = 0; i < GetSize(); ++i) {
-            const AcadBlock& other = GetAt(i);
-            if (!other.refs.IsEmpty() && other.refs[0].position.y < y) {
-                index = i;
-                break;
-            }
-        }
+    std::vector<AcadBlock> one;
+    one.push_back(std::move(block));
+    return AddAllSorted(std::move(one)).front();
+}
+
+std::vector<int> AcadBlockArray::AddAllSorted(std::vector<AcadBlock> added) {
+    // Each block goes before the first block with rows whose first row lies lower. Blocks with
+    // rows therefore stand in order of falling height, so that first lower block is always one
+    // that lies lower than every block before it: a "low". The lows fall strictly, so the one
+    // to go before is found by a search in them, and the blocks are linked into place without
+    // moving any; the array is built once at the end.
+    const int existing = GetSize();
+    const int total = existing + static_cast<int>(added.size());
+    std::vector<int> next(static_cast<std::size_t>(total) + 1, -1), prev(next.size(), -1);
+    const int head = total;  // a sentinel before the first block
+    int tail = head;
+    auto linkAfter = [&](int at, int node) {
+        next[node] = next[at];
+        prev[node] = at;
+        if (next[at] >= 0) prev[next[at]] = node;
+        next[at] = node;
+        if (tail == at) tail = node;
+    };
+    std::map<double, int, std::greater<>> lows;  // height of its first row -> block
+    auto firstRowY = [](const AcadBlock& block, double& y) {
+        if (block.refs.IsEmpty()) return false;
+        y = block.refs[0].position.y;
+        return !std::isnan(y);  // a height that compares with nothing is never lower
+    };
+    for (int i = 0; i < existing; ++i) {
+        linkAfter(tail, i);
+        double y = 0;
+        if (firstRowY(GetAt(i), y) && (lows.empty() || y < lows.rbegin()->first)) lows.emplace(y, i);
     }
-    // Appended and turned into place, so the block is moved rather than copied.
-    Add(std::move(block));
-    std::rotate(begin() + index, end() - 1, end());
-    return index;
+    std::vector<int> nodes(added.size(), -1);
+    for (std::size_t k = 0; k < added.size(); ++k) {
+        const AcadBlock& block = added[k];
+        if (block.isAnonymous && block.name.find('*') != std::string::npos) continue;
+        const int node = existing + static_cast<int>(k);
+        nodes[k] = node;
+        double y = 0;
+        if (!firstRowY(block, y)) {
+            linkAfter(tail, node);
+            continue;
+        }
+        auto lower = lows.upper_bound(y);  // the first low under y
+        const bool isLow = lower == lows.begin() || std::prev(lower)->first > y;
+        linkAfter(lower == lows.end() ? tail : prev[lower->second], node);
+        if (isLow) lows.emplace_hint(lower, y, node);
+    }
+    std::vector<AcadBlock> order;
+    order.reserve(static_cast<std::size_t>(total));
+    std::vector<int> position(static_cast<std::size_t>(total), -1);
+    for (int node = next[head]; node >= 0; node = next[node]) {
+        position[node] = static_cast<int>(order.size());
+        order.push_back(node < existing ? std::move(GetAt(node)) : std::move(added[node - existing]));
+    }
+    RemoveAll();
+    for (AcadBlock& block : order) Add(std::move(block));
+    std::vector<int> indices;
+    indices.reserve(nodes.size());
+    for (int node : nodes) indices.push_back(node < 0 ? -1 : position[node]);
+    return indices;
 }
 
 AcadBlock* AcadBlockArray::FindByName(std::string_view name) {

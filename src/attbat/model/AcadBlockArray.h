@@ -20,6 +20,9 @@ public:
     // first block with rows whose first row lies lower; any other block goes to the end.
     // Returns the index, or -1 when dropped.
     int AddSorted(AcadBlock block);
+    // AddSorted of each block in turn, in time n log n for all of them; gives each one's index
+    // in the array afterwards (-1 when dropped).
+    std::vector<int> AddAllSorted(std::vector<AcadBlock> added);
     // First normal block (not anonymous, layout or unloaded) named `name` without regard to
     // case; an empty name matches the first normal block. Null when none.
     AcadBlock* FindByName(std::string_view name);

@@ -279,7 +279,8 @@ base::Status ReadExternalReference(AcadBlockArray& blocks, ReadContext& ctx, con
     return ReadXref(blocks, file, inserts, ctx.polygons, *ctx.reading);
 }
 
-void ReadBlock(AcadBlockArray& blocks, ReadContext& ctx, const cad::BlockRecord& record) {
+// Reads one block with its rows into `read`, which the caller adds to the array in one go.
+void ReadBlock(std::vector<AcadBlock>& read, ReadContext& ctx, const cad::BlockRecord& record) {
     AcadBlock block = MakeBlock(record, ctx.name, ctx.xrefInsert != nullptr);
     LoadDefinitions(block, record);
     const std::vector<CachedRef>& direct = ctx.cache.DirectRefs(record);
@@ -337,7 +338,7 @@ void ReadBlock(AcadBlockArray& blocks, ReadContext& ctx, const cad::BlockRecord&
     }
     // Appending and one stable sort give the order of inserting each row before the first lower one.
     block.refs.SortTopDown();
-    blocks.AddSorted(std::move(block));
+    read.push_back(std::move(block));
 }
 
 // The blocks a read of the database gives rows for.
@@ -390,13 +391,19 @@ base::Status ReadDatabaseIn(AcadBlockArray& blocks, cad::Database& db, std::stri
         ctx.transform = cad::BlockTransform(*xrefInsert);
         ctx.ownerFilter = xrefInsert->OwnerHandle();
     }
+    // Blocks join the array in runs, as many at a time as the order of reading allows: an
+    // external reference adds its own blocks between them.
+    std::vector<AcadBlock> read;
     for (const cad::BlockRecord& record : db.Blocks()) {
         if (!record.IsErased() && record.IsExternalReference()) {
-            if (base::Status read = ReadExternalReference(blocks, ctx, record); !read) return read;
+            blocks.AddAllSorted(std::move(read));
+            read.clear();
+            if (base::Status xref = ReadExternalReference(blocks, ctx, record); !xref) return xref;
         } else if (IsReadAsBlock(record)) {
-            ReadBlock(blocks, ctx, record);
+            ReadBlock(read, ctx, record);
         }
     }
+    blocks.AddAllSorted(std::move(read));
     return base::Status::Ok();
 }
 

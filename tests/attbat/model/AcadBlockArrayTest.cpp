@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <random>
 
 #include "ModelTestSupport.h"
@@ -177,6 +178,55 @@ TEST(AcadBlockArray, AddSortedPutsBlocksWithRowsTopDownAndOthersAtTheEnd) {
     EXPECT_EQ(blocks[1].name, "HIGH");
     EXPECT_EQ(blocks[2].name, "LOW");
     EXPECT_EQ(blocks[3].name, "EMPTY2");
+}
+
+// Inserting each block before the first block with rows whose first row lies lower, one scan
+// per block: the rule AddAllSorted must give the result of.
+void InsertByScan(std::vector<AcadBlock>& into, AcadBlock block) {
+    if (block.isAnonymous && block.name.find('*') != std::string::npos) return;
+    std::size_t index = into.size();
+    if (!block.refs.IsEmpty()) {
+        for (std::size_t i = 0; i < into.size(); ++i) {
+            if (!into[i].refs.IsEmpty() && into[i].refs[0].position.y < block.refs[0].position.y) {
+                index = i;
+                break;
+            }
+        }
+    }
+    into.insert(into.begin() + static_cast<std::ptrdiff_t>(index), std::move(block));
+}
+
+TEST(AcadBlockArray, AddingManyAtOnceGivesTheOrderOfAddingEachByAScan) {
+    std::mt19937 random(11);
+    std::uniform_int_distribution<int> ys(-5, 5), kinds(0, 9);
+    for (int round = 0; round < 200; ++round) {
+        // Any array to start from, not only one built in order.
+        AcadBlockArray blocks;
+        std::vector<AcadBlock> expected;
+        std::vector<AcadBlock> added;
+        const int start = round % 7, count = round % 23;
+        for (int i = 0; i < start + count; ++i) {
+            int kind = kinds(random);
+            AcadBlock block = Block((kind == 0 ? "*U" : "B") + std::to_string(i), {});
+            block.isAnonymous = kind == 0;
+            if (kind == 1) block.refs.Add(Row("n", std::nan("")));
+            else if (kind > 3) block.refs.Add(Row("r", ys(random)));
+            if (i < start) {
+                blocks.Add(block);
+                expected.push_back(block);
+            } else {
+                added.push_back(block);
+            }
+        }
+        for (const AcadBlock& block : added) InsertByScan(expected, block);
+        std::vector<int> indices = blocks.AddAllSorted(added);
+        ASSERT_EQ(blocks.GetSize(), static_cast<int>(expected.size())) << round;
+        for (int i = 0; i < blocks.GetSize(); ++i) EXPECT_EQ(blocks[i].name, expected[i].name) << round;
+        for (std::size_t k = 0; k < added.size(); ++k) {
+            if (indices[k] < 0) EXPECT_NE(added[k].name.find('*'), std::string::npos);
+            else EXPECT_EQ(blocks[indices[k]].name, added[k].name) << round;
+        }
+    }
 }
 
 TEST(AcadBlockArray, FindByNameWithAnEmptyNameReturnsTheFirstNormalBlock) {
