@@ -220,8 +220,11 @@ private:
     TagList TagsOf(std::uint32_t rec) const;
 
     // Editing of a record's tags.
+    // Notes a change of values; TouchRecords one of records added or erased.
     void Touch();
-    OwnedTag NewTag(int code, std::string value);
+    void TouchRecords();
+    // `replaces` is the original tag a new value stands for, kNone for an added tag.
+    OwnedTag NewTag(int code, std::string value, std::uint32_t replaces = kNone);
     const std::string& NewValue(const OwnedTag& tag) const { return newValues_[tag.ref & ~kNewValue]; }
     std::vector<OwnedTag>& Own(std::uint32_t rec);
     void SetTagAt(std::uint32_t rec, std::size_t i, std::string value);
@@ -253,6 +256,7 @@ private:
     template <class Out>
     void WriteTo(Out&& out) const;
     void WriteRecord(std::string& out, std::uint32_t rec) const;
+    bool WriteReplacedTag(std::string& out, const OwnedTag& tag) const;
     void WriteTag(std::string& out, int code, std::string_view text) const;
     void AppendOriginalTags(std::string& out, std::uint32_t from, std::uint32_t count) const;
     bool HasOddWidth(std::uint32_t tag) const;
@@ -265,6 +269,7 @@ private:
     std::vector<Record> records_;
     std::vector<std::vector<OwnedTag>> owned_;
     std::vector<std::string> newValues_;
+    std::vector<std::uint32_t> replacedTags_;  // by new value: the original tag it replaced, or kNone
     std::vector<BlockInfo> blocks_;
     std::uint32_t originalRecords_ = 0;   // records read from the file come first
     std::vector<std::string> typeNames_;  // record types as read, in order of first sight
@@ -279,6 +284,8 @@ private:
     int release_ = 1009;
     bool modified_ = false;
     bool handlesWereAssigned_ = false;
+    bool recordsChanged_ = false;         // a record was added or erased
+    std::uint64_t changeCount_ = 0;       // grows with every change, for caches of derived data
     // Line end and group code style of the file, for what is written new.
     bool crlf_ = false;
     bool paddedCodes_ = true;
