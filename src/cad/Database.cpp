@@ -183,8 +183,12 @@ base::Status Database::Load() {
     if (stream_.Count() == 0)
         return base::Status::Error(fmt::format("{}: the file holds no DXF tags", fileName_));
     if (stream_.form == DxfForm::Ascii) {
-        std::size_t nl = bytes_.find('\n');
-        crlf_ = nl != std::string::npos && nl > 0 && bytes_[nl - 1] == '\r';
+        if (stream_.lineEnd == '\r') {
+            eol_ = "\r";
+        } else {
+            std::size_t nl = bytes_.find('\n');
+            if (nl != std::string::npos && nl > 0 && bytes_[nl - 1] == '\r') eol_ = "\r\n";
+        }
         // Only a code below 100 shows whether codes are right-aligned: Pro/ENGINEER starts with a
         // 999 comment and pads the codes after it.
         std::size_t first = 0;
@@ -209,7 +213,7 @@ base::Status Database::Load() {
     if (!stream_.sawEof) warnings_.push_back(fmt::format("{}: the file has no EOF record", fileName_));
     std::size_t tail = stream_.tags.Start(stream_.Count());
     if (bytes_.find_first_not_of(" \t\r\n\x1a", tail) != std::string::npos) {
-        std::string at = stream_.form == DxfForm::Ascii ? fmt::format("line {}", LineOfOffset(bytes_, tail))
+        std::string at = stream_.form == DxfForm::Ascii ? fmt::format("line {}", LineOfOffset(bytes_, tail, stream_.lineEnd))
                                                         : fmt::format("byte offset {}", tail);
         warnings_.push_back(fmt::format("{}: {}: {} bytes after EOF are kept but not read", fileName_, at,
                                         bytes_.size() - tail));
@@ -234,7 +238,7 @@ void Database::IndexRecords() {
     auto where = [&](std::uint32_t tagIndex) {
         std::size_t offset = stream_.tags.Start(tagIndex);
         return stream_.form == DxfForm::Ascii
-                   ? fmt::format("{}: line {}", fileName_, LineOfOffset(bytes_, offset))
+                   ? fmt::format("{}: line {}", fileName_, LineOfOffset(bytes_, offset, stream_.lineEnd))
                    : fmt::format("{}: byte offset {}", fileName_, offset);
     };
     auto fatal = [&](std::string message) { warnings_.push_back("!" + message); };
@@ -980,7 +984,7 @@ void Database::WriteTag(std::string& out, int code, std::string_view text) const
         return;
     }
     if (stream_.form == DxfForm::Ascii) {
-        const char* eol = crlf_ ? "\r\n" : "\n";
+        const std::string_view eol = eol_;
         if (paddedCodes_) fmt::format_to(std::back_inserter(out), "{:>3}", code);
         else fmt::format_to(std::back_inserter(out), "{}", code);
         out += eol;

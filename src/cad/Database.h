@@ -287,7 +287,7 @@ private:
     bool recordsChanged_ = false;         // a record was added or erased
     std::uint64_t changeCount_ = 0;       // grows with every change, for caches of derived data
     // Line end and group code style of the file, for what is written new.
-    bool crlf_ = false;
+    const char* eol_ = "\n";
     bool paddedCodes_ = true;
 };
 
