@@ -454,6 +454,7 @@ void Database::IndexBlocks() {
     // the ENTITIES section.
     if (FindBlock("*Model_Space").IsNull() && FindBlock("$MODEL_SPACE").IsNull())
         blocks_.insert(blocks_.begin(), BlockInfo{});
+    ++blockNamesChanges_;
 }
 
 void Database::ReportBlockCycles() {
@@ -680,6 +681,7 @@ void Database::TouchRecords() {
 
 std::vector<Database::OwnedTag>& Database::Own(std::uint32_t rec) {
     Touch();
+    NoteBlockChange(rec);
     Record& r = records_[rec];
     if (r.owned == kNone) {
         std::vector<OwnedTag> tags;
@@ -735,6 +737,7 @@ std::uint32_t Database::NewRecord(const TagList& tags, std::uint32_t after, Sect
         }
     }
     records_.push_back(r);
+    NoteBlockChange(index);
     if (records_.back().handle) IndexHandle(records_.back().handle, index);
     // Link after `after`, or at the front when it is kNone.
     Record& n = records_[index];
@@ -760,6 +763,7 @@ void Database::EraseRecord(std::uint32_t rec) {
     Record& r = records_[rec];
     if (r.erased) return;
     TouchRecords();
+    NoteBlockChange(rec);
     Unlink(rec);
     r.erased = true;
     // The handle stays in the index; lookups skip erased records.
@@ -1305,12 +1309,23 @@ bool SameNameNoCase(std::string_view a, std::string_view b) {
 }
 
 BlockRecord Database::FindBlock(std::string_view name) {
+    // Every reference asks this, so names are looked up in an index made when first needed
+    // and again after a block was made, erased or renamed.
     std::string scratch;
-    for (std::uint32_t b = 0; b < blocks_.size(); ++b) {
-        if (blocks_[b].erased) continue;
-        if (SameNameNoCase(BlockNameView(b, scratch), name)) return BlockRecord(this, b);
+    if (blockNamesAt_ != blockNamesChanges_ || blockNames_.empty()) {
+        blockNames_.clear();
+        blockNames_.reserve(blocks_.size());
+        for (std::uint32_t b = 0; b < blocks_.size(); ++b)
+            if (!blocks_[b].erased) blockNames_.emplace(base::FoldCase(BlockNameView(b, scratch)), b);
+        blockNamesAt_ = blockNamesChanges_;
     }
-    return BlockRecord();
+    auto it = blockNames_.find(base::FoldCase(name));
+    if (it == blockNames_.end() || blocks_[it->second].erased) return BlockRecord();
+    return BlockRecord(this, it->second);
+}
+
+void Database::NoteBlockChange(std::uint32_t rec) {
+    if (TypeIs(rec, "BLOCK_RECORD") || TypeIs(rec, "BLOCK")) ++blockNamesChanges_;
 }
 
 BlockRecord Database::ModelSpace() {
@@ -1362,6 +1377,7 @@ base::Result<BlockRecord> Database::CreateBlock(std::string_view name, double ba
     if (r13) finish.push_back({100, "AcDbBlockEnd"});
     info.end = NewRecord(finish, info.begin, SectionKind::Blocks, info.begin);
     blocks_.push_back(info);
+    ++blockNamesChanges_;
     return BlockRecord(this, static_cast<std::uint32_t>(blocks_.size() - 1));
 }
 
@@ -1383,6 +1399,7 @@ base::Status Database::EraseBlock(BlockRecord block) {
     if (info.record != kNone) Object(this, info.record).Erase();
     info.erased = true;
     TouchRecords();
+    ++blockNamesChanges_;
     return base::Status::Ok();
 }
 

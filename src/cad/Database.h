@@ -158,6 +158,7 @@ private:
     friend class Layer;
     friend class BlockReference;
     friend class Polyline;
+    friend class BlockNesting;
 
     // One record of the file: a 0 tag and the tags up to the next 0 tag. Kept at 32 bytes: a
     // drawing has one per entity and attribute.
@@ -223,6 +224,8 @@ private:
     // Notes a change of values; TouchRecords one of records added or erased.
     void Touch();
     void TouchRecords();
+    // Notes that `rec` changes, for the block name index when it is a BLOCK or BLOCK_RECORD.
+    void NoteBlockChange(std::uint32_t rec);
     // `replaces` is the original tag a new value stands for, kNone for an added tag.
     OwnedTag NewTag(int code, std::string value, std::uint32_t replaces = kNone);
     const std::string& NewValue(const OwnedTag& tag) const { return newValues_[tag.ref & ~kNewValue]; }
@@ -271,6 +274,11 @@ private:
     std::vector<std::string> newValues_;
     std::vector<std::uint32_t> replacedTags_;  // by new value: the original tag it replaced, or kNone
     std::vector<BlockInfo> blocks_;
+    // Blocks by folded name, the first of a name winning; rebuilt when blockNamesAt_ falls
+    // behind blockNamesChanges_.
+    std::unordered_map<std::string, std::uint32_t> blockNames_;
+    std::uint64_t blockNamesChanges_ = 0;
+    std::uint64_t blockNamesAt_ = 0;
     std::uint32_t originalRecords_ = 0;   // records read from the file come first
     std::vector<std::string> typeNames_;  // record types as read, in order of first sight
     // Records by handle, open addressing with linear probing: kNone marks a free slot, and the

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include "../Fixtures.h"
 #include "GeometryFixtures.h"
 #include "cad/BlockRecord.h"
 #include "cad/BlockReference.h"
@@ -387,6 +388,89 @@ TEST_F(GeomExtentsTest, TextAlignedScalesItsHeightToTheRun) {
     t->SetAlignmentPoint({8, 0, 0});
     // Four characters over a run of 8 are 2 wide each, so 2 high.
     ExpectBox(Measure(*t), {0, 0, 0}, {8, 2, 0});
+}
+
+}  // namespace
+
+namespace {
+
+// The extents of the one reference in model space of a drawing of nested blocks.
+base::Result<cad::Extents3d> MeasureTop(cad::Database& db) {
+    auto entities = db.ModelSpace().Entities();
+    EXPECT_EQ(entities.size(), 1u);
+    return entities.empty() ? base::Result<cad::Extents3d>(base::Status::Error("empty")) : cad::GeomExtents(entities[0]);
+}
+
+TEST(GeomExtentsNesting, TwentyLevelsThatInsertTwiceAreMeasuredBlockByBlock) {
+    // A million lines when expanded; each block is measured once.
+    auto db = cadtest::Load(cadtest::NestedBlocks(20, 2));
+    ASSERT_TRUE(db);
+    auto box = MeasureTop(*db);
+    ASSERT_TRUE(box) << box.GetStatus().Message();
+    ExpectBox(*box, {0, 19, 0}, {20, 20, 0});
+}
+
+TEST(GeomExtentsNesting, SixtyFourLevelsThatInsertTwiceAreMeasured) {
+    auto db = cadtest::Load(cadtest::NestedBlocks(64, 2));
+    ASSERT_TRUE(db);
+    auto box = MeasureTop(*db);
+    ASSERT_TRUE(box) << box.GetStatus().Message();
+    ExpectBox(*box, {0, 63, 0}, {64, 64, 0});
+}
+
+TEST(GeomExtentsNesting, AChainOfFourThousandBlocksIsMeasured) {
+    auto db = cadtest::Load(cadtest::NestedBlocks(4000, 1));
+    ASSERT_TRUE(db);
+    auto box = MeasureTop(*db);
+    ASSERT_TRUE(box) << box.GetStatus().Message();
+    ExpectBox(*box, {0, 3999, 0}, {1, 4000, 0});
+    // Every block of the chain, each measured on its own.
+    for (int level : {1, 2000, 3998}) {
+        cad::BlockRecord block = db->FindBlock("B" + std::to_string(level));
+        auto refs = block.References();
+        ASSERT_EQ(refs.size(), 1u);
+        auto inner = cad::GeomExtents(refs[0]);
+        ASSERT_TRUE(inner) << inner.GetStatus().Message();
+        ExpectBox(*inner, {0, 4000.0 - level, 0}, {1, 4001.0 - level, 0});
+    }
+}
+
+TEST(GeomExtentsNesting, AReferenceThatClosesACycleIsNotFollowed) {
+    // B2 inserts B0 again: its line counts, the way back does not.
+    auto db = cadtest::Load(cadtest::NestedBlocks(3, 1, true));
+    ASSERT_TRUE(db);
+    auto box = MeasureTop(*db);
+    ASSERT_TRUE(box) << box.GetStatus().Message();
+    ExpectBox(*box, {0, 2, 0}, {1, 3, 0});
+    // Also when the walk measures each block once.
+    auto deep = cadtest::Load(cadtest::NestedBlocks(40, 2, true));
+    ASSERT_TRUE(deep);
+    auto deepBox = MeasureTop(*deep);
+    ASSERT_TRUE(deepBox) << deepBox.GetStatus().Message();
+    ExpectBox(*deepBox, {0, 39, 0}, {40, 40, 0});
+}
+
+TEST(GeomExtentsNesting, ABlockThatOnlyInsertsItselfSaysSo) {
+    auto db = cadtest::Load(cadtest::Dxf(
+        {{0, "SECTION"}, {2, "BLOCKS"}, {0, "BLOCK"}, {8, "0"}, {2, "LOOP"}, {70, "0"}, {10, "0"}, {20, "0"}, {30, "0"},
+         {0, "INSERT"}, {8, "0"}, {2, "LOOP"}, {10, "1"}, {20, "0"}, {30, "0"}, {0, "ENDBLK"}, {8, "0"}, {0, "ENDSEC"},
+         {0, "SECTION"}, {2, "ENTITIES"}, {0, "INSERT"}, {8, "0"}, {2, "LOOP"}, {10, "0"}, {20, "0"}, {30, "0"},
+         {0, "ENDSEC"}, {0, "EOF"}}));
+    ASSERT_TRUE(db);
+    auto box = MeasureTop(*db);
+    ASSERT_FALSE(box);
+    EXPECT_NE(box.GetStatus().Message().find("\"LOOP\" refers to itself"), std::string::npos) << box.GetStatus().Message();
+}
+
+TEST_F(GeomExtentsTest, ATurnedReferenceKeepsATightBox) {
+    // A circle's box turned by 45 degrees would be larger than the turned circle's.
+    auto block = db->CreateBlock("RING");
+    ASSERT_TRUE(block);
+    ASSERT_TRUE(block->AddCircle({2, 0, 0}, 1));
+    auto ref = ms.AddBlockReference(*block, {0, 0, 0}, {1, 1, 1}, cad::kPi / 4);
+    ASSERT_TRUE(ref);
+    const double c = std::sqrt(2.0);
+    ExpectBox(Measure(*ref), {c - 1, c - 1, 0}, {c + 1, c + 1, 0});
 }
 
 }  // namespace
