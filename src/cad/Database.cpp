@@ -1311,17 +1311,31 @@ bool SameNameNoCase(std::string_view a, std::string_view b) {
 BlockRecord Database::FindBlock(std::string_view name) {
     // Every reference asks this, so names are looked up in an index made when first needed
     // and again after a block was made, erased or renamed.
-    std::string scratch;
-    if (blockNamesAt_ != blockNamesChanges_ || blockNames_.empty()) {
-        blockNames_.clear();
-        blockNames_.reserve(blocks_.size());
-        for (std::uint32_t b = 0; b < blocks_.size(); ++b)
-            if (!blocks_[b].erased) blockNames_.emplace(base::FoldCase(BlockNameView(b, scratch)), b);
-        blockNamesAt_ = blockNamesChanges_;
-    }
+    RefreshBlockIndex();
     auto it = blockNames_.find(base::FoldCase(name));
     if (it == blockNames_.end() || blocks_[it->second].erased) return BlockRecord();
     return BlockRecord(this, it->second);
+}
+
+void Database::RefreshBlockIndex() {
+    if (blockNamesAt_ == blockNamesChanges_ && !blockNames_.empty()) return;
+    std::string scratch;
+    blockNames_.clear();
+    blockNames_.reserve(blocks_.size());
+    blockOfBegin_.clear();
+    blockOfBegin_.reserve(blocks_.size());
+    for (std::uint32_t b = 0; b < blocks_.size(); ++b) {
+        if (blocks_[b].erased) continue;
+        blockNames_.emplace(base::FoldCase(BlockNameView(b, scratch)), b);
+        if (blocks_[b].begin != kNone) blockOfBegin_.emplace(blocks_[b].begin, b);
+    }
+    blockNamesAt_ = blockNamesChanges_;
+}
+
+std::uint32_t Database::BlockOfBegin(std::uint32_t begin) {
+    RefreshBlockIndex();
+    auto it = blockOfBegin_.find(begin);
+    return it == blockOfBegin_.end() ? kNone : it->second;
 }
 
 void Database::NoteBlockChange(std::uint32_t rec) {

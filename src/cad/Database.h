@@ -248,6 +248,9 @@ private:
 
     // The name of block `block` as BlockRecord::Name gives it, without a copy where it can.
     std::string_view BlockNameView(std::uint32_t block, std::string& scratch);
+    void RefreshBlockIndex();
+    // The block whose BLOCK record is `begin`; kNone when there is none or it was erased.
+    std::uint32_t BlockOfBegin(std::uint32_t begin);
     std::uint32_t SectionRecord(SectionKind kind) const;
     std::uint32_t SectionEnd(std::uint32_t sectionRec) const;
     std::uint32_t EnsureSection(SectionKind kind);
@@ -277,6 +280,7 @@ private:
     // Blocks by folded name, the first of a name winning; rebuilt when blockNamesAt_ falls
     // behind blockNamesChanges_.
     std::unordered_map<std::string, std::uint32_t> blockNames_;
+    std::unordered_map<std::uint32_t, std::uint32_t> blockOfBegin_;  // BLOCK record -> block
     std::uint64_t blockNamesChanges_ = 0;
     std::uint64_t blockNamesAt_ = 0;
     std::uint32_t originalRecords_ = 0;   // records read from the file come first
