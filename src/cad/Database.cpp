@@ -664,10 +664,7 @@ TagList Database::TagsOf(std::uint32_t rec) const {
 // ---------------------------------------------------------------------------------------------
 // Editing
 
-void Database::Touch() {
-    modified_ = true;
-    ++changeCount_;
-}
+void Database::Touch() { modified_ = true; }
 
 void Database::TouchRecords() {
     Touch();
@@ -1339,7 +1336,11 @@ std::uint32_t Database::BlockOfBegin(std::uint32_t begin) {
 }
 
 void Database::NoteBlockChange(std::uint32_t rec) {
-    if (TypeIs(rec, "BLOCK_RECORD") || TypeIs(rec, "BLOCK")) ++blockNamesChanges_;
+    // Asked for every value set, so a record read from the file is told by its type as read.
+    const std::uint16_t type = records_[rec].type;
+    const bool block = type != kNoType ? typeNames_[type] == "BLOCK_RECORD" || typeNames_[type] == "BLOCK"
+                                       : TypeIs(rec, "BLOCK_RECORD") || TypeIs(rec, "BLOCK");
+    if (block) ++blockNamesChanges_;
 }
 
 BlockRecord Database::ModelSpace() {

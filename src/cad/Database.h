@@ -297,7 +297,6 @@ private:
     bool modified_ = false;
     bool handlesWereAssigned_ = false;
     bool recordsChanged_ = false;         // a record was added or erased
-    std::uint64_t changeCount_ = 0;       // grows with every change, for caches of derived data
     // Line end and group code style of the file, for what is written new.
     const char* eol_ = "\n";
     bool paddedCodes_ = true;
