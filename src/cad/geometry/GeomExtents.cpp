@@ -119,6 +119,14 @@ class Walker {
 public:
     explicit Walker(Database* db) : db_(db) {}
 
+    // Starts measuring the next entity: what is known of blocks stays, the allowance for
+    // walking them entity by entity starts afresh.
+    void StartEntity() {
+        error.clear();
+        cycleError_.clear();
+        visitsLeft_ = kExactVisits;
+    }
+
     // Adds `e` through `m`; false when it has no geometry. `layerOfZero` is the layer that
     // entities on layer "0" take (their reference's), empty at the top.
     bool Add(const Entity& e, const Matrix3d& m, Extents3d& out, const std::string& layerOfZero, int depth);
@@ -825,13 +833,38 @@ int ShownLength(std::string_view text) {
     return count;
 }
 
-base::Result<Extents3d> GeomExtents(const Entity& entity) {
+namespace {
+
+base::Result<Extents3d> Measure(Walker& walker, const Entity& entity) {
     if (!entity || entity.IsErased()) return base::Status::Error("no entity to measure");
-    Walker walker(entity.GetDatabase());
+    walker.StartEntity();
     Extents3d out;
     if (walker.Add(entity, {}, out, {}, 0) && out.IsValid()) return out;
     return base::Status::Error(entity.Type() + " " + entity.HandleString() + " has no extents: " +
                                (walker.error.empty() ? "it draws nothing" : walker.error));
+}
+
+}  // namespace
+
+base::Result<Extents3d> GeomExtents(const Entity& entity) {
+    Walker walker(entity.GetDatabase());
+    return Measure(walker, entity);
+}
+
+std::vector<base::Result<Extents3d>> GeomExtentsOfEach(const std::vector<Entity>& entities) {
+    std::vector<base::Result<Extents3d>> out;
+    out.reserve(entities.size());
+    Database* db = entities.empty() ? nullptr : entities.front().GetDatabase();
+    Walker walker(db);
+    for (const Entity& entity : entities) {
+        if (entity.GetDatabase() != db) {
+            // Entities of another drawing get a walk of their own.
+            out.push_back(GeomExtents(entity));
+            continue;
+        }
+        out.push_back(Measure(walker, entity));
+    }
+    return out;
 }
 
 }  // namespace cad

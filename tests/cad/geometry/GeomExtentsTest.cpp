@@ -1,6 +1,7 @@
 #include "cad/geometry/GeomExtents.h"
 
 #include <cmath>
+#include <filesystem>
 
 #include <gtest/gtest.h>
 
@@ -9,6 +10,7 @@
 #include "cad/BlockRecord.h"
 #include "cad/BlockReference.h"
 #include "cad/SymbolRecord.h"
+#include "cad/geometry/DrawingExtents.h"
 
 namespace {
 
@@ -471,6 +473,57 @@ TEST_F(GeomExtentsTest, ATurnedReferenceKeepsATightBox) {
     ASSERT_TRUE(ref);
     const double c = std::sqrt(2.0);
     ExpectBox(Measure(*ref), {c - 1, c - 1, 0}, {c + 1, c + 1, 0});
+}
+
+}  // namespace
+
+namespace {
+
+TEST(GeomExtentsOfEach, GivesWhatMeasuringOneByOneGivesForEveryCorpusDrawing) {
+    int compared = 0;
+    for (const auto& file : std::filesystem::directory_iterator(std::string(VELMAR_CORPUS) + "/dxf")) {
+        if (file.path().extension() != ".dxf") continue;
+        auto db = cad::Database::Open(file.path().string());
+        if (!db) continue;
+        SCOPED_TRACE(file.path().filename().string());
+        for (const cad::BlockRecord& space : (*db)->Blocks()) {
+            if (!space.IsLayout()) continue;
+            std::vector<cad::Entity> entities = space.Entities();
+            auto together = cad::GeomExtentsOfEach(entities);
+            ASSERT_EQ(together.size(), entities.size());
+            for (std::size_t i = 0; i < entities.size(); ++i) {
+                auto alone = cad::GeomExtents(entities[i]);
+                ASSERT_EQ(static_cast<bool>(together[i]), static_cast<bool>(alone)) << entities[i].HandleString();
+                if (alone) {
+                    ExpectBox(*together[i], alone->Min(), alone->Max());
+                    ++compared;
+                } else {
+                    EXPECT_EQ(together[i].GetStatus().Message(), alone.GetStatus().Message());
+                }
+            }
+        }
+    }
+    EXPECT_GT(compared, 1000);
+}
+
+TEST(GeomExtentsOfEach, ManyReferencesToALongChainMeasureItOnce) {
+    // Two thousand references in model space to a chain of two thousand blocks.
+    std::string text = cadtest::NestedBlocks(2000, 1);
+    const std::string reference = "0\nINSERT\n8\n0\n2\nB0\n10\n0\n20\n0\n30\n0\n";
+    std::string many;
+    for (int i = 0; i < 2000; ++i) many += reference;
+    const std::size_t at = text.rfind(reference);
+    ASSERT_NE(at, std::string::npos);
+    text.insert(at, many);
+    auto db = cadtest::Load(text);
+    ASSERT_TRUE(db);
+    auto boxes = cad::GeomExtentsOfEach(db->ModelSpace().Entities());
+    ASSERT_EQ(boxes.size(), 2001u);
+    for (const auto& box : boxes) {
+        ASSERT_TRUE(box) << box.GetStatus().Message();
+        ExpectBox(*box, {0, 1999, 0}, {1, 2000, 0});
+    }
+    ExpectBox(cad::SpaceExtents(db->ModelSpace()), {0, 1999, 0}, {1, 2000, 0});
 }
 
 }  // namespace
