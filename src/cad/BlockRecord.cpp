@@ -143,13 +143,15 @@ std::vector<BlockReference> BlockRecord::AllReferences() const {
     // blocks that hold them: a chain of thousands of blocks stays one pass.
     std::unordered_map<std::uint32_t, std::uint32_t> blockOfBegin;
     for (std::uint32_t b = 0; b < db.blocks_.size(); ++b)
-        if (!db.blocks_[b].erased && db.blocks_[b].begin != Database::kNone) blockOfBegin.emplace(db.blocks_[b].begin, b);
+        if (!db.blocks_[b].erased && db.blocks_[b].begin != Database::kNone)
+            blockOfBegin.emplace(db.blocks_[b].begin, b);
     std::vector<std::vector<std::uint32_t>> naming(db.blocks_.size());
     std::string scratch;
     for (std::uint32_t k = db.first_; k != Database::kNone; k = records[k].next) {
         if (records[k].section != SectionKind::Entities && records[k].section != SectionKind::Blocks) continue;
         if (!db.TypeIs(k, "INSERT") && !db.TypeIs(k, "MINSERT")) continue;
-        if (BlockRecord named = db.FindBlock(Entity(db_, k).GetTextView(2, scratch))) naming[named.index_].push_back(k);
+        BlockRecord named = db.FindBlock(Entity(db_, k).GetTextView(2, scratch));
+        if (named) naming[named.index_].push_back(k);
     }
     std::vector<bool> seen(db.blocks_.size(), false);
     seen[index_] = true;

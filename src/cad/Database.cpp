@@ -213,8 +213,9 @@ base::Status Database::Load() {
     if (!stream_.sawEof) warnings_.push_back(fmt::format("{}: the file has no EOF record", fileName_));
     std::size_t tail = stream_.tags.Start(stream_.Count());
     if (bytes_.find_first_not_of(" \t\r\n\x1a", tail) != std::string::npos) {
-        std::string at = stream_.form == DxfForm::Ascii ? fmt::format("line {}", LineOfOffset(bytes_, tail, stream_.lineEnd))
-                                                        : fmt::format("byte offset {}", tail);
+        std::string at = stream_.form == DxfForm::Ascii
+                             ? fmt::format("line {}", LineOfOffset(bytes_, tail, stream_.lineEnd))
+                             : fmt::format("byte offset {}", tail);
         warnings_.push_back(fmt::format("{}: {}: {} bytes after EOF are kept but not read", fileName_, at,
                                         bytes_.size() - tail));
     }
@@ -1101,7 +1102,8 @@ void Database::WriteRecord(std::string& out, std::uint32_t rec) const {
         const OwnedTag& t = owned[i];
         if (t.IsOriginal()) span(t.ref, 1);
         else if (!WriteReplacedTag(out, t)) WriteTag(out, t.code, NewValue(t));
-        if (i == 0 && r.handleAssigned && recordsChanged_) WriteTag(out, TypeIs(rec, "DIMSTYLE") ? 105 : 5, HandleText(r.handle));
+        if (i == 0 && r.handleAssigned && recordsChanged_)
+            WriteTag(out, TypeIs(rec, "DIMSTYLE") ? 105 : 5, HandleText(r.handle));
     }
 }
 

@@ -400,7 +400,8 @@ namespace {
 base::Result<cad::Extents3d> MeasureTop(cad::Database& db) {
     auto entities = db.ModelSpace().Entities();
     EXPECT_EQ(entities.size(), 1u);
-    return entities.empty() ? base::Result<cad::Extents3d>(base::Status::Error("empty")) : cad::GeomExtents(entities[0]);
+    if (entities.empty()) return base::Status::Error("model space is empty");
+    return cad::GeomExtents(entities[0]);
 }
 
 TEST(GeomExtentsNesting, TwentyLevelsThatInsertTwiceAreMeasuredBlockByBlock) {
@@ -453,15 +454,19 @@ TEST(GeomExtentsNesting, AReferenceThatClosesACycleIsNotFollowed) {
 }
 
 TEST(GeomExtentsNesting, ABlockThatOnlyInsertsItselfSaysSo) {
-    auto db = cadtest::Load(cadtest::Dxf(
-        {{0, "SECTION"}, {2, "BLOCKS"}, {0, "BLOCK"}, {8, "0"}, {2, "LOOP"}, {70, "0"}, {10, "0"}, {20, "0"}, {30, "0"},
-         {0, "INSERT"}, {8, "0"}, {2, "LOOP"}, {10, "1"}, {20, "0"}, {30, "0"}, {0, "ENDBLK"}, {8, "0"}, {0, "ENDSEC"},
-         {0, "SECTION"}, {2, "ENTITIES"}, {0, "INSERT"}, {8, "0"}, {2, "LOOP"}, {10, "0"}, {20, "0"}, {30, "0"},
-         {0, "ENDSEC"}, {0, "EOF"}}));
+    auto db = cadtest::Load(cadtest::Dxf({{0, "SECTION"}, {2, "BLOCKS"},
+                                          {0, "BLOCK"}, {8, "0"}, {2, "LOOP"}, {70, "0"}, {10, "0"}, {20, "0"},
+                                          {30, "0"},
+                                          {0, "INSERT"}, {8, "0"}, {2, "LOOP"}, {10, "1"}, {20, "0"}, {30, "0"},
+                                          {0, "ENDBLK"}, {8, "0"}, {0, "ENDSEC"},
+                                          {0, "SECTION"}, {2, "ENTITIES"},
+                                          {0, "INSERT"}, {8, "0"}, {2, "LOOP"}, {10, "0"}, {20, "0"}, {30, "0"},
+                                          {0, "ENDSEC"}, {0, "EOF"}}));
     ASSERT_TRUE(db);
     auto box = MeasureTop(*db);
     ASSERT_FALSE(box);
-    EXPECT_NE(box.GetStatus().Message().find("\"LOOP\" refers to itself"), std::string::npos) << box.GetStatus().Message();
+    const std::string message = box.GetStatus().Message();
+    EXPECT_NE(message.find("\"LOOP\" refers to itself"), std::string::npos) << message;
 }
 
 TEST_F(GeomExtentsTest, ATurnedReferenceKeepsATightBox) {
