@@ -106,8 +106,8 @@ TEST(Corpus, ChangingOneAttributeChangesOnlyThatValue) {
 }
 
 TEST(Corpus, ChangingOneValueChangesOnlyItsLineAndGivesNoRecordANewHandle) {
-    // The first attribute of each drawing is changed, or its first text when it has no
-    // attribute; drawings that hold neither are only saved unchanged (the test above).
+    // The value of the first attribute of each drawing is changed, or that of its first text
+    // when it has no attribute, or else the layer of its first entity (or object with a layer).
     std::vector<std::string> files = CorpusFiles(false);
     for (const std::string& bad : CorpusFiles(true)) files.push_back(bad);
     int edited = 0;
@@ -135,13 +135,27 @@ TEST(Corpus, ChangingOneValueChangesOnlyItsLineAndGivesNoRecordANewHandle) {
                 }
             if (target) break;
         }
-        if (!target) continue;
+        if (!target) {
+            for (const cad::BlockRecord& block : d.Blocks()) {
+                for (const cad::Entity& e : block.Entities())
+                    if (e.Has(8)) {
+                        target = e;
+                        break;
+                    }
+                if (target) break;
+            }
+        }
+        // A drawing whose entities stand in no listed block: the first object with a layer.
+        for (cad::Object o : d.Objects())
+            if (!target && o.Has(8)) target = o;
+        ASSERT_TRUE(target) << "no entity to change";
         ++edited;
         const std::string seed = d.HeaderText("$HANDSEED");
         const std::string value = "Velmar edit " + std::to_string(edited);
         auto before = TagListsOf(d);
         if (target.Type() == "ATTRIB") cad::Attribute(&d, target.Index()).SetTextString(value);
-        else cad::Text(&d, target.Index()).SetTextString(value);
+        else if (target.Type() == "TEXT") cad::Text(&d, target.Index()).SetTextString(value);
+        else cad::Entity(&d, target.Index()).SetText(8, value);
         const std::string saved = d.Write();
         auto again = cad::Database::FromBytes(saved, path + " (saved)");
         ASSERT_TRUE(again) << again.GetStatus().Message();
@@ -173,7 +187,7 @@ TEST(Corpus, ChangingOneValueChangesOnlyItsLineAndGivesNoRecordANewHandle) {
             EXPECT_EQ(differ, 1);
         }
     }
-    EXPECT_GE(edited, 30);
+    EXPECT_GE(edited, 55);
 }
 
 }  // namespace
