@@ -9,6 +9,6 @@ CC=clang-14 CXX=clang++-14 cmake -S . -B build-fuzz -G Ninja -DCMAKE_BUILD_TYPE=
 name=${1:?name of a fuzzer, such as cad_reader_fuzzer}
 shift
 cmake --build build-fuzz --target "$name"
-case $name in cad_*) seeds=tests/corpus/dxf ;; xl_*) seeds=tests/corpus/xlsx ;; *) seeds= ;; esac
+case $name in cad_*) seeds="tests/corpus/dxf tests/fuzz/seeds/dxf" ;; xl_*) seeds=tests/corpus/xlsx ;; *) seeds= ;; esac
 mkdir -p build-fuzz/corpus-$name
 exec build-fuzz/tests/fuzz/$name build-fuzz/corpus-$name $seeds "$@"

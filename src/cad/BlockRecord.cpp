@@ -1,7 +1,7 @@
 #include "cad/BlockRecord.h"
 
 #include <algorithm>
-#include <set>
+#include <unordered_map>
 
 #include "base/Text.h"
 #include "cad/BlockReference.h"
@@ -136,19 +136,38 @@ std::vector<BlockReference> BlockRecord::References() const {
 
 std::vector<BlockReference> BlockRecord::AllReferences() const {
     std::vector<BlockReference> out;
-    std::set<std::uint32_t> seenBlocks{index_};
-    std::vector<BlockRecord> pending{*this};
+    if (!db_) return out;
+    Database& db = *db_;
+    const auto& records = db.records_;
+    // The references grouped by the block they name, in one pass, then a walk up through the
+    // blocks that hold them: a chain of thousands of blocks stays one pass.
+    std::unordered_map<std::uint32_t, std::uint32_t> blockOfBegin;
+    for (std::uint32_t b = 0; b < db.blocks_.size(); ++b)
+        if (!db.blocks_[b].erased && db.blocks_[b].begin != Database::kNone)
+            blockOfBegin.emplace(db.blocks_[b].begin, b);
+    std::vector<std::vector<std::uint32_t>> naming(db.blocks_.size());
+    std::string scratch;
+    for (std::uint32_t k = db.first_; k != Database::kNone; k = records[k].next) {
+        if (records[k].section != SectionKind::Entities && records[k].section != SectionKind::Blocks) continue;
+        if (!db.TypeIs(k, "INSERT") && !db.TypeIs(k, "MINSERT")) continue;
+        BlockRecord named = db.FindBlock(Entity(db_, k).GetTextView(2, scratch));
+        if (named) naming[named.index_].push_back(k);
+    }
+    std::vector<bool> seen(db.blocks_.size(), false);
+    seen[index_] = true;
+    std::vector<std::uint32_t> pending{index_};
     while (!pending.empty()) {
-        BlockRecord block = pending.back();
+        const std::uint32_t block = pending.back();
         pending.pop_back();
-        for (const BlockReference& ref : block.References()) {
-            out.push_back(ref);
-            BlockRecord holder = ref.OwnerBlock();
-            if (holder && !holder.IsLayout() && seenBlocks.insert(holder.index_).second) pending.push_back(holder);
+        for (std::uint32_t k : naming[block]) {
+            out.emplace_back(db_, k);
+            auto holder = blockOfBegin.find(records[k].parent);
+            if (holder == blockOfBegin.end() || seen[holder->second]) continue;
+            seen[holder->second] = true;
+            if (!BlockRecord(db_, holder->second).IsLayout()) pending.push_back(holder->second);
         }
     }
     std::sort(out.begin(), out.end(), [](const BlockReference& a, const BlockReference& b) { return a.Index() < b.Index(); });
-    out.erase(std::unique(out.begin(), out.end()), out.end());
     return out;
 }
 

@@ -28,6 +28,8 @@ public:
     // True once the block was erased; a null view counts as erased.
     bool IsErased() const;
     bool operator==(const BlockRecord& other) const { return db_ == other.db_ && index_ == other.index_; }
+    // Its place among the database's block records, for tables kept beside them.
+    std::uint32_t Index() const { return index_; }
 
     // The name as the file writes it ("*Model_Space", "*U12", "Door").
     std::string Name() const;

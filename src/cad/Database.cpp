@@ -183,9 +183,17 @@ base::Status Database::Load() {
     if (stream_.Count() == 0)
         return base::Status::Error(fmt::format("{}: the file holds no DXF tags", fileName_));
     if (stream_.form == DxfForm::Ascii) {
-        std::size_t nl = bytes_.find('\n');
-        crlf_ = nl != std::string::npos && nl > 0 && bytes_[nl - 1] == '\r';
-        paddedCodes_ = bytes_[stream_.tags.Start(0)] == ' ';
+        if (stream_.lineEnd == '\r') {
+            eol_ = "\r";
+        } else {
+            std::size_t nl = bytes_.find('\n');
+            if (nl != std::string::npos && nl > 0 && bytes_[nl - 1] == '\r') eol_ = "\r\n";
+        }
+        // Only a code below 100 shows whether codes are right-aligned: Pro/ENGINEER starts with a
+        // 999 comment and pads the codes after it.
+        std::size_t first = 0;
+        while (first + 1 < stream_.Count() && stream_.tags.Code(first) >= 100) ++first;
+        paddedCodes_ = bytes_[stream_.tags.Start(first)] == ' ';
     }
     warnings_ = stream_.notes;
     IndexRecords();
@@ -205,8 +213,9 @@ base::Status Database::Load() {
     if (!stream_.sawEof) warnings_.push_back(fmt::format("{}: the file has no EOF record", fileName_));
     std::size_t tail = stream_.tags.Start(stream_.Count());
     if (bytes_.find_first_not_of(" \t\r\n\x1a", tail) != std::string::npos) {
-        std::string at = stream_.form == DxfForm::Ascii ? fmt::format("line {}", LineOfOffset(bytes_, tail))
-                                                        : fmt::format("byte offset {}", tail);
+        std::string at = stream_.form == DxfForm::Ascii
+                             ? fmt::format("line {}", LineOfOffset(bytes_, tail, stream_.lineEnd))
+                             : fmt::format("byte offset {}", tail);
         warnings_.push_back(fmt::format("{}: {}: {} bytes after EOF are kept but not read", fileName_, at,
                                         bytes_.size() - tail));
     }
@@ -230,7 +239,7 @@ void Database::IndexRecords() {
     auto where = [&](std::uint32_t tagIndex) {
         std::size_t offset = stream_.tags.Start(tagIndex);
         return stream_.form == DxfForm::Ascii
-                   ? fmt::format("{}: line {}", fileName_, LineOfOffset(bytes_, offset))
+                   ? fmt::format("{}: line {}", fileName_, LineOfOffset(bytes_, offset, stream_.lineEnd))
                    : fmt::format("{}: byte offset {}", fileName_, offset);
     };
     auto fatal = [&](std::string message) { warnings_.push_back("!" + message); };
@@ -380,6 +389,9 @@ void Database::AssignMissingHandles() {
         if (r.section == SectionKind::None || r.section == SectionKind::Header ||
             r.section == SectionKind::Classes || stream_.tags.Code(r.firstTag) != 0)
             continue;
+        // Records of other sections (ACDSDATA, THUMBNAILIMAGE...) are not objects: they keep
+        // a handle they came with, and are never given one.
+        if (r.section == SectionKind::Other && r.handle == 0) continue;
         if (r.handle != 0) {
             if (IndexHandle(r.handle, k, true)) continue;
             warnings_.push_back(fmt::format("{}: handle {} is used twice; the second {} gets handle {}",
@@ -443,6 +455,7 @@ void Database::IndexBlocks() {
     // the ENTITIES section.
     if (FindBlock("*Model_Space").IsNull() && FindBlock("$MODEL_SPACE").IsNull())
         blocks_.insert(blocks_.begin(), BlockInfo{});
+    ++blockNamesChanges_;
 }
 
 void Database::ReportBlockCycles() {
@@ -652,16 +665,21 @@ TagList Database::TagsOf(std::uint32_t rec) const {
 // ---------------------------------------------------------------------------------------------
 // Editing
 
-void Database::Touch() {
-    if (modified_) return;
-    modified_ = true;
-    // Handles given while reading go into the file with the first change, and the header
-    // must then say that the drawing has handles.
+void Database::Touch() { modified_ = true; }
+
+void Database::TouchRecords() {
+    Touch();
+    if (recordsChanged_) return;
+    recordsChanged_ = true;
+    // Handles given while reading follow file order, so they only last while no record is added
+    // or erased: from then on they go into the file, and the header must say it has handles. A
+    // changed value alone leaves the file without them.
     if (handlesWereAssigned_) SyncHandSeed();
 }
 
 std::vector<Database::OwnedTag>& Database::Own(std::uint32_t rec) {
     Touch();
+    NoteBlockChange(rec);
     Record& r = records_[rec];
     if (r.owned == kNone) {
         std::vector<OwnedTag> tags;
@@ -677,12 +695,13 @@ std::vector<Database::OwnedTag>& Database::Own(std::uint32_t rec) {
 void Database::SetTagAt(std::uint32_t rec, std::size_t i, std::string value) {
     if (IsOriginal(rec, i) && TextAt(rec, i) == value) return;  // unchanged values keep their bytes
     OwnedTag& tag = Own(rec)[i];
-    if (tag.IsOriginal()) tag = NewTag(tag.code, std::move(value));
+    if (tag.IsOriginal()) tag = NewTag(tag.code, std::move(value), tag.ref);
     else newValues_[tag.ref & ~kNewValue] = std::move(value);
 }
 
-Database::OwnedTag Database::NewTag(int code, std::string value) {
+Database::OwnedTag Database::NewTag(int code, std::string value, std::uint32_t replaces) {
     newValues_.push_back(std::move(value));
+    replacedTags_.push_back(replaces);
     return OwnedTag{code, kNewValue | static_cast<std::uint32_t>(newValues_.size() - 1)};
 }
 
@@ -699,7 +718,7 @@ void Database::EraseTagsAt(std::uint32_t rec, std::size_t i, std::size_t count) 
 
 std::uint32_t Database::NewRecord(const TagList& tags, std::uint32_t after, SectionKind section,
                                   std::uint32_t parent) {
-    Touch();
+    TouchRecords();
     Record r;
     r.section = section;
     r.parent = parent;
@@ -716,6 +735,7 @@ std::uint32_t Database::NewRecord(const TagList& tags, std::uint32_t after, Sect
         }
     }
     records_.push_back(r);
+    NoteBlockChange(index);
     if (records_.back().handle) IndexHandle(records_.back().handle, index);
     // Link after `after`, or at the front when it is kNone.
     Record& n = records_[index];
@@ -740,7 +760,8 @@ void Database::Unlink(std::uint32_t rec) {
 void Database::EraseRecord(std::uint32_t rec) {
     Record& r = records_[rec];
     if (r.erased) return;
-    Touch();
+    TouchRecords();
+    NoteBlockChange(rec);
     Unlink(rec);
     r.erased = true;
     // The handle stays in the index; lookups skip erased records.
@@ -965,7 +986,7 @@ void Database::WriteTag(std::string& out, int code, std::string_view text) const
         return;
     }
     if (stream_.form == DxfForm::Ascii) {
-        const char* eol = crlf_ ? "\r\n" : "\n";
+        const std::string_view eol = eol_;
         if (paddedCodes_) fmt::format_to(std::back_inserter(out), "{:>3}", code);
         else fmt::format_to(std::back_inserter(out), "{}", code);
         out += eol;
@@ -1042,12 +1063,32 @@ void Database::AppendOriginalTags(std::string& out, std::uint32_t from, std::uin
     out.append(bytes_, tags.Start(run), tags.Start(from + count) - tags.Start(run));
 }
 
+// A new value of an ASCII tag goes between the code line and the line end it had: writers
+// that align some codes and not others (AutoCAD R13 files edited by other programs) keep their
+// lines as they were.
+bool Database::WriteReplacedTag(std::string& out, const OwnedTag& tag) const {
+    if (stream_.form != DxfForm::Ascii) return false;
+    const std::uint32_t original = replacedTags_[tag.ref & ~kNewValue];
+    if (original == kNone || stream_.tags.Code(original) != tag.code) return false;
+    const std::string_view raw = RawValue(bytes_, stream_, original);
+    const std::size_t valueStart = static_cast<std::size_t>(raw.data() - bytes_.data());
+    const std::size_t valueEnd = valueStart + raw.size(), tagEnd = stream_.tags.Start(original + 1);
+    // The last tag of a file may end without a line end.
+    if (valueEnd == tagEnd) return false;
+    const std::uint32_t start = stream_.tags.Start(original);
+    out.append(bytes_, start, valueStart - start);
+    if (KindOfCode(tag.code) == ValueKind::Text) out += codec_.Encode(NewValue(tag));
+    else out += NewValue(tag);
+    out.append(bytes_, valueEnd, tagEnd - valueEnd);
+    return true;
+}
+
 void Database::WriteRecord(std::string& out, std::uint32_t rec) const {
     const Record& r = records_[rec];
     auto span = [&](std::uint32_t tag, std::uint32_t count) { AppendOriginalTags(out, tag, count); };
     if (r.owned == kNone) {
         const std::uint32_t count = OriginalTagCount(rec);
-        if (r.handleAssigned && modified_ && count > 0) {
+        if (r.handleAssigned && recordsChanged_ && count > 0) {
             span(r.firstTag, 1);
             WriteTag(out, TypeIs(rec, "DIMSTYLE") ? 105 : 5, HandleText(r.handle));
             span(r.firstTag + 1, count - 1);
@@ -1060,8 +1101,9 @@ void Database::WriteRecord(std::string& out, std::uint32_t rec) const {
     for (std::size_t i = 0; i < owned.size(); ++i) {
         const OwnedTag& t = owned[i];
         if (t.IsOriginal()) span(t.ref, 1);
-        else WriteTag(out, t.code, NewValue(t));
-        if (i == 0 && r.handleAssigned) WriteTag(out, TypeIs(rec, "DIMSTYLE") ? 105 : 5, HandleText(r.handle));
+        else if (!WriteReplacedTag(out, t)) WriteTag(out, t.code, NewValue(t));
+        if (i == 0 && r.handleAssigned && recordsChanged_)
+            WriteTag(out, TypeIs(rec, "DIMSTYLE") ? 105 : 5, HandleText(r.handle));
     }
 }
 
@@ -1081,7 +1123,7 @@ void Database::WriteTo(Out&& out) const {
     for (std::uint32_t k = first_; k != kNone; k = records_[k].next) {
         const Record& r = records_[k];
         const std::uint32_t count = r.owned == kNone ? OriginalTagCount(k) : 0;
-        if (r.owned == kNone && !(r.handleAssigned && modified_ && count > 0) && !NeedsNewWidths(k)) {
+        if (r.owned == kNone && !(r.handleAssigned && recordsChanged_ && count > 0) && !NeedsNewWidths(k)) {
             const std::size_t from = tags.Start(r.firstTag);
             if (from != runEnd) {
                 flush();
@@ -1266,12 +1308,41 @@ bool SameNameNoCase(std::string_view a, std::string_view b) {
 }
 
 BlockRecord Database::FindBlock(std::string_view name) {
+    // Every reference asks this, so names are looked up in an index made when first needed
+    // and again after a block was made, erased or renamed.
+    RefreshBlockIndex();
+    auto it = blockNames_.find(base::FoldCase(name));
+    if (it == blockNames_.end() || blocks_[it->second].erased) return BlockRecord();
+    return BlockRecord(this, it->second);
+}
+
+void Database::RefreshBlockIndex() {
+    if (blockNamesAt_ == blockNamesChanges_ && !blockNames_.empty()) return;
     std::string scratch;
+    blockNames_.clear();
+    blockNames_.reserve(blocks_.size());
+    blockOfBegin_.clear();
+    blockOfBegin_.reserve(blocks_.size());
     for (std::uint32_t b = 0; b < blocks_.size(); ++b) {
         if (blocks_[b].erased) continue;
-        if (SameNameNoCase(BlockNameView(b, scratch), name)) return BlockRecord(this, b);
+        blockNames_.emplace(base::FoldCase(BlockNameView(b, scratch)), b);
+        if (blocks_[b].begin != kNone) blockOfBegin_.emplace(blocks_[b].begin, b);
     }
-    return BlockRecord();
+    blockNamesAt_ = blockNamesChanges_;
+}
+
+std::uint32_t Database::BlockOfBegin(std::uint32_t begin) {
+    RefreshBlockIndex();
+    auto it = blockOfBegin_.find(begin);
+    return it == blockOfBegin_.end() ? kNone : it->second;
+}
+
+void Database::NoteBlockChange(std::uint32_t rec) {
+    // Asked for every value set, so a record read from the file is told by its type as read.
+    const std::uint16_t type = records_[rec].type;
+    const bool block = type != kNoType ? typeNames_[type] == "BLOCK_RECORD" || typeNames_[type] == "BLOCK"
+                                       : TypeIs(rec, "BLOCK_RECORD") || TypeIs(rec, "BLOCK");
+    if (block) ++blockNamesChanges_;
 }
 
 BlockRecord Database::ModelSpace() {
@@ -1323,6 +1394,7 @@ base::Result<BlockRecord> Database::CreateBlock(std::string_view name, double ba
     if (r13) finish.push_back({100, "AcDbBlockEnd"});
     info.end = NewRecord(finish, info.begin, SectionKind::Blocks, info.begin);
     blocks_.push_back(info);
+    ++blockNamesChanges_;
     return BlockRecord(this, static_cast<std::uint32_t>(blocks_.size() - 1));
 }
 
@@ -1343,7 +1415,8 @@ base::Status Database::EraseBlock(BlockRecord block) {
     }
     if (info.record != kNone) Object(this, info.record).Erase();
     info.erased = true;
-    modified_ = true;
+    TouchRecords();
+    ++blockNamesChanges_;
     return base::Status::Ok();
 }
 

@@ -158,6 +158,7 @@ private:
     friend class Layer;
     friend class BlockReference;
     friend class Polyline;
+    friend class BlockNesting;
 
     // One record of the file: a 0 tag and the tags up to the next 0 tag. Kept at 32 bytes: a
     // drawing has one per entity and attribute.
@@ -220,8 +221,13 @@ private:
     TagList TagsOf(std::uint32_t rec) const;
 
     // Editing of a record's tags.
+    // Notes a change of values; TouchRecords one of records added or erased.
     void Touch();
-    OwnedTag NewTag(int code, std::string value);
+    void TouchRecords();
+    // Notes that `rec` changes, for the block name index when it is a BLOCK or BLOCK_RECORD.
+    void NoteBlockChange(std::uint32_t rec);
+    // `replaces` is the original tag a new value stands for, kNone for an added tag.
+    OwnedTag NewTag(int code, std::string value, std::uint32_t replaces = kNone);
     const std::string& NewValue(const OwnedTag& tag) const { return newValues_[tag.ref & ~kNewValue]; }
     std::vector<OwnedTag>& Own(std::uint32_t rec);
     void SetTagAt(std::uint32_t rec, std::size_t i, std::string value);
@@ -242,6 +248,9 @@ private:
 
     // The name of block `block` as BlockRecord::Name gives it, without a copy where it can.
     std::string_view BlockNameView(std::uint32_t block, std::string& scratch);
+    void RefreshBlockIndex();
+    // The block whose BLOCK record is `begin`; kNone when there is none or it was erased.
+    std::uint32_t BlockOfBegin(std::uint32_t begin);
     std::uint32_t SectionRecord(SectionKind kind) const;
     std::uint32_t SectionEnd(std::uint32_t sectionRec) const;
     std::uint32_t EnsureSection(SectionKind kind);
@@ -253,6 +262,7 @@ private:
     template <class Out>
     void WriteTo(Out&& out) const;
     void WriteRecord(std::string& out, std::uint32_t rec) const;
+    bool WriteReplacedTag(std::string& out, const OwnedTag& tag) const;
     void WriteTag(std::string& out, int code, std::string_view text) const;
     void AppendOriginalTags(std::string& out, std::uint32_t from, std::uint32_t count) const;
     bool HasOddWidth(std::uint32_t tag) const;
@@ -265,7 +275,14 @@ private:
     std::vector<Record> records_;
     std::vector<std::vector<OwnedTag>> owned_;
     std::vector<std::string> newValues_;
+    std::vector<std::uint32_t> replacedTags_;  // by new value: the original tag it replaced, or kNone
     std::vector<BlockInfo> blocks_;
+    // Blocks by folded name, the first of a name winning; rebuilt when blockNamesAt_ falls
+    // behind blockNamesChanges_.
+    std::unordered_map<std::string, std::uint32_t> blockNames_;
+    std::unordered_map<std::uint32_t, std::uint32_t> blockOfBegin_;  // BLOCK record -> block
+    std::uint64_t blockNamesChanges_ = 0;
+    std::uint64_t blockNamesAt_ = 0;
     std::uint32_t originalRecords_ = 0;   // records read from the file come first
     std::vector<std::string> typeNames_;  // record types as read, in order of first sight
     // Records by handle, open addressing with linear probing: kNone marks a free slot, and the
@@ -279,8 +296,9 @@ private:
     int release_ = 1009;
     bool modified_ = false;
     bool handlesWereAssigned_ = false;
+    bool recordsChanged_ = false;         // a record was added or erased
     // Line end and group code style of the file, for what is written new.
-    bool crlf_ = false;
+    const char* eol_ = "\n";
     bool paddedCodes_ = true;
 };
 

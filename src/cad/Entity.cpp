@@ -30,9 +30,8 @@ BlockRecord Entity::OwnerBlock() const {
         rec = records[rec].parent;
     std::uint32_t parent = records[rec].parent;
     if (parent != Database::kNone && db_->TypeIs(parent, "BLOCK")) {
-        for (std::uint32_t b = 0; b < db_->blocks_.size(); ++b)
-            if (db_->blocks_[b].begin == parent) return BlockRecord(db_, b);
-        return BlockRecord();
+        const std::uint32_t block = db_->BlockOfBegin(parent);
+        return block == Database::kNone ? BlockRecord() : BlockRecord(db_, block);
     }
     return Entity(db_, rec).IsInPaperSpace() ? db_->PaperSpace() : db_->ModelSpace();
 }

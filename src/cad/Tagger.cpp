@@ -79,28 +79,29 @@ std::string Printable(std::string_view s) {
     return out;
 }
 
-// The end of the line that starts at `p`: its '\n', or null when the buffer ends first. Most
-// lines of a drawing are a few bytes long, shorter than a library call is worth, so the first
-// bytes are searched eight at a time here.
+// The end of the line that starts at `p`: its `Eol` ('\n', or '\r' in files of old Mac
+// programs), or null when the buffer ends first. Most lines of a drawing are a few bytes long,
+// shorter than a library call is worth, so the first bytes are searched eight at a time here.
+template <char Eol>
 inline const char* LineEnd(const char* p, const char* end) {
     constexpr std::uint64_t kOnes = 0x0101010101010101ull;
     for (int round = 0; round < 4 && end - p >= 8; ++round, p += 8) {
         std::uint64_t word;
         std::memcpy(&word, p, 8);
-        std::uint64_t x = word ^ (kOnes * '\n');
+        std::uint64_t x = word ^ (kOnes * static_cast<unsigned char>(Eol));
         // Marks the zero bytes of x; the lowest mark is exact, which is the one taken.
         std::uint64_t zero = (x - kOnes) & ~x & (kOnes << 7);
         if (zero) return p + (__builtin_ctzll(zero) >> 3);
     }
-    if (end - p >= 8) return static_cast<const char*>(std::memchr(p, '\n', static_cast<std::size_t>(end - p)));
+    if (end - p >= 8) return static_cast<const char*>(std::memchr(p, Eol, static_cast<std::size_t>(end - p)));
     for (; p < end; ++p)
-        if (*p == '\n') return p;
+        if (*p == Eol) return p;
     return nullptr;
 }
 
-// The number of '\n' in `bytes`, sixteen bytes at a time: two lines make a tag, so this sizes
+// The number of `eol` in `bytes`, sixteen bytes at a time: two lines make a tag, so this sizes
 // the tag index of an ASCII file exactly.
-std::size_t CountLineEnds(std::string_view bytes) {
+std::size_t CountLineEnds(std::string_view bytes, char eol) {
     using Bytes16 = unsigned char __attribute__((vector_size(16)));
     const char* p = bytes.data();
     const char* end = p + bytes.size();
@@ -111,11 +112,11 @@ std::size_t CountLineEnds(std::string_view bytes) {
         for (int round = 0; round < 255 && end - p >= 16; ++round, p += 16) {
             Bytes16 chunk;
             std::memcpy(&chunk, p, 16);
-            lanes += reinterpret_cast<Bytes16>(chunk == '\n') & 1;
+            lanes += reinterpret_cast<Bytes16>(chunk == static_cast<unsigned char>(eol)) & 1;
         }
         for (int k = 0; k < 16; ++k) count += lanes[k];
     }
-    for (; p < end; ++p) count += *p == '\n';
+    for (; p < end; ++p) count += *p == eol;
     return count;
 }
 
@@ -128,14 +129,16 @@ struct CodeLine {
 
 inline bool IsDigit(char c) { return static_cast<unsigned>(c - '0') < 10; }
 
+template <char Eol>
 inline CodeLine ReadCodeLine(const char* data, std::size_t n, std::size_t pos) {
+    constexpr bool kLf = Eol == '\n';
     // The fastest road for the line AutoCAD writes: three characters, right-aligned.
     if (pos + 4 < n) {
         const char c0 = data[pos], c1 = data[pos + 1], c2 = data[pos + 2], c3 = data[pos + 3];
         const bool digits = IsDigit(c2) && (IsDigit(c1) ? (IsDigit(c0) || c0 == ' ') : (c1 == ' ' && c0 == ' '));
-        if (digits && (c3 == '\n' || (c3 == '\r' && data[pos + 4] == '\n'))) {
+        if (digits && (c3 == Eol || (kLf && c3 == '\r' && data[pos + 4] == '\n'))) {
             int code = (c0 == ' ' ? 0 : (c0 - '0') * 100) + (c1 == ' ' ? 0 : (c1 - '0') * 10) + (c2 - '0');
-            return {code, c3 == '\n' ? pos + 3 : pos + 4};
+            return {code, c3 == Eol ? pos + 3 : pos + 4};
         }
     }
     // Then other lines of blanks, digits and a line end.
@@ -144,12 +147,13 @@ inline CodeLine ReadCodeLine(const char* data, std::size_t n, std::size_t pos) {
     const std::size_t digits = p;
     int code = 0;
     while (p < n && IsDigit(data[p]) && p - digits < 5) code = code * 10 + (data[p++] - '0');
-    if (p > digits && p < n && data[p] == '\n') return {code, p};
-    if (p > digits && p + 1 < n && data[p] == '\r' && data[p + 1] == '\n') return {code, p + 1};
-    const char* nl = static_cast<const char*>(std::memchr(data + pos, '\n', n - pos));
+    if (p > digits && p < n && data[p] == Eol) return {code, p};
+    if (kLf && p > digits && p + 1 < n && data[p] == '\r' && data[p + 1] == '\n') return {code, p + 1};
+    const char* nl = static_cast<const char*>(std::memchr(data + pos, Eol, n - pos));
     return {-1, nl ? static_cast<std::size_t>(nl - data) : n};
 }
 
+template <char Eol>
 base::Status ScanAscii(std::string_view bytes, std::string_view fileName, TagStream& out) {
     const char* data = bytes.data();
     const std::size_t n = bytes.size();
@@ -161,7 +165,7 @@ base::Status ScanAscii(std::string_view bytes, std::string_view fileName, TagStr
         return base::Status::Error(fmt::format("{}: line {}: {}", fileName, at, why));
     };
     while (pos < n) {
-        const CodeLine codeLine = ReadCodeLine(data, n, pos);
+        const CodeLine codeLine = ReadCodeLine<Eol>(data, n, pos);
         const int fastCode = codeLine.code;
         const std::size_t lineEnd = codeLine.lineEnd;
         const char* nl = lineEnd < n ? data + lineEnd : nullptr;
@@ -181,7 +185,7 @@ base::Status ScanAscii(std::string_view bytes, std::string_view fileName, TagStr
         if (!nl)
             return fail(line, fmt::format("group code {} has no value: the file ends after it", code));
         std::size_t valueStart = lineEnd + 1;
-        const char* vnl = LineEnd(data + valueStart, data + n);
+        const char* vnl = LineEnd<Eol>(data + valueStart, data + n);
         std::size_t valueEnd = vnl ? static_cast<std::size_t>(vnl - data) : n;
         std::string_view value(data + valueStart, valueEnd - valueStart);
         ValueKind kind = KindOfCode(code);
@@ -338,9 +342,15 @@ base::Status ScanTags(std::string_view bytes, std::string_view fileName, TagStre
         out.tags.Reserve(count);
         return ScanBinary(bytes, fileName, out, true, count);
     }
-    out.tags.Reserve((CountLineEnds(bytes) + 1) / 2 + 1);
+    // Old Mac programs end lines with a lone CR; the first line says which end the file uses,
+    // so that finding it costs no pass over the file.
+    std::size_t firstEnd = 0;
+    while (firstEnd < bytes.size() && bytes[firstEnd] != '\n' && bytes[firstEnd] != '\r') ++firstEnd;
+    const bool crOnly = firstEnd + 1 < bytes.size() && bytes[firstEnd] == '\r' && bytes[firstEnd + 1] != '\n';
+    out.lineEnd = crOnly ? '\r' : '\n';
+    out.tags.Reserve((CountLineEnds(bytes, out.lineEnd) + 1) / 2 + 1);
     out.form = DxfForm::Ascii;
-    return ScanAscii(bytes, fileName, out);
+    return crOnly ? ScanAscii<'\r'>(bytes, fileName, out) : ScanAscii<'\n'>(bytes, fileName, out);
 }
 
 std::string_view RawValue(std::string_view bytes, const TagStream& stream, std::size_t index) {
@@ -348,7 +358,8 @@ std::string_view RawValue(std::string_view bytes, const TagStream& stream, std::
     std::size_t end = stream.tags.Start(index + 1);
     const char* data = bytes.data();
     if (stream.form == DxfForm::Ascii) {
-        const char* nl = LineEnd(data + start, data + end);
+        const char* nl = stream.lineEnd == '\n' ? LineEnd<'\n'>(data + start, data + end)
+                                                 : LineEnd<'\r'>(data + start, data + end);
         std::size_t begin = nl ? static_cast<std::size_t>(nl - data) + 1 : end;
         if (end > begin && data[end - 1] == '\n') --end;
         if (end > begin && data[end - 1] == '\r') --end;
@@ -363,9 +374,9 @@ std::string_view RawValue(std::string_view bytes, const TagStream& stream, std::
     }
 }
 
-std::size_t LineOfOffset(std::string_view bytes, std::size_t offset) {
+std::size_t LineOfOffset(std::string_view bytes, std::size_t offset, char lineEnd) {
     std::size_t line = 1;
-    for (std::size_t i = 0; i < offset && i < bytes.size(); ++i) line += bytes[i] == '\n';
+    for (std::size_t i = 0; i < offset && i < bytes.size(); ++i) line += bytes[i] == lineEnd;
     return line;
 }
 

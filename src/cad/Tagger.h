@@ -76,6 +76,7 @@ struct TagStream {
     std::uint32_t prefix = 0;  // bytes before the first tag: a binary sentinel or a UTF-8 mark
     bool sawEof = false;       // a 0/EOF tag ended the scan
     std::uint32_t oddWidths = 0;  // binary numbers stored in another width than their code's
+    char lineEnd = '\n';          // what ends an ASCII line: '\n' (also after '\r'), or a lone '\r'
     std::vector<std::string> notes;  // what was read leniently, with where (at most 100)
     // Tags without the sentinel.
     std::size_t Count() const { return tags.Size() == 0 ? 0 : tags.Size() - 1; }
@@ -90,8 +91,8 @@ base::Status ScanTags(std::string_view bytes, std::string_view fileName, TagStre
 // its length byte, or the little-endian bytes of a binary number.
 std::string_view RawValue(std::string_view bytes, const TagStream& stream, std::size_t index);
 
-// The 1-based line of the group code of the tag starting at `offset` in an ASCII buffer; counts
-// line ends, so it is meant for messages only.
-std::size_t LineOfOffset(std::string_view bytes, std::size_t offset);
+// The 1-based line of the group code of the tag starting at `offset` in an ASCII buffer whose
+// lines end in `lineEnd`; counts line ends, so it is meant for messages only.
+std::size_t LineOfOffset(std::string_view bytes, std::size_t offset, char lineEnd = '\n');
 
 }  // namespace cad

@@ -124,3 +124,40 @@ TEST(BlockRecord, EntitiesGoToAnyBlockOrSpace) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(BlockRecord, EveryReferenceOfALongChainFindsItsBlockAndItsHolder) {
+    // Twenty thousand blocks, each inserting the next: each lookup goes straight to its block.
+    constexpr int kLevels = 20000;
+    auto db = cadtest::Load(cadtest::NestedBlocks(kLevels, 1));
+    ASSERT_TRUE(db);
+    int checked = 0;
+    for (int level = 1; level < kLevels; ++level) {
+        cad::BlockRecord block = db->FindBlock("b" + std::to_string(level));
+        ASSERT_TRUE(block);
+        cad::Entity ref = db->FindBlock("B" + std::to_string(level - 1)).Entities()[0];
+        ASSERT_EQ(cad::BlockReference(db.get(), ref.Index()).Block(), block);
+        ASSERT_EQ(ref.OwnerBlock().Name(), "B" + std::to_string(level - 1));
+        ++checked;
+    }
+    EXPECT_EQ(checked, kLevels - 1);
+    EXPECT_EQ(db->ModelSpace().Entities()[0].OwnerBlock(), db->ModelSpace());
+}
+
+TEST(BlockRecord, ABlockMadeOrRenamedIsFoundByItsNewName) {
+    auto db = cadtest::Corpus("entities-attribs-ac1015.dxf");
+    ASSERT_TRUE(db);
+    ASSERT_FALSE(db->FindBlock("Made"));
+    auto made = db->CreateBlock("Made");
+    ASSERT_TRUE(made);
+    EXPECT_EQ(db->FindBlock("MADE"), *made);
+    made->Record().SetText(2, "Renamed");
+    made->BlockBegin().SetText(2, "Renamed");
+    EXPECT_FALSE(db->FindBlock("Made"));
+    EXPECT_EQ(db->FindBlock("renamed"), *made);
+    ASSERT_TRUE(db->EraseBlock(*made));
+    EXPECT_FALSE(db->FindBlock("Renamed"));
+}
+
+}  // namespace

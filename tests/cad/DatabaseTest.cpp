@@ -53,22 +53,73 @@ TEST(Database, FilesWithoutHandlesGetThemInFileOrderTheSameEveryTime) {
     EXPECT_TRUE(a->ObjectByHandle(ea[1].GetHandle()) == ea[1]);
 }
 
-TEST(Database, AssignedHandlesAreWrittenOnlyAfterAChange) {
+TEST(Database, AChangedValueLeavesADrawingWithoutHandlesWithoutThem) {
+    // Handles given on reading follow file order, which a changed value leaves as it was: the
+    // next reading gives the same ones, so the file keeps its own form.
     std::string text = cadtest::R12Drawing();
     auto db = cadtest::Load(text);
     ASSERT_TRUE(db);
-    EXPECT_EQ(db->Write(), text);
     cad::Handle line = db->ModelSpace().Entities()[0].GetHandle();
-    db->ModelSpace().Entities()[1].SetText(8, "Walls");
+    db->ModelSpace().Entities()[0].SetText(8, "Doors");
+    std::string expected = text;
+    expected.replace(expected.find("Walls\n10"), 5, "Doors");
+    EXPECT_EQ(db->Write(), expected);
     auto again = cadtest::Reload(*db);
     ASSERT_TRUE(again);
-    EXPECT_TRUE(again->Warnings().empty());
-    cad::Object found = again->ObjectByHandle(line);
-    ASSERT_TRUE(found);
-    EXPECT_EQ(found.Type(), "LINE");
-    EXPECT_EQ(found.GetText(8), "Walls");
-    EXPECT_EQ(again->HeaderInt("$HANDLING"), 1);
-    EXPECT_GT(cad::ParseHandle(again->HeaderText("$HANDSEED")), line);
+    EXPECT_EQ(again->HeaderInt("$HANDLING"), 0);
+    EXPECT_EQ(again->ModelSpace().Entities()[0].GetHandle(), line);
+    EXPECT_EQ(again->ObjectByHandle(line).GetText(8), "Doors");
+}
+
+TEST(Database, AssignedHandlesAreWrittenOnceARecordIsAddedOrErased) {
+    for (bool add : {true, false}) {
+        SCOPED_TRACE(add ? "added" : "erased");
+        std::string text = cadtest::R12Drawing();
+        auto db = cadtest::Load(text);
+        ASSERT_TRUE(db);
+        EXPECT_EQ(db->Write(), text);
+        auto entities = db->ModelSpace().Entities();
+        cad::Handle insert = entities[1].GetHandle();
+        if (add) ASSERT_TRUE(db->ModelSpace().AddLine({0, 0, 0}, {1, 1, 0}));
+        else entities[0].Erase();
+        auto again = cadtest::Reload(*db);
+        ASSERT_TRUE(again);
+        EXPECT_TRUE(again->Warnings().empty());
+        cad::Object found = again->ObjectByHandle(insert);
+        ASSERT_TRUE(found);
+        EXPECT_EQ(found.Type(), "INSERT");
+        EXPECT_EQ(again->HeaderInt("$HANDLING"), 1);
+        EXPECT_GT(cad::ParseHandle(again->HeaderText("$HANDSEED")), insert);
+    }
+}
+
+TEST(Database, RecordsOfOtherSectionsAreGivenNoHandle) {
+    // AutoCAD's ACDSDATA records, classes and the preview image have no handles; a change
+    // elsewhere leaves them so.
+    std::string text = cadtest::Dxf({{0, "SECTION"}, {2, "HEADER"}, {9, "$ACADVER"}, {1, "AC1027"},
+                                     {9, "$HANDSEED"}, {5, "30"}, {0, "ENDSEC"},
+                                     {0, "SECTION"}, {2, "CLASSES"}, {0, "CLASS"}, {1, "ACDBDICTIONARYWDFLT"},
+                                     {2, "AcDbDictionaryWithDefault"}, {3, "ObjectDBX Classes"}, {90, "0"},
+                                     {91, "1"}, {280, "0"}, {281, "0"}, {0, "ENDSEC"},
+                                     {0, "SECTION"}, {2, "ENTITIES"},
+                                     {0, "LINE"}, {5, "20"}, {8, "0"}, {10, "0"}, {20, "0"}, {30, "0"},
+                                     {11, "1"}, {21, "1"}, {31, "0"}, {0, "ENDSEC"},
+                                     {0, "SECTION"}, {2, "THUMBNAILIMAGE"}, {90, "4"}, {310, "424D0000"},
+                                     {0, "ENDSEC"},
+                                     {0, "SECTION"}, {2, "ACDSDATA"}, {70, "2"}, {71, "3"},
+                                     {0, "ACDSSCHEMA"}, {90, "0"}, {1, "AcDb3DSolid_ASM_Data"}, {2, "AcDbDs::ID"},
+                                     {280, "10"}, {91, "8"},
+                                     {0, "ACDSRECORD"}, {90, "0"}, {2, "AcDbDs::ID"}, {280, "10"}, {320, "20"},
+                                     {0, "ENDSEC"}, {0, "EOF"}});
+    auto db = cadtest::Load(text);
+    ASSERT_TRUE(db);
+    EXPECT_EQ(db->HandleSeed(), 0x30u);
+    db->ObjectByHandle(0x20).SetText(8, "A");
+    std::string expected = text;
+    expected.replace(expected.find("0\n10\n"), 1, "A");
+    EXPECT_EQ(db->Write(), expected);
+    for (const cad::Object& o : db->Objects())
+        if (o.Type() != "LINE") EXPECT_EQ(o.GetHandle(), 0u) << o.Type();
 }
 
 TEST(Database, NewHandlesComeFromTheSeedWhichStaysAboveAll) {

@@ -54,6 +54,61 @@ inline std::string R12Drawing(const char* eol = "\n") {
                eol);
 }
 
+// An R12 drawing of nested blocks B0 ... B(levels-1): B(i) inserts B(i+1) `copies` times, the
+// k-th copy at (k, 1); the last block holds a line from (0,0) to (1,1), and model space inserts
+// B0 once at the origin. Measured from model space the drawing spans x 0 to
+// 1 + (copies-1)*(levels-1) and y levels-1 to levels. With `cycle` the last block also inserts
+// B0, which closes a cycle through every block.
+inline std::string NestedBlocks(int levels, int copies, bool cycle = false, const char* eol = "\n") {
+    std::string out;
+    auto tag = [&](int code, const std::string& value) {
+        out += std::to_string(code);
+        out += eol;
+        out += value;
+        out += eol;
+    };
+    auto insert = [&](int block, int x, int y) {
+        tag(0, "INSERT");
+        tag(8, "0");
+        tag(2, "B" + std::to_string(block));
+        tag(10, std::to_string(x));
+        tag(20, std::to_string(y));
+        tag(30, "0");
+    };
+    for (auto [code, value] : std::vector<std::pair<int, std::string>>{
+             {0, "SECTION"}, {2, "HEADER"}, {9, "$ACADVER"}, {1, "AC1009"}, {0, "ENDSEC"},
+             {0, "SECTION"}, {2, "TABLES"}, {0, "TABLE"}, {2, "LAYER"}, {70, "1"},
+             {0, "LAYER"}, {2, "0"}, {70, "0"}, {62, "7"}, {6, "CONTINUOUS"}, {0, "ENDTAB"}, {0, "ENDSEC"},
+             {0, "SECTION"}, {2, "BLOCKS"}})
+        tag(code, value);
+    for (int i = 0; i < levels; ++i) {
+        tag(0, "BLOCK");
+        tag(8, "0");
+        tag(2, "B" + std::to_string(i));
+        tag(70, "0");
+        tag(10, "0");
+        tag(20, "0");
+        tag(30, "0");
+        if (i + 1 < levels) {
+            for (int k = 0; k < copies; ++k) insert(i + 1, k, 1);
+        } else {
+            for (auto [code, value] : std::vector<std::pair<int, std::string>>{
+                     {0, "LINE"}, {8, "0"}, {10, "0"}, {20, "0"}, {30, "0"}, {11, "1"}, {21, "1"}, {31, "0"}})
+                tag(code, value);
+            if (cycle) insert(0, 0, 0);
+        }
+        tag(0, "ENDBLK");
+        tag(8, "0");
+    }
+    tag(0, "ENDSEC");
+    tag(0, "SECTION");
+    tag(2, "ENTITIES");
+    insert(0, 0, 0);
+    tag(0, "ENDSEC");
+    tag(0, "EOF");
+    return out;
+}
+
 // Reads a drawing from text; fails the test when it does not load.
 inline std::unique_ptr<cad::Database> Load(const std::string& bytes, const std::string& name = "test.dxf") {
     auto db = cad::Database::FromBytes(bytes, name);

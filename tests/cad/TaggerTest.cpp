@@ -27,6 +27,45 @@ TEST(Tagger, ReadsLfAndCrlfLineEndsAlike) {
     }
 }
 
+TEST(Tagger, ReadsCrOnlyLineEndsLikeLfAndSavesThemUnchanged) {
+    // Old Mac programs end every line with a lone CR.
+    const std::string text = cadtest::R12Drawing("\r");
+    auto db = cadtest::Load(text);
+    ASSERT_TRUE(db);
+    auto lf = cadtest::Load(cadtest::R12Drawing("\n"));
+    ASSERT_TRUE(lf);
+    EXPECT_EQ(db->HeaderText("$ACADVER"), "AC1009");
+    EXPECT_EQ(db->CountsByType(), lf->CountsByType());
+    auto entities = db->ModelSpace().Entities();
+    ASSERT_EQ(entities.size(), 2u);
+    EXPECT_EQ(entities[0].GetText(8), "Walls");
+    EXPECT_EQ(entities[0].GetReal(11), 5.0);
+    cad::BlockReference ref(db.get(), entities[1].Index());
+    ASSERT_EQ(ref.Attributes().size(), 1u);
+    EXPECT_EQ(ref.Attributes()[0].TextString(), "D-101");
+    EXPECT_EQ(db->Write(), text);
+}
+
+TEST(Tagger, AChangedCrOnlyDrawingKeepsItsLineEnds) {
+    auto db = cadtest::Load(cadtest::R12Drawing("\r"));
+    ASSERT_TRUE(db);
+    cad::BlockReference ref(db.get(), db->ModelSpace().Entities()[1].Index());
+    ref.Attributes()[0].SetTextString("D-102");
+    ASSERT_TRUE(db->CreateBlock("Window"));  // new records too
+    const std::string written = db->Write();
+    EXPECT_EQ(written.find('\n'), std::string::npos);
+    auto again = cadtest::Load(written);
+    ASSERT_TRUE(again);
+    EXPECT_TRUE(again->FindBlock("Window"));
+    cad::BlockReference read(again.get(), again->ModelSpace().Entities()[1].Index());
+    EXPECT_EQ(read.Attributes()[0].TextString(), "D-102");
+}
+
+TEST(TaggerMalformed, ACrOnlyFileSaysTheLineOfWhatIsWrong) {
+    std::string m = Message("0\rSECTION\r2\rENTITIES\r0\rLINE\r10\rwide\r0\rENDSEC\r0\rEOF\r");
+    EXPECT_NE(m.find("bad.dxf: line 8"), std::string::npos) << m;
+}
+
 TEST(Tagger, ReadsGroupCodesWithAndWithoutPaddingAndTrailingBlanks) {
     std::string text = "  0\nSECTION\n  2  \nENTITIES\n  0\nLINE\n   8\nA\n 10\n 1.5 \n0\nENDSEC\n0\nEOF\n";
     auto db = cadtest::Load(text);

@@ -9,14 +9,17 @@ Extents3d SpaceExtents(const BlockRecord& space) {
     Extents3d out;
     if (!space) return out;
     Database* db = space.Record() ? space.Record().GetDatabase() : space.BlockBegin().GetDatabase();
+    std::vector<Entity> shown;
     for (const Entity& e : space.Entities()) {
         if (!e.IsVisible()) continue;
         if (db) {
             Layer layer = db->FindLayer(e.LayerName());
             if (layer && layer.IsFrozen()) continue;
         }
-        if (auto box = GeomExtents(e)) out.AddExtents(*box);
+        shown.push_back(e);
     }
+    for (const auto& box : GeomExtentsOfEach(shown))
+        if (box) out.AddExtents(*box);
     return out;
 }
 

@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "base/Text.h"
@@ -20,7 +22,15 @@ namespace cad {
 namespace {
 
 constexpr double kDegree = kPi / 180;
+// Nested blocks are walked entity by entity while the walk stays this shallow and this short
+// (in entity visits per measured entity); beyond, a block's extents are measured once and its
+// box moved into place, so that a few kilobytes of blocks that insert each other twice on every
+// level cost no more than their size.
 constexpr int kMaxNesting = 64;
+constexpr std::uint64_t kExactVisits = 1 << 16;
+// The layer that layer "0" entities of a block take while its box is measured once for all
+// references: a name no layer has, so that nothing on it is frozen.
+const std::string kThawedLayer("\0", 1);
 // Line pitch of multi-line text in text heights, before the spacing factor (AutoCAD's 5/3).
 constexpr double kLinePitch = 5.0 / 3.0;
 
@@ -109,6 +119,14 @@ class Walker {
 public:
     explicit Walker(Database* db) : db_(db) {}
 
+    // Starts measuring the next entity: what is known of blocks stays, the allowance for
+    // walking them entity by entity starts afresh.
+    void StartEntity() {
+        error.clear();
+        cycleError_.clear();
+        visitsLeft_ = kExactVisits;
+    }
+
     // Adds `e` through `m`; false when it has no geometry. `layerOfZero` is the layer that
     // entities on layer "0" take (their reference's), empty at the top.
     bool Add(const Entity& e, const Matrix3d& m, Extents3d& out, const std::string& layerOfZero, int depth);
@@ -130,8 +148,27 @@ private:
                       int depth);
     bool AddBlock(const BlockRecord& block, const Matrix3d& m, Extents3d& out, const std::string& layerOfZero,
                   int depth);
+    bool WalkBlock(const BlockRecord& block, const Matrix3d& m, Extents3d& out, const std::string& layerOfZero,
+                   int depth);
     bool AddMLeader(const Entity& e, const Matrix3d& m, Extents3d& out, int depth);
     bool Shown(const Entity& e, const std::string& layerOfZero);
+    bool Frozen(const std::string& layer);
+
+    // What is known of a block for this walk.
+    struct BlockMemo {
+        std::vector<std::uint32_t> children;  // blocks its entities draw
+        std::uint64_t size = 0;               // entities one reference draws, nested ones included
+        int height = 0;                       // levels of nesting below it
+        std::uint8_t sizeState = 0;           // 0 unknown, 1 being measured, 2 known
+        std::uint8_t boxState = 0;
+        bool boxAny = false;
+        Extents3d box;                        // in block coordinates, layer "0" thawed
+        std::string boxError;
+    };
+    BlockRecord BlockDrawnBy(const Entity& e);
+    BlockRecord BlockByHandle(Handle handle);
+    BlockMemo& Prepare(const BlockRecord& block);
+    void MeasureBoxes(const BlockRecord& block);
     std::string EffectiveLayer(const Entity& e, const std::string& layerOfZero) const {
         std::string layer = e.LayerName();
         return layer == "0" && !layerOfZero.empty() ? layerOfZero : layer;
@@ -140,17 +177,130 @@ private:
     Database* db_;
     // Frozen state by layer name, looked up once per walk.
     std::unordered_map<std::string, bool> frozen_;
+    // By block index; references into it stay valid as it grows.
+    std::unordered_map<std::uint32_t, BlockMemo> memo_;
+    std::vector<std::uint32_t> path_;  // blocks being walked entity by entity
+    std::uint64_t visitsLeft_ = kExactVisits;  // for walks entity by entity yet to start
+    std::uint64_t paidLeft_ = 0;               // visits left to the walk under way
+    int exactLevels_ = 0;                      // levels of that walk
+    int measureLevels_ = 0;  // MeasureBoxes within MeasureBoxes
+    std::string cycleError_;  // the last reference not followed because it closes a cycle
 };
+
+bool Walker::Frozen(const std::string& layer) {
+    auto it = frozen_.find(layer);
+    if (it == frozen_.end()) {
+        Layer record = db_->FindLayer(layer);
+        it = frozen_.emplace(layer, record && record.IsFrozen()).first;
+    }
+    return it->second;
+}
 
 bool Walker::Shown(const Entity& e, const std::string& layerOfZero) {
     if (!e.IsVisible()) return false;
-    std::string name = EffectiveLayer(e, layerOfZero);
-    auto it = frozen_.find(name);
-    if (it == frozen_.end()) {
-        Layer layer = db_->FindLayer(name);
-        it = frozen_.emplace(name, layer && layer.IsFrozen()).first;
+    return !Frozen(EffectiveLayer(e, layerOfZero));
+}
+
+BlockRecord Walker::BlockByHandle(Handle handle) {
+    // A block record names its block; the lookup by name is quick, the walk over all blocks
+    // only for a drawing whose names disagree.
+    Object record = db_->ObjectByHandle(handle);
+    if (record && record.Type() == "BLOCK_RECORD") {
+        BlockRecord block = db_->FindBlock(record.GetText(2));
+        if (block && block.GetHandle() == handle) return block;
     }
-    return !it->second;
+    for (const BlockRecord& block : db_->Blocks())
+        if (block.GetHandle() == handle) return block;
+    return BlockRecord();
+}
+
+// The block an entity is drawn with: references, dimensions and tables name it, a multileader
+// points at its content block.
+BlockRecord Walker::BlockDrawnBy(const Entity& e) {
+    std::string type = e.Type();
+    if (type == "INSERT" || type == "MINSERT" || type == "DIMENSION" || type == "ARC_DIMENSION" ||
+        type == "LARGE_RADIAL_DIMENSION" || type == "ACAD_TABLE")
+        return db_->FindBlock(e.GetText(2));
+    if (type == "MULTILEADER" || type == "MLEADER") {
+        Handle handle = e.GetHandleValue(341);
+        return handle ? BlockByHandle(handle) : BlockRecord();
+    }
+    return BlockRecord();
+}
+
+// Finds the size and nesting height of `block` and of every block below it, without recursion:
+// a chain of blocks can be as long as the file.
+Walker::BlockMemo& Walker::Prepare(const BlockRecord& block) {
+    BlockMemo& root = memo_[block.Index()];
+    if (root.sizeState == 2) return root;
+    std::vector<std::pair<std::uint32_t, std::size_t>> stack;  // block, next child
+    auto open = [&](std::uint32_t index) {
+        BlockMemo& m = memo_[index];
+        m.sizeState = 1;
+        for (const Entity& e : BlockRecord(db_, index).Entities()) {
+            ++m.size;
+            if (BlockRecord drawn = BlockDrawnBy(e)) m.children.push_back(drawn.Index());
+        }
+        stack.push_back({index, 0});
+    };
+    open(block.Index());
+    while (!stack.empty()) {
+        const std::uint32_t index = stack.back().first;
+        BlockMemo& m = memo_[index];
+        if (stack.back().second < m.children.size()) {
+            const std::uint32_t child = m.children[stack.back().second++];
+            if (memo_[child].sizeState == 0) open(child);
+            continue;
+        }
+        // A child still being measured closes a cycle; the walk will not follow it.
+        for (std::uint32_t child : m.children) {
+            const BlockMemo& c = memo_[child];
+            if (c.sizeState != 2) continue;
+            m.size = c.size > ~std::uint64_t{0} - m.size ? ~std::uint64_t{0} : m.size + c.size;
+            m.height = std::max(m.height, c.height + 1);
+        }
+        m.sizeState = 2;
+        stack.pop_back();
+    }
+    return root;
+}
+
+// Measures the box of `block` and of every block below it once, the deepest first, so that
+// each is measured with the boxes of those it draws at hand.
+void Walker::MeasureBoxes(const BlockRecord& block) {
+    if (memo_[block.Index()].boxState != 0) return;
+    if (measureLevels_ > kMaxNesting) {
+        error = "its blocks nest too deep";
+        return;
+    }
+    ++measureLevels_;
+    std::vector<std::pair<std::uint32_t, std::size_t>> stack{{block.Index(), 0}};
+    memo_[block.Index()].boxState = 1;
+    while (!stack.empty()) {
+        const std::uint32_t index = stack.back().first;
+        BlockMemo& m = memo_[index];
+        if (stack.back().second < m.children.size()) {
+            const std::uint32_t child = m.children[stack.back().second++];
+            BlockMemo& c = memo_[child];
+            if (c.boxState == 0) {
+                Prepare(BlockRecord(db_, child));
+                c.boxState = 1;
+                stack.push_back({child, 0});
+            }
+            continue;
+        }
+        Extents3d box;
+        const std::string saved = error;
+        const int levels = std::exchange(exactLevels_, 0);
+        m.boxAny = WalkBlock(BlockRecord(db_, index), Matrix3d(), box, kThawedLayer, 1);
+        exactLevels_ = levels;
+        m.box = box;
+        m.boxError = error;
+        error = saved;
+        m.boxState = 2;
+        stack.pop_back();
+    }
+    --measureLevels_;
 }
 
 bool Walker::Add(const Entity& e, const Matrix3d& m, Extents3d& out, const std::string& layerOfZero, int depth) {
@@ -485,12 +635,55 @@ bool Walker::AddVertices(const Entity& e, const Matrix3d& m, Extents3d& out, int
 
 bool Walker::AddBlock(const BlockRecord& block, const Matrix3d& m, Extents3d& out, const std::string& layerOfZero,
                       int depth) {
-    if (depth > kMaxNesting) {
-        error = "its blocks nest too deep or refer to themselves";
+    const std::uint32_t index = block.Index();
+    if (std::find(path_.begin(), path_.end(), index) != path_.end()) {
+        error = cycleError_ = "its block \"" + block.Name() + "\" refers to itself";
         return false;
     }
+    const BlockMemo& memo = Prepare(block);
+    const bool within = exactLevels_ > 0;
+    if (memo.size <= (within ? paidLeft_ : visitsLeft_) && depth + memo.height <= kMaxNesting) {
+        // Entity by entity, which keeps a turned block's box tight.
+        if (!within) {
+            visitsLeft_ -= memo.size;
+            paidLeft_ = memo.size;
+        }
+        ++exactLevels_;
+        path_.push_back(index);
+        bool any = WalkBlock(block, m, out, layerOfZero, depth);
+        path_.pop_back();
+        --exactLevels_;
+        return any;
+    }
+    // Entities on layer "0" of a reference on a frozen layer are not drawn; the box measured
+    // once has them, so such a block (only ever the outermost) is walked one level here.
+    if (Frozen(layerOfZero.empty() ? std::string("0") : layerOfZero)) {
+        path_.push_back(index);
+        bool any = WalkBlock(block, m, out, layerOfZero, depth);
+        path_.pop_back();
+        return any;
+    }
+    MeasureBoxes(block);
+    const BlockMemo& measured = memo_[index];
+    if (measured.boxState != 2) {
+        error = cycleError_ = "its block \"" + block.Name() + "\" refers to itself";
+        return false;
+    }
+    if (!measured.boxAny) {
+        error = measured.boxError;
+        return false;
+    }
+    Extents3d part = measured.box;
+    part.TransformBy(m);
+    out.AddExtents(part);
+    return true;
+}
+
+bool Walker::WalkBlock(const BlockRecord& block, const Matrix3d& m, Extents3d& out, const std::string& layerOfZero,
+                       int depth) {
     bool any = false;
     for (const Entity& child : block.Entities()) {
+        if (exactLevels_ > 0 && paidLeft_ > 0) --paidLeft_;
         if (!Shown(child, layerOfZero)) continue;
         if (child.Type() == "ATTDEF" && !AttributeDefinition(child.GetDatabase(), child.Index()).IsConstant()) continue;
         Extents3d part;
@@ -499,7 +692,8 @@ bool Walker::AddBlock(const BlockRecord& block, const Matrix3d& m, Extents3d& ou
             any = true;
         }
     }
-    if (!any) error = "its block \"" + block.Name() + "\" draws nothing";
+    // A block that draws nothing but a way back into itself says so.
+    if (!any) error = cycleError_.empty() ? "its block \"" + block.Name() + "\" draws nothing" : cycleError_;
     return any;
 }
 
@@ -598,15 +792,13 @@ bool Walker::AddMLeader(const Entity& e, const Matrix3d& m, Extents3d& out, int 
         }
     }
     if (hasBlock && blockHandle) {
-        for (const BlockRecord& block : db_->Blocks()) {
-            if (block.GetHandle() != blockHandle) continue;
+        if (BlockRecord block = BlockByHandle(blockHandle)) {
             Matrix3d place = m * BlockTransform(blockAt, blockScale, blockRotation, blockNormal, block.BasePoint());
             Extents3d part;
             if (AddBlock(block, place, part, EffectiveLayer(e, {}), depth + 1)) {
                 out.AddExtents(part);
                 any = true;
             }
-            break;
         }
     }
     if (!any) error = "it has neither leader lines nor content";
@@ -641,13 +833,38 @@ int ShownLength(std::string_view text) {
     return count;
 }
 
-base::Result<Extents3d> GeomExtents(const Entity& entity) {
+namespace {
+
+base::Result<Extents3d> Measure(Walker& walker, const Entity& entity) {
     if (!entity || entity.IsErased()) return base::Status::Error("no entity to measure");
-    Walker walker(entity.GetDatabase());
+    walker.StartEntity();
     Extents3d out;
     if (walker.Add(entity, {}, out, {}, 0) && out.IsValid()) return out;
     return base::Status::Error(entity.Type() + " " + entity.HandleString() + " has no extents: " +
                                (walker.error.empty() ? "it draws nothing" : walker.error));
+}
+
+}  // namespace
+
+base::Result<Extents3d> GeomExtents(const Entity& entity) {
+    Walker walker(entity.GetDatabase());
+    return Measure(walker, entity);
+}
+
+std::vector<base::Result<Extents3d>> GeomExtentsOfEach(const std::vector<Entity>& entities) {
+    std::vector<base::Result<Extents3d>> out;
+    out.reserve(entities.size());
+    Database* db = entities.empty() ? nullptr : entities.front().GetDatabase();
+    Walker walker(db);
+    for (const Entity& entity : entities) {
+        if (entity.GetDatabase() != db) {
+            // Entities of another drawing get a walk of their own.
+            out.push_back(GeomExtents(entity));
+            continue;
+        }
+        out.push_back(Measure(walker, entity));
+    }
+    return out;
 }
 
 }  // namespace cad

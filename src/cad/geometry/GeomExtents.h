@@ -8,6 +8,7 @@
 // Polyline widths and line weights add nothing.
 
 #include <string_view>
+#include <vector>
 
 #include "base/Status.h"
 #include "cad/Entity.h"
@@ -26,6 +27,10 @@ inline constexpr double kTextCharWidth = 1.0;
 // without geometry (an empty text, an unbounded ray, a block without anything drawn, a type
 // that has no geometry here) fails with a message naming its handle and type.
 base::Result<Extents3d> GeomExtents(const Entity& entity);
+
+// GeomExtents of each of `entities`, in order, measuring each block they share once: measuring
+// every reference of a drawing one by one costs the blocks below them every time.
+std::vector<base::Result<Extents3d>> GeomExtentsOfEach(const std::vector<Entity>& entities);
 
 // The number of characters a text shows: control codes such as %%d count as the one
 // character they draw, %%u and %%o as none.

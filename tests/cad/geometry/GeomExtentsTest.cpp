@@ -1,13 +1,16 @@
 #include "cad/geometry/GeomExtents.h"
 
 #include <cmath>
+#include <filesystem>
 
 #include <gtest/gtest.h>
 
+#include "../Fixtures.h"
 #include "GeometryFixtures.h"
 #include "cad/BlockRecord.h"
 #include "cad/BlockReference.h"
 #include "cad/SymbolRecord.h"
+#include "cad/geometry/DrawingExtents.h"
 
 namespace {
 
@@ -387,6 +390,145 @@ TEST_F(GeomExtentsTest, TextAlignedScalesItsHeightToTheRun) {
     t->SetAlignmentPoint({8, 0, 0});
     // Four characters over a run of 8 are 2 wide each, so 2 high.
     ExpectBox(Measure(*t), {0, 0, 0}, {8, 2, 0});
+}
+
+}  // namespace
+
+namespace {
+
+// The extents of the one reference in model space of a drawing of nested blocks.
+base::Result<cad::Extents3d> MeasureTop(cad::Database& db) {
+    auto entities = db.ModelSpace().Entities();
+    EXPECT_EQ(entities.size(), 1u);
+    if (entities.empty()) return base::Status::Error("model space is empty");
+    return cad::GeomExtents(entities[0]);
+}
+
+TEST(GeomExtentsNesting, TwentyLevelsThatInsertTwiceAreMeasuredBlockByBlock) {
+    // A million lines when expanded; each block is measured once.
+    auto db = cadtest::Load(cadtest::NestedBlocks(20, 2));
+    ASSERT_TRUE(db);
+    auto box = MeasureTop(*db);
+    ASSERT_TRUE(box) << box.GetStatus().Message();
+    ExpectBox(*box, {0, 19, 0}, {20, 20, 0});
+}
+
+TEST(GeomExtentsNesting, SixtyFourLevelsThatInsertTwiceAreMeasured) {
+    auto db = cadtest::Load(cadtest::NestedBlocks(64, 2));
+    ASSERT_TRUE(db);
+    auto box = MeasureTop(*db);
+    ASSERT_TRUE(box) << box.GetStatus().Message();
+    ExpectBox(*box, {0, 63, 0}, {64, 64, 0});
+}
+
+TEST(GeomExtentsNesting, AChainOfFourThousandBlocksIsMeasured) {
+    auto db = cadtest::Load(cadtest::NestedBlocks(4000, 1));
+    ASSERT_TRUE(db);
+    auto box = MeasureTop(*db);
+    ASSERT_TRUE(box) << box.GetStatus().Message();
+    ExpectBox(*box, {0, 3999, 0}, {1, 4000, 0});
+    // Every block of the chain, each measured on its own.
+    for (int level : {1, 2000, 3998}) {
+        cad::BlockRecord block = db->FindBlock("B" + std::to_string(level));
+        auto refs = block.References();
+        ASSERT_EQ(refs.size(), 1u);
+        auto inner = cad::GeomExtents(refs[0]);
+        ASSERT_TRUE(inner) << inner.GetStatus().Message();
+        ExpectBox(*inner, {0, 4000.0 - level, 0}, {1, 4001.0 - level, 0});
+    }
+}
+
+TEST(GeomExtentsNesting, AReferenceThatClosesACycleIsNotFollowed) {
+    // B2 inserts B0 again: its line counts, the way back does not.
+    auto db = cadtest::Load(cadtest::NestedBlocks(3, 1, true));
+    ASSERT_TRUE(db);
+    auto box = MeasureTop(*db);
+    ASSERT_TRUE(box) << box.GetStatus().Message();
+    ExpectBox(*box, {0, 2, 0}, {1, 3, 0});
+    // Also when the walk measures each block once.
+    auto deep = cadtest::Load(cadtest::NestedBlocks(40, 2, true));
+    ASSERT_TRUE(deep);
+    auto deepBox = MeasureTop(*deep);
+    ASSERT_TRUE(deepBox) << deepBox.GetStatus().Message();
+    ExpectBox(*deepBox, {0, 39, 0}, {40, 40, 0});
+}
+
+TEST(GeomExtentsNesting, ABlockThatOnlyInsertsItselfSaysSo) {
+    auto db = cadtest::Load(cadtest::Dxf({{0, "SECTION"}, {2, "BLOCKS"},
+                                          {0, "BLOCK"}, {8, "0"}, {2, "LOOP"}, {70, "0"}, {10, "0"}, {20, "0"},
+                                          {30, "0"},
+                                          {0, "INSERT"}, {8, "0"}, {2, "LOOP"}, {10, "1"}, {20, "0"}, {30, "0"},
+                                          {0, "ENDBLK"}, {8, "0"}, {0, "ENDSEC"},
+                                          {0, "SECTION"}, {2, "ENTITIES"},
+                                          {0, "INSERT"}, {8, "0"}, {2, "LOOP"}, {10, "0"}, {20, "0"}, {30, "0"},
+                                          {0, "ENDSEC"}, {0, "EOF"}}));
+    ASSERT_TRUE(db);
+    auto box = MeasureTop(*db);
+    ASSERT_FALSE(box);
+    const std::string message = box.GetStatus().Message();
+    EXPECT_NE(message.find("\"LOOP\" refers to itself"), std::string::npos) << message;
+}
+
+TEST_F(GeomExtentsTest, ATurnedReferenceKeepsATightBox) {
+    // A circle's box turned by 45 degrees would be larger than the turned circle's.
+    auto block = db->CreateBlock("RING");
+    ASSERT_TRUE(block);
+    ASSERT_TRUE(block->AddCircle({2, 0, 0}, 1));
+    auto ref = ms.AddBlockReference(*block, {0, 0, 0}, {1, 1, 1}, cad::kPi / 4);
+    ASSERT_TRUE(ref);
+    const double c = std::sqrt(2.0);
+    ExpectBox(Measure(*ref), {c - 1, c - 1, 0}, {c + 1, c + 1, 0});
+}
+
+}  // namespace
+
+namespace {
+
+TEST(GeomExtentsOfEach, GivesWhatMeasuringOneByOneGivesForEveryCorpusDrawing) {
+    int compared = 0;
+    for (const auto& file : std::filesystem::directory_iterator(std::string(VELMAR_CORPUS) + "/dxf")) {
+        if (file.path().extension() != ".dxf") continue;
+        auto db = cad::Database::Open(file.path().string());
+        if (!db) continue;
+        SCOPED_TRACE(file.path().filename().string());
+        for (const cad::BlockRecord& space : (*db)->Blocks()) {
+            if (!space.IsLayout()) continue;
+            std::vector<cad::Entity> entities = space.Entities();
+            auto together = cad::GeomExtentsOfEach(entities);
+            ASSERT_EQ(together.size(), entities.size());
+            for (std::size_t i = 0; i < entities.size(); ++i) {
+                auto alone = cad::GeomExtents(entities[i]);
+                ASSERT_EQ(static_cast<bool>(together[i]), static_cast<bool>(alone)) << entities[i].HandleString();
+                if (alone) {
+                    ExpectBox(*together[i], alone->Min(), alone->Max());
+                    ++compared;
+                } else {
+                    EXPECT_EQ(together[i].GetStatus().Message(), alone.GetStatus().Message());
+                }
+            }
+        }
+    }
+    EXPECT_GT(compared, 1000);
+}
+
+TEST(GeomExtentsOfEach, ManyReferencesToALongChainMeasureItOnce) {
+    // Two thousand references in model space to a chain of two thousand blocks.
+    std::string text = cadtest::NestedBlocks(2000, 1);
+    const std::string reference = "0\nINSERT\n8\n0\n2\nB0\n10\n0\n20\n0\n30\n0\n";
+    std::string many;
+    for (int i = 0; i < 2000; ++i) many += reference;
+    const std::size_t at = text.rfind(reference);
+    ASSERT_NE(at, std::string::npos);
+    text.insert(at, many);
+    auto db = cadtest::Load(text);
+    ASSERT_TRUE(db);
+    auto boxes = cad::GeomExtentsOfEach(db->ModelSpace().Entities());
+    ASSERT_EQ(boxes.size(), 2001u);
+    for (const auto& box : boxes) {
+        ASSERT_TRUE(box) << box.GetStatus().Message();
+        ExpectBox(*box, {0, 1999, 0}, {1, 2000, 0});
+    }
+    ExpectBox(cad::SpaceExtents(db->ModelSpace()), {0, 1999, 0}, {1, 2000, 0});
 }
 
 }  // namespace
