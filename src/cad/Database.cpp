@@ -1166,8 +1166,7 @@ base::Status Database::Save(const std::string& path, const std::string& backupPa
         WriteTo([&file](std::string_view piece) { file.Write(piece); });
         status = file.Commit(backupPath);
     }
-    if (!status) return base::Status::Error(fmt::format("{}: cannot save: {}", path, status.Message()));
-    return status;
+    return status;  // the file's messages name the path already
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -6,6 +6,7 @@
 
 #include "cad/BlockRecord.h"
 #include "cad/BlockReference.h"
+#include "cad/BlockNesting.h"
 #include "cad/Database.h"
 
 namespace cli {
@@ -48,6 +49,9 @@ int Info(const std::string& path) {
         if (block.IsLayout())
             fmt::print("  {} ({}, {} entities)\n", block.LayoutName(), block.Name(), block.Entities().size());
     fmt::print("Blocks:\n");
+    // One pass over the drawing counts every block's references: asking each block for its own
+    // would read the whole drawing once per block.
+    cad::BlockNesting nesting(db);
     for (const cad::BlockRecord& block : db.Blocks()) {
         if (block.IsLayout()) continue;
         std::string flags;
@@ -55,7 +59,7 @@ int Info(const std::string& path) {
         if (block.IsExternalReference()) flags += " xref";
         if (block.IsOverlay()) flags += " overlay";
         if (block.IsFromExternalReference() && !block.IsExternalReference()) flags += " xref-dependent";
-        fmt::print("  {} [{}]{}: {} references\n", block.Name(), block.HandleString(), flags, block.References().size());
+        fmt::print("  {} [{}]{}: {} references\n", block.Name(), block.HandleString(), flags, nesting.Of(block).references);
         if (!block.PathName().empty()) fmt::print("    path: {}\n", block.PathName());
         for (const cad::AttributeDefinition& def : block.AttributeDefinitions()) {
             std::string defFlags;
@@ -67,6 +71,10 @@ int Info(const std::string& path) {
             fmt::print("    attdef {}{}: prompt \"{}\", default \"{}\"\n", def.Tag(), defFlags, def.Prompt(),
                        def.PlainText());
         }
+    }
+    if (!nesting.Cycles().empty()) {
+        fmt::print("Blocks that insert each other (not followed):\n");
+        for (const std::string& cycle : nesting.Cycles()) fmt::print("  {}\n", cycle);
     }
     if (!db.Warnings().empty()) {
         fmt::print("Repaired while reading:\n");
