@@ -67,6 +67,26 @@ double IsoToSerial(std::string_view iso) {
     return serial + (hh * 3600 + mm * 60 + ss) / 86400.0;
 }
 
+// The value of attribute `name` inside raw attribute text (` t="shared" si="0"`); "" if absent.
+std::string RawAttr(std::string_view attrs, std::string_view name) {
+    std::string key = " " + std::string(name) + "=\"";
+    std::size_t at = attrs.find(key);
+    if (at == std::string_view::npos) return {};
+    std::size_t start = at + key.size();
+    std::size_t end = attrs.find('"', start);
+    return std::string(attrs.substr(start, end - start));
+}
+
+std::string SetRawAttr(std::string attrs, std::string_view name, std::string_view value) {
+    std::string key = " " + std::string(name) + "=\"";
+    std::size_t at = attrs.find(key);
+    if (at == std::string::npos) return attrs;
+    std::size_t start = at + key.size();
+    std::size_t end = attrs.find('"', start);
+    attrs.replace(start, end - start, value);
+    return attrs;
+}
+
 }  // namespace
 
 struct Worksheet::Cell {
@@ -153,6 +173,8 @@ struct Worksheet::Data {
     std::string commentsRoot;          // its root's namespace declarations
     std::string commentsPart;
     std::string vmlPart;
+    std::vector<ArrayFormula> arrays;  // array formulas and data tables, once arraysKnown
+    bool arraysKnown = false;
 };
 
 Worksheet::Worksheet(Workbook& book, std::string name, std::string part, SheetKind kind)
@@ -201,6 +223,10 @@ base::Status Worksheet::Load() {
     };
     if (kind_ != SheetKind::Worksheet && kind_ != SheetKind::Macrosheet && kind_ != SheetKind::Dialogsheet)
         return fail(base::Status::Error(book_.GetPackage().Label() + ": " + name_ + " is a chart sheet, it has no cells"));
+    if (part_.empty())
+        return fail(base::Status::Error(book_.GetPackage().Label() + ": " + book_.workbookPart_ + " names sheet \"" + name_ +
+                                        "\" by relationship \"" + relId_ + "\", which " +
+                                        Package::RelsPartName(book_.workbookPart_) + " does not have"));
     auto xml = book_.GetPackage().Read(part_);
     if (!xml) return fail(base::Status::Error(xml.GetStatus().Message() + " (sheet \"" + name_ + "\")"));
     std::string label = book_.GetPackage().Label() + ": " + part_;
@@ -215,7 +241,7 @@ base::Status Worksheet::Load() {
             if (t == XmlScanner::Token::StartElement && x.Depth() == 1 && x.LocalName() == "sheetData" &&
                 cutBegin == std::string::npos) {
                 cutBegin = x.TokenEnd();
-                if (!ReadRows(x)) return fail(base::Status::Error(label + ": " + x.Error()));
+                if (base::Status st = ReadRows(x, label); !st) return fail(st);
                 cutEnd = x.TokenBegin();
             }
         }
@@ -229,6 +255,13 @@ base::Status Worksheet::Load() {
         data_->xml = std::move(*xml);
     }
     if (base::Status st = ParseXmlInPlace(data_->doc, data_->xml, label); !st) return fail(st);
+    std::string_view root = LocalName(Root());
+    if (root != "worksheet" && root != "macrosheet" && root != "dialogsheet")
+        return fail(base::Status::Error(label + ": the part holds <" + std::string(Root().name()) + ">, not a worksheet"));
+    // The sheet's notes, links and drawings hang on its relationships; a save must not replace
+    // damaged ones with the few it adds.
+    if (std::string relsError = book_.GetPackage().RelsError(part_); !relsError.empty())
+        return fail(base::Status::Error(relsError));
     pugi::xml_node sheetData = Child(Root(), "sheetData");
     while (sheetData.first_child()) sheetData.remove_child(sheetData.first_child());
     if (!sheetData) sheetData = EnsureChild(Root(), "sheetData");
@@ -236,12 +269,10 @@ base::Status Worksheet::Load() {
     return loadStatus_;
 }
 
-bool Worksheet::ReadRows(XmlScanner& x) {
+base::Status Worksheet::ReadRows(XmlScanner& x, const std::string& label) {
     using Token = XmlScanner::Token;
     int lastRow = 0, lastCol = 0;
-    Row* row = nullptr;        // the row being read; nullptr past the last sheet row
-    bool rowsDone = false;     // a row beyond the sheet ends the reading, as the program does
-    bool cellsDone = false;    // likewise a cell beyond the last column ends its row
+    Row* row = nullptr;        // the row being read
     std::vector<Cell> cells;   // the cells of the current row, moved into it at its end
     Cell cell;
     bool inCell = false;
@@ -255,17 +286,45 @@ bool Worksheet::ReadRows(XmlScanner& x) {
     bool sawT = false;
     std::string_view name;
     std::string value;
+    // A reference that can't be read is an error: read by its prefix or skipped, a cell would
+    // land elsewhere or vanish, and an import would blank what it held.
+    auto badRef = [&](std::string_view what) {
+        return base::Status::Error(label + ", row " + std::to_string(lastRow) + ": " + std::string(what));
+    };
+    // Shared-string indexes are checked as each cell is read, so nothing later sees a bad one;
+    // the table is read at the first cell that needs it.
+    const SharedStrings* strings = nullptr;
+    auto checkShared = [&](const Cell& c) -> base::Status {
+        auto where = [&] { return label + ", cell " + CellName(lastRow, c.column); };
+        if (!strings) {
+            if (base::Status st = book_.LoadStrings(); !st)
+                return base::Status::Error(st.Message() + " (read for " + part_ + ", cell " +
+                                           CellName(lastRow, c.column) + ")");
+            if (!book_.HasStringsPart())
+                return base::Status::Error(where() + ": shared string " + c.value +
+                                           " does not exist (the workbook has no shared-string table)");
+            strings = &book_.Strings();
+        }
+        std::uint64_t index = 0;
+        auto [end, ec] = std::from_chars(c.value.data(), c.value.data() + c.value.size(), index);
+        if (ec != std::errc() || end != c.value.data() + c.value.size())
+            return base::Status::Error(where() + ": the shared-string index \"" + c.value + "\" is not a number");
+        if (index >= strings->Size())
+            return base::Status::Error(where() + ": shared string " + c.value + " does not exist (the table has " +
+                                       std::to_string(strings->Size()) + ")");
+        return base::Status::Ok();
+    };
     while (true) {
         Token t = x.Next();
-        if (t == Token::Error) return false;
-        if (t == Token::End) return true;
+        if (t == Token::Error) return base::Status::Error(label + ": " + x.Error());
+        if (t == Token::End) return base::Status::Ok();
         std::size_t depth = x.Depth();
         if (t == Token::Text) {
             if (capture && depth == captureDepth + 1) x.AppendText(*capture);
             continue;
         }
         if (t == Token::EndElement) {
-            if (depth == 1) return true;  // </sheetData>
+            if (depth == 1) return base::Status::Ok();  // </sheetData>
             if (depth == 2) {
                 if (row) {
                     if (row->cells.empty()) row->cells.reserve(cells.size());
@@ -285,6 +344,8 @@ bool Worksheet::ReadRows(XmlScanner& x) {
                 row = nullptr;
             } else if (depth == 3 && inCell) {
                 inCell = false;
+                if (cell.kind == Cell::Kind::Shared && !cell.value.empty())
+                    if (base::Status st = checkShared(cell); !st) return st;
                 cells.push_back(std::move(cell));
             } else if (depth == 4 && inCell) {
                 std::string_view raw = x.Text().substr(childBegin, x.TokenEnd() - childBegin);
@@ -307,32 +368,28 @@ bool Worksheet::ReadRows(XmlScanner& x) {
         // An element starts.
         std::string_view local = x.LocalName();
         if (depth == 2) {
-            if (local != "row" || rowsDone) continue;
-            int rowNo = lastRow + 1;
-            if (x.Attribute("r", value)) {
-                char* end = nullptr;
-                long r = std::strtol(value.c_str(), &end, 10);
-                if (end != value.c_str() && r >= 1 && r <= kMaxRow) rowNo = static_cast<int>(r);
-            }
+            if (local != "row") continue;
             // Rows and cells without r follow the previous ones, as some generators write them.
-            if (rowNo > kMaxRow) {
-                rowsDone = true;
-                continue;
-            }
+            int rowNo = lastRow + 1;
+            if (x.Attribute("r", value) && !ParseRowNumber(value, rowNo))
+                return badRef("the row number \"" + value + "\" is not one from 1 to " + std::to_string(kMaxRow));
+            if (rowNo > kMaxRow) return badRef("the next row would be beyond the last row of a sheet");
             lastRow = rowNo;
             row = &data_->rows[rowNo];
-            cellsDone = false;
             lastCol = row->cells.empty() ? 0 : row->cells.back().column;
             for (std::size_t pos = 0; x.NextAttribute(pos, name, value);)
                 if (name != "r" && name != "spans") row->Set(name, value);
         } else if (depth == 3) {
-            if (!row || local != "c" || cellsDone) continue;
+            if (!row || local != "c") continue;
             cell = Cell();
-            int rr = 0, cc = 0;
             cell.column = lastCol + 1;
             for (std::size_t pos = 0; x.NextAttribute(pos, name, value);) {
                 if (name == "r") {
-                    if (ParseCell(value, rr, cc)) cell.column = cc;
+                    int rr = 0;
+                    if (!ParseCellName(value, rr, cell.column))
+                        return badRef("the cell reference \"" + value + "\" is not a cell of the sheet");
+                    if (rr != lastRow)
+                        return badRef("the cell reference \"" + value + "\" names another row");
                 } else if (name == "s") {
                     cell.style = static_cast<std::uint32_t>(std::strtoul(value.c_str(), nullptr, 10));
                     cell.hasStyle = true;
@@ -347,10 +404,7 @@ bool Worksheet::ReadRows(XmlScanner& x) {
                     attrs += '"';
                 }
             }
-            if (cell.column > kMaxColumn) {
-                cellsDone = true;
-                continue;
-            }
+            if (cell.column > kMaxColumn) return badRef("the next cell would be beyond the last column of a sheet");
             lastCol = cell.column;
             inCell = true;
         } else if (depth == 4 && inCell) {
@@ -498,32 +552,33 @@ std::string Worksheet::Text(int row, int column) {
     return TextOf(*c);
 }
 
-void Worksheet::SetString(int row, int column, std::string_view text) {
-    if (!Load()) return;
+base::Status Worksheet::SetString(int row, int column, std::string_view text) {
     // An empty text empties the cell, as assigning "" does in the program.
-    if (text.empty()) {
-        ClearValue(row, column);
-        return;
-    }
+    if (text.empty()) return ClearValue(row, column);
+    // A table that can't be read takes no new strings: a save would write it over the old one.
+    if (base::Status st = book_.LoadStrings(); !st) return st;
+    if (base::Status st = PrepareWrite({row, column, row, column}); !st) return st;
     std::uint32_t id = book_.Strings().Add(text);
     Cell& c = MakeCell(row, column);
     c.kind = Cell::Kind::Shared;
     c.value = std::to_string(id);
     c.hasFormula = false;
     c.extra.reset();
+    return base::Status::Ok();
 }
 
-void Worksheet::SetNumber(int row, int column, double value) {
-    if (!Load()) return;
+base::Status Worksheet::SetNumber(int row, int column, double value) {
+    if (base::Status st = PrepareWrite({row, column, row, column}); !st) return st;
     Cell& c = MakeCell(row, column);
     c.kind = Cell::Kind::Number;
     c.value = std::isfinite(value) ? FormatDouble(value) : "0";
     c.hasFormula = false;
     c.extra.reset();
+    return base::Status::Ok();
 }
 
-void Worksheet::SetFormula(int row, int column, std::string_view formula) {
-    if (!Load()) return;
+base::Status Worksheet::SetFormula(int row, int column, std::string_view formula) {
+    if (base::Status st = PrepareWrite({row, column, row, column}); !st) return st;
     Cell& c = MakeCell(row, column);
     c.kind = Cell::Kind::Number;
     c.value.clear();
@@ -531,17 +586,130 @@ void Worksheet::SetFormula(int row, int column, std::string_view formula) {
     c.X().formula = std::string(formula);
     c.hasFormula = true;
     book_.SetRecalculateOnOpen(true);
+    return base::Status::Ok();
 }
 
-void Worksheet::ClearValue(int row, int column) {
+base::Status Worksheet::ClearValue(int row, int column) {
+    if (base::Status st = PrepareWrite({row, column, row, column}); !st) return st;
     Cell* c = FindCell(row, column);
-    if (!c) return;
+    if (!c) return base::Status::Ok();
     Touch();
     Cell cleared;
     cleared.column = c->column;
     cleared.style = c->style;
     cleared.hasStyle = c->hasStyle;
     *c = std::move(cleared);
+    return base::Status::Ok();
+}
+
+namespace {
+
+bool Covers(const CellRange& outer, const CellRange& inner) {
+    return outer.Contains(inner.firstRow, inner.firstColumn) && outer.Contains(inner.lastRow, inner.lastColumn);
+}
+
+bool IsSharedFormula(const std::string& fAttrs) { return RawAttr(fAttrs, "t") == "shared"; }
+
+}  // namespace
+
+const std::vector<Worksheet::ArrayFormula>& Worksheet::Arrays() {
+    if (!data_->arraysKnown) {
+        data_->arrays.clear();
+        for (auto& [rowNo, row] : data_->rows)
+            for (const Cell& c : row.cells) {
+                if (!c.hasFormula || !c.extra) continue;
+                std::string t = RawAttr(c.extra->fAttrs, "t");
+                if (t != "array" && t != "dataTable") continue;
+                CellRange r = ParseRange(RawAttr(c.extra->fAttrs, "ref"));
+                if (!r.IsValid()) r = {rowNo, c.column, rowNo, c.column};
+                data_->arrays.push_back(ArrayFormula{r, rowNo, c.column, t == "dataTable"});
+            }
+        data_->arraysKnown = true;
+    }
+    return data_->arrays;
+}
+
+base::Status Worksheet::PrepareWrite(const CellRange& range) {
+    if (base::Status st = Load(); !st) return st;
+    std::string label = book_.GetPackage().Label() + ": " + part_;
+    if (!range.IsValid() || range.lastRow > kMaxRow || range.lastColumn > kMaxColumn)
+        return base::Status::Error(label + ": cannot write outside the sheet (row " + std::to_string(range.firstRow) +
+                                   ", column " + std::to_string(range.firstColumn) + ")");
+    // Everything is checked before anything changes, so a refused write leaves the sheet as it was.
+    for (const ArrayFormula& a : Arrays())
+        if (a.range.Intersects(range) && !Covers(range, a.range))
+            return base::Status::Error(label + ": cannot change part of " + (a.dataTable ? "a data table" : "an array") +
+                                       " (" + RangeName(a.range) + "); write all of its cells or none");
+    std::erase_if(data_->arrays, [&](const ArrayFormula& a) {
+        if (!Covers(range, a.range)) return false;
+        if (Cell* master = FindCell(a.row, a.column)) DropFormula(*master);
+        return true;
+    });
+    for (auto it = data_->rows.lower_bound(range.firstRow); it != data_->rows.end() && it->first <= range.lastRow; ++it) {
+        std::vector<Cell>& cells = it->second.cells;
+        auto c = std::lower_bound(cells.begin(), cells.end(), range.firstColumn,
+                                  [](const Cell& a, int col) { return a.column < col; });
+        for (; c != cells.end() && c->column <= range.lastColumn; ++c)
+            if (c->hasFormula && c->extra && !c->extra->formula.empty() && IsSharedFormula(c->extra->fAttrs))
+                MoveSharedMaster(it->first, *c, range);
+    }
+    return base::Status::Ok();
+}
+
+void Worksheet::DropFormula(Cell& cell) {
+    // The cached value stays as the cell's constant until the caller writes over it.
+    cell.hasFormula = false;
+    if (cell.extra) {
+        cell.extra->formula.clear();
+        cell.extra->fAttrs.clear();
+    }
+    Touch();
+}
+
+void Worksheet::MoveSharedMaster(int masterRow, Cell& master, const CellRange& written) {
+    const std::string si = RawAttr(master.X().fAttrs, "si");
+    const CellRange ref = ParseRange(RawAttr(master.X().fAttrs, "ref"));
+    auto isFollower = [&](const Cell& c) {
+        return c.hasFormula && c.extra && c.extra->formula.empty() && IsSharedFormula(c.extra->fAttrs) &&
+               RawAttr(c.extra->fAttrs, "si") == si;
+    };
+    // The first cell of the group that stays, in row-major order, as the program picks it.
+    int newRow = 0;
+    Cell* next = nullptr;
+    for (auto it = data_->rows.lower_bound(ref.firstRow); !next && ref.IsValid() && it != data_->rows.end() &&
+                                                         it->first <= ref.lastRow; ++it) {
+        std::vector<Cell>& cells = it->second.cells;
+        auto c = std::lower_bound(cells.begin(), cells.end(), ref.firstColumn,
+                                  [](const Cell& a, int col) { return a.column < col; });
+        for (; c != cells.end() && c->column <= ref.lastColumn; ++c)
+            if (!written.Contains(it->first, c->column) && isFollower(*c)) {
+                next = &*c;
+                newRow = it->first;
+                break;
+            }
+    }
+    if (next) {
+        const int rows = newRow - masterRow, columns = next->column - master.column;
+        // The cells still in the group lie from the new master on: below it in the whole width of
+        // the range, or right of it in its last row. A new master inside the width would leave
+        // cells left of it outside any rectangle it starts, so such a group is written out cell by
+        // cell instead.
+        CellRange shrunk;
+        if (next->column == ref.firstColumn) shrunk = {newRow, ref.firstColumn, ref.lastRow, ref.lastColumn};
+        else if (newRow == ref.lastRow) shrunk = {newRow, next->column, ref.lastRow, ref.lastColumn};
+        if (shrunk.IsValid()) {
+            next->X().formula = TranslateFormula(master.X().formula, rows, columns);
+            next->X().fAttrs = SetRawAttr(master.X().fAttrs, "ref", RangeName(shrunk));
+        } else {
+            for (auto it = data_->rows.lower_bound(newRow); it != data_->rows.end() && it->first <= ref.lastRow; ++it)
+                for (Cell& c : it->second.cells)
+                    if (ref.Contains(it->first, c.column) && isFollower(c)) {
+                        c.X().formula = TranslateFormula(master.X().formula, it->first - masterRow, c.column - master.column);
+                        c.X().fAttrs.clear();
+                    }
+        }
+    }
+    DropFormula(master);
 }
 
 std::vector<std::vector<CellValue>> Worksheet::Values(const CellRange& range) {
@@ -1313,26 +1481,6 @@ base::Status Worksheet::SaveTo(DeflateStream& stream) {
 namespace xl {
 namespace {
 
-// The value of attribute `name` inside raw attribute text (` t="shared" si="0"`); "" if absent.
-std::string RawAttr(std::string_view attrs, std::string_view name) {
-    std::string key = " " + std::string(name) + "=\"";
-    std::size_t at = attrs.find(key);
-    if (at == std::string_view::npos) return {};
-    std::size_t start = at + key.size();
-    std::size_t end = attrs.find('"', start);
-    return std::string(attrs.substr(start, end - start));
-}
-
-std::string SetRawAttr(std::string attrs, std::string_view name, std::string_view value) {
-    std::string key = " " + std::string(name) + "=\"";
-    std::size_t at = attrs.find(key);
-    if (at == std::string::npos) return attrs;
-    std::size_t start = at + key.size();
-    std::size_t end = attrs.find('"', start);
-    attrs.replace(start, end - start, value);
-    return attrs;
-}
-
 // Space-separated ranges (sqref) after a shift; "" when every one of them is gone.
 std::string MapSqref(std::string_view sqref, const RowShift& shift) {
     std::string out;
@@ -1405,6 +1553,7 @@ void Worksheet::Shift(const RowShift& shift) {
         }
     }
     data_->rows = std::move(moved);
+    data_->arraysKnown = false;
     // Formula references, here and in every sheet that names this one.
     for (auto& [rowNo, row] : data_->rows)
         for (Cell& c : row.cells) {
