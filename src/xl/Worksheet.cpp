@@ -1388,7 +1388,7 @@ base::Status Worksheet::SaveTo(DeflateStream& stream) {
     sheetData.remove_child(sheetData.first_child());
     std::size_t marker = xml.find(kSheetDataMarker);
     if (marker == std::string::npos)
-        return base::Status::Error(part_ + ": could not place the rows when writing");
+        return base::Status::Error(book_.GetPackage().Label() + ": " + part_ + ": could not place the rows when writing");
     // The rows go straight into the compressor; the sheet's text never exists whole.
     std::string& rows = stream.Buffer();
     rows.append(xml, 0, marker);
