@@ -631,14 +631,15 @@ const std::vector<Worksheet::ArrayFormula>& Worksheet::Arrays() {
 
 base::Status Worksheet::PrepareWrite(const CellRange& range) {
     if (base::Status st = Load(); !st) return st;
-    std::string label = book_.GetPackage().Label() + ": " + part_;
+    // Called for every cell written: the message is made only when there is one to give.
+    auto label = [&] { return book_.GetPackage().Label() + ": " + part_; };
     if (!range.IsValid() || range.lastRow > kMaxRow || range.lastColumn > kMaxColumn)
-        return base::Status::Error(label + ": cannot write outside the sheet (row " + std::to_string(range.firstRow) +
+        return base::Status::Error(label() + ": cannot write outside the sheet (row " + std::to_string(range.firstRow) +
                                    ", column " + std::to_string(range.firstColumn) + ")");
     // Everything is checked before anything changes, so a refused write leaves the sheet as it was.
     for (const ArrayFormula& a : Arrays())
         if (a.range.Intersects(range) && !Covers(range, a.range))
-            return base::Status::Error(label + ": cannot change part of " + (a.dataTable ? "a data table" : "an array") +
+            return base::Status::Error(label() + ": cannot change part of " + (a.dataTable ? "a data table" : "an array") +
                                        " (" + RangeName(a.range) + "); write all of its cells or none");
     std::erase_if(data_->arrays, [&](const ArrayFormula& a) {
         if (!Covers(range, a.range)) return false;
