@@ -434,7 +434,8 @@ base::Status Workbook::WriteChangedParts() {
     for (auto& sheet : sheets_) {
         if (!sheet->changed_ && !sheet->notesChanged_) continue;
         anyChange = true;
-        if (sheet->notesChanged_) sheet->SaveNotes();
+        if (sheet->notesChanged_)
+            if (base::Status st = sheet->SaveNotes(); !st) return st;
         if (sheet->changed_) {
             DeflateStream xml;
             if (base::Status st = sheet->SaveTo(xml); !st) return st;

@@ -166,6 +166,7 @@ struct Worksheet::Data {
     pugi::xml_document doc;
     std::map<int, Row> rows;
     bool notesLoaded = false;
+    base::Status notesStatus;       // why the notes could not be read, once notesLoaded
     std::vector<StoredNote> notes;  // sorted by row, column
     Note noteAt;                    // what NoteAt() last gave
     std::string xml;                   // the sheet part, parsed in place
@@ -781,28 +782,35 @@ int Worksheet::LastFilledColumn() {
     return last;
 }
 
-void Worksheet::LoadNotes() {
-    if (data_->notesLoaded) return;
+base::Status Worksheet::LoadNotes() {
+    if (data_->notesLoaded) return data_->notesStatus;
     data_->notesLoaded = true;
+    // Notes that can't be read are an error, never none: a note added then would be saved in a
+    // new comments part over the old one.
+    auto fail = [&](base::Status st) { return data_->notesStatus = std::move(st); };
+    if (base::Status st = Load(); !st) return fail(st);
     Package& pkg = book_.GetPackage();
     data_->commentsPart = pkg.TargetOf(part_, "comments");
-    if (!data_->commentsPart.empty()) data_->commentsPart = pkg.Has(data_->commentsPart) ? pkg.Find(data_->commentsPart) : "";
-    // The notes' drawing is the one named by legacyDrawing, not the header/footer one.
-    if (Load()) {
-        std::string id = Attr(Child(Root(), "legacyDrawing"), "id").value();
-        for (const Relationship& r : pkg.Relationships(part_))
-            if (r.id == id && !r.external) data_->vmlPart = pkg.Has(r.target) ? pkg.Find(r.target) : "";
+    if (!data_->commentsPart.empty()) {
+        if (!pkg.Has(data_->commentsPart))
+            return fail(base::Status::Error(pkg.Label() + ": the comments part " + data_->commentsPart + " of " + part_ +
+                                            " is missing"));
+        data_->commentsPart = pkg.Find(data_->commentsPart);
     }
-    if (data_->commentsPart.empty()) return;
+    // The notes' drawing is the one named by legacyDrawing, not the header/footer one.
+    std::string id = Attr(Child(Root(), "legacyDrawing"), "id").value();
+    for (const Relationship& r : pkg.Relationships(part_))
+        if (r.id == id && !r.external) data_->vmlPart = pkg.Has(r.target) ? pkg.Find(r.target) : "";
+    if (data_->commentsPart.empty()) return data_->notesStatus;
     base::Result<NotesPart> part = base::Status::Error("");
     {
         // The part's text lives only while it is read.
         auto xml = pkg.Read(data_->commentsPart);
-        if (!xml) return;
+        if (!xml) return fail(xml.GetStatus());
         XmlScanner::MakeUtf8(*xml);
         part = ReadNotes(*xml, pkg.Label() + ": " + data_->commentsPart);
     }
-    if (!part) return;
+    if (!part) return fail(part.GetStatus());
     data_->notes = std::move(part->notes);
     data_->authors = std::move(part->authors);
     data_->commentsRoot = std::move(part->rootAttributes);
@@ -811,6 +819,7 @@ void Worksheet::LoadNotes() {
     };
     if (!std::is_sorted(data_->notes.begin(), data_->notes.end(), byCell))
         std::stable_sort(data_->notes.begin(), data_->notes.end(), byCell);
+    return data_->notesStatus;
 }
 
 std::vector<Note> Worksheet::Notes() {
@@ -851,8 +860,8 @@ const Note* Worksheet::NoteAt(int row, int column) {
     return &data_->noteAt;
 }
 
-void Worksheet::SetNote(int row, int column, std::string_view text, std::string_view author) {
-    LoadNotes();
+base::Status Worksheet::SetNote(int row, int column, std::string_view text, std::string_view author) {
+    if (base::Status st = LoadNotes(); !st) return st;
     notesChanged_ = true;
     auto it = FirstNoteFrom(data_->notes, row, column);
     std::uint32_t authorId = AuthorIndex(data_->authors, author);
@@ -860,7 +869,7 @@ void Worksheet::SetNote(int row, int column, std::string_view text, std::string_
         it->text.assign(text);
         it->author = authorId;
         it->changed = true;
-        return;
+        return base::Status::Ok();
     }
     if (it == data_->notes.end() && data_->notes.size() == data_->notes.capacity()) {
         // Notes are mostly added in order, one per cell: grow by half, not double.
@@ -874,6 +883,7 @@ void Worksheet::SetNote(int row, int column, std::string_view text, std::string_
     added.changed = true;
     added.text.assign(text);
     data_->notes.insert(it, std::move(added));
+    return base::Status::Ok();
 }
 
 bool Worksheet::DeleteNote(int row, int column) {
@@ -897,12 +907,19 @@ int Worksheet::ClearNotes(const CellRange& range) {
     return removed;
 }
 
-void Worksheet::SaveNotes() {
+base::Status Worksheet::SaveNotes() {
     Package& pkg = book_.GetPackage();
-    if (!Load()) return;
-    LoadNotes();
+    if (base::Status st = LoadNotes(); !st) return st;
+    std::string originalVml;
+    // The drawing keeps the notes' shapes and others (buttons); one that can't be read is not
+    // replaced by a drawing of the notes alone.
+    if (!data_->vmlPart.empty()) {
+        auto vml = pkg.Read(data_->vmlPart);
+        if (!vml) return vml.GetStatus();
+        originalVml = std::move(*vml);
+    }
     if (data_->commentsPart.empty()) {
-        if (data_->notes.empty()) return;
+        if (data_->notes.empty()) return base::Status::Ok();
         for (int n = 1;; ++n) {
             std::string name = "xl/comments" + std::to_string(n) + ".xml";
             if (!pkg.Has(name)) {
@@ -914,7 +931,6 @@ void Worksheet::SaveNotes() {
         pkg.SetContentType(data_->commentsPart,
                            "application/vnd.openxmlformats-officedocument.spreadsheetml.comments+xml");
     }
-    std::string originalVml;
     if (data_->vmlPart.empty()) {
         for (int n = 1;; ++n) {
             std::string name = "xl/drawings/vmlDrawing" + std::to_string(n) + ".vml";
@@ -933,8 +949,6 @@ void Worksheet::SaveNotes() {
         if (!declared) Root().append_attribute("xmlns:r") = kRelNs;
         ld.append_attribute("r:id") = id.c_str();
         Touch();
-    } else if (auto vml = pkg.Read(data_->vmlPart)) {
-        originalVml = std::move(*vml);
     }
     int base = 1024 * (book_.IndexOf(this) + 1);
     if (std::size_t at = originalVml.find("data=\""); at != std::string::npos)
@@ -964,6 +978,7 @@ void Worksheet::SaveNotes() {
         n.changed = false;
     }
     notesChanged_ = false;
+    return base::Status::Ok();
 }
 
 CellFormat Worksheet::Format(int row, int column) {

@@ -110,14 +110,18 @@ public:
     int LastFilledRow();
     int LastFilledColumn();
 
+    // Why the sheet's notes can't be read (its comments part damaged or missing, or the sheet
+    // itself unreadable); Ok when they were read or there are none. The readers below give no
+    // notes then, and SetNote refuses.
+    base::Status LoadNotes();
     // Every note with its cell, in row then column order.
     std::vector<Note> Notes();
     // The cells (row, column) of every note in the same order, without copying their texts.
     std::vector<std::pair<int, int>> NoteCells();
     // The note of a cell, or nullptr; the note stays valid until the next NoteAt() call.
     const Note* NoteAt(int row, int column);
-    // Adds or replaces the note of a cell.
-    void SetNote(int row, int column, std::string_view text, std::string_view author = "");
+    // Adds or replaces the note of a cell; refused while the notes can't be read.
+    base::Status SetNote(int row, int column, std::string_view text, std::string_view author = "");
     // Deletes the note of a cell; false when it had none.
     bool DeleteNote(int row, int column);
     // Deletes the notes in a range; gives how many there were.
@@ -205,9 +209,8 @@ private:
     void SetTabSelected(bool selected);
     pugi::xml_node Root();
     base::Status ReadRows(XmlScanner& scanner, const std::string& label);
-    void LoadNotes();
     base::Status SaveTo(DeflateStream& sheetXml);
-    void SaveNotes();
+    base::Status SaveNotes();
     void Shift(const RowShift& shift);
     void Unshare();
     void RenameInFormulas(std::string_view from, std::string_view to);

@@ -399,4 +399,66 @@ TEST(Malformed, DamagedSheetRelationshipsAreAnErrorNamingThePart) {
     EXPECT_EQ(st.Message().rfind("sheetrels.xlsx: xl/worksheets/_rels/sheet1.xml.rels: malformed XML", 0), 0u) << st.Message();
 }
 
+// A sheet with one note, its comments part given (or none) and its drawing.
+std::string PackageWithNotes(const std::string* comments) {
+    const std::string sheetRels =
+        "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">"
+        "<Relationship Id=\"rId1\" Type=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships/comments\" Target=\"../comments1.xml\"/>"
+        "<Relationship Id=\"rId2\" Type=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships/vmlDrawing\" Target=\"../drawings/vmlDrawing1.vml\"/>"
+        "</Relationships>";
+    const std::string sheet = std::string("<worksheet xmlns=\"") + kMainNs +
+                              "\" xmlns:r=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships\"><sheetData>"
+                              "<row r=\"1\"><c r=\"A1\"><v>1</v></c></row></sheetData><legacyDrawing r:id=\"rId2\"/></worksheet>";
+    std::vector<std::pair<std::string, std::string>> parts = {
+        {"[Content_Types].xml", kTypes}, {"_rels/.rels", kRootRels}, {"xl/workbook.xml", kWorkbook},
+        {"xl/_rels/workbook.xml.rels", kWorkbookRels}, {"xl/worksheets/sheet1.xml", sheet},
+        {"xl/worksheets/_rels/sheet1.xml.rels", sheetRels},
+        {"xl/drawings/vmlDrawing1.vml", "<xml xmlns:v=\"urn:schemas-microsoft-com:vml\"><v:shape id=\"button\"/></xml>"}};
+    if (comments) parts.emplace_back("xl/comments1.xml", *comments);
+    return MakeZip(parts);
+}
+
+const char kComments[] =
+    "<comments xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"><authors><author>a</author></authors>"
+    "<commentList><comment ref=\"A1\" authorId=\"0\"><text><t>kept</t></text></comment></commentList></comments>";
+
+TEST(Malformed, DamagedOrMissingNotesAreAnErrorAndNoNoteIsWrittenOverThem) {
+    const std::string damaged = std::string(kComments).substr(0, 120);
+    for (const std::string* comments : {&damaged, static_cast<const std::string*>(nullptr)}) {
+        SCOPED_TRACE(comments ? "damaged" : "missing");
+        auto book = xl::Workbook::OpenImage(PackageWithNotes(comments), "notes.xlsx");
+        ASSERT_TRUE(book.IsOk());
+        xl::Worksheet* s = (*book)->Sheet(0);
+        ASSERT_TRUE(s->Load().IsOk());
+        base::Status st = s->LoadNotes();
+        ASSERT_FALSE(st.IsOk());
+        EXPECT_EQ(st.Message().rfind("notes.xlsx: ", 0), 0u) << st.Message();
+        EXPECT_NE(st.Message().find("xl/comments1.xml"), std::string::npos) << st.Message();
+        EXPECT_TRUE(s->Notes().empty());
+        EXPECT_FALSE(s->SetNote(2, 1, "new").IsOk());
+        auto image = (*book)->SaveImage();
+        ASSERT_TRUE(image.IsOk());
+        auto again = xl::Workbook::OpenImage(*image, "again.xlsx");
+        ASSERT_TRUE(again.IsOk());
+        if (comments) EXPECT_EQ(*(*again)->GetPackage().Read("xl/comments1.xml"), damaged);
+        else EXPECT_FALSE((*again)->GetPackage().Has("xl/comments1.xml"));
+    }
+}
+
+TEST(Malformed, ANoteIsNotSavedOverADrawingThatCantBeRead) {
+    const std::string comments = kComments;
+    std::string zip = PackageWithNotes(&comments);
+    PatchCentral(zip, "xl/drawings/vmlDrawing1.vml", 16, 0x12345678, 4);
+    auto book = xl::Workbook::OpenImage(zip, "vml.xlsx");
+    ASSERT_TRUE(book.IsOk());
+    xl::Worksheet* s = (*book)->Sheet(0);
+    ASSERT_TRUE(s->LoadNotes().IsOk()) << s->LoadNotes().Message();
+    ASSERT_EQ(s->Notes().size(), 1u);
+    ASSERT_TRUE(s->SetNote(2, 1, "new").IsOk());
+    auto image = (*book)->SaveImage();
+    ASSERT_FALSE(image.IsOk());
+    EXPECT_NE(image.GetStatus().Message().find("vml.xlsx: part xl/drawings/vmlDrawing1.vml: CRC mismatch"), std::string::npos)
+        << image.GetStatus().Message();
+}
+
 }  // namespace
