@@ -87,6 +87,8 @@ std::string SetRawAttr(std::string attrs, std::string_view name, std::string_vie
     return attrs;
 }
 
+bool IsXmlSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+
 }  // namespace
 
 struct Worksheet::Cell {
@@ -292,11 +294,29 @@ base::Status Worksheet::ReadRows(XmlScanner& x, const std::string& label) {
     auto badRef = [&](std::string_view what) {
         return base::Status::Error(label + ", row " + std::to_string(lastRow) + ": " + std::string(what));
     };
-    // Shared-string indexes are checked as each cell is read, so nothing later sees a bad one;
-    // the table is read at the first cell that needs it.
+    // Values are checked as each cell is read, so nothing later sees one that can't be read:
+    // a number read by its prefix or a string index outside the table would give a wrong value
+    // or an empty one. The string table is read at the first cell that needs it.
     const SharedStrings* strings = nullptr;
-    auto checkShared = [&](const Cell& c) -> base::Status {
+    auto checkValue = [&](const Cell& c) -> base::Status {
         auto where = [&] { return label + ", cell " + CellName(lastRow, c.column); };
+        // The readers below skip white space around the digits, as pretty-printed files have it.
+        std::string_view v = c.value;
+        while (!v.empty() && IsXmlSpace(v.front())) v.remove_prefix(1);
+        while (!v.empty() && IsXmlSpace(v.back())) v.remove_suffix(1);
+        if (c.kind == Cell::Kind::Number) {
+            if (v.size() > 1 && v.front() == '+') v.remove_prefix(1);
+            double number = 0;
+            auto [end, ec] = std::from_chars(v.data(), v.data() + v.size(), number);
+            if (end != v.data() + v.size() || (ec != std::errc() && ec != std::errc::result_out_of_range) || v.empty())
+                return base::Status::Error(where() + ": the number \"" + c.value + "\" can't be read");
+            return base::Status::Ok();
+        }
+        if (c.kind == Cell::Kind::Boolean) {
+            if (v == "0" || v == "1" || base::EqualNoCase(v, "true") || base::EqualNoCase(v, "false"))
+                return base::Status::Ok();
+            return base::Status::Error(where() + ": the boolean \"" + c.value + "\" is neither 0 nor 1");
+        }
         if (!strings) {
             if (base::Status st = book_.LoadStrings(); !st)
                 return base::Status::Error(st.Message() + " (read for " + part_ + ", cell " +
@@ -307,8 +327,8 @@ base::Status Worksheet::ReadRows(XmlScanner& x, const std::string& label) {
             strings = &book_.Strings();
         }
         std::uint64_t index = 0;
-        auto [end, ec] = std::from_chars(c.value.data(), c.value.data() + c.value.size(), index);
-        if (ec != std::errc() || end != c.value.data() + c.value.size())
+        auto [end, ec] = std::from_chars(v.data(), v.data() + v.size(), index);
+        if (ec != std::errc() || end != v.data() + v.size() || v.empty())
             return base::Status::Error(where() + ": the shared-string index \"" + c.value + "\" is not a number");
         if (index >= strings->Size())
             return base::Status::Error(where() + ": shared string " + c.value + " does not exist (the table has " +
@@ -345,8 +365,9 @@ base::Status Worksheet::ReadRows(XmlScanner& x, const std::string& label) {
                 row = nullptr;
             } else if (depth == 3 && inCell) {
                 inCell = false;
-                if (cell.kind == Cell::Kind::Shared && !cell.value.empty())
-                    if (base::Status st = checkShared(cell); !st) return st;
+                if (!cell.value.empty() && (cell.kind == Cell::Kind::Number || cell.kind == Cell::Kind::Boolean ||
+                                            cell.kind == Cell::Kind::Shared))
+                    if (base::Status st = checkValue(cell); !st) return st;
                 cells.push_back(std::move(cell));
             } else if (depth == 4 && inCell) {
                 std::string_view raw = x.Text().substr(childBegin, x.TokenEnd() - childBegin);

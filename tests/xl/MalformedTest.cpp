@@ -461,4 +461,38 @@ TEST(Malformed, ANoteIsNotSavedOverADrawingThatCantBeRead) {
         << image.GetStatus().Message();
 }
 
+TEST(Malformed, NumbersAndBooleansThatCantBeReadAreErrorsNamingThePartAndCell) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"<c r=\"C4\"><v>12abc</v></c>", "cell C4: the number \"12abc\" can't be read"},
+        {"<c r=\"C4\"><v>abc</v></c>", "cell C4: the number \"abc\" can't be read"},
+        {"<c r=\"C4\"><v>1,5</v></c>", "cell C4: the number \"1,5\" can't be read"},
+        {"<c r=\"C4\" t=\"b\"><v>2</v></c>", "cell C4: the boolean \"2\" is neither 0 nor 1"},
+    };
+    for (auto& [cell, message] : cases) {
+        SCOPED_TRACE(cell);
+        auto book = xl::Workbook::OpenImage(Package(SheetXml(std::string("<row r=\"4\">") + cell + "</row>")), "num.xlsx");
+        ASSERT_TRUE(book.IsOk());
+        base::Status st = (*book)->Sheet(0)->Load();
+        ASSERT_FALSE(st.IsOk());
+        EXPECT_NE(st.Message().find(std::string("num.xlsx: xl/worksheets/sheet1.xml, ") + message), std::string::npos)
+            << st.Message();
+    }
+}
+
+TEST(Malformed, NumbersInEveryWrittenFormRead) {
+    auto book = xl::Workbook::OpenImage(
+        Package(SheetXml("<row r=\"1\"><c r=\"A1\"><v>1.00000000</v></c><c r=\"B1\"><v>-1.5E+300</v></c>"
+                         "<c r=\"C1\"><v>\n  7\n</v></c><c r=\"D1\"><v>+2</v></c><c r=\"E1\"><v>1E-400</v></c>"
+                         "<c r=\"F1\" t=\"b\"><v>true</v></c><c r=\"G1\"><f>NA()</f><v></v></c></row>")),
+        "forms.xlsx");
+    ASSERT_TRUE(book.IsOk());
+    xl::Worksheet* s = (*book)->Sheet(0);
+    ASSERT_TRUE(s->Load().IsOk()) << s->Load().Message();
+    EXPECT_EQ(s->Value(1, 1).number, 1);
+    EXPECT_EQ(s->Value(1, 2).number, -1.5e300);
+    EXPECT_EQ(s->Value(1, 3).number, 7);
+    EXPECT_EQ(s->Value(1, 4).number, 2);
+    EXPECT_EQ(s->Value(1, 6).number, 1);
+}
+
 }  // namespace
