@@ -8,6 +8,7 @@
 #include <cctype>
 #include <cmath>
 #include <cstdlib>
+#include <unordered_map>
 
 #include "base/Text.h"
 #include "xl/Comments.h"
@@ -176,8 +177,11 @@ struct Worksheet::Data {
     std::string commentsRoot;          // its root's namespace declarations
     std::string commentsPart;
     std::string vmlPart;
-    std::vector<ArrayFormula> arrays;  // array formulas and data tables, once arraysKnown
-    bool arraysKnown = false;
+    // Formulas that other cells depend on, found at the first write or formula read after a
+    // load or a shift, and kept up to date by the writes.
+    std::vector<ArrayFormula> arrays;  // array formulas and data tables
+    std::unordered_map<std::string, std::pair<int, int>> sharedMasters;  // si -> row, column
+    bool formulasKnown = false;
 };
 
 Worksheet::Worksheet(Workbook& book, std::string name, std::string part, SheetKind kind)
@@ -549,7 +553,9 @@ CellValue Worksheet::ValueOf(const Cell& c) const {
 CellValue Worksheet::Value(int row, int column) {
     if (Cell* c = FindCell(row, column)) {
         if (c->kind == Cell::Kind::Shared) book_.Strings();
-        return ValueOf(*c);
+        CellValue v = ValueOf(*c);
+        if (v.formula.empty() && c->hasFormula) v.formula = FormulaOf(row, *c);
+        return v;
     }
     return {};
 }
@@ -634,21 +640,34 @@ bool IsSharedFormula(const std::string& fAttrs) { return RawAttr(fAttrs, "t") ==
 
 }  // namespace
 
-const std::vector<Worksheet::ArrayFormula>& Worksheet::Arrays() {
-    if (!data_->arraysKnown) {
-        data_->arrays.clear();
-        for (auto& [rowNo, row] : data_->rows)
-            for (const Cell& c : row.cells) {
-                if (!c.hasFormula || !c.extra) continue;
-                std::string t = RawAttr(c.extra->fAttrs, "t");
-                if (t != "array" && t != "dataTable") continue;
+void Worksheet::IndexFormulas() {
+    if (data_->formulasKnown) return;
+    data_->arrays.clear();
+    data_->sharedMasters.clear();
+    for (auto& [rowNo, row] : data_->rows)
+        for (const Cell& c : row.cells) {
+            if (!c.hasFormula || !c.extra) continue;
+            std::string t = RawAttr(c.extra->fAttrs, "t");
+            if (t == "shared" && !c.extra->formula.empty()) {
+                data_->sharedMasters[RawAttr(c.extra->fAttrs, "si")] = {rowNo, c.column};
+            } else if (t == "array" || t == "dataTable") {
                 CellRange r = ParseRange(RawAttr(c.extra->fAttrs, "ref"));
                 if (!r.IsValid()) r = {rowNo, c.column, rowNo, c.column};
                 data_->arrays.push_back(ArrayFormula{r, rowNo, c.column, t == "dataTable"});
             }
-        data_->arraysKnown = true;
-    }
-    return data_->arrays;
+        }
+    data_->formulasKnown = true;
+}
+
+std::string Worksheet::FormulaOf(int row, const Cell& c) {
+    if (!c.hasFormula || !c.extra || !c.extra->formula.empty() || !IsSharedFormula(c.extra->fAttrs))
+        return c.X().formula;
+    IndexFormulas();
+    auto it = data_->sharedMasters.find(RawAttr(c.extra->fAttrs, "si"));
+    if (it == data_->sharedMasters.end()) return {};
+    auto [masterRow, masterColumn] = it->second;
+    const Cell* master = FindCell(masterRow, masterColumn);
+    return master ? TranslateFormula(master->X().formula, row - masterRow, c.column - masterColumn) : std::string();
 }
 
 base::Status Worksheet::PrepareWrite(const CellRange& range) {
@@ -659,7 +678,8 @@ base::Status Worksheet::PrepareWrite(const CellRange& range) {
         return base::Status::Error(label() + ": cannot write outside the sheet (row " + std::to_string(range.firstRow) +
                                    ", column " + std::to_string(range.firstColumn) + ")");
     // Everything is checked before anything changes, so a refused write leaves the sheet as it was.
-    for (const ArrayFormula& a : Arrays())
+    IndexFormulas();
+    for (const ArrayFormula& a : data_->arrays)
         if (a.range.Intersects(range) && !Covers(range, a.range))
             return base::Status::Error(label() + ": cannot change part of " + (a.dataTable ? "a data table" : "an array") +
                                        " (" + RangeName(a.range) + "); write all of its cells or none");
@@ -723,6 +743,9 @@ void Worksheet::MoveSharedMaster(int masterRow, Cell& master, const CellRange& w
         if (shrunk.IsValid()) {
             next->X().formula = TranslateFormula(master.X().formula, rows, columns);
             next->X().fAttrs = SetRawAttr(master.X().fAttrs, "ref", RangeName(shrunk));
+            data_->sharedMasters[si] = {newRow, next->column};
+            DropFormula(master);
+            return;
         } else {
             for (auto it = data_->rows.lower_bound(newRow); it != data_->rows.end() && it->first <= ref.lastRow; ++it)
                 for (Cell& c : it->second.cells)
@@ -732,6 +755,7 @@ void Worksheet::MoveSharedMaster(int masterRow, Cell& master, const CellRange& w
                     }
         }
     }
+    data_->sharedMasters.erase(si);
     DropFormula(master);
 }
 
@@ -743,8 +767,11 @@ std::vector<std::vector<CellValue>> Worksheet::Values(const CellRange& range) {
                std::vector<CellValue>(range.lastColumn - range.firstColumn + 1));
     for (auto it = data_->rows.lower_bound(range.firstRow); it != data_->rows.end() && it->first <= range.lastRow; ++it)
         for (const Cell& c : it->second.cells)
-            if (c.column >= range.firstColumn && c.column <= range.lastColumn)
-                out[it->first - range.firstRow][c.column - range.firstColumn] = ValueOf(c);
+            if (c.column >= range.firstColumn && c.column <= range.lastColumn) {
+                CellValue& v = out[it->first - range.firstRow][c.column - range.firstColumn];
+                v = ValueOf(c);
+                if (v.formula.empty() && c.hasFormula) v.formula = FormulaOf(it->first, c);
+            }
     return out;
 }
 
@@ -1558,6 +1585,7 @@ void Worksheet::Unshare() {
                 c.X().formula = TranslateFormula(it->second.formula, rowNo - it->second.row, c.column - it->second.column);
             c.X().fAttrs.clear();
         }
+    data_->formulasKnown = false;
 }
 
 void Worksheet::Shift(const RowShift& shift) {
@@ -1590,7 +1618,7 @@ void Worksheet::Shift(const RowShift& shift) {
         }
     }
     data_->rows = std::move(moved);
-    data_->arraysKnown = false;
+    data_->formulasKnown = false;
     // Formula references, here and in every sheet that names this one.
     for (auto& [rowNo, row] : data_->rows)
         for (Cell& c : row.cells) {

@@ -73,7 +73,8 @@ public:
     // Every reader below gives nothing (Empty, "", no rows) for a sheet that can't be read, so
     // call Load() first and stop on its error: it names the part, the cell and what is wrong.
     //
-    // The value of a cell; Empty outside the used cells.
+    // The value of a cell; Empty outside the used cells. A cell sharing another's formula gives
+    // that formula as it reads from the cell.
     CellValue Value(int row, int column);
     // What the cell shows: its value through its number format ("" for empty cells).
     std::string Text(int row, int column);
@@ -203,7 +204,8 @@ private:
     CellValue ValueOf(const Cell& cell) const;
     std::string TextOf(const Cell& cell) const;
     void Touch();
-    const std::vector<ArrayFormula>& Arrays();
+    void IndexFormulas();
+    std::string FormulaOf(int row, const Cell& cell);
     void DropFormula(Cell& cell);
     void MoveSharedMaster(int masterRow, Cell& master, const CellRange& written);
     void SetTabSelected(bool selected);

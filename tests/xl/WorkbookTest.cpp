@@ -719,6 +719,9 @@ TEST(Workbook, FiftySharedFormulasBelowAWrittenRangeSurvive) {
         ASSERT_TRUE(s->SetNumber(r, 2, r).IsOk());
     }
     EXPECT_EQ(s->Value(11, 2).formula, "A11*2+$A$1");
+    auto values = s->Values({2, 2, 60, 2});
+    for (int r = 2; r <= 60; ++r)
+        EXPECT_EQ(values[r - 2][0].formula, r <= 10 ? "" : "A" + std::to_string(r) + "*2+$A$1") << r;
     std::string xml = SavedSheet(*book);
     EXPECT_NE(xml.find("<c r=\"B11\"><f t=\"shared\" ref=\"B11:B60\" si=\"0\">A11*2+$A$1</f>"), std::string::npos);
     EXPECT_EQ(Count(xml, "si=\"0\""), 50u);
@@ -811,6 +814,21 @@ TEST(Workbook, AWorkbookWithoutSharedStringsGetsANewTableWithItsRelationshipAndT
               "application/vnd.openxmlformats-officedocument.spreadsheetml.sharedStrings+xml");
     ASSERT_TRUE(again->Sheet(0)->Load().IsOk());
     EXPECT_EQ(again->Sheet(0)->Text(row, 1), "velmar text");
+}
+
+}  // namespace
+
+namespace {
+
+TEST(Workbook, CellsSharingAFormulaReadItAsItReadsFromThem) {
+    auto book = BookWithSharedColumn();
+    xl::Worksheet* s = book->Sheet(0);
+    EXPECT_EQ(s->Value(2, 2).formula, "A2*2+$A$1");
+    EXPECT_EQ(s->Value(5, 2).formula, "A5*2+$A$1");
+    EXPECT_EQ(s->Values({60, 2, 60, 2})[0][0].formula, "A60*2+$A$1");
+    ASSERT_TRUE(s->ClearValue(2, 2).IsOk());
+    EXPECT_EQ(s->Value(2, 2).formula, "");
+    EXPECT_EQ(s->Value(5, 2).formula, "A5*2+$A$1");
 }
 
 }  // namespace
