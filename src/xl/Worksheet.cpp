@@ -638,6 +638,12 @@ bool Covers(const CellRange& outer, const CellRange& inner) {
 
 bool IsSharedFormula(const std::string& fAttrs) { return RawAttr(fAttrs, "t") == "shared"; }
 
+// The cell that holds a shared formula's text and the range of cells sharing it; the others
+// have neither (some generators repeat the text in every cell, which changes nothing).
+bool IsSharedMaster(const std::string& formula, const std::string& fAttrs) {
+    return !formula.empty() && IsSharedFormula(fAttrs) && !RawAttr(fAttrs, "ref").empty();
+}
+
 }  // namespace
 
 void Worksheet::IndexFormulas() {
@@ -648,7 +654,7 @@ void Worksheet::IndexFormulas() {
         for (const Cell& c : row.cells) {
             if (!c.hasFormula || !c.extra) continue;
             std::string t = RawAttr(c.extra->fAttrs, "t");
-            if (t == "shared" && !c.extra->formula.empty()) {
+            if (t == "shared" && IsSharedMaster(c.extra->formula, c.extra->fAttrs)) {
                 data_->sharedMasters[RawAttr(c.extra->fAttrs, "si")] = {rowNo, c.column};
             } else if (t == "array" || t == "dataTable") {
                 CellRange r = ParseRange(RawAttr(c.extra->fAttrs, "ref"));
@@ -693,7 +699,7 @@ base::Status Worksheet::PrepareWrite(const CellRange& range) {
         auto c = std::lower_bound(cells.begin(), cells.end(), range.firstColumn,
                                   [](const Cell& a, int col) { return a.column < col; });
         for (; c != cells.end() && c->column <= range.lastColumn; ++c)
-            if (c->hasFormula && c->extra && !c->extra->formula.empty() && IsSharedFormula(c->extra->fAttrs))
+            if (c->hasFormula && c->extra && IsSharedMaster(c->extra->formula, c->extra->fAttrs))
                 MoveSharedMaster(it->first, *c, range);
     }
     return base::Status::Ok();
@@ -713,7 +719,7 @@ void Worksheet::MoveSharedMaster(int masterRow, Cell& master, const CellRange& w
     const std::string si = RawAttr(master.X().fAttrs, "si");
     const CellRange ref = ParseRange(RawAttr(master.X().fAttrs, "ref"));
     auto isFollower = [&](const Cell& c) {
-        return c.hasFormula && c.extra && c.extra->formula.empty() && IsSharedFormula(c.extra->fAttrs) &&
+        return c.hasFormula && c.extra && IsSharedFormula(c.extra->fAttrs) && !IsSharedMaster(c.extra->formula, c.extra->fAttrs) &&
                RawAttr(c.extra->fAttrs, "si") == si;
     };
     // The first cell of the group that stays, in row-major order, as the program picks it.
@@ -746,14 +752,13 @@ void Worksheet::MoveSharedMaster(int masterRow, Cell& master, const CellRange& w
             data_->sharedMasters[si] = {newRow, next->column};
             DropFormula(master);
             return;
-        } else {
-            for (auto it = data_->rows.lower_bound(newRow); it != data_->rows.end() && it->first <= ref.lastRow; ++it)
-                for (Cell& c : it->second.cells)
-                    if (ref.Contains(it->first, c.column) && isFollower(c)) {
-                        c.X().formula = TranslateFormula(master.X().formula, it->first - masterRow, c.column - master.column);
-                        c.X().fAttrs.clear();
-                    }
         }
+        for (auto it = data_->rows.lower_bound(newRow); it != data_->rows.end() && it->first <= ref.lastRow; ++it)
+            for (Cell& c : it->second.cells)
+                if (ref.Contains(it->first, c.column) && isFollower(c)) {
+                    c.X().formula = TranslateFormula(master.X().formula, it->first - masterRow, c.column - master.column);
+                    c.X().fAttrs.clear();
+                }
     }
     data_->sharedMasters.erase(si);
     DropFormula(master);

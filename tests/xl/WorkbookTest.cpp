@@ -832,3 +832,23 @@ TEST(Workbook, CellsSharingAFormulaReadItAsItReadsFromThem) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(Workbook, SharedFormulaTextRepeatedInEveryCellStillMovesToTheNextCell) {
+    // Some generators write the formula into every cell of the group as well.
+    auto book = BookWithSheet(
+        "<worksheet xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"><sheetData>"
+        "<row r=\"2\"><c r=\"B2\"><f t=\"shared\" ref=\"B2:B4\" si=\"0\">A2</f><v>0</v></c></row>"
+        "<row r=\"3\"><c r=\"B3\"><f t=\"shared\" si=\"0\">A3</f><v>0</v></c></row>"
+        "<row r=\"4\"><c r=\"B4\"><f t=\"shared\" si=\"0\"/><v>0</v></c></row>"
+        "</sheetData></worksheet>");
+    xl::Worksheet* s = book->Sheet(0);
+    ASSERT_TRUE(s->SetNumber(2, 2, 1).IsOk());
+    EXPECT_EQ(s->Value(4, 2).formula, "A4");
+    std::string xml = SavedSheet(*book);
+    EXPECT_NE(xml.find("<c r=\"B3\"><f t=\"shared\" ref=\"B3:B4\" si=\"0\">A3</f>"), std::string::npos) << xml;
+}
+
+}  // namespace
+
