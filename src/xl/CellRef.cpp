@@ -81,9 +81,13 @@ bool ParseCellText(std::string_view text, bool dollars, int& row, int& column) {
 
 }  // namespace
 
-bool ParseCell(std::string_view text, int& row, int& column) { return ParseCellText(text, true, row, column); }
+bool ParseCell(std::string_view text, int& row, int& column) {
+    return ParseCellText(text, true, row, column);
+}
 
-bool ParseCellName(std::string_view text, int& row, int& column) { return ParseCellText(text, false, row, column); }
+bool ParseCellName(std::string_view text, int& row, int& column) {
+    return ParseCellText(text, false, row, column);
+}
 
 bool ParseRowNumber(std::string_view text, int& row) { return ParseRowDigits(text, 0, row); }
 

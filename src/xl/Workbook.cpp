@@ -192,11 +192,14 @@ base::Status Workbook::LoadStrings() {
     // A table that can't be read is never replaced by an empty one: the cells that point into it
     // would read as empty, and a save would write a new table over it.
     if (!package_.Has(stringsPart_)) {
-        stringsStatus_ = base::Status::Error(package_.Label() + ": the shared-string part " + stringsPart_ + " is missing");
+        stringsStatus_ = base::Status::Error(package_.Label() + ": the shared-string part " +
+                                             stringsPart_ + " is missing");
     } else {
         stringsPart_ = package_.Find(stringsPart_);
         auto xml = package_.Read(stringsPart_);
-        stringsStatus_ = xml ? strings_->Load(std::move(*xml), package_.Label() + ": " + stringsPart_) : xml.GetStatus();
+        stringsStatus_ =
+            xml ? strings_->Load(std::move(*xml), package_.Label() + ": " + stringsPart_)
+                : xml.GetStatus();
     }
     if (!stringsStatus_) strings_ = std::make_unique<SharedStrings>();
     return stringsStatus_;

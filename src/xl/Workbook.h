@@ -103,7 +103,7 @@ private:
     std::unique_ptr<pugi::xml_document> workbookXml_;
     std::vector<std::unique_ptr<Worksheet>> sheets_;
     std::unique_ptr<SharedStrings> strings_;
-    std::string stringsPart_;      // "" when the workbook has none
+    std::string stringsPart_;  // "" when the workbook has none
     base::Status stringsStatus_;
     std::unique_ptr<Styles> styles_;
     bool workbookChanged_ = false;

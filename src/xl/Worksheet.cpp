@@ -3,11 +3,11 @@
 #include <pugixml.hpp>
 
 #include <algorithm>
-#include <limits>
-#include <charconv>
 #include <cctype>
+#include <charconv>
 #include <cmath>
 #include <cstdlib>
+#include <limits>
 #include <unordered_map>
 
 #include "base/Text.h"
@@ -231,9 +231,10 @@ base::Status Worksheet::Load() {
     if (kind_ != SheetKind::Worksheet && kind_ != SheetKind::Macrosheet && kind_ != SheetKind::Dialogsheet)
         return fail(base::Status::Error(book_.GetPackage().Label() + ": " + name_ + " is a chart sheet, it has no cells"));
     if (part_.empty())
-        return fail(base::Status::Error(book_.GetPackage().Label() + ": " + book_.workbookPart_ + " names sheet \"" + name_ +
-                                        "\" by relationship \"" + relId_ + "\", which " +
-                                        Package::RelsPartName(book_.workbookPart_) + " does not have"));
+        return fail(base::Status::Error(
+            book_.GetPackage().Label() + ": " + book_.workbookPart_ + " names sheet \"" + name_ +
+            "\" by relationship \"" + relId_ + "\", which " +
+            Package::RelsPartName(book_.workbookPart_) + " does not have"));
     auto xml = book_.GetPackage().Read(part_);
     if (!xml) return fail(base::Status::Error(xml.GetStatus().Message() + " (sheet \"" + name_ + "\")"));
     std::string label = book_.GetPackage().Label() + ": " + part_;
@@ -264,7 +265,8 @@ base::Status Worksheet::Load() {
     if (base::Status st = ParseXmlInPlace(data_->doc, data_->xml, label); !st) return fail(st);
     std::string_view root = LocalName(Root());
     if (root != "worksheet" && root != "macrosheet" && root != "dialogsheet")
-        return fail(base::Status::Error(label + ": the part holds <" + std::string(Root().name()) + ">, not a worksheet"));
+        return fail(base::Status::Error(label + ": the part holds <" + std::string(Root().name()) +
+                                        ">, not a worksheet"));
     // The sheet's notes, links and drawings hang on its relationships; a save must not replace
     // damaged ones with the few it adds.
     if (std::string relsError = book_.GetPackage().RelsError(part_); !relsError.empty())
@@ -296,7 +298,8 @@ base::Status Worksheet::ReadRows(XmlScanner& x, const std::string& label) {
     // A reference that can't be read is an error: read by its prefix or skipped, a cell would
     // land elsewhere or vanish, and an import would blank what it held.
     auto badRef = [&](std::string_view what) {
-        return base::Status::Error(label + ", row " + std::to_string(lastRow) + ": " + std::string(what));
+        return base::Status::Error(label + ", row " + std::to_string(lastRow) + ": " +
+                                   std::string(what));
     };
     // Values are checked as each cell is read, so nothing later sees one that can't be read:
     // a number read by its prefix or a string index outside the table would give a wrong value
@@ -312,30 +315,37 @@ base::Status Worksheet::ReadRows(XmlScanner& x, const std::string& label) {
             if (v.size() > 1 && v.front() == '+') v.remove_prefix(1);
             double number = 0;
             auto [end, ec] = std::from_chars(v.data(), v.data() + v.size(), number);
-            if (end != v.data() + v.size() || (ec != std::errc() && ec != std::errc::result_out_of_range) || v.empty())
-                return base::Status::Error(where() + ": the number \"" + c.value + "\" can't be read");
+            if (end != v.data() + v.size() ||
+                (ec != std::errc() && ec != std::errc::result_out_of_range) || v.empty())
+                return base::Status::Error(where() + ": the number \"" + c.value +
+                                           "\" can't be read");
             return base::Status::Ok();
         }
         if (c.kind == Cell::Kind::Boolean) {
-            if (v == "0" || v == "1" || base::EqualNoCase(v, "true") || base::EqualNoCase(v, "false"))
+            if (v == "0" || v == "1" || base::EqualNoCase(v, "true") ||
+                base::EqualNoCase(v, "false"))
                 return base::Status::Ok();
-            return base::Status::Error(where() + ": the boolean \"" + c.value + "\" is neither 0 nor 1");
+            return base::Status::Error(where() + ": the boolean \"" + c.value +
+                                       "\" is neither 0 nor 1");
         }
         if (!strings) {
             if (base::Status st = book_.LoadStrings(); !st)
                 return base::Status::Error(st.Message() + " (read for " + part_ + ", cell " +
                                            CellName(lastRow, c.column) + ")");
             if (!book_.HasStringsPart())
-                return base::Status::Error(where() + ": shared string " + c.value +
-                                           " does not exist (the workbook has no shared-string table)");
+                return base::Status::Error(
+                    where() + ": shared string " + c.value +
+                    " does not exist (the workbook has no shared-string table)");
             strings = &book_.Strings();
         }
         std::uint64_t index = 0;
         auto [end, ec] = std::from_chars(v.data(), v.data() + v.size(), index);
         if (ec != std::errc() || end != v.data() + v.size() || v.empty())
-            return base::Status::Error(where() + ": the shared-string index \"" + c.value + "\" is not a number");
+            return base::Status::Error(where() + ": the shared-string index \"" + c.value +
+                                       "\" is not a number");
         if (index >= strings->Size())
-            return base::Status::Error(where() + ": shared string " + c.value + " does not exist (the table has " +
+            return base::Status::Error(where() + ": shared string " + c.value +
+                                       " does not exist (the table has " +
                                        std::to_string(strings->Size()) + ")");
         return base::Status::Ok();
     };
@@ -369,8 +379,9 @@ base::Status Worksheet::ReadRows(XmlScanner& x, const std::string& label) {
                 row = nullptr;
             } else if (depth == 3 && inCell) {
                 inCell = false;
-                if (!cell.value.empty() && (cell.kind == Cell::Kind::Number || cell.kind == Cell::Kind::Boolean ||
-                                            cell.kind == Cell::Kind::Shared))
+                if (!cell.value.empty() &&
+                    (cell.kind == Cell::Kind::Number || cell.kind == Cell::Kind::Boolean ||
+                     cell.kind == Cell::Kind::Shared))
                     if (base::Status st = checkValue(cell); !st) return st;
                 cells.push_back(std::move(cell));
             } else if (depth == 4 && inCell) {
@@ -398,8 +409,10 @@ base::Status Worksheet::ReadRows(XmlScanner& x, const std::string& label) {
             // Rows and cells without r follow the previous ones, as some generators write them.
             int rowNo = lastRow + 1;
             if (x.Attribute("r", value) && !ParseRowNumber(value, rowNo))
-                return badRef("the row number \"" + value + "\" is not one from 1 to " + std::to_string(kMaxRow));
-            if (rowNo > kMaxRow) return badRef("the next row would be beyond the last row of a sheet");
+                return badRef("the row number \"" + value + "\" is not one from 1 to " +
+                              std::to_string(kMaxRow));
+            if (rowNo > kMaxRow)
+                return badRef("the next row would be beyond the last row of a sheet");
             lastRow = rowNo;
             row = &data_->rows[rowNo];
             lastCol = row->cells.empty() ? 0 : row->cells.back().column;
@@ -413,7 +426,8 @@ base::Status Worksheet::ReadRows(XmlScanner& x, const std::string& label) {
                 if (name == "r") {
                     int rr = 0;
                     if (!ParseCellName(value, rr, cell.column))
-                        return badRef("the cell reference \"" + value + "\" is not a cell of the sheet");
+                        return badRef("the cell reference \"" + value +
+                                      "\" is not a cell of the sheet");
                     if (rr != lastRow)
                         return badRef("the cell reference \"" + value + "\" names another row");
                 } else if (name == "s") {
@@ -430,7 +444,8 @@ base::Status Worksheet::ReadRows(XmlScanner& x, const std::string& label) {
                     attrs += '"';
                 }
             }
-            if (cell.column > kMaxColumn) return badRef("the next cell would be beyond the last column of a sheet");
+            if (cell.column > kMaxColumn)
+                return badRef("the next cell would be beyond the last column of a sheet");
             lastCol = cell.column;
             inCell = true;
         } else if (depth == 4 && inCell) {
@@ -633,7 +648,8 @@ base::Status Worksheet::ClearValue(int row, int column) {
 namespace {
 
 bool Covers(const CellRange& outer, const CellRange& inner) {
-    return outer.Contains(inner.firstRow, inner.firstColumn) && outer.Contains(inner.lastRow, inner.lastColumn);
+    return outer.Contains(inner.firstRow, inner.firstColumn) &&
+           outer.Contains(inner.lastRow, inner.lastColumn);
 }
 
 bool IsSharedFormula(const std::string& fAttrs) { return RawAttr(fAttrs, "t") == "shared"; }
@@ -673,7 +689,8 @@ std::string Worksheet::FormulaOf(int row, const Cell& c) {
     if (it == data_->sharedMasters.end()) return {};
     auto [masterRow, masterColumn] = it->second;
     const Cell* master = FindCell(masterRow, masterColumn);
-    return master ? TranslateFormula(master->X().formula, row - masterRow, c.column - masterColumn) : std::string();
+    return master ? TranslateFormula(master->X().formula, row - masterRow, c.column - masterColumn)
+                  : std::string();
 }
 
 base::Status Worksheet::PrepareWrite(const CellRange& range) {
@@ -681,20 +698,23 @@ base::Status Worksheet::PrepareWrite(const CellRange& range) {
     // Called for every cell written: the message is made only when there is one to give.
     auto label = [&] { return book_.GetPackage().Label() + ": " + part_; };
     if (!range.IsValid() || range.lastRow > kMaxRow || range.lastColumn > kMaxColumn)
-        return base::Status::Error(label() + ": cannot write outside the sheet (row " + std::to_string(range.firstRow) +
-                                   ", column " + std::to_string(range.firstColumn) + ")");
+        return base::Status::Error(label() + ": cannot write outside the sheet (row " +
+                                   std::to_string(range.firstRow) + ", column " +
+                                   std::to_string(range.firstColumn) + ")");
     // Everything is checked before anything changes, so a refused write leaves the sheet as it was.
     IndexFormulas();
     for (const ArrayFormula& a : data_->arrays)
         if (a.range.Intersects(range) && !Covers(range, a.range))
-            return base::Status::Error(label() + ": cannot change part of " + (a.dataTable ? "a data table" : "an array") +
-                                       " (" + RangeName(a.range) + "); write all of its cells or none");
+            return base::Status::Error(label() + ": cannot change part of " +
+                                       (a.dataTable ? "a data table" : "an array") + " (" +
+                                       RangeName(a.range) + "); write all of its cells or none");
     std::erase_if(data_->arrays, [&](const ArrayFormula& a) {
         if (!Covers(range, a.range)) return false;
         if (Cell* master = FindCell(a.row, a.column)) DropFormula(*master);
         return true;
     });
-    for (auto it = data_->rows.lower_bound(range.firstRow); it != data_->rows.end() && it->first <= range.lastRow; ++it) {
+    for (auto it = data_->rows.lower_bound(range.firstRow);
+         it != data_->rows.end() && it->first <= range.lastRow; ++it) {
         std::vector<Cell>& cells = it->second.cells;
         auto c = std::lower_bound(cells.begin(), cells.end(), range.firstColumn,
                                   [](const Cell& a, int col) { return a.column < col; });
@@ -719,14 +739,15 @@ void Worksheet::MoveSharedMaster(int masterRow, Cell& master, const CellRange& w
     const std::string si = RawAttr(master.X().fAttrs, "si");
     const CellRange ref = ParseRange(RawAttr(master.X().fAttrs, "ref"));
     auto isFollower = [&](const Cell& c) {
-        return c.hasFormula && c.extra && IsSharedFormula(c.extra->fAttrs) && !IsSharedMaster(c.extra->formula, c.extra->fAttrs) &&
+        return c.hasFormula && c.extra && IsSharedFormula(c.extra->fAttrs) &&
+               !IsSharedMaster(c.extra->formula, c.extra->fAttrs) &&
                RawAttr(c.extra->fAttrs, "si") == si;
     };
     // The first cell of the group that stays, in row-major order, as the program picks it.
     int newRow = 0;
     Cell* next = nullptr;
-    for (auto it = data_->rows.lower_bound(ref.firstRow); !next && ref.IsValid() && it != data_->rows.end() &&
-                                                         it->first <= ref.lastRow; ++it) {
+    for (auto it = data_->rows.lower_bound(ref.firstRow);
+         !next && ref.IsValid() && it != data_->rows.end() && it->first <= ref.lastRow; ++it) {
         std::vector<Cell>& cells = it->second.cells;
         auto c = std::lower_bound(cells.begin(), cells.end(), ref.firstColumn,
                                   [](const Cell& a, int col) { return a.column < col; });
@@ -744,8 +765,10 @@ void Worksheet::MoveSharedMaster(int masterRow, Cell& master, const CellRange& w
         // cells left of it outside any rectangle it starts, so such a group is written out cell by
         // cell instead.
         CellRange shrunk;
-        if (next->column == ref.firstColumn) shrunk = {newRow, ref.firstColumn, ref.lastRow, ref.lastColumn};
-        else if (newRow == ref.lastRow) shrunk = {newRow, next->column, ref.lastRow, ref.lastColumn};
+        if (next->column == ref.firstColumn)
+            shrunk = {newRow, ref.firstColumn, ref.lastRow, ref.lastColumn};
+        else if (newRow == ref.lastRow)
+            shrunk = {newRow, next->column, ref.lastRow, ref.lastColumn};
         if (shrunk.IsValid()) {
             next->X().formula = TranslateFormula(master.X().formula, rows, columns);
             next->X().fAttrs = SetRawAttr(master.X().fAttrs, "ref", RangeName(shrunk));
@@ -753,10 +776,12 @@ void Worksheet::MoveSharedMaster(int masterRow, Cell& master, const CellRange& w
             DropFormula(master);
             return;
         }
-        for (auto it = data_->rows.lower_bound(newRow); it != data_->rows.end() && it->first <= ref.lastRow; ++it)
+        for (auto it = data_->rows.lower_bound(newRow);
+             it != data_->rows.end() && it->first <= ref.lastRow; ++it)
             for (Cell& c : it->second.cells)
                 if (ref.Contains(it->first, c.column) && isFollower(c)) {
-                    c.X().formula = TranslateFormula(master.X().formula, it->first - masterRow, c.column - master.column);
+                    c.X().formula = TranslateFormula(master.X().formula, it->first - masterRow,
+                                                     c.column - master.column);
                     c.X().fAttrs.clear();
                 }
     }
@@ -846,8 +871,8 @@ base::Status Worksheet::LoadNotes() {
     data_->commentsPart = pkg.TargetOf(part_, "comments");
     if (!data_->commentsPart.empty()) {
         if (!pkg.Has(data_->commentsPart))
-            return fail(base::Status::Error(pkg.Label() + ": the comments part " + data_->commentsPart + " of " + part_ +
-                                            " is missing"));
+            return fail(base::Status::Error(pkg.Label() + ": the comments part " +
+                                            data_->commentsPart + " of " + part_ + " is missing"));
         data_->commentsPart = pkg.Find(data_->commentsPart);
     }
     // The notes' drawing is the one named by legacyDrawing, not the header/footer one.
@@ -913,7 +938,8 @@ const Note* Worksheet::NoteAt(int row, int column) {
     return &data_->noteAt;
 }
 
-base::Status Worksheet::SetNote(int row, int column, std::string_view text, std::string_view author) {
+base::Status Worksheet::SetNote(int row, int column, std::string_view text,
+                                std::string_view author) {
     if (base::Status st = LoadNotes(); !st) return st;
     notesChanged_ = true;
     auto it = FirstNoteFrom(data_->notes, row, column);
@@ -1457,7 +1483,8 @@ base::Status Worksheet::SaveTo(DeflateStream& stream) {
     sheetData.remove_child(sheetData.first_child());
     std::size_t marker = xml.find(kSheetDataMarker);
     if (marker == std::string::npos)
-        return base::Status::Error(book_.GetPackage().Label() + ": " + part_ + ": could not place the rows when writing");
+        return base::Status::Error(book_.GetPackage().Label() + ": " + part_ +
+                                   ": could not place the rows when writing");
     // The rows go straight into the compressor; the sheet's text never exists whole.
     std::string& rows = stream.Buffer();
     rows.append(xml, 0, marker);

@@ -290,7 +290,8 @@ base::Result<std::string> ZipReader::Extract(const ZipEntry& entry, std::uint64_
     } else if (entry.method == 8) {
         // The buffer grows as inflate fills it: a header that claims a gigabyte costs nothing
         // until the bytes really come, and a stream that goes past its claim is refused.
-        out.resize(std::min<std::uint64_t>(entry.size, std::max<std::uint64_t>(raw.size() * 4, 1u << 16)));
+        out.resize(
+            std::min<std::uint64_t>(entry.size, std::max<std::uint64_t>(raw.size() * 4, 1u << 16)));
         z_stream z{};
         if (inflateInit2(&z, -MAX_WBITS) != Z_OK) return fail("the decompressor could not start");
         z.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(raw.data()));
@@ -322,11 +323,13 @@ base::Result<std::string> ZipReader::Extract(const ZipEntry& entry, std::uint64_
         }
         inflateEnd(&z);
         if (rc != Z_STREAM_END || outDone != entry.size)
-            return fail(outDone < entry.size
-                            ? base::Sprintf("the compressed data is damaged (it ends after %s of the %s bytes "
-                                            "its header declares)",
-                                            std::to_string(outDone).c_str(), std::to_string(entry.size).c_str())
-                            : std::string("the compressed data is damaged"));
+            return fail(
+                outDone < entry.size
+                    ? base::Sprintf(
+                          "the compressed data is damaged (it ends after %s of the %s bytes "
+                          "its header declares)",
+                          std::to_string(outDone).c_str(), std::to_string(entry.size).c_str())
+                    : std::string("the compressed data is damaged"));
     } else {
         return fail(base::Sprintf("unsupported compression method %d", entry.method));
     }

@@ -21,7 +21,8 @@ void CheckNamesTheFile(const base::Status& status) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    auto book = xl::Workbook::OpenImage(std::string(reinterpret_cast<const char*>(data), size), kLabel);
+    auto book =
+        xl::Workbook::OpenImage(std::string(reinterpret_cast<const char*>(data), size), kLabel);
     if (!book) {
         CheckNamesTheFile(book.GetStatus());
         return 0;
@@ -36,7 +37,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             xl::CellRange range{1, 1, lastRow, lastColumn};
             auto values = s->Values(range);
             (void)s->Texts(range);
-            // Writing over the first formula moves a shared one along or is refused inside an array.
+            // Writing over the first formula moves a shared one along or is refused inside an
+            // array.
             bool written = false;
             for (int r = 0; r < static_cast<int>(values.size()) && !written; ++r)
                 for (int c = 0; c < static_cast<int>(values[r].size()) && !written; ++c)

@@ -20,8 +20,9 @@ TEST(CellRefTest, CellsWithDollarsAndEitherCaseParse) {
 }
 
 TEST(CellRefTest, TrailingOrLeadingTextAndCellsOutsideTheSheetAreRefused) {
-    for (const char* text : {"A1x", "A1:B2", "A1 ", " A1", "A1$", "$$A1", "A$$1", "A", "1", "", "A0", "XFE1",
-                             "A1048577", "AAAA1", "A+1", "A-1", "A12345678", "\xC3\x801"})
+    for (const char* text :
+         {"A1x", "A1:B2", "A1 ", " A1", "A1$", "$$A1", "A$$1", "A", "1", "", "A0", "XFE1",
+          "A1048577", "AAAA1", "A+1", "A-1", "A12345678", "\xC3\x801"})
         EXPECT_FALSE(Parses(text)) << text;
 }
 
@@ -45,7 +46,8 @@ TEST(CellRefTest, RowNumbersAreDigitsOnlyWithinTheSheet) {
 TEST(CellRefTest, RangesRefuseExtraParts) {
     EXPECT_TRUE(xl::ParseRange("B2:A1").IsValid());
     EXPECT_EQ(xl::ParseRange("B2:A1"), (xl::CellRange{1, 1, 2, 2}));
-    for (const char* text : {"A1:", ":A1", "A1:B2:C3", "A1:B2 ", "A1::B2"}) EXPECT_FALSE(xl::ParseRange(text).IsValid()) << text;
+    for (const char* text : {"A1:", ":A1", "A1:B2:C3", "A1:B2 ", "A1::B2"})
+        EXPECT_FALSE(xl::ParseRange(text).IsValid()) << text;
 }
 
 }  // namespace

@@ -37,21 +37,26 @@ std::string Package(const std::string& sheet, bool withSheet = true) {
     return MakeZip(parts);
 }
 
-
 const char kMainNs[] = "http://schemas.openxmlformats.org/spreadsheetml/2006/main";
 const char kWorkbookRelsWithStrings[] =
     "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">"
-    "<Relationship Id=\"rId1\" Type=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships/worksheet\" Target=\"worksheets/sheet1.xml\"/>"
-    "<Relationship Id=\"rId2\" Type=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships/sharedStrings\" Target=\"sharedStrings.xml\"/>"
+    "<Relationship Id=\"rId1\" "
+    "Type=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships/worksheet\" "
+    "Target=\"worksheets/sheet1.xml\"/>"
+    "<Relationship Id=\"rId2\" "
+    "Type=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships/sharedStrings\" "
+    "Target=\"sharedStrings.xml\"/>"
     "</Relationships>";
 
 std::string SheetXml(const std::string& rows) {
-    return std::string("<worksheet xmlns=\"") + kMainNs + "\"><sheetData>" + rows + "</sheetData></worksheet>";
+    return std::string("<worksheet xmlns=\"") + kMainNs + "\"><sheetData>" + rows +
+           "</sheetData></worksheet>";
 }
 
 // A table of `count` strings "s0", "s1"...
 std::string StringTable(int count) {
-    std::string xml = std::string("<sst xmlns=\"") + kMainNs + "\" count=\"" + std::to_string(count) + "\">";
+    std::string xml =
+        std::string("<sst xmlns=\"") + kMainNs + "\" count=\"" + std::to_string(count) + "\">";
     for (int i = 0; i < count; ++i) xml += "<si><t>s" + std::to_string(i) + "</t></si>";
     return xml + "</sst>";
 }
@@ -59,14 +64,18 @@ std::string StringTable(int count) {
 // A workbook whose sheet refers to a shared-string part; `strings` as given, or none at all.
 std::string PackageWithStrings(const std::string& sheet, const std::string* strings) {
     std::vector<std::pair<std::string, std::string>> parts = {
-        {"[Content_Types].xml", kTypes}, {"_rels/.rels", kRootRels}, {"xl/workbook.xml", kWorkbook},
-        {"xl/_rels/workbook.xml.rels", kWorkbookRelsWithStrings}, {"xl/worksheets/sheet1.xml", sheet}};
+        {"[Content_Types].xml", kTypes},
+        {"_rels/.rels", kRootRels},
+        {"xl/workbook.xml", kWorkbook},
+        {"xl/_rels/workbook.xml.rels", kWorkbookRelsWithStrings},
+        {"xl/worksheets/sheet1.xml", sheet}};
     if (strings) parts.emplace_back("xl/sharedStrings.xml", *strings);
     return MakeZip(parts);
 }
 
 // Overwrites `bytes` bytes at `offset` of the central directory record of `name` with `value`.
-void PatchCentral(std::string& zip, const std::string& name, int offset, std::uint64_t value, int bytes) {
+void PatchCentral(std::string& zip, const std::string& name, int offset, std::uint64_t value,
+                  int bytes) {
     for (std::size_t at = zip.find(std::string("PK\x01\x02", 4)); at != std::string::npos;
          at = zip.find(std::string("PK\x01\x02", 4), at + 4)) {
         if (zip.compare(at + 46, name.size(), name) != 0) continue;
@@ -114,7 +123,8 @@ TEST(Malformed, WrongContentTypesStillFindTheWorkbookByRelationship) {
 TEST(Malformed, HugeDimensionAndFarCellsStayBounded) {
     auto book = xl::Workbook::OpenImage(
         Package("<worksheet xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\">"
-                "<dimension ref=\"A1:XFD1048576\"/><sheetData><row r=\"1048576\"><c r=\"XFD1048576\"><v>1</v></c></row>"
+                "<dimension ref=\"A1:XFD1048576\"/><sheetData><row r=\"1048576\"><c "
+                "r=\"XFD1048576\"><v>1</v></c></row>"
                 "</sheetData></worksheet>"),
         "huge.xlsx");
     ASSERT_TRUE(book.IsOk());
@@ -128,19 +138,23 @@ TEST(Malformed, RowsAndCellsBeyondTheSheetAreErrorsNamingThePartAndReference) {
         {"<row r=\"1048577\"><c><v>1</v></c></row>", "\"1048577\""},
         {"<row r=\"1\"><c r=\"ZZZZ1\"><v>1</v></c></row>", "\"ZZZZ1\""},
         {"<row r=\"1\"><c r=\"XFE1\"><v>1</v></c></row>", "\"XFE1\""},
-        {"<row r=\"1048576\"><c r=\"A1048576\"/></row><row><c><v>1</v></c></row>", "beyond the last row"},
+        {"<row r=\"1048576\"><c r=\"A1048576\"/></row><row><c><v>1</v></c></row>",
+         "beyond the last row"},
         {"<row r=\"1\"><c r=\"XFD1\"/><c><v>1</v></c></row>", "beyond the last column"},
     };
     for (auto& [rows, reference] : cases) {
         SCOPED_TRACE(rows);
-        auto book = xl::Workbook::OpenImage(
-            Package(std::string("<worksheet xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"><sheetData>") +
-                    rows + "</sheetData></worksheet>"),
-            "far.xlsx");
+        auto book =
+            xl::Workbook::OpenImage(Package(std::string("<worksheet "
+                                                        "xmlns=\"http://schemas.openxmlformats.org/"
+                                                        "spreadsheetml/2006/main\"><sheetData>") +
+                                            rows + "</sheetData></worksheet>"),
+                                    "far.xlsx");
         ASSERT_TRUE(book.IsOk());
         base::Status st = (*book)->Sheet(0)->Load();
         ASSERT_FALSE(st.IsOk());
-        EXPECT_NE(st.Message().find("far.xlsx: xl/worksheets/sheet1.xml, row "), std::string::npos) << st.Message();
+        EXPECT_NE(st.Message().find("far.xlsx: xl/worksheets/sheet1.xml, row "), std::string::npos)
+            << st.Message();
         EXPECT_NE(st.Message().find(reference), std::string::npos) << st.Message();
     }
 }
@@ -217,7 +231,8 @@ TEST(Malformed, MalformedCellReferencesAreErrorsNamingThePartAndReference) {
         xl::Worksheet* s = (*book)->Sheet(0);
         base::Status st = s->Load();
         ASSERT_FALSE(st.IsOk());
-        EXPECT_NE(st.Message().find("refs.xlsx: xl/worksheets/sheet1.xml, row "), std::string::npos) << st.Message();
+        EXPECT_NE(st.Message().find("refs.xlsx: xl/worksheets/sheet1.xml, row "), std::string::npos)
+            << st.Message();
         EXPECT_NE(st.Message().find(reference), std::string::npos) << st.Message();
         EXPECT_EQ(s->Values({1, 1, 3, 3}).size(), 0u);
         EXPECT_FALSE(s->SetNumber(1, 1, 5).IsOk());
@@ -227,7 +242,8 @@ TEST(Malformed, MalformedCellReferencesAreErrorsNamingThePartAndReference) {
 TEST(Malformed, LowerCaseAndMissingReferencesReadAsTheCellsTheyMean) {
     // LibreOffice reads lower-case references as the same cells; a missing r is the next cell.
     auto book = xl::Workbook::OpenImage(
-        Package(SheetXml("<row r=\"2\"><c r=\"b2\"><v>1</v></c><c><v>2</v></c></row><row><c r=\"a3\"><v>3</v></c></row>")),
+        Package(SheetXml("<row r=\"2\"><c r=\"b2\"><v>1</v></c><c><v>2</v></c></row><row><c "
+                         "r=\"a3\"><v>3</v></c></row>")),
         "lower.xlsx");
     ASSERT_TRUE(book.IsOk());
     xl::Worksheet* s = (*book)->Sheet(0);
@@ -242,24 +258,29 @@ TEST(Malformed, SharedStringIndexOutsideTheTableIsAnErrorNamingThePartAndCell) {
     const std::pair<const char*, const char*> cases[] = {
         {"65", "cell B7: shared string 65 does not exist (the table has 65)"},
         {"4294967295", "cell B7: shared string 4294967295 does not exist (the table has 65)"},
-        {"99999999999999999999999", "cell B7: the shared-string index \"99999999999999999999999\" is not a number"},
+        {"99999999999999999999999",
+         "cell B7: the shared-string index \"99999999999999999999999\" is not a number"},
         {"-1", "cell B7: the shared-string index \"-1\" is not a number"},
         {"abc", "cell B7: the shared-string index \"abc\" is not a number"},
         {"1.5", "cell B7: the shared-string index \"1.5\" is not a number"},
     };
     for (auto& [index, message] : cases) {
         SCOPED_TRACE(index);
-        std::string rows = std::string("<row r=\"7\"><c r=\"A7\" t=\"s\"><v>64</v></c><c r=\"B7\" t=\"s\"><v>") + index +
-                           "</v></c></row>";
+        std::string rows =
+            std::string("<row r=\"7\"><c r=\"A7\" t=\"s\"><v>64</v></c><c r=\"B7\" t=\"s\"><v>") +
+            index + "</v></c></row>";
         auto book = xl::Workbook::OpenImage(PackageWithStrings(SheetXml(rows), &table), "sst.xlsx");
         ASSERT_TRUE(book.IsOk());
         base::Status st = (*book)->Sheet(0)->Load();
         ASSERT_FALSE(st.IsOk());
-        EXPECT_NE(st.Message().find(std::string("sst.xlsx: xl/worksheets/sheet1.xml, ") + message), std::string::npos)
+        EXPECT_NE(st.Message().find(std::string("sst.xlsx: xl/worksheets/sheet1.xml, ") + message),
+                  std::string::npos)
             << st.Message();
     }
     auto good = xl::Workbook::OpenImage(
-        PackageWithStrings(SheetXml("<row r=\"7\"><c r=\"B7\" t=\"s\"><v>64</v></c></row>"), &table), "sst.xlsx");
+        PackageWithStrings(SheetXml("<row r=\"7\"><c r=\"B7\" t=\"s\"><v>64</v></c></row>"),
+                           &table),
+        "sst.xlsx");
     ASSERT_TRUE(good.IsOk());
     EXPECT_TRUE((*good)->Sheet(0)->Load().IsOk());
     EXPECT_EQ((*good)->Sheet(0)->Text(7, 2), "s64");
@@ -272,8 +293,9 @@ TEST(Malformed, SharedStringCellsWithoutATableAreAnErrorAndNothingIsWritten) {
     xl::Worksheet* s = (*book)->Sheet(0);
     base::Status st = s->Load();
     ASSERT_FALSE(st.IsOk());
-    EXPECT_NE(st.Message().find("nosst.xlsx: xl/worksheets/sheet1.xml, cell A1: shared string 0 does not exist "
-                                "(the workbook has no shared-string table)"),
+    EXPECT_NE(st.Message().find(
+                  "nosst.xlsx: xl/worksheets/sheet1.xml, cell A1: shared string 0 does not exist "
+                  "(the workbook has no shared-string table)"),
               std::string::npos)
         << st.Message();
     EXPECT_FALSE(s->SetString(2, 1, "new").IsOk());
@@ -290,14 +312,18 @@ TEST(Malformed, DamagedOrMissingSharedStringPartIsAnErrorNamingBothParts) {
     for (const std::string* strings : {&damaged, static_cast<const std::string*>(nullptr)}) {
         SCOPED_TRACE(strings ? "damaged" : "missing");
         auto book = xl::Workbook::OpenImage(
-            PackageWithStrings(SheetXml("<row r=\"3\"><c r=\"C3\" t=\"s\"><v>0</v></c></row>"), strings), "bad.xlsx");
+            PackageWithStrings(SheetXml("<row r=\"3\"><c r=\"C3\" t=\"s\"><v>0</v></c></row>"),
+                               strings),
+            "bad.xlsx");
         ASSERT_TRUE(book.IsOk());
         base::Status st = (*book)->Sheet(0)->Load();
         ASSERT_FALSE(st.IsOk());
         EXPECT_NE(st.Message().find("bad.xlsx: "), std::string::npos) << st.Message();
         EXPECT_NE(st.Message().find("xl/sharedStrings.xml"), std::string::npos) << st.Message();
-        EXPECT_NE(st.Message().find("xl/worksheets/sheet1.xml, cell C3"), std::string::npos) << st.Message();
-        EXPECT_EQ(st.Message().find("bad.xlsx", 1), std::string::npos) << "the file is named once: " << st.Message();
+        EXPECT_NE(st.Message().find("xl/worksheets/sheet1.xml, cell C3"), std::string::npos)
+            << st.Message();
+        EXPECT_EQ(st.Message().find("bad.xlsx", 1), std::string::npos)
+            << "the file is named once: " << st.Message();
     }
 }
 
@@ -305,8 +331,9 @@ TEST(Malformed, ADamagedStringTableTakesNoNewStringsFromAnotherSheet) {
     // The sheet itself holds no shared strings, but a new string would be added to a table that
     // can't be read, and a save would write the table over the damaged one.
     const std::string damaged = "<sst xmlns=\"x\"><si><t>a</t></si>";
-    auto book = xl::Workbook::OpenImage(PackageWithStrings(SheetXml("<row r=\"1\"><c r=\"A1\"><v>1</v></c></row>"), &damaged),
-                                        "table.xlsx");
+    auto book = xl::Workbook::OpenImage(
+        PackageWithStrings(SheetXml("<row r=\"1\"><c r=\"A1\"><v>1</v></c></row>"), &damaged),
+        "table.xlsx");
     ASSERT_TRUE(book.IsOk());
     xl::Worksheet* s = (*book)->Sheet(0);
     ASSERT_TRUE(s->Load().IsOk());
@@ -325,7 +352,7 @@ TEST(Malformed, UnreadableSheetPartsAreErrorsNamingThePartAndNothingIsWritten) {
     const std::string sheet = SheetXml("<row r=\"1\"><c r=\"A1\"><v>1</v></c></row>");
     struct Damage {
         const char* what;
-        int offset;            // in the central directory record
+        int offset;  // in the central directory record
         std::uint64_t value;
         int bytes;
         const char* message;
@@ -345,7 +372,9 @@ TEST(Malformed, UnreadableSheetPartsAreErrorsNamingThePartAndNothingIsWritten) {
         xl::Worksheet* s = (*book)->Sheet(0);
         base::Status st = s->Load();
         ASSERT_FALSE(st.IsOk());
-        EXPECT_NE(st.Message().find("damaged.xlsx: part xl/worksheets/sheet1.xml: "), std::string::npos) << st.Message();
+        EXPECT_NE(st.Message().find("damaged.xlsx: part xl/worksheets/sheet1.xml: "),
+                  std::string::npos)
+            << st.Message();
         EXPECT_NE(st.Message().find(d.message), std::string::npos) << st.Message();
         EXPECT_TRUE(s->Values({1, 1, 1, 1}).empty());
         EXPECT_FALSE(s->SetString(1, 1, "x").IsOk());
@@ -359,68 +388,98 @@ TEST(Malformed, ASheetThatIsNotAWorksheetIsAnError) {
     ASSERT_TRUE(book.IsOk());
     base::Status st = (*book)->Sheet(0)->Load();
     ASSERT_FALSE(st.IsOk());
-    EXPECT_NE(st.Message().find("html.xlsx: xl/worksheets/sheet1.xml: the part holds <html>"), std::string::npos) << st.Message();
+    EXPECT_NE(st.Message().find("html.xlsx: xl/worksheets/sheet1.xml: the part holds <html>"),
+              std::string::npos)
+        << st.Message();
 }
 
 TEST(Malformed, DamagedWorkbookRelationshipsAreAnErrorNamingThePart) {
     std::vector<std::pair<std::string, std::string>> parts = {
-        {"[Content_Types].xml", kTypes}, {"_rels/.rels", kRootRels}, {"xl/workbook.xml", kWorkbook},
+        {"[Content_Types].xml", kTypes},
+        {"_rels/.rels", kRootRels},
+        {"xl/workbook.xml", kWorkbook},
         {"xl/_rels/workbook.xml.rels", "<Relationships><Relationship Id=\"rId1\""},
         {"xl/worksheets/sheet1.xml", SheetXml("")}};
     auto book = xl::Workbook::OpenImage(MakeZip(parts), "rels.xlsx");
     ASSERT_FALSE(book.IsOk());
     const std::string& message = book.GetStatus().Message();
-    EXPECT_EQ(message.rfind("rels.xlsx: xl/_rels/workbook.xml.rels: malformed XML at byte ", 0), 0u) << message;
+    EXPECT_EQ(message.rfind("rels.xlsx: xl/_rels/workbook.xml.rels: malformed XML at byte ", 0), 0u)
+        << message;
     EXPECT_EQ(message.find("rels.xlsx", 1), std::string::npos) << message;
 }
 
 TEST(Malformed, ASheetWithoutItsRelationshipNamesTheSheetAndRelationship) {
     std::vector<std::pair<std::string, std::string>> parts = {
-        {"[Content_Types].xml", kTypes}, {"_rels/.rels", kRootRels}, {"xl/workbook.xml", kWorkbook},
-        {"xl/_rels/workbook.xml.rels", "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\"/>"},
+        {"[Content_Types].xml", kTypes},
+        {"_rels/.rels", kRootRels},
+        {"xl/workbook.xml", kWorkbook},
+        {"xl/_rels/workbook.xml.rels",
+         "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\"/>"},
         {"xl/worksheets/sheet1.xml", SheetXml("")}};
     auto book = xl::Workbook::OpenImage(MakeZip(parts), "norel.xlsx");
     ASSERT_TRUE(book.IsOk());
     base::Status st = (*book)->Sheet(0)->Load();
     ASSERT_FALSE(st.IsOk());
-    EXPECT_EQ(st.Message(), "norel.xlsx: xl/workbook.xml names sheet \"S\" by relationship \"rId1\", which "
-                            "xl/_rels/workbook.xml.rels does not have");
+    EXPECT_EQ(st.Message(),
+              "norel.xlsx: xl/workbook.xml names sheet \"S\" by relationship \"rId1\", which "
+              "xl/_rels/workbook.xml.rels does not have");
 }
 
 TEST(Malformed, DamagedSheetRelationshipsAreAnErrorNamingThePart) {
     std::vector<std::pair<std::string, std::string>> parts = {
-        {"[Content_Types].xml", kTypes}, {"_rels/.rels", kRootRels}, {"xl/workbook.xml", kWorkbook},
-        {"xl/_rels/workbook.xml.rels", kWorkbookRels}, {"xl/worksheets/sheet1.xml", SheetXml("")},
+        {"[Content_Types].xml", kTypes},
+        {"_rels/.rels", kRootRels},
+        {"xl/workbook.xml", kWorkbook},
+        {"xl/_rels/workbook.xml.rels", kWorkbookRels},
+        {"xl/worksheets/sheet1.xml", SheetXml("")},
         {"xl/worksheets/_rels/sheet1.xml.rels", "<Relationships"}};
     auto book = xl::Workbook::OpenImage(MakeZip(parts), "sheetrels.xlsx");
     ASSERT_TRUE(book.IsOk());
     base::Status st = (*book)->Sheet(0)->Load();
     ASSERT_FALSE(st.IsOk());
-    EXPECT_EQ(st.Message().rfind("sheetrels.xlsx: xl/worksheets/_rels/sheet1.xml.rels: malformed XML", 0), 0u) << st.Message();
+    EXPECT_EQ(
+        st.Message().rfind("sheetrels.xlsx: xl/worksheets/_rels/sheet1.xml.rels: malformed XML", 0),
+        0u)
+        << st.Message();
 }
 
 // A sheet with one note, its comments part given (or none) and its drawing.
 std::string PackageWithNotes(const std::string* comments) {
     const std::string sheetRels =
         "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">"
-        "<Relationship Id=\"rId1\" Type=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships/comments\" Target=\"../comments1.xml\"/>"
-        "<Relationship Id=\"rId2\" Type=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships/vmlDrawing\" Target=\"../drawings/vmlDrawing1.vml\"/>"
+        "<Relationship Id=\"rId1\" "
+        "Type=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships/comments\" "
+        "Target=\"../comments1.xml\"/>"
+        "<Relationship Id=\"rId2\" "
+        "Type=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships/vmlDrawing\" "
+        "Target=\"../drawings/vmlDrawing1.vml\"/>"
         "</Relationships>";
-    const std::string sheet = std::string("<worksheet xmlns=\"") + kMainNs +
-                              "\" xmlns:r=\"http://schemas.openxmlformats.org/officeDocument/2006/relationships\"><sheetData>"
-                              "<row r=\"1\"><c r=\"A1\"><v>1</v></c></row></sheetData><legacyDrawing r:id=\"rId2\"/></worksheet>";
+    const std::string sheet =
+        std::string("<worksheet xmlns=\"") + kMainNs +
+        "\" "
+        "xmlns:r=\"http://schemas.openxmlformats.org/officeDocument/2006/"
+        "relationships\"><sheetData>"
+        "<row r=\"1\"><c r=\"A1\"><v>1</v></c></row></sheetData><legacyDrawing "
+        "r:id=\"rId2\"/></worksheet>";
     std::vector<std::pair<std::string, std::string>> parts = {
-        {"[Content_Types].xml", kTypes}, {"_rels/.rels", kRootRels}, {"xl/workbook.xml", kWorkbook},
-        {"xl/_rels/workbook.xml.rels", kWorkbookRels}, {"xl/worksheets/sheet1.xml", sheet},
+        {"[Content_Types].xml", kTypes},
+        {"_rels/.rels", kRootRels},
+        {"xl/workbook.xml", kWorkbook},
+        {"xl/_rels/workbook.xml.rels", kWorkbookRels},
+        {"xl/worksheets/sheet1.xml", sheet},
         {"xl/worksheets/_rels/sheet1.xml.rels", sheetRels},
-        {"xl/drawings/vmlDrawing1.vml", "<xml xmlns:v=\"urn:schemas-microsoft-com:vml\"><v:shape id=\"button\"/></xml>"}};
+        {"xl/drawings/vmlDrawing1.vml",
+         "<xml xmlns:v=\"urn:schemas-microsoft-com:vml\"><v:shape id=\"button\"/></xml>"}};
     if (comments) parts.emplace_back("xl/comments1.xml", *comments);
     return MakeZip(parts);
 }
 
 const char kComments[] =
-    "<comments xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"><authors><author>a</author></authors>"
-    "<commentList><comment ref=\"A1\" authorId=\"0\"><text><t>kept</t></text></comment></commentList></comments>";
+    "<comments "
+    "xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"><authors><author>a</"
+    "author></authors>"
+    "<commentList><comment ref=\"A1\" "
+    "authorId=\"0\"><text><t>kept</t></text></comment></commentList></comments>";
 
 TEST(Malformed, DamagedOrMissingNotesAreAnErrorAndNoNoteIsWrittenOverThem) {
     const std::string damaged = std::string(kComments).substr(0, 120);
@@ -440,8 +499,10 @@ TEST(Malformed, DamagedOrMissingNotesAreAnErrorAndNoNoteIsWrittenOverThem) {
         ASSERT_TRUE(image.IsOk());
         auto again = xl::Workbook::OpenImage(*image, "again.xlsx");
         ASSERT_TRUE(again.IsOk());
-        if (comments) EXPECT_EQ(*(*again)->GetPackage().Read("xl/comments1.xml"), damaged);
-        else EXPECT_FALSE((*again)->GetPackage().Has("xl/comments1.xml"));
+        if (comments)
+            EXPECT_EQ(*(*again)->GetPackage().Read("xl/comments1.xml"), damaged);
+        else
+            EXPECT_FALSE((*again)->GetPackage().Has("xl/comments1.xml"));
     }
 }
 
@@ -457,7 +518,9 @@ TEST(Malformed, ANoteIsNotSavedOverADrawingThatCantBeRead) {
     ASSERT_TRUE(s->SetNote(2, 1, "new").IsOk());
     auto image = (*book)->SaveImage();
     ASSERT_FALSE(image.IsOk());
-    EXPECT_NE(image.GetStatus().Message().find("vml.xlsx: part xl/drawings/vmlDrawing1.vml: CRC mismatch"), std::string::npos)
+    EXPECT_NE(image.GetStatus().Message().find(
+                  "vml.xlsx: part xl/drawings/vmlDrawing1.vml: CRC mismatch"),
+              std::string::npos)
         << image.GetStatus().Message();
 }
 
@@ -470,20 +533,23 @@ TEST(Malformed, NumbersAndBooleansThatCantBeReadAreErrorsNamingThePartAndCell) {
     };
     for (auto& [cell, message] : cases) {
         SCOPED_TRACE(cell);
-        auto book = xl::Workbook::OpenImage(Package(SheetXml(std::string("<row r=\"4\">") + cell + "</row>")), "num.xlsx");
+        auto book = xl::Workbook::OpenImage(
+            Package(SheetXml(std::string("<row r=\"4\">") + cell + "</row>")), "num.xlsx");
         ASSERT_TRUE(book.IsOk());
         base::Status st = (*book)->Sheet(0)->Load();
         ASSERT_FALSE(st.IsOk());
-        EXPECT_NE(st.Message().find(std::string("num.xlsx: xl/worksheets/sheet1.xml, ") + message), std::string::npos)
+        EXPECT_NE(st.Message().find(std::string("num.xlsx: xl/worksheets/sheet1.xml, ") + message),
+                  std::string::npos)
             << st.Message();
     }
 }
 
 TEST(Malformed, NumbersInEveryWrittenFormRead) {
     auto book = xl::Workbook::OpenImage(
-        Package(SheetXml("<row r=\"1\"><c r=\"A1\"><v>1.00000000</v></c><c r=\"B1\"><v>-1.5E+300</v></c>"
-                         "<c r=\"C1\"><v>\n  7\n</v></c><c r=\"D1\"><v>+2</v></c><c r=\"E1\"><v>1E-400</v></c>"
-                         "<c r=\"F1\" t=\"b\"><v>true</v></c><c r=\"G1\"><f>NA()</f><v></v></c></row>")),
+        Package(SheetXml(
+            "<row r=\"1\"><c r=\"A1\"><v>1.00000000</v></c><c r=\"B1\"><v>-1.5E+300</v></c>"
+            "<c r=\"C1\"><v>\n  7\n</v></c><c r=\"D1\"><v>+2</v></c><c r=\"E1\"><v>1E-400</v></c>"
+            "<c r=\"F1\" t=\"b\"><v>true</v></c><c r=\"G1\"><f>NA()</f><v></v></c></row>")),
         "forms.xlsx");
     ASSERT_TRUE(book.IsOk());
     xl::Worksheet* s = (*book)->Sheet(0);

@@ -669,17 +669,22 @@ std::unique_ptr<xl::Workbook> BookWithSharedColumn() {
     std::string rows = "<row r=\"1\"><c r=\"A1\"><v>100</v></c></row>";
     for (int r = 2; r <= 60; ++r) {
         std::string n = std::to_string(r);
-        rows += "<row r=\"" + n + "\"><c r=\"A" + n + "\"><v>" + std::to_string(r - 1) + "</v></c><c r=\"B" + n + "\">";
-        rows += r == 2 ? "<f t=\"shared\" ref=\"B2:B60\" si=\"0\">A2*2+$A$1</f>" : "<f t=\"shared\" si=\"0\"/>";
+        rows += "<row r=\"" + n + "\"><c r=\"A" + n + "\"><v>" + std::to_string(r - 1) +
+                "</v></c><c r=\"B" + n + "\">";
+        rows += r == 2 ? "<f t=\"shared\" ref=\"B2:B60\" si=\"0\">A2*2+$A$1</f>"
+                       : "<f t=\"shared\" si=\"0\"/>";
         rows += "<v>" + std::to_string((r - 1) * 2 + 100) + "</v></c></row>";
     }
-    return BookWithSheet("<worksheet xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"><sheetData>" +
-                         rows + "</sheetData></worksheet>");
+    return BookWithSheet(
+        "<worksheet "
+        "xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"><sheetData>" +
+        rows + "</sheetData></worksheet>");
 }
 
 std::size_t Count(const std::string& text, const std::string& what) {
     std::size_t n = 0;
-    for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) ++n;
+    for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1))
+        ++n;
     return n;
 }
 
@@ -705,7 +710,9 @@ TEST(Workbook, OverwritingTheFirstCellOfASharedFormulaMovesItToTheNextCell) {
         ASSERT_TRUE(write(*s).IsOk());
         EXPECT_EQ(s->Value(3, 2).formula, "A3*2+$A$1");
         std::string xml = SavedSheet(*book);
-        EXPECT_NE(xml.find("<c r=\"B3\"><f t=\"shared\" ref=\"B3:B60\" si=\"0\">A3*2+$A$1</f>"), std::string::npos) << xml.substr(0, 2000);
+        EXPECT_NE(xml.find("<c r=\"B3\"><f t=\"shared\" ref=\"B3:B60\" si=\"0\">A3*2+$A$1</f>"),
+                  std::string::npos)
+            << xml.substr(0, 2000);
         EXPECT_EQ(Count(xml, "si=\"0\""), 58u);
     }
 }
@@ -721,9 +728,11 @@ TEST(Workbook, FiftySharedFormulasBelowAWrittenRangeSurvive) {
     EXPECT_EQ(s->Value(11, 2).formula, "A11*2+$A$1");
     auto values = s->Values({2, 2, 60, 2});
     for (int r = 2; r <= 60; ++r)
-        EXPECT_EQ(values[r - 2][0].formula, r <= 10 ? "" : "A" + std::to_string(r) + "*2+$A$1") << r;
+        EXPECT_EQ(values[r - 2][0].formula, r <= 10 ? "" : "A" + std::to_string(r) + "*2+$A$1")
+            << r;
     std::string xml = SavedSheet(*book);
-    EXPECT_NE(xml.find("<c r=\"B11\"><f t=\"shared\" ref=\"B11:B60\" si=\"0\">A11*2+$A$1</f>"), std::string::npos);
+    EXPECT_NE(xml.find("<c r=\"B11\"><f t=\"shared\" ref=\"B11:B60\" si=\"0\">A11*2+$A$1</f>"),
+              std::string::npos);
     EXPECT_EQ(Count(xml, "si=\"0\""), 50u);
     EXPECT_EQ(Count(xml, "<f"), 50u);
 }
@@ -739,8 +748,10 @@ TEST(Workbook, OverwritingAFollowerOfASharedFormulaKeepsTheOthers) {
 TEST(Workbook, SharedFormulaOfSeveralColumnsIsWrittenOutWhenItsFirstCellGoes) {
     auto book = BookWithSheet(
         "<worksheet xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"><sheetData>"
-        "<row r=\"2\"><c r=\"B2\"><f t=\"shared\" ref=\"B2:C3\" si=\"4\">A2+1</f><v>1</v></c><c r=\"C2\"><f t=\"shared\" si=\"4\"/><v>2</v></c></row>"
-        "<row r=\"3\"><c r=\"B3\"><f t=\"shared\" si=\"4\"/><v>1</v></c><c r=\"C3\"><f t=\"shared\" si=\"4\"/><v>2</v></c></row>"
+        "<row r=\"2\"><c r=\"B2\"><f t=\"shared\" ref=\"B2:C3\" si=\"4\">A2+1</f><v>1</v></c><c "
+        "r=\"C2\"><f t=\"shared\" si=\"4\"/><v>2</v></c></row>"
+        "<row r=\"3\"><c r=\"B3\"><f t=\"shared\" si=\"4\"/><v>1</v></c><c r=\"C3\"><f "
+        "t=\"shared\" si=\"4\"/><v>2</v></c></row>"
         "</sheetData></worksheet>");
     xl::Worksheet* s = book->Sheet(0);
     ASSERT_TRUE(s->SetNumber(2, 2, 0).IsOk());
@@ -756,8 +767,10 @@ TEST(Workbook, SharedFormulasSurviveDeletingTheirFirstRowOrCell) {
         SCOPED_TRACE(wholeRow ? "row" : "cells");
         auto book = BookWithSharedColumn();
         xl::Worksheet* s = book->Sheet(0);
-        if (wholeRow) s->DeleteRows(2, 1);
-        else s->DeleteCellsUp({2, 2, 2, 2});
+        if (wholeRow)
+            s->DeleteRows(2, 1);
+        else
+            s->DeleteCellsUp({2, 2, 2, 2});
         auto again = Reopen(*book);
         xl::Worksheet* t = again->Sheet(0);
         for (int r = 2; r <= 59; ++r) {
@@ -771,19 +784,23 @@ TEST(Workbook, WritingPartOfAnArrayOrDataTableIsRefused) {
     auto book = BookWithSheet(
         "<worksheet xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"><sheetData>"
         "<row r=\"2\"><c r=\"B2\"><f t=\"array\" ref=\"B2:B3\">A2:A3*2</f><v>2</v></c>"
-        "<c r=\"C2\"><f t=\"dataTable\" ref=\"C2:D3\" dt2D=\"0\" dtr=\"0\" r1=\"A1\"/><v>5</v></c></row>"
+        "<c r=\"C2\"><f t=\"dataTable\" ref=\"C2:D3\" dt2D=\"0\" dtr=\"0\" "
+        "r1=\"A1\"/><v>5</v></c></row>"
         "<row r=\"3\"><c r=\"B3\"><v>4</v></c><c r=\"C3\"><v>6</v></c></row>"
         "<row r=\"5\"><c r=\"B5\"><f t=\"array\" ref=\"B5\">SUM(A2:A3)</f><v>3</v></c></row>"
         "</sheetData></worksheet>");
     xl::Worksheet* s = book->Sheet(0);
     base::Status st = s->SetNumber(3, 2, 1);
     ASSERT_FALSE(st.IsOk());
-    EXPECT_NE(st.Message().find("xl/worksheets/sheet1.xml: cannot change part of an array (B2:B3)"), std::string::npos) << st.Message();
+    EXPECT_NE(st.Message().find("xl/worksheets/sheet1.xml: cannot change part of an array (B2:B3)"),
+              std::string::npos)
+        << st.Message();
     st = s->ClearValue(2, 2);
     EXPECT_FALSE(st.IsOk());
     st = s->SetString(3, 4, "x");
     ASSERT_FALSE(st.IsOk());
-    EXPECT_NE(st.Message().find("cannot change part of a data table (C2:D3)"), std::string::npos) << st.Message();
+    EXPECT_NE(st.Message().find("cannot change part of a data table (C2:D3)"), std::string::npos)
+        << st.Message();
     EXPECT_FALSE(s->PrepareWrite({1, 1, 2, 4}).IsOk());
     EXPECT_FALSE(s->IsChanged());
     EXPECT_EQ(s->Value(2, 2).formula, "A2:A3*2");
@@ -847,8 +864,9 @@ TEST(Workbook, SharedFormulaTextRepeatedInEveryCellStillMovesToTheNextCell) {
     ASSERT_TRUE(s->SetNumber(2, 2, 1).IsOk());
     EXPECT_EQ(s->Value(4, 2).formula, "A4");
     std::string xml = SavedSheet(*book);
-    EXPECT_NE(xml.find("<c r=\"B3\"><f t=\"shared\" ref=\"B3:B4\" si=\"0\">A3</f>"), std::string::npos) << xml;
+    EXPECT_NE(xml.find("<c r=\"B3\"><f t=\"shared\" ref=\"B3:B4\" si=\"0\">A3</f>"),
+              std::string::npos)
+        << xml;
 }
 
 }  // namespace
-

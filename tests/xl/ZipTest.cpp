@@ -132,9 +132,10 @@ TEST(ZipReader, DeclaredSizeIsNotAllocatedBeforeTheDataComes) {
     w.Add("xl/worksheets/sheet1.xml", PartText(5000));
     std::string zip = w.Finish();
     auto patch = [&](std::size_t at) {
-        for (int i = 0; i < 4; ++i) zip[at + i] = static_cast<char>((std::uint32_t(1) << 30) >> (8 * i));
+        for (int i = 0; i < 4; ++i)
+            zip[at + i] = static_cast<char>((std::uint32_t(1) << 30) >> (8 * i));
     };
-    patch(22);  // the local header's size
+    patch(22);                                            // the local header's size
     patch(zip.rfind(std::string("PK\x01\x02", 4)) + 24);  // the central directory's
     auto reader = xl::ZipReader::Open(zip, "claims.xlsx");
     ASSERT_TRUE(reader.IsOk()) << reader.GetStatus().Message();
@@ -143,8 +144,10 @@ TEST(ZipReader, DeclaredSizeIsNotAllocatedBeforeTheDataComes) {
     auto data = reader->Extract(reader->Entries()[0], std::uint64_t(1) << 30);
     EXPECT_LT(PeakResidentKiB() - before, 64 * 1024);
     ASSERT_FALSE(data.IsOk());
-    EXPECT_NE(data.GetStatus().Message().find("xl/worksheets/sheet1.xml"), std::string::npos) << data.GetStatus().Message();
-    EXPECT_NE(data.GetStatus().Message().find("ends after 5000 of the 1073741824 bytes"), std::string::npos)
+    EXPECT_NE(data.GetStatus().Message().find("xl/worksheets/sheet1.xml"), std::string::npos)
+        << data.GetStatus().Message();
+    EXPECT_NE(data.GetStatus().Message().find("ends after 5000 of the 1073741824 bytes"),
+              std::string::npos)
         << data.GetStatus().Message();
 }
 
