@@ -133,6 +133,13 @@ struct Worksheet::Cell {
         return {};
     }
 
+    // Neither value nor formula: only a style, if anything.
+    bool IsBlank() const { return value.empty() && !hasFormula && X().inlineXml.empty(); }
+    bool SameContent(const Cell& o) const {
+        return kind == o.kind && value == o.value && hasFormula == o.hasFormula &&
+               X().formula == o.X().formula && X().inlineXml == o.X().inlineXml;
+    }
+
     Extra& X() {
         if (!extra) extra = std::make_unique<Extra>();
         return *extra;
@@ -364,15 +371,24 @@ base::Status Worksheet::ReadRows(XmlScanner& x, const std::string& label) {
                 if (row) {
                     if (row->cells.empty()) row->cells.reserve(cells.size());
                     for (Cell& c : cells) {
-                        // Rows out of order or repeated: keep the cells sorted, a later cell wins.
+                        // Rows out of order or repeated: keep the cells sorted. A cell given
+                        // twice keeps the one that holds something (a .NET generator writes an
+                        // empty cell before the real one); two that hold different things are
+                        // an error, as either would silently hide the other.
                         if (row->cells.empty() || row->cells.back().column < c.column) {
                             row->cells.push_back(std::move(c));
                             continue;
                         }
                         auto it = std::lower_bound(row->cells.begin(), row->cells.end(), c.column,
                                                    [](const Cell& a, int col) { return a.column < col; });
-                        if (it != row->cells.end() && it->column == c.column) *it = std::move(c);
-                        else row->cells.insert(it, std::move(c));
+                        if (it == row->cells.end() || it->column != c.column) {
+                            row->cells.insert(it, std::move(c));
+                        } else if (it->IsBlank() || it->SameContent(c)) {
+                            *it = std::move(c);
+                        } else if (!c.IsBlank()) {
+                            return base::Status::Error(label + ", cell " + CellName(lastRow, c.column) +
+                                                       ": the cell is given twice with different contents");
+                        }
                     }
                 }
                 cells.clear();

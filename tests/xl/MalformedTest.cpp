@@ -561,4 +561,30 @@ TEST(Malformed, NumbersInEveryWrittenFormRead) {
     EXPECT_EQ(s->Value(1, 6).number, 1);
 }
 
+TEST(Malformed, ACellGivenTwiceWithDifferentContentsIsAnError) {
+    auto book = xl::Workbook::OpenImage(
+        Package(SheetXml("<row r=\"1\"><c r=\"B1\"><v>1</v></c></row><row r=\"1\"><c r=\"A1\"/><c><v>3</v></c></row>")),
+        "twice.xlsx");
+    ASSERT_TRUE(book.IsOk());
+    base::Status st = (*book)->Sheet(0)->Load();
+    ASSERT_FALSE(st.IsOk());
+    EXPECT_NE(st.Message().find("twice.xlsx: xl/worksheets/sheet1.xml, cell B1: the cell is given twice with "
+                                "different contents"),
+              std::string::npos)
+        << st.Message();
+}
+
+TEST(Malformed, ACellGivenTwiceKeepsTheOneThatHoldsSomething) {
+    auto book = xl::Workbook::OpenImage(
+        Package(SheetXml("<row r=\"1\"><c r=\"A1\" t=\"str\"><v></v></c><c r=\"B1\"><v>2</v></c></row>"
+                         "<row r=\"1\"><c r=\"A1\" t=\"str\"><v>Long</v></c><c r=\"B1\" s=\"0\"/></row>"
+                         "<row r=\"1\"><c r=\"B1\"><v>2</v></c></row>")),
+        "twice.xlsx");
+    ASSERT_TRUE(book.IsOk());
+    xl::Worksheet* s = (*book)->Sheet(0);
+    ASSERT_TRUE(s->Load().IsOk()) << s->Load().Message();
+    EXPECT_EQ(s->Text(1, 1), "Long");
+    EXPECT_EQ(s->Text(1, 2), "2");
+}
+
 }  // namespace
