@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Builds the fuzzers with clang and runs one: scripts/fuzz.sh cad_reader_fuzzer [-max_total_time=60]
-# The seed corpus is the matching folder of tests/corpus (dxf for cad_*, xlsx for xl_*).
+# The seed corpus is the matching folder of tests/corpus (dxf for cad_*, xlsx for xl_*), and for
+# xl_* also tests/fuzz/seeds/xl (damaged workbooks that once lost data).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
@@ -9,6 +10,6 @@ CC=clang-14 CXX=clang++-14 cmake -S . -B build-fuzz -G Ninja -DCMAKE_BUILD_TYPE=
 name=${1:?name of a fuzzer, such as cad_reader_fuzzer}
 shift
 cmake --build build-fuzz --target "$name"
-case $name in cad_*) seeds="tests/corpus/dxf tests/fuzz/seeds/dxf" ;; xl_*) seeds=tests/corpus/xlsx ;; *) seeds= ;; esac
+case $name in cad_*) seeds="tests/corpus/dxf tests/fuzz/seeds/dxf" ;; xl_*) seeds="tests/corpus/xlsx tests/fuzz/seeds/xl" ;; *) seeds= ;; esac
 mkdir -p build-fuzz/corpus-$name
 exec build-fuzz/tests/fuzz/$name build-fuzz/corpus-$name $seeds "$@"

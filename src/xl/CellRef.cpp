@@ -1,7 +1,6 @@
 #include "xl/CellRef.h"
 
 #include <algorithm>
-#include <cctype>
 #include <charconv>
 
 namespace xl {
@@ -43,30 +42,54 @@ std::string RangeName(const CellRange& range, bool absolute) {
     return out;
 }
 
-bool ParseCell(std::string_view text, int& row, int& column) {
-    std::size_t i = 0;
-    if (i < text.size() && text[i] == '$') ++i;
-    long col = 0;
-    std::size_t letters = 0;
-    while (i < text.size() && std::isalpha(static_cast<unsigned char>(text[i]))) {
-        col = col * 26 + (std::toupper(static_cast<unsigned char>(text[i])) - 'A' + 1);
-        if (++letters > 3) return false;
-        ++i;
-    }
-    if (letters == 0) return false;
-    if (i < text.size() && text[i] == '$') ++i;
+namespace {
+
+bool IsLetter(char c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); }
+bool IsDigit(char c) { return c >= '0' && c <= '9'; }
+
+// Digits only from `i` to the end, as a number from 1 to kMaxRow.
+bool ParseRowDigits(std::string_view text, std::size_t i, int& row) {
     long r = 0;
     std::size_t digits = 0;
-    while (i < text.size() && std::isdigit(static_cast<unsigned char>(text[i]))) {
+    for (; i < text.size(); ++i) {
+        if (!IsDigit(text[i]) || ++digits > 7) return false;
         r = r * 10 + (text[i] - '0');
-        if (++digits > 7) return false;
-        ++i;
     }
-    if (digits == 0 || i != text.size() || r < 1 || r > kMaxRow || col > kMaxColumn) return false;
+    if (digits == 0 || r < 1 || r > kMaxRow) return false;
     row = static_cast<int>(r);
+    return true;
+}
+
+// One parser for both forms, so that they differ only in the dollars.
+bool ParseCellText(std::string_view text, bool dollars, int& row, int& column) {
+    std::size_t i = 0;
+    if (dollars && i < text.size() && text[i] == '$') ++i;
+    long col = 0;
+    std::size_t letters = 0;
+    for (; i < text.size() && IsLetter(text[i]); ++i) {
+        if (++letters > 3) return false;
+        col = col * 26 + ((text[i] & ~0x20) - 'A' + 1);
+    }
+    if (letters == 0 || col > kMaxColumn) return false;
+    if (dollars && i < text.size() && text[i] == '$') ++i;
+    int r = 0;
+    if (!ParseRowDigits(text, i, r)) return false;
+    row = r;
     column = static_cast<int>(col);
     return true;
 }
+
+}  // namespace
+
+bool ParseCell(std::string_view text, int& row, int& column) {
+    return ParseCellText(text, true, row, column);
+}
+
+bool ParseCellName(std::string_view text, int& row, int& column) {
+    return ParseCellText(text, false, row, column);
+}
+
+bool ParseRowNumber(std::string_view text, int& row) { return ParseRowDigits(text, 0, row); }
 
 CellRange ParseRange(std::string_view text) {
     CellRange r;

@@ -33,8 +33,13 @@ std::string CellName(int row, int column, bool absolute = false);
 void AppendCellName(std::string& out, int row, int column);
 // "A1:B2", or "A1" for a single cell; absolute adds the dollars.
 std::string RangeName(const CellRange& range, bool absolute = false);
-// Parses "B3", "$b$3"; false for anything else or out of the sheet.
+// Parses "B3", "$b$3"; false for anything else (trailing text included) or out of the sheet.
 bool ParseCell(std::string_view text, int& row, int& column);
+// Parses a cell as the `r` attribute of sheet XML names it: "B3" without dollars and nothing
+// around it. Lower-case letters are read as the same cell, as LibreOffice reads them.
+bool ParseCellName(std::string_view text, int& row, int& column);
+// Parses a row number as the `r` attribute of a row gives it: digits only, 1 to kMaxRow.
+bool ParseRowNumber(std::string_view text, int& row);
 // Parses "A1:C3", "A1", "$A$1:$C$3" (corners put in order); an invalid range on failure.
 CellRange ParseRange(std::string_view text);
 

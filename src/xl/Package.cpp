@@ -258,7 +258,8 @@ Package::RelsDoc* Package::LoadRels(std::string_view source) const {
     doc->name = Has(relsName) ? Find(relsName) : relsName;
     if (Has(relsName)) {
         auto bytes = Read(relsName);
-        base::Status st = bytes ? ParseXml(doc->doc, *bytes, relsName) : bytes.GetStatus();
+        base::Status st =
+            bytes ? ParseXml(doc->doc, *bytes, label_ + ": " + doc->name) : bytes.GetStatus();
         if (!st) {
             doc->error = st.Message();
             doc->doc.reset();

@@ -155,6 +155,10 @@ base::Status Workbook::Init() {
     pugi::xml_node pr = Child(root, "workbookPr");
     date1904_ = Attr(pr, "date1904").as_bool();
     active_ = Attr(Child(Child(root, "bookViews"), "workbookView"), "activeTab").as_int();
+    // Without its relationships no sheet, string or style of the workbook can be found, and a
+    // save would write new ones over the damaged part.
+    if (std::string relsError = package_.RelsError(workbookPart_); !relsError.empty())
+        return base::Status::Error(relsError);
     std::vector<Relationship> rels = package_.Relationships(workbookPart_);
     for (pugi::xml_node s = Child(Child(root, "sheets"), "sheet"); s; s = s.next_sibling()) {
         if (LocalName(s) != "sheet") continue;
@@ -180,17 +184,29 @@ base::Status Workbook::Init() {
     return base::Status::Ok();
 }
 
-SharedStrings& Workbook::Strings() {
-    if (!strings_) {
-        strings_ = std::make_unique<SharedStrings>();
-        std::string part = package_.TargetOf(workbookPart_, "sharedStrings");
-        if (!part.empty() && package_.Has(part)) {
-            auto xml = package_.Read(part);
-            // A damaged table leaves its cells empty rather than losing the whole workbook.
-            if (!xml || !strings_->Load(std::move(*xml), package_.Label() + ": " + part))
-                strings_ = std::make_unique<SharedStrings>();
-        }
+base::Status Workbook::LoadStrings() {
+    if (strings_) return stringsStatus_;
+    strings_ = std::make_unique<SharedStrings>();
+    stringsPart_ = package_.TargetOf(workbookPart_, "sharedStrings");
+    if (stringsPart_.empty()) return stringsStatus_;
+    // A table that can't be read is never replaced by an empty one: the cells that point into it
+    // would read as empty, and a save would write a new table over it.
+    if (!package_.Has(stringsPart_)) {
+        stringsStatus_ = base::Status::Error(package_.Label() + ": the shared-string part " +
+                                             stringsPart_ + " is missing");
+    } else {
+        stringsPart_ = package_.Find(stringsPart_);
+        auto xml = package_.Read(stringsPart_);
+        stringsStatus_ =
+            xml ? strings_->Load(std::move(*xml), package_.Label() + ": " + stringsPart_)
+                : xml.GetStatus();
     }
+    if (!stringsStatus_) strings_ = std::make_unique<SharedStrings>();
+    return stringsStatus_;
+}
+
+SharedStrings& Workbook::Strings() {
+    (void)LoadStrings();
     return *strings_;
 }
 
@@ -421,7 +437,8 @@ base::Status Workbook::WriteChangedParts() {
     for (auto& sheet : sheets_) {
         if (!sheet->changed_ && !sheet->notesChanged_) continue;
         anyChange = true;
-        if (sheet->notesChanged_) sheet->SaveNotes();
+        if (sheet->notesChanged_)
+            if (base::Status st = sheet->SaveNotes(); !st) return st;
         if (sheet->changed_) {
             DeflateStream xml;
             if (base::Status st = sheet->SaveTo(xml); !st) return st;

@@ -86,6 +86,12 @@ private:
     Workbook();
     base::Status Init();
     base::Status WriteChangedParts();
+    // Reads the shared-string table once; the error names its part and what is wrong with it.
+    // A workbook without one is Ok, with an empty table that a save adds when strings were added.
+    base::Status LoadStrings();
+    // True when the workbook has a shared-string part and it was read.
+    bool HasStringsPart() const { return strings_ && !stringsPart_.empty() && stringsStatus_; }
+    // The table; empty when it is absent or could not be read (LoadStrings says which).
     SharedStrings& Strings();
     Styles& GetStyles();
     void TouchWorkbook() { workbookChanged_ = true; }
@@ -97,6 +103,8 @@ private:
     std::unique_ptr<pugi::xml_document> workbookXml_;
     std::vector<std::unique_ptr<Worksheet>> sheets_;
     std::unique_ptr<SharedStrings> strings_;
+    std::string stringsPart_;  // "" when the workbook has none
+    base::Status stringsStatus_;
     std::unique_ptr<Styles> styles_;
     bool workbookChanged_ = false;
     bool date1904_ = false;

@@ -3,11 +3,12 @@
 #include <pugixml.hpp>
 
 #include <algorithm>
-#include <limits>
-#include <charconv>
 #include <cctype>
+#include <charconv>
 #include <cmath>
 #include <cstdlib>
+#include <limits>
+#include <unordered_map>
 
 #include "base/Text.h"
 #include "xl/Comments.h"
@@ -67,6 +68,28 @@ double IsoToSerial(std::string_view iso) {
     return serial + (hh * 3600 + mm * 60 + ss) / 86400.0;
 }
 
+// The value of attribute `name` inside raw attribute text (` t="shared" si="0"`); "" if absent.
+std::string RawAttr(std::string_view attrs, std::string_view name) {
+    std::string key = " " + std::string(name) + "=\"";
+    std::size_t at = attrs.find(key);
+    if (at == std::string_view::npos) return {};
+    std::size_t start = at + key.size();
+    std::size_t end = attrs.find('"', start);
+    return std::string(attrs.substr(start, end - start));
+}
+
+std::string SetRawAttr(std::string attrs, std::string_view name, std::string_view value) {
+    std::string key = " " + std::string(name) + "=\"";
+    std::size_t at = attrs.find(key);
+    if (at == std::string::npos) return attrs;
+    std::size_t start = at + key.size();
+    std::size_t end = attrs.find('"', start);
+    attrs.replace(start, end - start, value);
+    return attrs;
+}
+
+bool IsXmlSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+
 }  // namespace
 
 struct Worksheet::Cell {
@@ -110,6 +133,13 @@ struct Worksheet::Cell {
         return {};
     }
 
+    // Neither value nor formula: only a style, if anything.
+    bool IsBlank() const { return value.empty() && !hasFormula && X().inlineXml.empty(); }
+    bool SameContent(const Cell& o) const {
+        return kind == o.kind && value == o.value && hasFormula == o.hasFormula &&
+               X().formula == o.X().formula && X().inlineXml == o.X().inlineXml;
+    }
+
     Extra& X() {
         if (!extra) extra = std::make_unique<Extra>();
         return *extra;
@@ -146,6 +176,7 @@ struct Worksheet::Data {
     pugi::xml_document doc;
     std::map<int, Row> rows;
     bool notesLoaded = false;
+    base::Status notesStatus;       // why the notes could not be read, once notesLoaded
     std::vector<StoredNote> notes;  // sorted by row, column
     Note noteAt;                    // what NoteAt() last gave
     std::string xml;                   // the sheet part, parsed in place
@@ -153,6 +184,11 @@ struct Worksheet::Data {
     std::string commentsRoot;          // its root's namespace declarations
     std::string commentsPart;
     std::string vmlPart;
+    // Formulas that other cells depend on, found at the first write or formula read after a
+    // load or a shift, and kept up to date by the writes.
+    std::vector<ArrayFormula> arrays;  // array formulas and data tables
+    std::unordered_map<std::string, std::pair<int, int>> sharedMasters;  // si -> row, column
+    bool formulasKnown = false;
 };
 
 Worksheet::Worksheet(Workbook& book, std::string name, std::string part, SheetKind kind)
@@ -201,6 +237,11 @@ base::Status Worksheet::Load() {
     };
     if (kind_ != SheetKind::Worksheet && kind_ != SheetKind::Macrosheet && kind_ != SheetKind::Dialogsheet)
         return fail(base::Status::Error(book_.GetPackage().Label() + ": " + name_ + " is a chart sheet, it has no cells"));
+    if (part_.empty())
+        return fail(base::Status::Error(
+            book_.GetPackage().Label() + ": " + book_.workbookPart_ + " names sheet \"" + name_ +
+            "\" by relationship \"" + relId_ + "\", which " +
+            Package::RelsPartName(book_.workbookPart_) + " does not have"));
     auto xml = book_.GetPackage().Read(part_);
     if (!xml) return fail(base::Status::Error(xml.GetStatus().Message() + " (sheet \"" + name_ + "\")"));
     std::string label = book_.GetPackage().Label() + ": " + part_;
@@ -215,7 +256,7 @@ base::Status Worksheet::Load() {
             if (t == XmlScanner::Token::StartElement && x.Depth() == 1 && x.LocalName() == "sheetData" &&
                 cutBegin == std::string::npos) {
                 cutBegin = x.TokenEnd();
-                if (!ReadRows(x)) return fail(base::Status::Error(label + ": " + x.Error()));
+                if (base::Status st = ReadRows(x, label); !st) return fail(st);
                 cutEnd = x.TokenBegin();
             }
         }
@@ -229,6 +270,14 @@ base::Status Worksheet::Load() {
         data_->xml = std::move(*xml);
     }
     if (base::Status st = ParseXmlInPlace(data_->doc, data_->xml, label); !st) return fail(st);
+    std::string_view root = LocalName(Root());
+    if (root != "worksheet" && root != "macrosheet" && root != "dialogsheet")
+        return fail(base::Status::Error(label + ": the part holds <" + std::string(Root().name()) +
+                                        ">, not a worksheet"));
+    // The sheet's notes, links and drawings hang on its relationships; a save must not replace
+    // damaged ones with the few it adds.
+    if (std::string relsError = book_.GetPackage().RelsError(part_); !relsError.empty())
+        return fail(base::Status::Error(relsError));
     pugi::xml_node sheetData = Child(Root(), "sheetData");
     while (sheetData.first_child()) sheetData.remove_child(sheetData.first_child());
     if (!sheetData) sheetData = EnsureChild(Root(), "sheetData");
@@ -236,12 +285,10 @@ base::Status Worksheet::Load() {
     return loadStatus_;
 }
 
-bool Worksheet::ReadRows(XmlScanner& x) {
+base::Status Worksheet::ReadRows(XmlScanner& x, const std::string& label) {
     using Token = XmlScanner::Token;
     int lastRow = 0, lastCol = 0;
-    Row* row = nullptr;        // the row being read; nullptr past the last sheet row
-    bool rowsDone = false;     // a row beyond the sheet ends the reading, as the program does
-    bool cellsDone = false;    // likewise a cell beyond the last column ends its row
+    Row* row = nullptr;        // the row being read
     std::vector<Cell> cells;   // the cells of the current row, moved into it at its end
     Cell cell;
     bool inCell = false;
@@ -255,36 +302,103 @@ bool Worksheet::ReadRows(XmlScanner& x) {
     bool sawT = false;
     std::string_view name;
     std::string value;
+    // A reference that can't be read is an error: read by its prefix or skipped, a cell would
+    // land elsewhere or vanish, and an import would blank what it held.
+    auto badRef = [&](std::string_view what) {
+        return base::Status::Error(label + ", row " + std::to_string(lastRow) + ": " +
+                                   std::string(what));
+    };
+    // Values are checked as each cell is read, so nothing later sees one that can't be read:
+    // a number read by its prefix or a string index outside the table would give a wrong value
+    // or an empty one. The string table is read at the first cell that needs it.
+    const SharedStrings* strings = nullptr;
+    auto checkValue = [&](const Cell& c) -> base::Status {
+        auto where = [&] { return label + ", cell " + CellName(lastRow, c.column); };
+        // The readers below skip white space around the digits, as pretty-printed files have it.
+        std::string_view v = c.value;
+        while (!v.empty() && IsXmlSpace(v.front())) v.remove_prefix(1);
+        while (!v.empty() && IsXmlSpace(v.back())) v.remove_suffix(1);
+        if (c.kind == Cell::Kind::Number) {
+            if (v.size() > 1 && v.front() == '+') v.remove_prefix(1);
+            double number = 0;
+            auto [end, ec] = std::from_chars(v.data(), v.data() + v.size(), number);
+            if (end != v.data() + v.size() ||
+                (ec != std::errc() && ec != std::errc::result_out_of_range) || v.empty())
+                return base::Status::Error(where() + ": the number \"" + c.value +
+                                           "\" can't be read");
+            return base::Status::Ok();
+        }
+        if (c.kind == Cell::Kind::Boolean) {
+            if (v == "0" || v == "1" || base::EqualNoCase(v, "true") ||
+                base::EqualNoCase(v, "false"))
+                return base::Status::Ok();
+            return base::Status::Error(where() + ": the boolean \"" + c.value +
+                                       "\" is neither 0 nor 1");
+        }
+        if (!strings) {
+            if (base::Status st = book_.LoadStrings(); !st)
+                return base::Status::Error(st.Message() + " (read for " + part_ + ", cell " +
+                                           CellName(lastRow, c.column) + ")");
+            if (!book_.HasStringsPart())
+                return base::Status::Error(
+                    where() + ": shared string " + c.value +
+                    " does not exist (the workbook has no shared-string table)");
+            strings = &book_.Strings();
+        }
+        std::uint64_t index = 0;
+        auto [end, ec] = std::from_chars(v.data(), v.data() + v.size(), index);
+        if (ec != std::errc() || end != v.data() + v.size() || v.empty())
+            return base::Status::Error(where() + ": the shared-string index \"" + c.value +
+                                       "\" is not a number");
+        if (index >= strings->Size())
+            return base::Status::Error(where() + ": shared string " + c.value +
+                                       " does not exist (the table has " +
+                                       std::to_string(strings->Size()) + ")");
+        return base::Status::Ok();
+    };
     while (true) {
         Token t = x.Next();
-        if (t == Token::Error) return false;
-        if (t == Token::End) return true;
+        if (t == Token::Error) return base::Status::Error(label + ": " + x.Error());
+        if (t == Token::End) return base::Status::Ok();
         std::size_t depth = x.Depth();
         if (t == Token::Text) {
             if (capture && depth == captureDepth + 1) x.AppendText(*capture);
             continue;
         }
         if (t == Token::EndElement) {
-            if (depth == 1) return true;  // </sheetData>
+            if (depth == 1) return base::Status::Ok();  // </sheetData>
             if (depth == 2) {
                 if (row) {
                     if (row->cells.empty()) row->cells.reserve(cells.size());
                     for (Cell& c : cells) {
-                        // Rows out of order or repeated: keep the cells sorted, a later cell wins.
+                        // Rows out of order or repeated: keep the cells sorted. A cell given
+                        // twice keeps the one that holds something (a .NET generator writes an
+                        // empty cell before the real one); two that hold different things are
+                        // an error, as either would silently hide the other.
                         if (row->cells.empty() || row->cells.back().column < c.column) {
                             row->cells.push_back(std::move(c));
                             continue;
                         }
                         auto it = std::lower_bound(row->cells.begin(), row->cells.end(), c.column,
                                                    [](const Cell& a, int col) { return a.column < col; });
-                        if (it != row->cells.end() && it->column == c.column) *it = std::move(c);
-                        else row->cells.insert(it, std::move(c));
+                        if (it == row->cells.end() || it->column != c.column) {
+                            row->cells.insert(it, std::move(c));
+                        } else if (it->IsBlank() || it->SameContent(c)) {
+                            *it = std::move(c);
+                        } else if (!c.IsBlank()) {
+                            return base::Status::Error(label + ", cell " + CellName(lastRow, c.column) +
+                                                       ": the cell is given twice with different contents");
+                        }
                     }
                 }
                 cells.clear();
                 row = nullptr;
             } else if (depth == 3 && inCell) {
                 inCell = false;
+                if (!cell.value.empty() &&
+                    (cell.kind == Cell::Kind::Number || cell.kind == Cell::Kind::Boolean ||
+                     cell.kind == Cell::Kind::Shared))
+                    if (base::Status st = checkValue(cell); !st) return st;
                 cells.push_back(std::move(cell));
             } else if (depth == 4 && inCell) {
                 std::string_view raw = x.Text().substr(childBegin, x.TokenEnd() - childBegin);
@@ -307,32 +421,31 @@ bool Worksheet::ReadRows(XmlScanner& x) {
         // An element starts.
         std::string_view local = x.LocalName();
         if (depth == 2) {
-            if (local != "row" || rowsDone) continue;
-            int rowNo = lastRow + 1;
-            if (x.Attribute("r", value)) {
-                char* end = nullptr;
-                long r = std::strtol(value.c_str(), &end, 10);
-                if (end != value.c_str() && r >= 1 && r <= kMaxRow) rowNo = static_cast<int>(r);
-            }
+            if (local != "row") continue;
             // Rows and cells without r follow the previous ones, as some generators write them.
-            if (rowNo > kMaxRow) {
-                rowsDone = true;
-                continue;
-            }
+            int rowNo = lastRow + 1;
+            if (x.Attribute("r", value) && !ParseRowNumber(value, rowNo))
+                return badRef("the row number \"" + value + "\" is not one from 1 to " +
+                              std::to_string(kMaxRow));
+            if (rowNo > kMaxRow)
+                return badRef("the next row would be beyond the last row of a sheet");
             lastRow = rowNo;
             row = &data_->rows[rowNo];
-            cellsDone = false;
             lastCol = row->cells.empty() ? 0 : row->cells.back().column;
             for (std::size_t pos = 0; x.NextAttribute(pos, name, value);)
                 if (name != "r" && name != "spans") row->Set(name, value);
         } else if (depth == 3) {
-            if (!row || local != "c" || cellsDone) continue;
+            if (!row || local != "c") continue;
             cell = Cell();
-            int rr = 0, cc = 0;
             cell.column = lastCol + 1;
             for (std::size_t pos = 0; x.NextAttribute(pos, name, value);) {
                 if (name == "r") {
-                    if (ParseCell(value, rr, cc)) cell.column = cc;
+                    int rr = 0;
+                    if (!ParseCellName(value, rr, cell.column))
+                        return badRef("the cell reference \"" + value +
+                                      "\" is not a cell of the sheet");
+                    if (rr != lastRow)
+                        return badRef("the cell reference \"" + value + "\" names another row");
                 } else if (name == "s") {
                     cell.style = static_cast<std::uint32_t>(std::strtoul(value.c_str(), nullptr, 10));
                     cell.hasStyle = true;
@@ -347,10 +460,8 @@ bool Worksheet::ReadRows(XmlScanner& x) {
                     attrs += '"';
                 }
             }
-            if (cell.column > kMaxColumn) {
-                cellsDone = true;
-                continue;
-            }
+            if (cell.column > kMaxColumn)
+                return badRef("the next cell would be beyond the last column of a sheet");
             lastCol = cell.column;
             inCell = true;
         } else if (depth == 4 && inCell) {
@@ -473,7 +584,9 @@ CellValue Worksheet::ValueOf(const Cell& c) const {
 CellValue Worksheet::Value(int row, int column) {
     if (Cell* c = FindCell(row, column)) {
         if (c->kind == Cell::Kind::Shared) book_.Strings();
-        return ValueOf(*c);
+        CellValue v = ValueOf(*c);
+        if (v.formula.empty() && c->hasFormula) v.formula = FormulaOf(row, *c);
+        return v;
     }
     return {};
 }
@@ -498,32 +611,33 @@ std::string Worksheet::Text(int row, int column) {
     return TextOf(*c);
 }
 
-void Worksheet::SetString(int row, int column, std::string_view text) {
-    if (!Load()) return;
+base::Status Worksheet::SetString(int row, int column, std::string_view text) {
     // An empty text empties the cell, as assigning "" does in the program.
-    if (text.empty()) {
-        ClearValue(row, column);
-        return;
-    }
+    if (text.empty()) return ClearValue(row, column);
+    // A table that can't be read takes no new strings: a save would write it over the old one.
+    if (base::Status st = book_.LoadStrings(); !st) return st;
+    if (base::Status st = PrepareWrite({row, column, row, column}); !st) return st;
     std::uint32_t id = book_.Strings().Add(text);
     Cell& c = MakeCell(row, column);
     c.kind = Cell::Kind::Shared;
     c.value = std::to_string(id);
     c.hasFormula = false;
     c.extra.reset();
+    return base::Status::Ok();
 }
 
-void Worksheet::SetNumber(int row, int column, double value) {
-    if (!Load()) return;
+base::Status Worksheet::SetNumber(int row, int column, double value) {
+    if (base::Status st = PrepareWrite({row, column, row, column}); !st) return st;
     Cell& c = MakeCell(row, column);
     c.kind = Cell::Kind::Number;
     c.value = std::isfinite(value) ? FormatDouble(value) : "0";
     c.hasFormula = false;
     c.extra.reset();
+    return base::Status::Ok();
 }
 
-void Worksheet::SetFormula(int row, int column, std::string_view formula) {
-    if (!Load()) return;
+base::Status Worksheet::SetFormula(int row, int column, std::string_view formula) {
+    if (base::Status st = PrepareWrite({row, column, row, column}); !st) return st;
     Cell& c = MakeCell(row, column);
     c.kind = Cell::Kind::Number;
     c.value.clear();
@@ -531,17 +645,164 @@ void Worksheet::SetFormula(int row, int column, std::string_view formula) {
     c.X().formula = std::string(formula);
     c.hasFormula = true;
     book_.SetRecalculateOnOpen(true);
+    return base::Status::Ok();
 }
 
-void Worksheet::ClearValue(int row, int column) {
+base::Status Worksheet::ClearValue(int row, int column) {
+    if (base::Status st = PrepareWrite({row, column, row, column}); !st) return st;
     Cell* c = FindCell(row, column);
-    if (!c) return;
+    if (!c) return base::Status::Ok();
     Touch();
     Cell cleared;
     cleared.column = c->column;
     cleared.style = c->style;
     cleared.hasStyle = c->hasStyle;
     *c = std::move(cleared);
+    return base::Status::Ok();
+}
+
+namespace {
+
+bool Covers(const CellRange& outer, const CellRange& inner) {
+    return outer.Contains(inner.firstRow, inner.firstColumn) &&
+           outer.Contains(inner.lastRow, inner.lastColumn);
+}
+
+bool IsSharedFormula(const std::string& fAttrs) { return RawAttr(fAttrs, "t") == "shared"; }
+
+// The cell that holds a shared formula's text and the range of cells sharing it; the others
+// have neither (some generators repeat the text in every cell, which changes nothing).
+bool IsSharedMaster(const std::string& formula, const std::string& fAttrs) {
+    return !formula.empty() && IsSharedFormula(fAttrs) && !RawAttr(fAttrs, "ref").empty();
+}
+
+}  // namespace
+
+void Worksheet::IndexFormulas() {
+    if (data_->formulasKnown) return;
+    data_->arrays.clear();
+    data_->sharedMasters.clear();
+    for (auto& [rowNo, row] : data_->rows)
+        for (const Cell& c : row.cells) {
+            if (!c.hasFormula || !c.extra) continue;
+            std::string t = RawAttr(c.extra->fAttrs, "t");
+            if (t == "shared" && IsSharedMaster(c.extra->formula, c.extra->fAttrs)) {
+                data_->sharedMasters[RawAttr(c.extra->fAttrs, "si")] = {rowNo, c.column};
+            } else if (t == "array" || t == "dataTable") {
+                CellRange r = ParseRange(RawAttr(c.extra->fAttrs, "ref"));
+                if (!r.IsValid()) r = {rowNo, c.column, rowNo, c.column};
+                data_->arrays.push_back(ArrayFormula{r, rowNo, c.column, t == "dataTable"});
+            }
+        }
+    data_->formulasKnown = true;
+}
+
+std::string Worksheet::FormulaOf(int row, const Cell& c) {
+    if (!c.hasFormula || !c.extra || !c.extra->formula.empty() || !IsSharedFormula(c.extra->fAttrs))
+        return c.X().formula;
+    IndexFormulas();
+    auto it = data_->sharedMasters.find(RawAttr(c.extra->fAttrs, "si"));
+    if (it == data_->sharedMasters.end()) return {};
+    auto [masterRow, masterColumn] = it->second;
+    const Cell* master = FindCell(masterRow, masterColumn);
+    return master ? TranslateFormula(master->X().formula, row - masterRow, c.column - masterColumn)
+                  : std::string();
+}
+
+base::Status Worksheet::PrepareWrite(const CellRange& range) {
+    if (base::Status st = Load(); !st) return st;
+    // Called for every cell written: the message is made only when there is one to give.
+    auto label = [&] { return book_.GetPackage().Label() + ": " + part_; };
+    if (!range.IsValid() || range.lastRow > kMaxRow || range.lastColumn > kMaxColumn)
+        return base::Status::Error(label() + ": cannot write outside the sheet (row " +
+                                   std::to_string(range.firstRow) + ", column " +
+                                   std::to_string(range.firstColumn) + ")");
+    // Everything is checked before anything changes, so a refused write leaves the sheet as it was.
+    IndexFormulas();
+    for (const ArrayFormula& a : data_->arrays)
+        if (a.range.Intersects(range) && !Covers(range, a.range))
+            return base::Status::Error(label() + ": cannot change part of " +
+                                       (a.dataTable ? "a data table" : "an array") + " (" +
+                                       RangeName(a.range) + "); write all of its cells or none");
+    std::erase_if(data_->arrays, [&](const ArrayFormula& a) {
+        if (!Covers(range, a.range)) return false;
+        if (Cell* master = FindCell(a.row, a.column)) DropFormula(*master);
+        return true;
+    });
+    for (auto it = data_->rows.lower_bound(range.firstRow);
+         it != data_->rows.end() && it->first <= range.lastRow; ++it) {
+        std::vector<Cell>& cells = it->second.cells;
+        auto c = std::lower_bound(cells.begin(), cells.end(), range.firstColumn,
+                                  [](const Cell& a, int col) { return a.column < col; });
+        for (; c != cells.end() && c->column <= range.lastColumn; ++c)
+            if (c->hasFormula && c->extra && IsSharedMaster(c->extra->formula, c->extra->fAttrs))
+                MoveSharedMaster(it->first, *c, range);
+    }
+    return base::Status::Ok();
+}
+
+void Worksheet::DropFormula(Cell& cell) {
+    // The cached value stays as the cell's constant until the caller writes over it.
+    cell.hasFormula = false;
+    if (cell.extra) {
+        cell.extra->formula.clear();
+        cell.extra->fAttrs.clear();
+    }
+    Touch();
+}
+
+void Worksheet::MoveSharedMaster(int masterRow, Cell& master, const CellRange& written) {
+    const std::string si = RawAttr(master.X().fAttrs, "si");
+    const CellRange ref = ParseRange(RawAttr(master.X().fAttrs, "ref"));
+    auto isFollower = [&](const Cell& c) {
+        return c.hasFormula && c.extra && IsSharedFormula(c.extra->fAttrs) &&
+               !IsSharedMaster(c.extra->formula, c.extra->fAttrs) &&
+               RawAttr(c.extra->fAttrs, "si") == si;
+    };
+    // The first cell of the group that stays, in row-major order, as the program picks it.
+    int newRow = 0;
+    Cell* next = nullptr;
+    for (auto it = data_->rows.lower_bound(ref.firstRow);
+         !next && ref.IsValid() && it != data_->rows.end() && it->first <= ref.lastRow; ++it) {
+        std::vector<Cell>& cells = it->second.cells;
+        auto c = std::lower_bound(cells.begin(), cells.end(), ref.firstColumn,
+                                  [](const Cell& a, int col) { return a.column < col; });
+        for (; c != cells.end() && c->column <= ref.lastColumn; ++c)
+            if (!written.Contains(it->first, c->column) && isFollower(*c)) {
+                next = &*c;
+                newRow = it->first;
+                break;
+            }
+    }
+    if (next) {
+        const int rows = newRow - masterRow, columns = next->column - master.column;
+        // The cells still in the group lie from the new master on: below it in the whole width of
+        // the range, or right of it in its last row. A new master inside the width would leave
+        // cells left of it outside any rectangle it starts, so such a group is written out cell by
+        // cell instead.
+        CellRange shrunk;
+        if (next->column == ref.firstColumn)
+            shrunk = {newRow, ref.firstColumn, ref.lastRow, ref.lastColumn};
+        else if (newRow == ref.lastRow)
+            shrunk = {newRow, next->column, ref.lastRow, ref.lastColumn};
+        if (shrunk.IsValid()) {
+            next->X().formula = TranslateFormula(master.X().formula, rows, columns);
+            next->X().fAttrs = SetRawAttr(master.X().fAttrs, "ref", RangeName(shrunk));
+            data_->sharedMasters[si] = {newRow, next->column};
+            DropFormula(master);
+            return;
+        }
+        for (auto it = data_->rows.lower_bound(newRow);
+             it != data_->rows.end() && it->first <= ref.lastRow; ++it)
+            for (Cell& c : it->second.cells)
+                if (ref.Contains(it->first, c.column) && isFollower(c)) {
+                    c.X().formula = TranslateFormula(master.X().formula, it->first - masterRow,
+                                                     c.column - master.column);
+                    c.X().fAttrs.clear();
+                }
+    }
+    data_->sharedMasters.erase(si);
+    DropFormula(master);
 }
 
 std::vector<std::vector<CellValue>> Worksheet::Values(const CellRange& range) {
@@ -552,8 +813,11 @@ std::vector<std::vector<CellValue>> Worksheet::Values(const CellRange& range) {
                std::vector<CellValue>(range.lastColumn - range.firstColumn + 1));
     for (auto it = data_->rows.lower_bound(range.firstRow); it != data_->rows.end() && it->first <= range.lastRow; ++it)
         for (const Cell& c : it->second.cells)
-            if (c.column >= range.firstColumn && c.column <= range.lastColumn)
-                out[it->first - range.firstRow][c.column - range.firstColumn] = ValueOf(c);
+            if (c.column >= range.firstColumn && c.column <= range.lastColumn) {
+                CellValue& v = out[it->first - range.firstRow][c.column - range.firstColumn];
+                v = ValueOf(c);
+                if (v.formula.empty() && c.hasFormula) v.formula = FormulaOf(it->first, c);
+            }
     return out;
 }
 
@@ -612,28 +876,35 @@ int Worksheet::LastFilledColumn() {
     return last;
 }
 
-void Worksheet::LoadNotes() {
-    if (data_->notesLoaded) return;
+base::Status Worksheet::LoadNotes() {
+    if (data_->notesLoaded) return data_->notesStatus;
     data_->notesLoaded = true;
+    // Notes that can't be read are an error, never none: a note added then would be saved in a
+    // new comments part over the old one.
+    auto fail = [&](base::Status st) { return data_->notesStatus = std::move(st); };
+    if (base::Status st = Load(); !st) return fail(st);
     Package& pkg = book_.GetPackage();
     data_->commentsPart = pkg.TargetOf(part_, "comments");
-    if (!data_->commentsPart.empty()) data_->commentsPart = pkg.Has(data_->commentsPart) ? pkg.Find(data_->commentsPart) : "";
-    // The notes' drawing is the one named by legacyDrawing, not the header/footer one.
-    if (Load()) {
-        std::string id = Attr(Child(Root(), "legacyDrawing"), "id").value();
-        for (const Relationship& r : pkg.Relationships(part_))
-            if (r.id == id && !r.external) data_->vmlPart = pkg.Has(r.target) ? pkg.Find(r.target) : "";
+    if (!data_->commentsPart.empty()) {
+        if (!pkg.Has(data_->commentsPart))
+            return fail(base::Status::Error(pkg.Label() + ": the comments part " +
+                                            data_->commentsPart + " of " + part_ + " is missing"));
+        data_->commentsPart = pkg.Find(data_->commentsPart);
     }
-    if (data_->commentsPart.empty()) return;
+    // The notes' drawing is the one named by legacyDrawing, not the header/footer one.
+    std::string id = Attr(Child(Root(), "legacyDrawing"), "id").value();
+    for (const Relationship& r : pkg.Relationships(part_))
+        if (r.id == id && !r.external) data_->vmlPart = pkg.Has(r.target) ? pkg.Find(r.target) : "";
+    if (data_->commentsPart.empty()) return data_->notesStatus;
     base::Result<NotesPart> part = base::Status::Error("");
     {
         // The part's text lives only while it is read.
         auto xml = pkg.Read(data_->commentsPart);
-        if (!xml) return;
+        if (!xml) return fail(xml.GetStatus());
         XmlScanner::MakeUtf8(*xml);
         part = ReadNotes(*xml, pkg.Label() + ": " + data_->commentsPart);
     }
-    if (!part) return;
+    if (!part) return fail(part.GetStatus());
     data_->notes = std::move(part->notes);
     data_->authors = std::move(part->authors);
     data_->commentsRoot = std::move(part->rootAttributes);
@@ -642,6 +913,7 @@ void Worksheet::LoadNotes() {
     };
     if (!std::is_sorted(data_->notes.begin(), data_->notes.end(), byCell))
         std::stable_sort(data_->notes.begin(), data_->notes.end(), byCell);
+    return data_->notesStatus;
 }
 
 std::vector<Note> Worksheet::Notes() {
@@ -682,8 +954,9 @@ const Note* Worksheet::NoteAt(int row, int column) {
     return &data_->noteAt;
 }
 
-void Worksheet::SetNote(int row, int column, std::string_view text, std::string_view author) {
-    LoadNotes();
+base::Status Worksheet::SetNote(int row, int column, std::string_view text,
+                                std::string_view author) {
+    if (base::Status st = LoadNotes(); !st) return st;
     notesChanged_ = true;
     auto it = FirstNoteFrom(data_->notes, row, column);
     std::uint32_t authorId = AuthorIndex(data_->authors, author);
@@ -691,7 +964,7 @@ void Worksheet::SetNote(int row, int column, std::string_view text, std::string_
         it->text.assign(text);
         it->author = authorId;
         it->changed = true;
-        return;
+        return base::Status::Ok();
     }
     if (it == data_->notes.end() && data_->notes.size() == data_->notes.capacity()) {
         // Notes are mostly added in order, one per cell: grow by half, not double.
@@ -705,6 +978,7 @@ void Worksheet::SetNote(int row, int column, std::string_view text, std::string_
     added.changed = true;
     added.text.assign(text);
     data_->notes.insert(it, std::move(added));
+    return base::Status::Ok();
 }
 
 bool Worksheet::DeleteNote(int row, int column) {
@@ -728,12 +1002,19 @@ int Worksheet::ClearNotes(const CellRange& range) {
     return removed;
 }
 
-void Worksheet::SaveNotes() {
+base::Status Worksheet::SaveNotes() {
     Package& pkg = book_.GetPackage();
-    if (!Load()) return;
-    LoadNotes();
+    if (base::Status st = LoadNotes(); !st) return st;
+    std::string originalVml;
+    // The drawing keeps the notes' shapes and others (buttons); one that can't be read is not
+    // replaced by a drawing of the notes alone.
+    if (!data_->vmlPart.empty()) {
+        auto vml = pkg.Read(data_->vmlPart);
+        if (!vml) return vml.GetStatus();
+        originalVml = std::move(*vml);
+    }
     if (data_->commentsPart.empty()) {
-        if (data_->notes.empty()) return;
+        if (data_->notes.empty()) return base::Status::Ok();
         for (int n = 1;; ++n) {
             std::string name = "xl/comments" + std::to_string(n) + ".xml";
             if (!pkg.Has(name)) {
@@ -745,7 +1026,6 @@ void Worksheet::SaveNotes() {
         pkg.SetContentType(data_->commentsPart,
                            "application/vnd.openxmlformats-officedocument.spreadsheetml.comments+xml");
     }
-    std::string originalVml;
     if (data_->vmlPart.empty()) {
         for (int n = 1;; ++n) {
             std::string name = "xl/drawings/vmlDrawing" + std::to_string(n) + ".vml";
@@ -764,8 +1044,6 @@ void Worksheet::SaveNotes() {
         if (!declared) Root().append_attribute("xmlns:r") = kRelNs;
         ld.append_attribute("r:id") = id.c_str();
         Touch();
-    } else if (auto vml = pkg.Read(data_->vmlPart)) {
-        originalVml = std::move(*vml);
     }
     int base = 1024 * (book_.IndexOf(this) + 1);
     if (std::size_t at = originalVml.find("data=\""); at != std::string::npos)
@@ -795,6 +1073,7 @@ void Worksheet::SaveNotes() {
         n.changed = false;
     }
     notesChanged_ = false;
+    return base::Status::Ok();
 }
 
 CellFormat Worksheet::Format(int row, int column) {
@@ -1220,7 +1499,8 @@ base::Status Worksheet::SaveTo(DeflateStream& stream) {
     sheetData.remove_child(sheetData.first_child());
     std::size_t marker = xml.find(kSheetDataMarker);
     if (marker == std::string::npos)
-        return base::Status::Error(part_ + ": could not place the rows when writing");
+        return base::Status::Error(book_.GetPackage().Label() + ": " + part_ +
+                                   ": could not place the rows when writing");
     // The rows go straight into the compressor; the sheet's text never exists whole.
     std::string& rows = stream.Buffer();
     rows.append(xml, 0, marker);
@@ -1313,26 +1593,6 @@ base::Status Worksheet::SaveTo(DeflateStream& stream) {
 namespace xl {
 namespace {
 
-// The value of attribute `name` inside raw attribute text (` t="shared" si="0"`); "" if absent.
-std::string RawAttr(std::string_view attrs, std::string_view name) {
-    std::string key = " " + std::string(name) + "=\"";
-    std::size_t at = attrs.find(key);
-    if (at == std::string_view::npos) return {};
-    std::size_t start = at + key.size();
-    std::size_t end = attrs.find('"', start);
-    return std::string(attrs.substr(start, end - start));
-}
-
-std::string SetRawAttr(std::string attrs, std::string_view name, std::string_view value) {
-    std::string key = " " + std::string(name) + "=\"";
-    std::size_t at = attrs.find(key);
-    if (at == std::string::npos) return attrs;
-    std::size_t start = at + key.size();
-    std::size_t end = attrs.find('"', start);
-    attrs.replace(start, end - start, value);
-    return attrs;
-}
-
 // Space-separated ranges (sqref) after a shift; "" when every one of them is gone.
 std::string MapSqref(std::string_view sqref, const RowShift& shift) {
     std::string out;
@@ -1373,6 +1633,7 @@ void Worksheet::Unshare() {
                 c.X().formula = TranslateFormula(it->second.formula, rowNo - it->second.row, c.column - it->second.column);
             c.X().fAttrs.clear();
         }
+    data_->formulasKnown = false;
 }
 
 void Worksheet::Shift(const RowShift& shift) {
@@ -1405,6 +1666,7 @@ void Worksheet::Shift(const RowShift& shift) {
         }
     }
     data_->rows = std::move(moved);
+    data_->formulasKnown = false;
     // Formula references, here and in every sheet that names this one.
     for (auto& [rowNo, row] : data_->rows)
         for (Cell& c : row.cells) {

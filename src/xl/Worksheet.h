@@ -70,19 +70,34 @@ public:
     // Why the sheet part could not be read; Ok once read (an unread sheet is read here).
     base::Status Load();
 
-    // The value of a cell; Empty outside the used cells.
+    // Every reader below gives nothing (Empty, "", no rows) for a sheet that can't be read, so
+    // call Load() first and stop on its error: it names the part, the cell and what is wrong.
+    //
+    // The value of a cell; Empty outside the used cells. A cell sharing another's formula gives
+    // that formula as it reads from the cell.
     CellValue Value(int row, int column);
     // What the cell shows: its value through its number format ("" for empty cells).
     std::string Text(int row, int column);
+    // The writers below refuse, with nothing changed, what the spreadsheet program refuses or
+    // what would lose data: a sheet that Load() can't read, a cell outside the sheet, a cell of
+    // an array formula or data table of several cells (see PrepareWrite). A shared formula whose
+    // first cell is written moves to the next cell of its range, so the others keep it.
+    //
     // Writes a string (shared, deduplicated); the cell keeps its style, loses its formula; an
-    // empty string empties the cell.
-    void SetString(int row, int column, std::string_view text);
+    // empty string empties the cell. Also refused while the shared-string table can't be read.
+    base::Status SetString(int row, int column, std::string_view text);
     // Writes a number; the cell keeps its style, loses its formula.
-    void SetNumber(int row, int column, double value);
+    base::Status SetNumber(int row, int column, double value);
     // Writes a formula (without "="); the cached value is dropped, so the program computes it.
-    void SetFormula(int row, int column, std::string_view formula);
+    base::Status SetFormula(int row, int column, std::string_view formula);
     // Empties a cell's value but keeps its style.
-    void ClearValue(int row, int column);
+    base::Status ClearValue(int row, int column);
+    // Readies a range to be written cell by cell: refused ("cannot change part of an array")
+    // when it covers part of an array formula or data table; the array formulas and data tables
+    // it covers whole go, and shared formulas starting inside it move to their first cell outside
+    // it. Call it before writing a block that may hold a whole array; single writes call it for
+    // their own cell.
+    base::Status PrepareWrite(const CellRange& range);
     // Values of a rectangle, row by row, in one pass; it holds rows x columns entries, so ask
     // for the filled part (LastFilledRow/Column), not a whole-sheet range.
     std::vector<std::vector<CellValue>> Values(const CellRange& range);
@@ -96,14 +111,18 @@ public:
     int LastFilledRow();
     int LastFilledColumn();
 
+    // Why the sheet's notes can't be read (its comments part damaged or missing, or the sheet
+    // itself unreadable); Ok when they were read or there are none. The readers below give no
+    // notes then, and SetNote refuses.
+    base::Status LoadNotes();
     // Every note with its cell, in row then column order.
     std::vector<Note> Notes();
     // The cells (row, column) of every note in the same order, without copying their texts.
     std::vector<std::pair<int, int>> NoteCells();
     // The note of a cell, or nullptr; the note stays valid until the next NoteAt() call.
     const Note* NoteAt(int row, int column);
-    // Adds or replaces the note of a cell.
-    void SetNote(int row, int column, std::string_view text, std::string_view author = "");
+    // Adds or replaces the note of a cell; refused while the notes can't be read.
+    base::Status SetNote(int row, int column, std::string_view text, std::string_view author = "");
     // Deletes the note of a cell; false when it had none.
     bool DeleteNote(int row, int column);
     // Deletes the notes in a range; gives how many there were.
@@ -174,18 +193,26 @@ private:
     struct Cell;
     struct Row;
     struct Data;
+    struct ArrayFormula {
+        CellRange range;
+        int row, column;  // the cell holding the formula
+        bool dataTable;
+    };
     Worksheet(Workbook& book, std::string name, std::string part, SheetKind kind);
     Cell* FindCell(int row, int column);
     Cell& MakeCell(int row, int column);
     CellValue ValueOf(const Cell& cell) const;
     std::string TextOf(const Cell& cell) const;
     void Touch();
+    void IndexFormulas();
+    std::string FormulaOf(int row, const Cell& cell);
+    void DropFormula(Cell& cell);
+    void MoveSharedMaster(int masterRow, Cell& master, const CellRange& written);
     void SetTabSelected(bool selected);
     pugi::xml_node Root();
-    bool ReadRows(XmlScanner& scanner);
-    void LoadNotes();
+    base::Status ReadRows(XmlScanner& scanner, const std::string& label);
     base::Status SaveTo(DeflateStream& sheetXml);
-    void SaveNotes();
+    base::Status SaveNotes();
     void Shift(const RowShift& shift);
     void Unshare();
     void RenameInFormulas(std::string_view from, std::string_view to);

@@ -288,7 +288,10 @@ base::Result<std::string> ZipReader::Extract(const ZipEntry& entry, std::uint64_
         if (entry.size != entry.compressedSize) return fail("stored entry with inconsistent sizes");
         out.assign(raw);
     } else if (entry.method == 8) {
-        out.resize(entry.size);
+        // The buffer grows as inflate fills it: a header that claims a gigabyte costs nothing
+        // until the bytes really come, and a stream that goes past its claim is refused.
+        out.resize(
+            std::min<std::uint64_t>(entry.size, std::max<std::uint64_t>(raw.size() * 4, 1u << 16)));
         z_stream z{};
         if (inflateInit2(&z, -MAX_WBITS) != Z_OK) return fail("the decompressor could not start");
         z.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(raw.data()));
@@ -297,6 +300,8 @@ base::Result<std::string> ZipReader::Extract(const ZipEntry& entry, std::uint64_
         int rc = Z_OK;
         char spare;
         while (rc == Z_OK) {
+            if (outDone == out.size() && out.size() < entry.size)
+                out.resize(std::min<std::uint64_t>(entry.size, out.size() * 2));
             uInt inChunk = static_cast<uInt>(std::min<std::uint64_t>(inLeft, 1u << 30));
             z.avail_in = inChunk;
             bool spareMode = outDone == out.size();
@@ -317,8 +322,14 @@ base::Result<std::string> ZipReader::Extract(const ZipEntry& entry, std::uint64_
             if (rc == Z_BUF_ERROR) rc = Z_OK;
         }
         inflateEnd(&z);
-        if (rc != Z_STREAM_END || outDone != out.size())
-            return fail("the compressed data is damaged");
+        if (rc != Z_STREAM_END || outDone != entry.size)
+            return fail(
+                outDone < entry.size
+                    ? base::Sprintf(
+                          "the compressed data is damaged (it ends after %s of the %s bytes "
+                          "its header declares)",
+                          std::to_string(outDone).c_str(), std::to_string(entry.size).c_str())
+                    : std::string("the compressed data is damaged"));
     } else {
         return fail(base::Sprintf("unsupported compression method %d", entry.method));
     }

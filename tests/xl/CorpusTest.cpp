@@ -37,6 +37,7 @@ TEST(Corpus, EveryGoodFileLoadsWithAllSheetsAndSavesUnchangedPartsAsTheyWere) {
             if (s->Kind() != xl::SheetKind::Worksheet) continue;
             EXPECT_TRUE(s->Load().IsOk()) << s->Load().Message();
             (void)s->Texts({1, 1, std::max(1, s->LastFilledRow()), std::max(1, s->LastFilledColumn())});
+            EXPECT_TRUE(s->LoadNotes().IsOk()) << s->LoadNotes().Message();
             (void)s->Notes();
         }
         auto image = (*book)->SaveImage();

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <functional>
 
 #include "base/File.h"
 #include "xl/Package.h"
@@ -657,6 +658,215 @@ TEST(Workbook, DamagedSheetTextIsAnErrorNamingThePart) {
     ASSERT_FALSE(st);
     EXPECT_NE(st.Message().find("xl/worksheets/sheet1.xml: malformed XML at byte "), std::string::npos) << st.Message();
     EXPECT_EQ(book->Sheet(0)->Text(1, 1), "");
+}
+
+}  // namespace
+
+namespace {
+
+// A2:A60 hold 1..59; B2:B60 share one formula, written once in B2 as spreadsheet programs do.
+std::unique_ptr<xl::Workbook> BookWithSharedColumn() {
+    std::string rows = "<row r=\"1\"><c r=\"A1\"><v>100</v></c></row>";
+    for (int r = 2; r <= 60; ++r) {
+        std::string n = std::to_string(r);
+        rows += "<row r=\"" + n + "\"><c r=\"A" + n + "\"><v>" + std::to_string(r - 1) +
+                "</v></c><c r=\"B" + n + "\">";
+        rows += r == 2 ? "<f t=\"shared\" ref=\"B2:B60\" si=\"0\">A2*2+$A$1</f>"
+                       : "<f t=\"shared\" si=\"0\"/>";
+        rows += "<v>" + std::to_string((r - 1) * 2 + 100) + "</v></c></row>";
+    }
+    return BookWithSheet(
+        "<worksheet "
+        "xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"><sheetData>" +
+        rows + "</sheetData></worksheet>");
+}
+
+std::size_t Count(const std::string& text, const std::string& what) {
+    std::size_t n = 0;
+    for (std::size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1))
+        ++n;
+    return n;
+}
+
+// The sheet part as saved.
+std::string SavedSheet(xl::Workbook& book) {
+    auto again = Reopen(book);
+    auto xml = again->GetPackage().Read("xl/worksheets/sheet1.xml");
+    EXPECT_TRUE(xml.IsOk());
+    return xml ? *xml : std::string();
+}
+
+TEST(Workbook, OverwritingTheFirstCellOfASharedFormulaMovesItToTheNextCell) {
+    const std::pair<const char*, std::function<base::Status(xl::Worksheet&)>> writers[] = {
+        {"SetString", [](xl::Worksheet& s) { return s.SetString(2, 2, "text"); }},
+        {"SetNumber", [](xl::Worksheet& s) { return s.SetNumber(2, 2, 7); }},
+        {"SetFormula", [](xl::Worksheet& s) { return s.SetFormula(2, 2, "A1"); }},
+        {"ClearValue", [](xl::Worksheet& s) { return s.ClearValue(2, 2); }},
+    };
+    for (auto& [name, write] : writers) {
+        SCOPED_TRACE(name);
+        auto book = BookWithSharedColumn();
+        xl::Worksheet* s = book->Sheet(0);
+        ASSERT_TRUE(write(*s).IsOk());
+        EXPECT_EQ(s->Value(3, 2).formula, "A3*2+$A$1");
+        std::string xml = SavedSheet(*book);
+        EXPECT_NE(xml.find("<c r=\"B3\"><f t=\"shared\" ref=\"B3:B60\" si=\"0\">A3*2+$A$1</f>"),
+                  std::string::npos)
+            << xml.substr(0, 2000);
+        EXPECT_EQ(Count(xml, "si=\"0\""), 58u);
+    }
+}
+
+TEST(Workbook, FiftySharedFormulasBelowAWrittenRangeSurvive) {
+    auto book = BookWithSharedColumn();
+    xl::Worksheet* s = book->Sheet(0);
+    ASSERT_TRUE(s->PrepareWrite({2, 1, 10, 2}).IsOk());
+    for (int r = 2; r <= 10; ++r) {
+        ASSERT_TRUE(s->SetString(r, 1, "tag" + std::to_string(r)).IsOk());
+        ASSERT_TRUE(s->SetNumber(r, 2, r).IsOk());
+    }
+    EXPECT_EQ(s->Value(11, 2).formula, "A11*2+$A$1");
+    auto values = s->Values({2, 2, 60, 2});
+    for (int r = 2; r <= 60; ++r)
+        EXPECT_EQ(values[r - 2][0].formula, r <= 10 ? "" : "A" + std::to_string(r) + "*2+$A$1")
+            << r;
+    std::string xml = SavedSheet(*book);
+    EXPECT_NE(xml.find("<c r=\"B11\"><f t=\"shared\" ref=\"B11:B60\" si=\"0\">A11*2+$A$1</f>"),
+              std::string::npos);
+    EXPECT_EQ(Count(xml, "si=\"0\""), 50u);
+    EXPECT_EQ(Count(xml, "<f"), 50u);
+}
+
+TEST(Workbook, OverwritingAFollowerOfASharedFormulaKeepsTheOthers) {
+    auto book = BookWithSharedColumn();
+    ASSERT_TRUE(book->Sheet(0)->SetNumber(3, 2, 1).IsOk());
+    std::string xml = SavedSheet(*book);
+    EXPECT_NE(xml.find("ref=\"B2:B60\" si=\"0\">A2*2+$A$1</f>"), std::string::npos);
+    EXPECT_EQ(Count(xml, "si=\"0\""), 58u);
+}
+
+TEST(Workbook, SharedFormulaOfSeveralColumnsIsWrittenOutWhenItsFirstCellGoes) {
+    auto book = BookWithSheet(
+        "<worksheet xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"><sheetData>"
+        "<row r=\"2\"><c r=\"B2\"><f t=\"shared\" ref=\"B2:C3\" si=\"4\">A2+1</f><v>1</v></c><c "
+        "r=\"C2\"><f t=\"shared\" si=\"4\"/><v>2</v></c></row>"
+        "<row r=\"3\"><c r=\"B3\"><f t=\"shared\" si=\"4\"/><v>1</v></c><c r=\"C3\"><f "
+        "t=\"shared\" si=\"4\"/><v>2</v></c></row>"
+        "</sheetData></worksheet>");
+    xl::Worksheet* s = book->Sheet(0);
+    ASSERT_TRUE(s->SetNumber(2, 2, 0).IsOk());
+    EXPECT_EQ(s->Value(2, 3).formula, "B2+1");
+    EXPECT_EQ(s->Value(3, 2).formula, "A3+1");
+    EXPECT_EQ(s->Value(3, 3).formula, "B3+1");
+    std::string xml = SavedSheet(*book);
+    EXPECT_EQ(Count(xml, "t=\"shared\""), 0u);
+}
+
+TEST(Workbook, SharedFormulasSurviveDeletingTheirFirstRowOrCell) {
+    for (bool wholeRow : {true, false}) {
+        SCOPED_TRACE(wholeRow ? "row" : "cells");
+        auto book = BookWithSharedColumn();
+        xl::Worksheet* s = book->Sheet(0);
+        if (wholeRow)
+            s->DeleteRows(2, 1);
+        else
+            s->DeleteCellsUp({2, 2, 2, 2});
+        auto again = Reopen(*book);
+        xl::Worksheet* t = again->Sheet(0);
+        for (int r = 2; r <= 59; ++r) {
+            std::string a = "A" + std::to_string(wholeRow ? r : r + 1);
+            EXPECT_EQ(t->Value(r, 2).formula, a + "*2+$A$1") << r;
+        }
+    }
+}
+
+TEST(Workbook, WritingPartOfAnArrayOrDataTableIsRefused) {
+    auto book = BookWithSheet(
+        "<worksheet xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"><sheetData>"
+        "<row r=\"2\"><c r=\"B2\"><f t=\"array\" ref=\"B2:B3\">A2:A3*2</f><v>2</v></c>"
+        "<c r=\"C2\"><f t=\"dataTable\" ref=\"C2:D3\" dt2D=\"0\" dtr=\"0\" "
+        "r1=\"A1\"/><v>5</v></c></row>"
+        "<row r=\"3\"><c r=\"B3\"><v>4</v></c><c r=\"C3\"><v>6</v></c></row>"
+        "<row r=\"5\"><c r=\"B5\"><f t=\"array\" ref=\"B5\">SUM(A2:A3)</f><v>3</v></c></row>"
+        "</sheetData></worksheet>");
+    xl::Worksheet* s = book->Sheet(0);
+    base::Status st = s->SetNumber(3, 2, 1);
+    ASSERT_FALSE(st.IsOk());
+    EXPECT_NE(st.Message().find("xl/worksheets/sheet1.xml: cannot change part of an array (B2:B3)"),
+              std::string::npos)
+        << st.Message();
+    st = s->ClearValue(2, 2);
+    EXPECT_FALSE(st.IsOk());
+    st = s->SetString(3, 4, "x");
+    ASSERT_FALSE(st.IsOk());
+    EXPECT_NE(st.Message().find("cannot change part of a data table (C2:D3)"), std::string::npos)
+        << st.Message();
+    EXPECT_FALSE(s->PrepareWrite({1, 1, 2, 4}).IsOk());
+    EXPECT_FALSE(s->IsChanged());
+    EXPECT_EQ(s->Value(2, 2).formula, "A2:A3*2");
+    // A single-cell array goes with its cell; a whole array goes when its whole range is written.
+    EXPECT_TRUE(s->SetNumber(5, 2, 9).IsOk());
+    ASSERT_TRUE(s->PrepareWrite({2, 2, 3, 4}).IsOk());
+    EXPECT_TRUE(s->SetNumber(3, 2, 1).IsOk());
+    EXPECT_TRUE(s->ClearValue(3, 4).IsOk());
+    std::string xml = SavedSheet(*book);
+    EXPECT_EQ(Count(xml, "<f"), 0u) << xml;
+}
+
+}  // namespace
+
+namespace {
+
+TEST(Workbook, AWorkbookWithoutSharedStringsGetsANewTableWithItsRelationshipAndType) {
+    auto book = xl::Workbook::Open(Corpus("excel2013-no-shared-strings.xlsx"));
+    ASSERT_TRUE(book.IsOk()) << book.GetStatus().Message();
+    xl::Worksheet* s = (*book)->Sheet(0);
+    ASSERT_TRUE(s->Load().IsOk()) << s->Load().Message();
+    int row = s->LastFilledRow() + 1;
+    ASSERT_TRUE(s->SetString(row, 1, "velmar text").IsOk());
+    auto again = Reopen(**book);
+    xl::Package& pkg = again->GetPackage();
+    EXPECT_EQ(pkg.TargetOf("xl/workbook.xml", "sharedStrings"), "xl/sharedStrings.xml");
+    EXPECT_EQ(pkg.ContentType("xl/sharedStrings.xml"),
+              "application/vnd.openxmlformats-officedocument.spreadsheetml.sharedStrings+xml");
+    ASSERT_TRUE(again->Sheet(0)->Load().IsOk());
+    EXPECT_EQ(again->Sheet(0)->Text(row, 1), "velmar text");
+}
+
+}  // namespace
+
+namespace {
+
+TEST(Workbook, CellsSharingAFormulaReadItAsItReadsFromThem) {
+    auto book = BookWithSharedColumn();
+    xl::Worksheet* s = book->Sheet(0);
+    EXPECT_EQ(s->Value(2, 2).formula, "A2*2+$A$1");
+    EXPECT_EQ(s->Value(5, 2).formula, "A5*2+$A$1");
+    EXPECT_EQ(s->Values({60, 2, 60, 2})[0][0].formula, "A60*2+$A$1");
+    ASSERT_TRUE(s->ClearValue(2, 2).IsOk());
+    EXPECT_EQ(s->Value(2, 2).formula, "");
+    EXPECT_EQ(s->Value(5, 2).formula, "A5*2+$A$1");
+}
+
+}  // namespace
+
+namespace {
+
+TEST(Workbook, SharedFormulaTextRepeatedInEveryCellStillMovesToTheNextCell) {
+    // Some generators write the formula into every cell of the group as well.
+    auto book = BookWithSheet(
+        "<worksheet xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"><sheetData>"
+        "<row r=\"2\"><c r=\"B2\"><f t=\"shared\" ref=\"B2:B4\" si=\"0\">A2</f><v>0</v></c></row>"
+        "<row r=\"3\"><c r=\"B3\"><f t=\"shared\" si=\"0\">A3</f><v>0</v></c></row>"
+        "<row r=\"4\"><c r=\"B4\"><f t=\"shared\" si=\"0\"/><v>0</v></c></row>"
+        "</sheetData></worksheet>");
+    xl::Worksheet* s = book->Sheet(0);
+    ASSERT_TRUE(s->SetNumber(2, 2, 1).IsOk());
+    EXPECT_EQ(s->Value(4, 2).formula, "A4");
+    std::string xml = SavedSheet(*book);
+    EXPECT_NE(xml.find("<c r=\"B3\"><f t=\"shared\" ref=\"B3:B4\" si=\"0\">A3</f>"),
+              std::string::npos)
+        << xml;
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+
 #include <memory>
 #include <string>
 
@@ -110,6 +112,49 @@ TEST(DeflateStream, StreamAbandonedBeforeFinishEndsCleanly) {
     }
     stream.reset();
     SUCCEED();
+}
+
+}  // namespace
+
+namespace {
+
+// The largest resident set of this process so far, in KiB.
+long PeakResidentKiB() {
+    struct rusage usage {};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_maxrss;
+}
+
+TEST(ZipReader, DeclaredSizeIsNotAllocatedBeforeTheDataComes) {
+    // A small entry whose headers claim 1 GiB, just within the part limit: the bytes never come,
+    // so neither may the memory.
+    xl::ZipWriter w;
+    w.Add("xl/worksheets/sheet1.xml", PartText(5000));
+    std::string zip = w.Finish();
+    auto patch = [&](std::size_t at) {
+        for (int i = 0; i < 4; ++i)
+            zip[at + i] = static_cast<char>((std::uint32_t(1) << 30) >> (8 * i));
+    };
+    patch(22);                                            // the local header's size
+    patch(zip.rfind(std::string("PK\x01\x02", 4)) + 24);  // the central directory's
+    auto reader = xl::ZipReader::Open(zip, "claims.xlsx");
+    ASSERT_TRUE(reader.IsOk()) << reader.GetStatus().Message();
+    ASSERT_EQ(reader->Entries()[0].size, std::uint64_t(1) << 30);
+    long before = PeakResidentKiB();
+    auto data = reader->Extract(reader->Entries()[0], std::uint64_t(1) << 30);
+    EXPECT_LT(PeakResidentKiB() - before, 64 * 1024);
+    ASSERT_FALSE(data.IsOk());
+    EXPECT_NE(data.GetStatus().Message().find("xl/worksheets/sheet1.xml"), std::string::npos)
+        << data.GetStatus().Message();
+    EXPECT_NE(data.GetStatus().Message().find("ends after 5000 of the 1073741824 bytes"),
+              std::string::npos)
+        << data.GetStatus().Message();
+}
+
+TEST(ZipReader, PartsBiggerThanTheFirstGuessGrowToTheirSize) {
+    // Highly compressible text inflates far beyond four times its compressed size.
+    std::string text(3u << 20, 'x');
+    EXPECT_EQ(RoundTrip("big.xml", text), text);
 }
 
 }  // namespace
