@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Builds the fuzzers with clang and runs one: scripts/fuzz.sh cad_reader_fuzzer [-max_total_time=60]
-# The seed corpus is the matching folder of tests/corpus (dxf for cad_*, xlsx for xl_*), and for
-# xl_* also tests/fuzz/seeds/xl (damaged workbooks that once lost data).
+# The seeds are the matching folders of tests/corpus and tests/fuzz/seeds (dxf for cad_*, xlsx and
+# xl for xl_*): real files, and the damaged or pathological ones that once lost data.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 scripts/install-deps.sh
