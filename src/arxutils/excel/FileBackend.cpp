@@ -26,6 +26,12 @@ namespace {
     throw AutomationError(code, description);
 }
 
+// A write the workbook refused (part of an array, a sheet or notes it can't read) fails the
+// call with the workbook's reason, as the application refuses it.
+void Check(const base::Status& done) {
+    if (!done) Fail(done.Message());
+}
+
 // Opens a workbook file, first removing (and naming) what an interrupted save left beside it.
 base::Result<std::unique_ptr<xl::Workbook>> OpenBookFile(const std::string& path) {
     host::RemoveLeftoversOfInterruptedSaves(path);
@@ -173,21 +179,21 @@ bool IsPlainNumber(std::string_view text, double& value) {
 void StoreText(xl::Worksheet& sheet, int row, int column, std::string_view text) {
     double number = 0;
     if (text.empty())
-        sheet.ClearValue(row, column);
+        Check(sheet.ClearValue(row, column));
     else if (IsPlainNumber(text, number))
-        sheet.SetNumber(row, column, number);
+        Check(sheet.SetNumber(row, column, number));
     else
-        sheet.SetString(row, column, text);
+        Check(sheet.SetString(row, column, text));
 }
 
 void Store(xl::Worksheet& sheet, int row, int column, const Variant& v) {
     switch (v.type) {
-    case VarType::Empty: sheet.ClearValue(row, column); break;
+    case VarType::Empty: Check(sheet.ClearValue(row, column)); break;
     case VarType::String: StoreText(sheet, row, column, v.text); break;
     case VarType::Number:
     case VarType::Date:
-    case VarType::Boolean: sheet.SetNumber(row, column, v.number); break;
-    case VarType::Error: sheet.SetString(row, column, v.text); break;
+    case VarType::Boolean: Check(sheet.SetNumber(row, column, v.number)); break;
+    case VarType::Error: Check(sheet.SetString(row, column, v.text)); break;
     case VarType::Array:
     case VarType::Object: Fail("Type mismatch", kErrTypeMismatch);
     }
@@ -689,11 +695,11 @@ int ToExcelVertical(xl::VerticalAlignment a) {
 void MoveCell(xl::Worksheet& sheet, int fromRow, int fromColumn, int toRow, int toColumn) {
     xl::CellValue v = sheet.Value(fromRow, fromColumn);
     switch (v.type) {
-    case xl::CellType::Empty: sheet.ClearValue(toRow, toColumn); break;
+    case xl::CellType::Empty: Check(sheet.ClearValue(toRow, toColumn)); break;
     case xl::CellType::String:
-    case xl::CellType::Error: sheet.SetString(toRow, toColumn, v.text); break;
+    case xl::CellType::Error: Check(sheet.SetString(toRow, toColumn, v.text)); break;
     case xl::CellType::Number:
-    case xl::CellType::Boolean: sheet.SetNumber(toRow, toColumn, v.number); break;
+    case xl::CellType::Boolean: Check(sheet.SetNumber(toRow, toColumn, v.number)); break;
     }
     xl::CellFormat f = sheet.Format(fromRow, fromColumn);
     xl::StyleChange c;
@@ -707,12 +713,12 @@ void MoveCell(xl::Worksheet& sheet, int fromRow, int fromColumn, int toRow, int 
     sheet.ApplyFormat({toRow, toColumn, toRow, toColumn}, c);
     if (const xl::Note* note = sheet.NoteAt(fromRow, fromColumn)) {
         xl::Note copy = *note;
-        sheet.SetNote(toRow, toColumn, copy.text, copy.author);
+        Check(sheet.SetNote(toRow, toColumn, copy.text, copy.author));
         sheet.DeleteNote(fromRow, fromColumn);
     } else {
         sheet.DeleteNote(toRow, toColumn);
     }
-    sheet.ClearValue(fromRow, fromColumn);
+    Check(sheet.ClearValue(fromRow, fromColumn));
 }
 
 // Cells moved sideways go by value, note and format; a formula, merge or hyperlink in the way
@@ -761,11 +767,15 @@ public:
                 const VariantArray& array = *value.array;
                 int rows = std::min(array.rows, area.lastRow - area.firstRow + 1);
                 int columns = std::min(array.columns, area.lastColumn - area.firstColumn + 1);
+                if (rows < 1 || columns < 1) continue;
+                Check(sheet_->PrepareWrite(
+                    {area.firstRow, area.firstColumn, area.firstRow + rows - 1, area.firstColumn + columns - 1}));
                 for (int r = 0; r < rows; ++r)
                     for (int c = 0; c < columns; ++c)
                         Store(*sheet_, area.firstRow + r, area.firstColumn + c, array.At(r, c));
             } else {
                 xl::CellRange a = Clip(*sheet_, area);
+                Check(sheet_->PrepareWrite(a));
                 for (int r = a.firstRow; r <= a.lastRow; ++r)
                     for (int c = a.firstColumn; c <= a.lastColumn; ++c) Store(*sheet_, r, c, value);
             }
@@ -958,7 +968,7 @@ public:
     std::unique_ptr<Comment> AddComment(std::string_view text) override {
         if (sheet_->NoteAt(Row(), Column())) Fail("Application-defined or object-defined error");
         const char* user = std::getenv("USER");
-        sheet_->SetNote(Row(), Column(), text, user ? user : "");
+        Check(sheet_->SetNote(Row(), Column(), text, user ? user : ""));
         book_->dirty = true;
         return std::make_unique<FileComment>(state_, book_, sheet_, Row(), Column());
     }
@@ -989,7 +999,7 @@ private:
                 if (c + n <= used.lastColumn) {
                     MoveCell(*sheet_, r, c + n, r, c);
                 } else {
-                    sheet_->ClearValue(r, c);
+                    Check(sheet_->ClearValue(r, c));
                     sheet_->DeleteNote(r, c);
                 }
             }
@@ -1047,7 +1057,8 @@ std::unique_ptr<Workbook> MakeWorkbook(const StatePtr& state, Book* book) {
 // sheet truly has no cells and reads empty.
 xl::Worksheet* Readable(xl::Worksheet* sheet) {
     if (sheet->Kind() == xl::SheetKind::Chartsheet) return sheet;
-    if (base::Status loaded = sheet->Load(); !loaded) Fail(loaded.Message());
+    Check(sheet->Load());
+    Check(sheet->LoadNotes());
     return sheet;
 }
 
