@@ -87,9 +87,12 @@ std::string SharedStrings::Save() const {
         rootStart = out.find("sst", rootStart + 3);
     std::size_t open = rootStart == std::string::npos ? std::string::npos : out.rfind('<', rootStart);
     std::size_t openEnd = open == std::string::npos ? std::string::npos : out.find('>', open);
+    // The root may close itself (`<x:sst .../>`, a .NET generator's table of inline-string
+    // workbooks): then there is no closing tag to splice before.
     std::size_t close = out.rfind("</");
-    if (open == std::string::npos || openEnd == std::string::npos || close == std::string::npos)
-        return out;
+    if (open == std::string::npos || openEnd == std::string::npos ||
+        (close == std::string::npos && out[openEnd - 1] != '/'))
+        return out;  // Load read a root element, so this can't be
     std::string prefix = out.substr(open + 1, rootStart - open - 1);
     if (!prefix.empty()) {
         // Prefixed files ("x:sst") need the same prefix on the new items.

@@ -8,6 +8,7 @@
 
 #include "base/File.h"
 #include "xl/Package.h"
+#include "xl/SharedStrings.h"
 #include "xl/Zip.h"
 
 namespace {
@@ -867,6 +868,24 @@ TEST(Workbook, SharedFormulaTextRepeatedInEveryCellStillMovesToTheNextCell) {
     EXPECT_NE(xml.find("<c r=\"B3\"><f t=\"shared\" ref=\"B3:B4\" si=\"0\">A3</f>"),
               std::string::npos)
         << xml;
+}
+
+}  // namespace
+
+namespace {
+
+TEST(SharedStringsTable, ATableThatClosesItselfTakesNewStringsWithItsPrefix) {
+    xl::SharedStrings table;
+    const std::string empty = "\xEF\xBB\xBF<?xml version=\"1.0\" encoding=\"utf-8\"?><x:sst "
+                              "xmlns:x=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\" />";
+    ASSERT_TRUE(table.Load(empty, "book.xlsx: xl/sharedStrings.xml"));
+    EXPECT_EQ(table.Add("Block Name"), 0u);
+    std::string saved = table.Save();
+    EXPECT_NE(saved.find("<x:si><x:t>Block Name</x:t></x:si></x:sst>"), std::string::npos) << saved;
+    xl::SharedStrings again;
+    ASSERT_TRUE(again.Load(saved, "again"));
+    ASSERT_EQ(again.Size(), 1u);
+    EXPECT_EQ(again.Text(0), "Block Name");
 }
 
 }  // namespace
