@@ -446,6 +446,10 @@ base::Status Worksheet::ReadRows(XmlScanner& x, const std::string& label) {
                                       "\" is not a cell of the sheet");
                     if (rr != lastRow)
                         return badRef("the cell reference \"" + value + "\" names another row");
+                    if (value[0] >= 'a' && value[0] <= 'z' && repairs_.empty())
+                        repairs_.push_back(label + ": cell references in lower case (\"" + value +
+                                           "\") are read as the cells they name, as spreadsheet "
+                                           "programs read them");
                 } else if (name == "s") {
                     cell.style = static_cast<std::uint32_t>(std::strtoul(value.c_str(), nullptr, 10));
                     cell.hasStyle = true;

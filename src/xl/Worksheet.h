@@ -187,6 +187,9 @@ public:
     // Gives back the memory of an unchanged sheet's cells and notes; they are read again from
     // the package on their next use. False (and nothing done) for a changed sheet.
     bool Unload();
+    // What reading the sheet repaired as spreadsheet programs repair it on opening (cell
+    // references in lower case), each said once: the list is handed out and emptied.
+    std::vector<std::string> TakeRepairs() { return std::move(repairs_); }
 
 private:
     friend class Workbook;
@@ -225,6 +228,7 @@ private:
     SheetState state_ = SheetState::Visible;
     bool loaded_ = false;
     bool changed_ = false;
+    std::vector<std::string> repairs_;
     bool notesChanged_ = false;
     base::Status loadStatus_;
     std::unique_ptr<Data> data_;

@@ -251,6 +251,12 @@ TEST(Malformed, LowerCaseAndMissingReferencesReadAsTheCellsTheyMean) {
     EXPECT_EQ(s->Text(2, 2), "1");
     EXPECT_EQ(s->Text(2, 3), "2");
     EXPECT_EQ(s->Text(3, 1), "3");
+    // The repair is said, once.
+    std::vector<std::string> repairs = s->TakeRepairs();
+    ASSERT_EQ(repairs.size(), 1u);
+    EXPECT_NE(repairs[0].find("lower.xlsx: xl/worksheets/sheet1.xml: cell references in lower case (\"b2\")"),
+              std::string::npos) << repairs[0];
+    EXPECT_TRUE(s->TakeRepairs().empty());
 }
 
 TEST(Malformed, SharedStringIndexOutsideTheTableIsAnErrorNamingThePartAndCell) {

@@ -1059,6 +1059,7 @@ xl::Worksheet* Readable(xl::Worksheet* sheet) {
     if (sheet->Kind() == xl::SheetKind::Chartsheet) return sheet;
     Check(sheet->Load());
     Check(sheet->LoadNotes());
+    for (const std::string& repair : sheet->TakeRepairs()) host::CurrentPrinter().Warn(repair + ".");
     return sheet;
 }
 
