@@ -5,7 +5,7 @@ ROOT=$(cd "$(dirname "$0")/../.." && pwd)
 BUILD=${1:-$ROOT/build}
 [ $# -gt 0 ] && shift
 SIZES=${*:-10000 100000}
-PEER=${VELMAR_PEER_BENCH:-/work/shared/bench}
+PEER=${VELMAR_PEER_BENCH:-$ROOT/../shared/bench}
 TOOL=$BUILD/src/cli/velmar
 WORK=$(mktemp -d "/tmp/velmar-$NAME-bench.XXXXXX")
 trap 'rm -rf "$WORK"' EXIT
