@@ -32,7 +32,7 @@ int Usage() {
 int Info(const std::string& path) {
     auto opened = cad::Database::Open(path);
     if (!opened) {
-        fmt::print(stderr, "Failed to open {}: {}.\n", path, opened.GetStatus().Message());
+        fmt::print(stderr, "{}\n", opened.GetStatus().Message());  // it names the file
         return 1;
     }
     cad::Database& db = **opened;
@@ -86,7 +86,7 @@ int Info(const std::string& path) {
 int Resave(const std::string& path, const std::string& out) {
     auto opened = cad::Database::Open(path);
     if (!opened) {
-        fmt::print(stderr, "Failed to open {}: {}.\n", path, opened.GetStatus().Message());
+        fmt::print(stderr, "{}\n", opened.GetStatus().Message());  // it names the file
         return 1;
     }
     base::Status status = (*opened)->Save(out);

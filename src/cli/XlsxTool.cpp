@@ -39,7 +39,7 @@ const char* KindName(xl::SheetKind kind) {
 int Info(const std::string& path) {
     auto opened = xl::Workbook::Open(path);
     if (!opened) {
-        fmt::print(stderr, "Failed to open {}\n", opened.GetStatus().Message());  // it names the file
+        fmt::print(stderr, "{}\n", opened.GetStatus().Message());  // it names the file
         return 1;
     }
     xl::Workbook& book = **opened;
@@ -82,7 +82,7 @@ int Info(const std::string& path) {
 int Resave(const std::string& path, const std::string& out) {
     auto opened = xl::Workbook::Open(path);
     if (!opened) {
-        fmt::print(stderr, "Failed to open {}\n", opened.GetStatus().Message());  // it names the file
+        fmt::print(stderr, "{}\n", opened.GetStatus().Message());  // it names the file
         return 1;
     }
     if (base::Status st = (*opened)->Save(out); !st) {
