@@ -723,6 +723,8 @@ base::Status Worksheet::PrepareWrite(const CellRange& range) {
                                    std::to_string(range.firstColumn) + ")");
     // Everything is checked before anything changes, so a refused write leaves the sheet as it was.
     IndexFormulas();
+    // Most sheets have neither arrays nor shared formulas: their writes cost no search of rows.
+    if (data_->arrays.empty() && data_->sharedMasters.empty()) return base::Status::Ok();
     for (const ArrayFormula& a : data_->arrays)
         if (a.range.Intersects(range) && !Covers(range, a.range))
             return base::Status::Error(label() + ": cannot change part of " +
