@@ -115,8 +115,11 @@ TEST(BlockNesting, ReferencesAgreeWithEachBlocksOwnListInEveryCorpusDrawing) {
         ASSERT_EQ(nesting.Entries().size(), (*db)->Blocks().size());
         for (const BlockNesting::Entry& e : nesting.Entries()) {
             EXPECT_EQ(e.references, e.block.References().size()) << e.block.Name();
-            if (e.block.IsLayout()) EXPECT_EQ(e.instances, 1u) << e.block.Name();
-            else if (!e.inCycle) EXPECT_GE(e.expandedEntities, e.block.Entities().size()) << e.block.Name();
+            if (e.block.IsLayout()) {
+                EXPECT_EQ(e.instances, 1u) << e.block.Name();
+            } else if (!e.inCycle) {
+                EXPECT_GE(e.expandedEntities, e.block.Entities().size()) << e.block.Name();
+            }
         }
     }
 }

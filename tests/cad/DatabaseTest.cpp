@@ -118,8 +118,11 @@ TEST(Database, RecordsOfOtherSectionsAreGivenNoHandle) {
     std::string expected = text;
     expected.replace(expected.find("0\n10\n"), 1, "A");
     EXPECT_EQ(db->Write(), expected);
-    for (const cad::Object& o : db->Objects())
-        if (o.Type() != "LINE") EXPECT_EQ(o.GetHandle(), 0u) << o.Type();
+    for (const cad::Object& o : db->Objects()) {
+        if (o.Type() != "LINE") {
+            EXPECT_EQ(o.GetHandle(), 0u) << o.Type();
+        }
+    }
 }
 
 TEST(Database, NewHandlesComeFromTheSeedWhichStaysAboveAll) {
