@@ -38,8 +38,6 @@ public:
     // Prints the held lines once the saves succeeded (`saved`), or forgets them when one failed,
     // so that no success is told of a file that wasn't written.
     void ReleaseHeld(bool saved);
-    // True while lines wait for a save.
-    bool HasHeld() const { return !held_.empty(); }
 
 private:
     void Emit(std::string_view text);

@@ -30,6 +30,20 @@ protected:
         row.handle = ref.HandleString();
         return row;
     }
+    // Opens the drawing as the current document and writes `id` into the first reference's ID
+    // through the writer's current-drawing road.
+    host::Document* UpdateCurrent(const std::string& id) {
+        auto doc = host::DocumentManager::Instance().OpenCurrent(path);
+        EXPECT_TRUE(doc);
+        if (!doc) return nullptr;
+        AcadBlockRefArray rows;
+        AcadBlockRef row = Row(first);
+        row.dwgFile.clear();
+        row.attributes.Add(AcadAttribute("ID", id, 0));
+        rows.Add(row);
+        attbat::UpdateDrawings(rows, nullptr);
+        return doc.Value();
+    }
     std::string path;
     std::unique_ptr<cad::Database> db;
     cad::BlockReference first, second;
@@ -179,16 +193,10 @@ TEST_F(DrawingWriterTest, OtherDrawingIsSavedInItsVersionWithABackupAndTheLink) 
 }
 
 TEST_F(DrawingWriterTest, CurrentDocumentIsWrittenUnderItsLockAndNotSavedHere) {
-    auto doc = host::DocumentManager::Instance().OpenCurrent(path);
-    ASSERT_TRUE(doc);
-    AcadBlockRefArray rows;
-    AcadBlockRef row = Row(first);
-    row.dwgFile.clear();
-    row.attributes.Add(AcadAttribute("ID", "P-300", 0));
-    rows.Add(row);
-    attbat::UpdateDrawings(rows, nullptr);
-    EXPECT_FALSE(doc.Value()->IsLocked());
-    EXPECT_TRUE(doc.Value()->Database().IsModified());
+    host::Document* doc = UpdateCurrent("P-300");
+    ASSERT_NE(doc, nullptr);
+    EXPECT_FALSE(doc->IsLocked());
+    EXPECT_TRUE(doc->Database().IsModified());
     EXPECT_FALSE(std::filesystem::exists(base::ReplaceExtension(path, ".bak")));
     // Its success line waits for the save at the end of the command.
     EXPECT_EQ(Printed().find("Successfully update"), std::string::npos) << Printed();
@@ -197,14 +205,7 @@ TEST_F(DrawingWriterTest, CurrentDocumentIsWrittenUnderItsLockAndNotSavedHere) {
 }
 
 TEST_F(DrawingWriterTest, SuccessLineOfTheCurrentDrawingIsForgottenWhenItsSaveFails) {
-    auto doc = host::DocumentManager::Instance().OpenCurrent(path);
-    ASSERT_TRUE(doc);
-    AcadBlockRefArray rows;
-    AcadBlockRef row = Row(first);
-    row.dwgFile.clear();
-    row.attributes.Add(AcadAttribute("ID", "P-301", 0));
-    rows.Add(row);
-    attbat::UpdateDrawings(rows, nullptr);
+    ASSERT_NE(UpdateCurrent("P-301"), nullptr);
     host::CurrentPrinter().ReleaseHeld(false);
     EXPECT_EQ(Printed().find("Successfully update"), std::string::npos) << Printed();
 }
