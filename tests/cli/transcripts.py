@@ -1,0 +1,121 @@
+#!/usr/bin/env python3
+"""What `velmar` prints, compared with recorded transcripts.
+
+Every help text (`velmar --help`, `velmar help`, each command's `--help`) and the README's usage
+examples run on the sample drawing in a fresh folder; standard output, standard error and the exit
+status of each must match tests/cli/transcripts/NAME.txt byte for byte (the folder's path reads
+as @TMP@). `--record` writes the transcripts instead: only for a change of output that is meant.
+
+Usage: transcripts.py VELMAR [--record]
+"""
+import os
+import shutil
+import subprocess
+import sys
+import tempfile
+
+HERE = os.path.dirname(os.path.abspath(__file__))
+SOURCE = os.path.dirname(os.path.dirname(HERE))
+RECORDED = os.path.join(HERE, "transcripts")
+
+ALIASES = [
+    "export", "upload", "export-attdefs", "import-attdefs", "options", "import-by-handle",
+    "import-by-key", "insert-blocks", "debug", "links", "auto-number", "test",
+    "update-dynamic-blocks", "count-blocks", "export-points", "add-attributes", "find",
+    "create-cell-block", "update-cell-block", "cell-block-info", "upload-cell-block", "website",
+    "about", "support", "faq", "whats-new", "demo", "help", "live-update", "load-menu",
+    "import-options",
+]
+
+
+def runs():
+    """(name, words) of every transcript, in the order they run; later ones see earlier files."""
+    yield "usage", ["--help"]
+    yield "version", ["--version"]
+    yield "no-command", []
+    yield "commands", ["help"]
+    for alias in ALIASES:
+        yield "help-" + alias, [alias, "--help"]
+    yield "help-dxf", ["dxf", "--help"]
+    yield "help-xlsx", ["xlsx", "--help"]
+    yield "unknown-command", ["expotr"]
+    yield "unknown-option", ["export", "--colour", "red"]
+    # The README's usage, in its order, on the sample drawing.
+    yield "readme-export-new", ["--drawing", "plan.dxf", "--output", "plan.xlsx", "export"]
+    yield "readme-export-preview", ["--drawing", "plan.dxf", "export", "--preview"]
+    yield "readme-export-preview-json", ["--json", "--drawing", "plan.dxf", "export", "--preview"]
+    yield "readme-export-active", ["--drawing", "plan.dxf", "--workbook", "book.xlsx", "export",
+                                   "--workbook-mode", "active", "--start-row", "last"]
+    yield "readme-import-dry-run", ["--drawing", "plan.dxf", "--workbook", "plan.xlsx",
+                                    "import-by-handle", "--dry-run"]
+    yield "readme-import", ["--drawing", "plan.dxf", "--workbook", "plan.xlsx", "import-by-handle"]
+    yield "readme-import-options", ["import-options", "--layer-header", "Layer name"]
+    yield "readme-find", ["--drawing", "plan.dxf", "find", "2F4"]
+    yield "readme-options", ["options"]
+    yield "readme-options-set", ["options", "--calc-outer-polygon=1"]
+    yield "readme-debug", ["debug", "on"]
+    yield "readme-dxf-info", ["dxf", "info", "plan.dxf"]
+    yield "readme-dxf-resave", ["dxf", "resave", "plan.dxf", "out.dxf"]
+    yield "readme-xlsx-info", ["xlsx", "info", "book.xlsx"]
+    yield "readme-xlsx-resave", ["xlsx", "resave", "book.xlsx", "out.xlsx"]
+    # Usage errors of the options of each kind.
+    yield "bad-switch", ["--drawing", "plan.dxf", "export", "--border", "maybe"]
+    yield "bad-choice", ["--drawing", "plan.dxf", "export", "--source", "elsewhere"]
+    yield "missing-value", ["export", "--tick"]
+    yield "flag-with-value", ["--drawing", "plan.dxf", "export", "--preview=yes"]
+    yield "import-bad-switch", ["--workbook", "plan.xlsx", "import-by-handle", "--save-link", "x"]
+    yield "options-bad-switch", ["options", "--auto-upload", "x"]
+    yield "yes-and-no", ["--yes", "--no", "about"]
+
+
+def transcript(velmar, folder, words):
+    env = dict(os.environ)
+    env["XDG_CONFIG_HOME"] = os.path.join(folder, "config")
+    env["XDG_STATE_HOME"] = os.path.join(folder, "state")
+    env["HOME"] = folder
+    result = subprocess.run([velmar] + words, cwd=folder, env=env, stdin=subprocess.DEVNULL,
+                            capture_output=True, timeout=120)
+    text = "$ velmar " + " ".join(words) + "\n"
+    text += "--- stdout\n" + result.stdout.decode("utf-8", "replace")
+    text += "--- stderr\n" + result.stderr.decode("utf-8", "replace")
+    text += "--- exit %d\n" % result.returncode
+    return text.replace(folder, "@TMP@")
+
+
+def main():
+    if len(sys.argv) < 2:
+        print(__doc__)
+        return 2
+    velmar = os.path.abspath(sys.argv[1])
+    record = "--record" in sys.argv[2:]
+    failures = []
+    with tempfile.TemporaryDirectory(prefix="velmar-transcripts-") as folder:
+        folder = os.path.realpath(folder)
+        shutil.copy(os.path.join(SOURCE, "examples", "floor.dxf"), os.path.join(folder, "plan.dxf"))
+        for name, words in runs():
+            got = transcript(velmar, folder, words)
+            if name == "readme-export-new":
+                shutil.copy(os.path.join(folder, "plan.xlsx"), os.path.join(folder, "book.xlsx"))
+            path = os.path.join(RECORDED, name + ".txt")
+            if record:
+                os.makedirs(RECORDED, exist_ok=True)
+                with open(path, "w", encoding="utf-8", newline="") as out:
+                    out.write(got)
+                continue
+            try:
+                with open(path, encoding="utf-8", newline="") as recorded:
+                    want = recorded.read()
+            except FileNotFoundError:
+                failures.append("%s: no recorded transcript %s" % (name, path))
+                continue
+            if got != want:
+                failures.append("%s differs from %s:\n--- recorded\n%s--- now\n%s" % (name, path, want, got))
+    for failure in failures:
+        print(failure)
+    if not record:
+        print("%d transcripts, %d differ" % (len(list(runs())), len(failures)))
+    return 1 if failures else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
