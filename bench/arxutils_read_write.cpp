@@ -11,7 +11,7 @@
 
 #include "arxutils/ExcelUtils.h"
 #include "arxutils/excel/FileBackend.h"
-#include "attbat/tables/CStringTable.h"
+#include "tables/CStringTable.h"
 #include "host/Printer.h"
 #include "host/ProgressMeter.h"
 #include "xl/NumberFormat.h"
@@ -100,11 +100,11 @@ void BridgeReadValues(benchmark::State& state) {
     arxutils::excel::SetCurrentServer(backend.get());
     arxutils::ExcelUtils::ConnectToExcel(true);
     {
-        attbat::CStringTable warm;  // the sheet is parsed once, as in the direct case
+        tables::CStringTable warm;  // the sheet is parsed once, as in the direct case
         arxutils::ExcelUtils::ReadValues(warm, "$A$1");
     }
     for (auto _ : state) {
-        attbat::CStringTable table;
+        tables::CStringTable table;
         arxutils::ExcelUtils::ReadValues(table, "$A$1:$L$100000");
         if (table.GetSize() != kRows) state.SkipWithError("short read");
         benchmark::DoNotOptimize(table.GetSize());

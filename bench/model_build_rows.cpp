@@ -73,7 +73,7 @@ AcadBlockArray MakeDrawing(int refs) {
 void BuildRowsOf(benchmark::State& state, bool combine, bool withProperties) {
     const int refs = static_cast<int>(state.range(0));
     AcadBlockArray blocks = MakeDrawing(refs);
-    CStringArrayEx names;
+    tables::CStringArrayEx names;
     blocks.NamesWithRefs(names, true);
     AcadBlockView view;
     view.showName = 1;
@@ -128,7 +128,7 @@ void BuildRowsOfDrawing(benchmark::State& state) {
     }
     AcadBlockArray blocks;
     ReadDatabase(blocks, *db.Value(), path, nullptr, nullptr);
-    CStringArrayEx names;
+    tables::CStringArrayEx names;
     blocks.NamesWithRefs(names, true);
     const CadDrawingContext drawing(db.Value().get());
     long rowCount = 0;

@@ -10,9 +10,9 @@
 #include "arxutils/CExcelROTDialog.h"
 #include "arxutils/excel/AutomationError.h"
 #include "arxutils/excel/ExcelServer.h"
-#include "attbat/tables/CStringTable.h"
-#include "attbat/tables/CTextTokenizer.h"
-#include "attbat/tables/CellAddress.h"
+#include "tables/CStringTable.h"
+#include "tables/CTextTokenizer.h"
+#include "tables/CellAddress.h"
 #include "base/Format.h"
 #include "base/Path.h"
 #include "base/Text.h"
@@ -82,9 +82,9 @@ std::string NumberText(double value) {
 }
 
 std::string RectAddress(int firstRow, int firstColumn, int lastRow, int lastColumn) {
-    std::string first = attbat::AbsoluteCell(firstRow, firstColumn);
+    std::string first = tables::AbsoluteCell(firstRow, firstColumn);
     if (firstRow == lastRow && firstColumn == lastColumn) return first;
-    return base::Sprintf("%s:%s", first, attbat::AbsoluteCell(lastRow, lastColumn));
+    return base::Sprintf("%s:%s", first, tables::AbsoluteCell(lastRow, lastColumn));
 }
 
 bool Queue(std::string& list, int firstRow, int firstColumn, int lastRow, int lastColumn) {
@@ -113,7 +113,7 @@ bool ApplyKeyed(std::map<int, std::string>& lists, SetOn&& set) {
     });
 }
 
-void AddRowTo(attbat::CStringTable& table, attbat::CStringArrayEx&& row) { table.Add(std::move(row)); }
+void AddRowTo(tables::CStringTable& table, tables::CStringArrayEx&& row) { table.Add(std::move(row)); }
 
 double NowAsOleDate() {
     std::time_t now = std::time(nullptr);
@@ -367,29 +367,29 @@ void ExcelUtils::VelmarTest() {
 
 // Reading.
 
-bool ExcelUtils::ReadCellsSlow(attbat::CStringTable& table, const std::string& address, bool textOnly) {
+bool ExcelUtils::ReadCellsSlow(tables::CStringTable& table, const std::string& address, bool textOnly) {
     return ReadCellsSelected(table, address, "", 0, textOnly);
 }
 
-bool ExcelUtils::ReadCellsSelected(attbat::CStringTable& table, const std::string& address,
+bool ExcelUtils::ReadCellsSelected(tables::CStringTable& table, const std::string& address,
                                    const std::string& selectedRows, int expectedRows, bool textOnly) {
     return Guarded([&] {
         table.RangeAddress = address;
         if (address.find(':', 1) == std::string::npos || address.empty()) {
-            attbat::CStringArrayEx row;
+            tables::CStringArrayEx row;
             row.Add(base::Trim(TextOf(Sheet().GetRange(address)->Text())));
             AddRowTo(table, std::move(row));
             return true;
         }
         int firstRow = 0, firstColumn = 0, lastRow = 0, lastColumn = 0;
-        attbat::ParseFirstCell(address, firstRow, firstColumn);
-        attbat::ParseSecondCell(address, lastRow, lastColumn);
+        tables::ParseFirstCell(address, firstRow, firstColumn);
+        tables::ParseSecondCell(address, lastRow, lastColumn);
         if (firstRow < 1 || firstColumn < 1 || lastRow < 1 || lastColumn < 1) return true;
         std::vector<bool> wanted;
         bool filtered = false;
         if (!selectedRows.empty()) {
             std::vector<int> rows;
-            attbat::ParseRowList(selectedRows, rows);
+            tables::ParseRowList(selectedRows, rows);
             filtered = !rows.empty();
             wanted.assign(static_cast<std::size_t>(lastRow) + 1, false);
             for (int r : rows)
@@ -401,7 +401,7 @@ bool ExcelUtils::ReadCellsSelected(attbat::CStringTable& table, const std::strin
         host::ProgressMeter meter("Reading Excel data ...", cells + 1);
         auto cellsOf = Sheet().Cells();
         for (int r = firstRow; r <= lastRow; ++r) {
-            attbat::CStringArrayEx row;
+            tables::CStringArrayEx row;
             if (filtered && !wanted[static_cast<std::size_t>(r)]) {
                 row.SetSize(width);
                 AddRowTo(table, std::move(row));
@@ -420,7 +420,7 @@ bool ExcelUtils::ReadCellsSelected(attbat::CStringTable& table, const std::strin
     });
 }
 
-bool ExcelUtils::ReadValues(attbat::CStringTable& table, const std::string& address) {
+bool ExcelUtils::ReadValues(tables::CStringTable& table, const std::string& address) {
     // Trailing zeros are dropped while numbers are turned into text, and only then.
     cad::ScopedDimzin dimzin(DrawingUnits(), 8);
     return Guarded([&] {
@@ -429,16 +429,16 @@ bool ExcelUtils::ReadValues(attbat::CStringTable& table, const std::string& addr
         (void)a1;
         Variant value = range->GetValue();
         switch (value.type) {
-        case VarType::Empty: AddRowTo(table, attbat::CStringArrayEx{std::string()}); return true;
-        case VarType::Number: AddRowTo(table, attbat::CStringArrayEx{NumberText(value.number)}); return true;
-        case VarType::String: AddRowTo(table, attbat::CStringArrayEx{value.text}); return true;
+        case VarType::Empty: AddRowTo(table, tables::CStringArrayEx{std::string()}); return true;
+        case VarType::Number: AddRowTo(table, tables::CStringArrayEx{NumberText(value.number)}); return true;
+        case VarType::String: AddRowTo(table, tables::CStringArrayEx{value.text}); return true;
         case VarType::Array: break;
         // Anything else is taken for an array, which a lone Boolean, date or error is not.
         default: throw AutomationError(kErrInvalidArg, "");
         }
         const VariantArray& array = *value.array;
         for (int r = 0; r < array.rows; ++r) {
-            attbat::CStringArrayEx row;
+            tables::CStringArrayEx row;
             for (int c = 0; c < array.columns; ++c) {
                 const Variant& v = array.At(r, c);
                 // Other types add no cell on purpose: callers have always seen the row shift.
@@ -455,7 +455,7 @@ bool ExcelUtils::ReadValues(attbat::CStringTable& table, const std::string& addr
     });
 }
 
-bool ExcelUtils::ReadValues(attbat::CStringTable& table, const std::string& firstCell, const std::string& lastCell) {
+bool ExcelUtils::ReadValues(tables::CStringTable& table, const std::string& firstCell, const std::string& lastCell) {
     return ReadValues(table, base::Sprintf("%s:%s", firstCell, lastCell));
 }
 
@@ -466,7 +466,7 @@ bool ExcelUtils::ReadCommentAndText(StringMap& map, bool ignoreProperties) {
         host::ProgressMeter meter("Reading the data from Excel...", count + 1);
         for (int i = 1; i <= count; ++i) {
             auto comment = comments->Item(i);
-            attbat::CTextTokenizer lines(comment->Text(), "\n");
+            tables::CTextTokenizer lines(comment->Text(), "\n");
             std::string line, cellText;
             bool fetched = false;
             while (lines.Next(line)) {
@@ -509,7 +509,7 @@ bool ExcelUtils::ReadComments(StringMap& mapComment, StringMap& mapValue) {
             if (!base::EqualNoCase(text, "Velmar_CurrentDrawing") && !(marked && bracketed)) continue;
             std::string address = comment->Parent()->Address();
             int row = 0, column = 0;
-            attbat::ParseCellUpper(address, row, column);
+            tables::ParseCellUpper(address, row, column);
             maxRow = std::max(maxRow, row);
             maxColumn = std::max(maxColumn, column);
             std::string key = base::Sprintf("%s:%s", sheetName, address);
@@ -519,11 +519,11 @@ bool ExcelUtils::ReadComments(StringMap& mapComment, StringMap& mapValue) {
         return true;
     });
     if (!ok || maxRow < 1 || maxColumn < 1) return ok;
-    attbat::CStringTable table;
-    if (!ReadValues(table, base::Sprintf("$A$1:%s", attbat::AbsoluteCell(maxRow, maxColumn)))) return false;
+    tables::CStringTable table;
+    if (!ReadValues(table, base::Sprintf("$A$1:%s", tables::AbsoluteCell(maxRow, maxColumn)))) return false;
     for (int r = 0; r < table.GetSize(); ++r)
         for (int c = 0; c < table[r].GetSize(); ++c) {
-            auto it = mapValue.find(base::Sprintf("%s:%s", sheetName, attbat::AbsoluteCell(r + 1, c + 1)));
+            auto it = mapValue.find(base::Sprintf("%s:%s", sheetName, tables::AbsoluteCell(r + 1, c + 1)));
             if (it != mapValue.end()) it->second = table[r][c];
         }
     return true;

@@ -16,7 +16,7 @@
 
 #include "arxutils/excel/ExcelObjects.h"
 
-namespace attbat {
+namespace tables {
 class CStringTable;
 }
 namespace cad {
@@ -85,16 +85,16 @@ public:
 
     // Cell by cell into `table` (RangeAddress = address); a hidden row reads as empty strings
     // unless `textOnly`. False only on a failure; a range with a corner below 1 reads nothing.
-    static bool ReadCellsSlow(attbat::CStringTable& table, const std::string& address, bool textOnly);
+    static bool ReadCellsSlow(tables::CStringTable& table, const std::string& address, bool textOnly);
     // ReadCellsSlow reading only the rows of `selectedRows` ("$A$2:$C$4,$7"); the other rows
     // are rows of empty strings. `expectedRows` above 0 only reserves room.
-    static bool ReadCellsSelected(attbat::CStringTable& table, const std::string& address,
+    static bool ReadCellsSelected(tables::CStringTable& table, const std::string& address,
                                   const std::string& selectedRows, int expectedRows, bool textOnly);
     // The range in one fetch: numbers as drawing text with trailing zeros dropped; a Boolean,
     // date or error adds no cell at all, so the rest of its row moves left (a lone one fails).
     // RangeAddress stays.
-    static bool ReadValues(attbat::CStringTable& table, const std::string& address);
-    static bool ReadValues(attbat::CStringTable& table, const std::string& firstCell, const std::string& lastCell);
+    static bool ReadValues(tables::CStringTable& table, const std::string& address);
+    static bool ReadValues(tables::CStringTable& table, const std::string& firstCell, const std::string& lastCell);
     // Each key line of each comment ("_" past the first character; ":" too unless
     // `ignoreProperties`) mapped to its cell's displayed text.
     static bool ReadCommentAndText(StringMap& map, bool ignoreProperties);

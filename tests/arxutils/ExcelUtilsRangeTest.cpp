@@ -2,7 +2,7 @@
 // format queues and the other worksheet operations, on real workbook files.
 #include "BridgeFixture.h"
 
-#include "attbat/tables/CStringTable.h"
+#include "tables/CStringTable.h"
 #include "cad/units/UnitSettings.h"
 #include "xl/CellRef.h"
 #include "xl/NumberFormat.h"
@@ -12,7 +12,7 @@ namespace excel = arxutils::excel;
 
 namespace {
 
-std::vector<std::vector<std::string>> Rows(const attbat::CStringTable& table) {
+std::vector<std::vector<std::string>> Rows(const tables::CStringTable& table) {
     std::vector<std::vector<std::string>> out;
     for (const auto& row : table) out.emplace_back(row.begin(), row.end());
     return out;
@@ -26,7 +26,7 @@ using Grid = std::vector<std::vector<std::string>>;
 
 TEST_F(BridgeTest, ReadValuesOnOneEmptyCellGivesOneRowWithOneEmptyString) {
     Attach(MakeBook("a.xlsx"));
-    attbat::CStringTable table;
+    tables::CStringTable table;
     ASSERT_TRUE(ExcelUtils::ReadValues(table, "$D$9"));
     EXPECT_EQ(Rows(table), (Grid{{""}}));
     EXPECT_EQ(table.RangeAddress, "");
@@ -34,14 +34,14 @@ TEST_F(BridgeTest, ReadValuesOnOneEmptyCellGivesOneRowWithOneEmptyString) {
 
 TEST_F(BridgeTest, RowWithTrueInItsSecondCellComesOutOneCellShorter) {
     Attach(CopyData("typed-cells.xlsx"));
-    attbat::CStringTable table;
+    tables::CStringTable table;
     ASSERT_TRUE(ExcelUtils::ReadValues(table, "$A$1", "$C$3"));
     EXPECT_EQ(Rows(table), (Grid{{"a1", "12.5", "c1"}, {"a2", "c2"}, {"a3", "7", "c3"}}));
 }
 
 TEST_F(BridgeTest, ReadValuesDropsErrorsAndDatesTooSoTheirRowsShift) {
     Attach(CopyData("typed-cells.xlsx"));
-    attbat::CStringTable table;
+    tables::CStringTable table;
     ASSERT_TRUE(ExcelUtils::ReadValues(table, "A4:C5"));
     EXPECT_EQ(Rows(table), (Grid{{"a4", "c4"}, {"a5", "c5"}}));
 }
@@ -56,7 +56,7 @@ TEST_F(BridgeTest, ReadValuesSuppressesTrailingZerosOnlyForItsOwnLength) {
         s.SetNumber(1, 2, 3);
         s.SetNumber(1, 3, 0.123456);
     }));
-    attbat::CStringTable table;
+    tables::CStringTable table;
     ASSERT_TRUE(ExcelUtils::ReadValues(table, "A1:C1"));
     ExcelUtils::SetDrawingUnits(nullptr);
     EXPECT_EQ(Rows(table), (Grid{{"12.5", "3", "0.1235"}}));
@@ -73,7 +73,7 @@ TEST_F(BridgeTest, UnitsAreAskedOfTheirSourceOnceAndOnlyWhenValuesAreRead) {
     });
     Attach(MakeBook("a.xlsx", [](xl::Worksheet& s) { s.SetNumber(1, 1, 3.14159); }));
     EXPECT_EQ(asked, 0);
-    attbat::CStringTable table;
+    tables::CStringTable table;
     ASSERT_TRUE(ExcelUtils::ReadValues(table, "A1"));
     ASSERT_TRUE(ExcelUtils::ReadValues(table, "A1"));
     ExcelUtils::SetDrawingUnits(nullptr);
@@ -86,7 +86,7 @@ TEST_F(BridgeTest, ReadValuesRestoresDimzinWhenTheReadFails) {
     units.dimzin = 3;
     ExcelUtils::SetDrawingUnits(&units);
     Attach(MakeBook("a.xlsx"));
-    attbat::CStringTable table;
+    tables::CStringTable table;
     EXPECT_FALSE(ExcelUtils::ReadValues(table, "not an address"));
     ExcelUtils::SetDrawingUnits(nullptr);
     EXPECT_EQ(units.dimzin, 3);
@@ -100,7 +100,7 @@ TEST_F(BridgeTest, ReadValuesOfAWholeCorpusSheetKeepsItsShape) {
     ASSERT_TRUE(file);
     xl::Worksheet& sheet = *file.Value()->Sheet(file.Value()->ActiveSheetIndex());
     xl::CellRange used = sheet.UsedRange();
-    attbat::CStringTable table;
+    tables::CStringTable table;
     ASSERT_TRUE(ExcelUtils::ReadValues(table, xl::RangeName(used, true)));
     ASSERT_EQ(table.GetSize(), used.lastRow - used.firstRow + 1);
     auto values = sheet.Values(used);
@@ -123,18 +123,18 @@ TEST_F(BridgeTest, ReadCellsSlowWithTextOnlyFalseOnAHiddenRowGivesEmptyStringsOf
             for (int c = 1; c <= 3; ++c) s.SetString(r, c, "r" + std::to_string(r) + "c" + std::to_string(c));
         s.SetRowHidden(2, true);
     }));
-    attbat::CStringTable table;
+    tables::CStringTable table;
     ASSERT_TRUE(ExcelUtils::ReadCellsSlow(table, "$A$1:$C$3", false));
     EXPECT_EQ(table.RangeAddress, "$A$1:$C$3");
     EXPECT_EQ(Rows(table), (Grid{{"r1c1", "r1c2", "r1c3"}, {"", "", ""}, {"r3c1", "r3c2", "r3c3"}}));
-    attbat::CStringTable textOnly;
+    tables::CStringTable textOnly;
     ASSERT_TRUE(ExcelUtils::ReadCellsSlow(textOnly, "$A$1:$C$3", true));
     EXPECT_EQ(Rows(textOnly)[1], (std::vector<std::string>{"r2c1", "r2c2", "r2c3"}));
 }
 
 TEST_F(BridgeTest, ReadCellsSlowOnCorpusHiddenRowsReadsThemEmpty) {
     Attach(CopyCorpus("excel2016-strict-note-hidden-rows-validation.xlsx"));
-    attbat::CStringTable table;
+    tables::CStringTable table;
     ASSERT_TRUE(ExcelUtils::ReadCellsSlow(table, "$C$38:$E$40", false));
     ASSERT_EQ(table.GetSize(), 3);
     EXPECT_EQ(Rows(table)[1], (std::vector<std::string>{"", "", ""}));
@@ -147,17 +147,17 @@ TEST_F(BridgeTest, ReadCellsSlowGivesDisplayedTextsTrimmed) {
         s.SetNumber(1, 2, 0.5);
         s.ApplyFormat({1, 2, 1, 2}, [] { xl::StyleChange c; c.numberFormat = "0.00%"; return c; }());
     }));
-    attbat::CStringTable table;
+    tables::CStringTable table;
     ASSERT_TRUE(ExcelUtils::ReadCellsSlow(table, "$A$1:$B$1", true));
     EXPECT_EQ(Rows(table), (Grid{{"padded", "50.00%"}}));
-    attbat::CStringTable single;
+    tables::CStringTable single;
     ASSERT_TRUE(ExcelUtils::ReadCellsSlow(single, "$A$1", false));
     EXPECT_EQ(Rows(single), (Grid{{"padded"}}));
 }
 
 TEST_F(BridgeTest, ReadCellsSlowWithACornerBelowOneReadsNothingAndSucceeds) {
     Attach(MakeBook("a.xlsx"));
-    attbat::CStringTable table;
+    tables::CStringTable table;
     EXPECT_TRUE(ExcelUtils::ReadCellsSlow(table, "$A$0:$B$2", true));
     EXPECT_EQ(table.GetSize(), 0);
 }
@@ -169,10 +169,10 @@ TEST_F(BridgeTest, ReadCellsSelectedReadsOnlyTheListedRows) {
             s.SetString(r, 2, "b" + std::to_string(r));
         }
     }));
-    attbat::CStringTable table;
+    tables::CStringTable table;
     ASSERT_TRUE(ExcelUtils::ReadCellsSelected(table, "$A$1:$B$5", "$A$2:$B$3, $5", 5, true));
     EXPECT_EQ(Rows(table), (Grid{{"", ""}, {"a2", "b2"}, {"a3", "b3"}, {"", ""}, {"a5", "b5"}}));
-    attbat::CStringTable all;
+    tables::CStringTable all;
     ASSERT_TRUE(ExcelUtils::ReadCellsSelected(all, "$A$1:$B$2", "", 0, true));
     EXPECT_EQ(Rows(all), (Grid{{"a1", "b1"}, {"a2", "b2"}}));
 }
@@ -315,7 +315,7 @@ TEST_F(BridgeTest, PutStagedCellPastTheUpperBoundWritesNothingAndRaisesNothing) 
     ExcelUtils::PutStagedCell("past", 0, 2);
     ExcelUtils::PutStagedCell("before", -1, 0);
     EXPECT_FALSE(ExcelUtils::FlushStaging("$B$2", false, false));
-    attbat::CStringTable table;
+    tables::CStringTable table;
     ASSERT_TRUE(ExcelUtils::ReadValues(table, "$A$1:$D$4"));
     EXPECT_EQ(Rows(table), (Grid{{"", "", "", ""}, {"", "", "", ""}, {"", "", "in", ""}, {"", "", "", ""}}));
     EXPECT_TRUE(ui_.Shown().empty());
@@ -544,7 +544,7 @@ TEST_F(BridgeTest, DeleteRowsDeletesInTheOrderGivenAndSaysSoForEach) {
     // Rows move up as they go: deleting 2 then 2 removes the old rows 2 and 3.
     ASSERT_TRUE(ExcelUtils::DeleteRows({2, 2}));
     EXPECT_EQ(Printed(), "Delete the row 2 successfully.\nDelete the row 2 successfully.");
-    attbat::CStringTable table;
+    tables::CStringTable table;
     ASSERT_TRUE(ExcelUtils::ReadCellsSlow(table, "$A$1:$A$6", true));
     EXPECT_EQ(Rows(table), (Grid{{"row1"}, {"row4"}, {"row5"}, {"row6"}, {""}, {""}}));
     auto moved = ExcelUtils::Worksheet->GetRange("A2")->GetComment();
@@ -560,7 +560,7 @@ TEST_F(BridgeTest, InsertAtMovesCellsDownOrRight) {
     }));
     ASSERT_TRUE(ExcelUtils::InsertAt(1, 1, excel::xlShiftDown));
     ASSERT_TRUE(ExcelUtils::InsertAt(1, 2, excel::xlShiftToRight));
-    attbat::CStringTable table;
+    tables::CStringTable table;
     ASSERT_TRUE(ExcelUtils::ReadCellsSlow(table, "$A$1:$C$3", true));
     EXPECT_EQ(Rows(table), (Grid{{"", "", "b1"}, {"a1", "", ""}, {"a2", "", ""}}));
 }
@@ -583,14 +583,14 @@ TEST_F(BridgeTest, FillTestPatternWritesRowAndColumnIntoEachCell) {
     EXPECT_EQ(LastBox(), "Please specific a worksheet.");
     Attach(MakeBook("a.xlsx"));
     ASSERT_TRUE(ExcelUtils::FillTestPattern(2, 3));
-    attbat::CStringTable table;
+    tables::CStringTable table;
     ASSERT_TRUE(ExcelUtils::ReadValues(table, "A1:C2"));
     EXPECT_EQ(Rows(table), (Grid{{"r1c1", "r1c2", "r1c3"}, {"r2c1", "r2c2", "r2c3"}}));
 }
 
 TEST_F(BridgeTest, OperationsWithoutWorksheetReportAndGiveFalse) {
     Install({});
-    attbat::CStringTable table;
+    tables::CStringTable table;
     EXPECT_FALSE(ExcelUtils::ReadValues(table, "A1"));
     EXPECT_EQ(LastBox(), "No worksheet is attached.");
     ExcelUtils::StringMap map;
@@ -624,11 +624,11 @@ TEST_F(BridgeTest, InsertAtRefusesToMoveMergedCellsSideways) {
 
 TEST_F(BridgeTest, ReadValuesOfALoneBooleanCellFailsAsANonArray) {
     Attach(CopyData("typed-cells.xlsx"));
-    attbat::CStringTable table;
+    tables::CStringTable table;
     EXPECT_FALSE(ExcelUtils::ReadValues(table, "B2"));
     EXPECT_EQ(table.GetSize(), 0);
     EXPECT_EQ(LastBox(), "The parameter is incorrect.");
-    attbat::CStringTable number;
+    tables::CStringTable number;
     ASSERT_TRUE(ExcelUtils::ReadValues(number, "B1"));
     EXPECT_EQ(Rows(number), (Grid{{"12.5"}}));
 }

@@ -4,7 +4,7 @@
 
 #include <filesystem>
 
-#include "attbat/tables/CStringTable.h"
+#include "tables/CStringTable.h"
 
 using arxutils::ExcelUtils;
 namespace excel = arxutils::excel;
@@ -40,7 +40,7 @@ TEST_F(BridgeTest, UnchangedWorkbookIsNotWritten) {
     std::string path = CopyCorpus("excel2013-notes-26-merges-validation-names.xlsx", "data.xlsx");
     std::string before = Bytes(path);
     Attach(path);
-    attbat::CStringTable table;
+    tables::CStringTable table;
     ExcelUtils::ReadCellsSlow(table, "$A$1:$C$3", true);
     ExcelUtils::ActivateSheet(1);
     ASSERT_TRUE(backend_->SaveChanged().IsOk());

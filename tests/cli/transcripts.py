@@ -4,11 +4,13 @@
 Every help text (`velmar --help`, `velmar help`, each command's `--help`) and the README's usage
 examples run on the sample drawing in a fresh folder; standard output, standard error and the exit
 status of each must match tests/cli/transcripts/NAME.txt byte for byte (the folder's path reads
-as @TMP@). `--record` writes the transcripts instead: only for a change of output that is meant.
+as @TMP@, a save time as @TIME@). `--record` writes the transcripts instead: only for a change of
+output that is meant.
 
 Usage: transcripts.py VELMAR [--record]
 """
 import os
+import re
 import shutil
 import subprocess
 import sys
@@ -79,6 +81,8 @@ def transcript(velmar, folder, words):
     text += "--- stdout\n" + result.stdout.decode("utf-8", "replace")
     text += "--- stderr\n" + result.stderr.decode("utf-8", "replace")
     text += "--- exit %d\n" % result.returncode
+    # Save times are the only words that differ from run to run.
+    text = re.sub(r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ", "@TIME@", text)
     return text.replace(folder, "@TMP@")
 
 

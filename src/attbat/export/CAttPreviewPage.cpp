@@ -6,7 +6,7 @@
 #include "attbat/export/CScheduleDialog.h"
 #include "attbat/export/CSelectAttributeDialog.h"
 #include "attbat/model/ScheduleRows.h"
-#include "attbat/tables/CellAddress.h"
+#include "tables/CellAddress.h"
 
 namespace attbat {
 
@@ -16,7 +16,7 @@ void CAttPreviewPage::OnInitDialog() {
     m_columnSort = 2;
 }
 
-std::string CAttPreviewPage::HeaderAt(int position) const { return ColumnLetters(position + 1); }
+std::string CAttPreviewPage::HeaderAt(int position) const { return tables::ColumnLetters(position + 1); }
 
 const std::string& CAttPreviewPage::TextAt(int row, int position) const {
     return CellOf(m_rows.at(row).texts, columnOrder_.at(position));
@@ -25,7 +25,7 @@ const std::string& CAttPreviewPage::TextAt(int row, int position) const {
 namespace {
 
 // The row without its trailing empty cells, held at its size: the cells past it read empty.
-CStringArrayEx Trimmed(CStringArrayEx row) {
+tables::CStringArrayEx Trimmed(tables::CStringArrayEx row) {
     int size = row.GetSize();
     while (size > 0 && row[size - 1].empty()) --size;
     if (size < row.GetSize()) {
@@ -37,7 +37,7 @@ CStringArrayEx Trimmed(CStringArrayEx row) {
 
 }  // namespace
 
-const std::string& CAttPreviewPage::CellOf(const CStringArrayEx& row, int column) {
+const std::string& CAttPreviewPage::CellOf(const tables::CStringArrayEx& row, int column) {
     static const std::string empty;
     return column < row.GetSize() ? row[column] : empty;
 }
@@ -71,7 +71,7 @@ void CAttPreviewPage::RefreshPage() {
 
     if (AcadBlockArray* blocks = wizard_.m_activeBlocks) {
         AcadBlockView copy = view;
-        CStringArrayEx names;
+        tables::CStringArrayEx names;
         wizard_.m_attributePage.GetTickedBlocks(names);
         copy.noValueTags.RemoveAll();
         if (copy.unselNoValueAtts != 0) {
@@ -84,14 +84,14 @@ void CAttPreviewPage::RefreshPage() {
         if (!names.IsEmpty()) {
             BuildRows(*blocks, texts, m_commentTable, copy, wizard_.m_filter, names, wizard_.Drawing());
         }
-        for (const CStringArrayEx& row : texts) columnCount_ = std::max(columnCount_, row.GetSize());
+        for (const tables::CStringArrayEx& row : texts) columnCount_ = std::max(columnCount_, row.GetSize());
         if (texts.IsEmpty()) columnCount_ = 0;
         // A header per block gives groups of different widths; the list is as wide as the widest.
         // Rows keep their own width (cells past it read empty), so a schedule of many narrow
         // groups doesn't hold a string for every empty cell twice over.
         m_rows.reserve(static_cast<std::size_t>(texts.GetSize()));
         for (int i = 0; i < texts.GetSize() && columnCount_ > 0; ++i) m_rows.push_back({Trimmed(std::move(texts[i])), i});
-        for (CStringArrayEx& keys : m_commentTable) keys = Trimmed(std::move(keys));
+        for (tables::CStringArrayEx& keys : m_commentTable) keys = Trimmed(std::move(keys));
         m_sortRestored = 0;
     }
     columnOrder_.resize(columnCount_);

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "attbat/export/ExportOptions.h"
-#include "attbat/tables/CDataTable.h"
-#include "attbat/tables/CStringArrayEx.h"
+#include "tables/CDataTable.h"
+#include "tables/CStringArrayEx.h"
 
 namespace attbat {
 
@@ -21,7 +21,7 @@ public:
     // One row of the list: its texts by column as built and, as item data, its row of the
     // comment table.
     struct ListRow {
-        CStringArrayEx texts;
+        tables::CStringArrayEx texts;
         int itemData = 0;
     };
 
@@ -68,7 +68,7 @@ public:
     const std::string& TextAt(int row, int position) const;
     // The cell of a row by column; empty past the row's own width (rows are as wide as their
     // group).
-    static const std::string& CellOf(const CStringArrayEx& row, int column);
+    static const std::string& CellOf(const tables::CStringArrayEx& row, int column);
     // Sets the display order (column indexes by position); false when it isn't a permutation
     // keeping column 0 first.
     bool SetColumnOrder(const std::vector<int>& order);
@@ -77,7 +77,7 @@ public:
     int m_headerStyle = 0;        // "Header for all blocks", "Header per block"
     int m_columnSort = 2;         // "A -> Z", "Z -> A", "None"
     std::vector<ListRow> m_rows;  // the list's rows in list order
-    CDataTable m_commentTable;    // the keys, as built
+    tables::CDataTable m_commentTable;    // the keys, as built
     int m_keepColumnOrder = 0;
     int m_sortRestored = 0;
     int m_sortColumn = -1;

@@ -78,9 +78,9 @@ void CAttributePage::CollectPage() {
     wizard_.m_view.SaveAreaUnit(wizard_.Settings());
 }
 
-void CAttributePage::GetTickedBlocks(CStringArrayEx& names) const {
+void CAttributePage::GetTickedBlocks(tables::CStringArrayEx& names) const {
     if (!wizard_.m_activeBlocks) return;
-    CStringArrayEx ticked;
+    tables::CStringArrayEx ticked;
     for (const ListRow& row : m_blockList) {
         if (row.checked) ticked.Add(row.name);
     }

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "attbat/tables/CStringArrayEx.h"
+#include "tables/CStringArrayEx.h"
 
 namespace attbat {
 
@@ -36,7 +36,7 @@ public:
     // Takes the ticks into every block of the row's name; stores AreaUnit when above 0.
     void CollectPage();
     // The ticked names, in collection order whatever the list's order.
-    void GetTickedBlocks(CStringArrayEx& names) const;
+    void GetTickedBlocks(tables::CStringArrayEx& names) const;
     // Ticks or unticks every row.
     void SelectAll();
     void ClearAll();
@@ -58,7 +58,7 @@ public:
     int m_areaUnit = 0;
     int m_withAttributesOnly = 1;
     int m_inUseOnly = 1;
-    CStringArrayEx m_restoredUnchecked;  // names a loaded template leaves unticked; used once
+    tables::CStringArrayEx m_restoredUnchecked;  // names a loaded template leaves unticked; used once
     int m_sortAscending = 1;
     int m_linearUnits = 2;
     bool areaUnitEnabled = false;        // the unit combo box

@@ -106,7 +106,7 @@ std::vector<std::string> ParseDrawingList(std::string_view text) {
     return paths;
 }
 
-std::string FormatDrawingList(const CStringArrayEx& paths) {
+std::string FormatDrawingList(const tables::CStringArrayEx& paths) {
     std::string bytes;
     // The Windows program writes "\r\n" through a text-mode stream, which makes CR CR LF.
     for (const std::string& path : paths) bytes += path + "\r\r\n";

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "attbat/model/AcadBlockArray.h"
-#include "attbat/tables/CStringArrayEx.h"
+#include "tables/CStringArrayEx.h"
 #include "base/Status.h"
 #include "cad/BlockReference.h"
 #include "cad/geometry/MLeader.h"
@@ -71,7 +71,7 @@ public:
     AcadBlockArray m_selectedBlocks;
     AcadBlockArray m_currentBlocks;
     AcadBlockArray m_drawingBlocks;
-    CStringArrayEx m_drawingPaths;   // the full paths behind m_drawingList
+    tables::CStringArrayEx m_drawingPaths;   // the full paths behind m_drawingList
     std::vector<ListRow> m_drawingList;
     int m_drawingsDirty = 0;
     int m_searchSubfolder = 0;
@@ -88,6 +88,6 @@ private:
 // A .lst file's paths: lines trimmed, blank lines skipped, CR LF and CR CR LF alike.
 std::vector<std::string> ParseDrawingList(std::string_view text);
 // The bytes of a .lst file for `paths`.
-std::string FormatDrawingList(const CStringArrayEx& paths);
+std::string FormatDrawingList(const tables::CStringArrayEx& paths);
 
 }  // namespace attbat

@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "attbat/tables/CellAddress.h"
+#include "tables/CellAddress.h"
 #include "base/Text.h"
 
 namespace attbat {
@@ -17,8 +17,8 @@ void CExportOptionsDialog::OnInitDialog() {
 void CExportOptionsDialog::OnOK() {
     m_options.startColumn = base::ToUpper(m_startColumn);
     // A number typed as the column names it by letters, which the cell addresses need.
-    int column = ColumnNumber(m_options.startColumn);
-    m_options.startColumn = column < 1 ? std::string("A") : ColumnLetters(column);
+    int column = tables::ColumnNumber(m_options.startColumn);
+    m_options.startColumn = column < 1 ? std::string("A") : tables::ColumnLetters(column);
     if (base::EqualNoCase(m_startRowText, lastFilledRow)) {
         m_options.startRow = -1;
     } else {

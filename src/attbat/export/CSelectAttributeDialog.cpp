@@ -10,7 +10,7 @@
 
 namespace attbat {
 
-void CollectTickedTags(const AcadBlockArray& blocks, const CStringArrayEx& names,
+void CollectTickedTags(const AcadBlockArray& blocks, const tables::CStringArrayEx& names,
                        AcadAttDefTagArray& allTags, AcadAttDefTagArray& noValueTags) {
     blocks.AllDefTags(allTags, names, false, false);
     blocks.RemoveMissingTags(names, allTags, noValueTags);
@@ -19,7 +19,7 @@ void CollectTickedTags(const AcadBlockArray& blocks, const CStringArrayEx& names
 CSelectAttributeDialog::CSelectAttributeDialog(CScheduleDialog& wizard)
     : CSelectAttributeDialog(wizard.m_view, wizard.Settings(), {}, {}) {
     if (!wizard.m_activeBlocks) return;
-    CStringArrayEx names;
+    tables::CStringArrayEx names;
     wizard.m_attributePage.GetTickedBlocks(names);
     CollectTickedTags(*wizard.m_activeBlocks, names, allTags_, noValueTags_);
 }

@@ -9,18 +9,21 @@
 
 #include "attbat/model/AcadAttDefTagArray.h"
 
+namespace tables {
+class CStringArrayEx;
+}
+
 namespace attbat {
 
 class AcadBlockArray;
 class AcadBlockView;
 class CScheduleDialog;
-class CStringArrayEx;
 class SettingsStore;
 
 // The tags that the blocks named in `names` offer, properties left out, into `allTags`
 // (distinct by tag and dupIndex, first seen first); those of them without a non-empty value on
 // any reference of those blocks into `noValueTags`. Nothing is added for an empty `names`.
-void CollectTickedTags(const AcadBlockArray& blocks, const CStringArrayEx& names,
+void CollectTickedTags(const AcadBlockArray& blocks, const tables::CStringArrayEx& names,
                        AcadAttDefTagArray& allTags, AcadAttDefTagArray& noValueTags);
 
 class CSelectAttributeDialog {

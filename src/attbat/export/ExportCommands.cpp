@@ -19,7 +19,7 @@
 #include "attbat/frame/CommandLine.h"
 #include "attbat/frame/RegistrySettingsStore.h"
 #include "attbat/model/OuterPolygon.h"
-#include "attbat/tables/CellAddress.h"
+#include "tables/CellAddress.h"
 #include "base/Format.h"
 #include "base/Text.h"
 #include "base/Wildcard.h"
@@ -362,7 +362,7 @@ bool SetPreviewPage(CScheduleDialog& wizard, CommandContext& context, OptionRead
     if (context.Has("column-order")) {
         std::vector<int> order;
         for (const std::string& letters : SplitList(context.Get("column-order"))) {
-            order.push_back(ColumnNumber(letters) - 1);
+            order.push_back(tables::ColumnNumber(letters) - 1);
         }
         if (!page.SetColumnOrder(order)) {
             read.Fail(base::Sprintf("velmar export: --column-order must name each of the %d columns "
@@ -378,7 +378,7 @@ bool SetPreviewPage(CScheduleDialog& wizard, CommandContext& context, OptionRead
             descending = base::EqualNoCase(base::Trim(text.substr(colon + 1)), "desc");
             text = text.substr(0, colon);
         }
-        int position = ColumnNumber(base::Trim(text)) - 1;
+        int position = tables::ColumnNumber(base::Trim(text)) - 1;
         if (position < 0 || position >= page.ColumnCount()) {
             read.Fail(base::Sprintf("velmar export: --row-sort names column '%s', but the preview has "
                                     "columns A to %s.", text, page.HeaderAt(std::max(0, page.ColumnCount() - 1))));

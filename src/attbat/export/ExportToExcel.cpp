@@ -10,8 +10,8 @@
 #include "attbat/export/CAttPreviewPage.h"
 #include "attbat/export/CScheduleDialog.h"
 #include "attbat/model/ScheduleRows.h"
-#include "attbat/tables/CStringTable.h"
-#include "attbat/tables/CellAddress.h"
+#include "tables/CStringTable.h"
+#include "tables/CellAddress.h"
 #include "base/Format.h"
 #include "base/Text.h"
 #include "host/Printer.h"
@@ -65,7 +65,7 @@ bool ConnectActiveWorkbook(std::string& failure) {
 }
 
 // A row starts a block when its first key cell, or failing that its second, is the mark.
-bool StartsBlock(const CStringArrayEx& keys) {
+bool StartsBlock(const tables::CStringArrayEx& keys) {
     if (keys.GetSize() > 0 && base::EqualNoCase(keys[0], BlockColumnMark)) return true;
     return keys.GetSize() > 1 && base::EqualNoCase(keys[1], BlockColumnMark);
 }
@@ -80,10 +80,10 @@ int LastFilledRow() {
     std::string address = Sheet().UsedRange()->Address();
     std::size_t colon = address.find(':');
     address = "$A$1:" + (colon == std::string::npos ? address : address.substr(colon + 1));
-    CStringTable table;
+    tables::CStringTable table;
     ExcelUtils::ReadCellsSlow(table, address, true);
     for (int k = table.GetUpperBound(); k >= 0; --k) {
-        const CStringArrayEx& row = table[k];
+        const tables::CStringArrayEx& row = table[k];
         if (std::any_of(row.begin(), row.end(), [](const std::string& cell) { return !cell.empty(); })) {
             return k + 2;
         }
@@ -97,8 +97,8 @@ void CAttPreviewPage::ExportRowsToActiveSheet(int first, int rowCount, ExportOpt
     const int columns = std::min(columnCount_, kMaxColumns);
     if (rowCount < 1 || columns < 1) return;
     if (options.startRow < 0) options.startRow = LastFilledRow();
-    const int startColumn = std::max(1, ColumnNumber(options.startColumn));
-    const std::string columnLetters = ColumnLetters(startColumn);
+    const int startColumn = std::max(1, tables::ColumnNumber(options.startColumn));
+    const std::string columnLetters = tables::ColumnLetters(startColumn);
     // The values go in slices of rows, so that a big schedule is never staged twice over in
     // memory; the cells end up the same as with one array.
     for (int done = 0; done < rowCount; done += kStagedRows) {
@@ -113,7 +113,7 @@ void CAttPreviewPage::ExportRowsToActiveSheet(int first, int rowCount, ExportOpt
     Sheet().UsedRange()->Rows()->AutoFit();
 
     if (options.applyBorder) {
-        std::string lastCell = AbsoluteCell(options.startRow + rowCount - 1, startColumn + columns - 1);
+        std::string lastCell = tables::AbsoluteCell(options.startRow + rowCount - 1, startColumn + columns - 1);
         auto borders = Sheet().GetRange(base::Sprintf("$%s$%d:%s", columnLetters, options.startRow, lastCell))->GetBorders();
         std::vector<int> edges = {excel::xlEdgeLeft, excel::xlEdgeTop, excel::xlEdgeRight, excel::xlEdgeBottom};
         if (rowCount > 1) edges.push_back(excel::xlInsideHorizontal);
@@ -129,7 +129,7 @@ void CAttPreviewPage::ExportRowsToActiveSheet(int first, int rowCount, ExportOpt
         host::ProgressMeter meter("Exporting the data ...", static_cast<long>(columnCount_) * rowCount + 1);
         auto cells = Sheet().Cells();
         for (int r = 0; r < rowCount; ++r) {
-            const CStringArrayEx& keys = m_commentTable[m_rows.at(first + r).itemData];
+            const tables::CStringArrayEx& keys = m_commentTable[m_rows.at(first + r).itemData];
             for (int p = 0; p < columns; ++p) {
                 int column = columnOrder_[p];
                 if (column >= keys.GetSize()) continue;
@@ -156,8 +156,8 @@ void CAttPreviewPage::ExportRowsToActiveSheet(int first, int rowCount, ExportOpt
             if (base::EqualNoCase(text, previous) && !last) continue;
             if (i > runStart + 1) {
                 int lastRow = options.startRow + (last ? i : i - 1);
-                auto range = Sheet().GetRange(AbsoluteCell(options.startRow + runStart, startColumn),
-                                              AbsoluteCell(lastRow, startColumn));
+                auto range = Sheet().GetRange(tables::AbsoluteCell(options.startRow + runStart, startColumn),
+                                              tables::AbsoluteCell(lastRow, startColumn));
                 range->Merge();
                 range->SetVerticalAlignment(excel::xlCenter);
             }
@@ -201,14 +201,14 @@ bool CAttPreviewPage::ExportToExcel() {
             if (options.worksheetOption == 1) {
                 ExportRowsToActiveSheet(0, RowCount(), options);
             } else {
-                CStringArrayEx names;
+                tables::CStringArrayEx names;
                 wizard_.m_attributePage.GetTickedBlocks(names);
                 auto sheets = ExcelUtils::Workbook->GetWorksheets();
                 if (sheets->Count() < names.GetSize()) {
                     // One call for all missing sheets, as the application's Add(Count) does.
                     for (int n = names.GetSize() - sheets->Count(); n > 0; --n) sheets->Add();
                 }
-                CStringArrayEx used;
+                tables::CStringArrayEx used;
                 for (int i = 0; i < names.GetSize(); ++i) {
                     std::string name = base::Left(names[i], 31);
                     if (used.FindString(name, false) >= 0) {

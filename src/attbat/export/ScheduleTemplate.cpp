@@ -22,7 +22,7 @@ constexpr int kTemplateVersion = 4;
 void CBlockSourcePage::SerializeSource(Archive& archive, int /*version*/) {
     archive.Int32(m_dataSource);
     if (m_dataSource == 2) {
-        CStringArrayEx paths = m_drawingPaths;
+        tables::CStringArrayEx paths = m_drawingPaths;
         archive.StringArray(paths);
         if (!archive.IsStoring() && archive.Ok()) {
             m_drawingsDirty = 1;
@@ -37,7 +37,7 @@ void CBlockSourcePage::SerializeSource(Archive& archive, int /*version*/) {
 void CAttributePage::SerializeAttributePage(Archive& archive, int /*version*/) {
     archive.Int32(m_withAttributesOnly);
     archive.Int32(m_inUseOnly);
-    CStringArrayEx unticked;
+    tables::CStringArrayEx unticked;
     for (const ListRow& row : m_blockList) {
         if (!row.checked) unticked.Add(row.name);
     }

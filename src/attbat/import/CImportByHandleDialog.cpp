@@ -1,7 +1,7 @@
 #include "attbat/import/CImportByHandleDialog.h"
 
 #include "arxutils/ExcelUtils.h"
-#include "attbat/tables/CellAddress.h"
+#include "tables/CellAddress.h"
 
 namespace attbat {
 
@@ -59,7 +59,7 @@ void CImportByHandleDialog::SetCurrentDrawingOnly(bool on) {
 }
 
 void CImportByHandleDialog::OnOK() {
-    if (ColumnNumber(m_options.StartColumn) < 1) m_options.StartColumn = std::string("A");
+    if (tables::ColumnNumber(m_options.StartColumn) < 1) m_options.StartColumn = std::string("A");
     if (m_options.StartRow < 1) m_options.StartRow = 1;
     if (!m_options.CurrentDrawingOnly) m_options.IgnoreDrawingPath = 0;
     m_options.SaveSettings();

@@ -3,14 +3,14 @@
 #include <string_view>
 
 #include "attbat/model/AcadAttDefTag.h"
-#include "attbat/tables/Array.h"
+#include "tables/Array.h"
 
 namespace attbat {
 
 class AcadAttributeDef;
 class Archive;
 
-class AcadAttDefTagArray : public Array<AcadAttDefTag> {
+class AcadAttDefTagArray : public tables::Array<AcadAttDefTag> {
 public:
     // Index of the element with an equal tag (case counts) and dupIndex; -1 when none.
     int IndexOf(std::string_view tag, int dupIndex) const;

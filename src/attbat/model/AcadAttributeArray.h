@@ -4,11 +4,11 @@
 #include <string_view>
 
 #include "attbat/model/AcadAttribute.h"
-#include "attbat/tables/Array.h"
+#include "tables/Array.h"
 
 namespace attbat {
 
-class AcadAttributeArray : public Array<AcadAttribute> {
+class AcadAttributeArray : public tables::Array<AcadAttribute> {
 public:
     // First index whose tag equals `tag` (case counts); -1 when none.
     int IndexOfTag(std::string_view tag) const;

@@ -56,13 +56,13 @@ int AcadAttributeDefArray::AddSorted(AcadAttributeDef def) {
     Number(def);
     int index = 0;
     while (index < GetSize() && !(GetAt(index).position.x > def.position.x)) ++index;
-    Array<AcadAttributeDef>::InsertAt(index, def);
+    tables::Array<AcadAttributeDef>::InsertAt(index, def);
     return index;
 }
 
 void AcadAttributeDefArray::InsertAt(int index, AcadAttributeDef def) {
     Number(def);
-    Array<AcadAttributeDef>::InsertAt(index, def);
+    tables::Array<AcadAttributeDef>::InsertAt(index, def);
 }
 
 }  // namespace attbat

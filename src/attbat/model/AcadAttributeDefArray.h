@@ -4,11 +4,11 @@
 #include <string_view>
 
 #include "attbat/model/AcadAttributeDef.h"
-#include "attbat/tables/Array.h"
+#include "tables/Array.h"
 
 namespace attbat {
 
-class AcadAttributeDefArray : public Array<AcadAttributeDef> {
+class AcadAttributeDefArray : public tables::Array<AcadAttributeDef> {
 public:
     // First element with an equal tag (case counts) and an equal kind; null when none.
     const AcadAttributeDef* FindByTagAndKind(const AcadAttributeDef& def) const;

@@ -16,12 +16,12 @@ namespace attbat {
 namespace {
 
 // Adds `text` to `out` unless `seen` holds it already.
-void AddDistinct(CStringArrayEx& out, std::unordered_set<std::string>& seen, std::string text,
+void AddDistinct(tables::CStringArrayEx& out, std::unordered_set<std::string>& seen, std::string text,
                  std::string seenKey) {
     if (seen.insert(std::move(seenKey)).second) out.Add(std::move(text));
 }
 
-bool IsNamedIn(const AcadBlock& block, const CStringArrayEx& names, bool all) {
+bool IsNamedIn(const AcadBlock& block, const tables::CStringArrayEx& names, bool all) {
     return all || names.FindString(block.name, true) >= 0;
 }
 
@@ -110,7 +110,7 @@ void AcadBlockArray::FindAllByName(std::string_view name, std::vector<AcadBlock*
     }
 }
 
-void AcadBlockArray::NamesWithRefs(CStringArrayEx& out, bool onlyWithRefs) const {
+void AcadBlockArray::NamesWithRefs(tables::CStringArrayEx& out, bool onlyWithRefs) const {
     std::unordered_set<std::string> seen;
     for (const AcadBlock& block : *this) {
         if (!block.IsNormal() || (onlyWithRefs && block.refs.IsEmpty())) continue;
@@ -118,7 +118,7 @@ void AcadBlockArray::NamesWithRefs(CStringArrayEx& out, bool onlyWithRefs) const
     }
 }
 
-void AcadBlockArray::AllLayerNames(CStringArrayEx& out) const {
+void AcadBlockArray::AllLayerNames(tables::CStringArrayEx& out) const {
     std::unordered_set<std::string> seen;
     for (const AcadBlock& block : *this) {
         for (const AcadBlockRef& row : block.refs) {
@@ -127,7 +127,7 @@ void AcadBlockArray::AllLayerNames(CStringArrayEx& out) const {
     }
 }
 
-void AcadBlockArray::AllTags(CStringArrayEx& out, const CStringArrayEx& names, bool all,
+void AcadBlockArray::AllTags(tables::CStringArrayEx& out, const tables::CStringArrayEx& names, bool all,
                              bool withProperties) const {
     std::unordered_set<std::string> seen;
     for (const AcadBlock& block : *this) {
@@ -139,7 +139,7 @@ void AcadBlockArray::AllTags(CStringArrayEx& out, const CStringArrayEx& names, b
     }
 }
 
-void AcadBlockArray::AllDefTags(AcadAttDefTagArray& out, const CStringArrayEx& names, bool all,
+void AcadBlockArray::AllDefTags(AcadAttDefTagArray& out, const tables::CStringArrayEx& names, bool all,
                                 bool withProperties) const {
     std::set<std::pair<std::string, int>> seen;
     for (const AcadBlock& block : *this) {
@@ -151,7 +151,7 @@ void AcadBlockArray::AllDefTags(AcadAttDefTagArray& out, const CStringArrayEx& n
     }
 }
 
-void AcadBlockArray::AllColumnNames(CStringArrayEx& out, const CStringArrayEx& names, bool all,
+void AcadBlockArray::AllColumnNames(tables::CStringArrayEx& out, const tables::CStringArrayEx& names, bool all,
                                     bool withProperties) const {
     std::unordered_set<std::string> seen;
     for (const AcadBlock& block : *this) {
@@ -175,7 +175,7 @@ void AcadBlockArray::AllColumnNames(CStringArrayEx& out, const CStringArrayEx& n
 }
 
 void AcadBlockArray::ValuesOfTag(std::string_view blockName, std::string_view tag,
-                                 CStringArrayEx& out) const {
+                                 tables::CStringArrayEx& out) const {
     std::unordered_set<std::string> seen;
     for (const AcadBlock& block : *this) {
         if (!base::EqualNoCase(block.name, blockName)) continue;
@@ -218,7 +218,7 @@ void AcadBlockArray::RemoveFile(std::string_view path) {
     }
 }
 
-void AcadBlockArray::RemoveMissingTags(const CStringArrayEx& blockNames,
+void AcadBlockArray::RemoveMissingTags(const tables::CStringArrayEx& blockNames,
                                        const AcadAttDefTagArray& tags,
                                        AcadAttDefTagArray& out) const {
     std::set<std::pair<std::string, int>> withValue;

@@ -7,14 +7,14 @@
 
 #include "attbat/model/AcadAttDefTagArray.h"
 #include "attbat/model/AcadBlock.h"
-#include "attbat/tables/Array.h"
-#include "attbat/tables/CStringArrayEx.h"
+#include "tables/Array.h"
+#include "tables/CStringArrayEx.h"
 
 namespace attbat {
 
 class AcadBlockView;
 
-class AcadBlockArray : public Array<AcadBlock> {
+class AcadBlockArray : public tables::Array<AcadBlock> {
 public:
     // Drops an anonymous block whose name still holds "*". A block with rows goes before the
     // first block with rows whose first row lies lower; any other block goes to the end.
@@ -30,23 +30,23 @@ public:
     void FindAllByName(std::string_view name, std::vector<AcadBlock*>& out);
     // Each distinct name (without regard to case) of the normal blocks, in order; with
     // `onlyWithRefs` only blocks that have rows.
-    void NamesWithRefs(CStringArrayEx& out, bool onlyWithRefs) const;
+    void NamesWithRefs(tables::CStringArrayEx& out, bool onlyWithRefs) const;
     // Distinct layer names of all rows (without regard to case), in order of first sight.
-    void AllLayerNames(CStringArrayEx& out) const;
+    void AllLayerNames(tables::CStringArrayEx& out) const;
     // Distinct definition tags (case counts) of the blocks named in `names` (without case), or of
     // all blocks with `all`; properties only with `withProperties`.
-    void AllTags(CStringArrayEx& out, const CStringArrayEx& names, bool all,
+    void AllTags(tables::CStringArrayEx& out, const tables::CStringArrayEx& names, bool all,
                  bool withProperties) const;
     // The same as tags with their dupIndex, distinct by both.
-    void AllDefTags(AcadAttDefTagArray& out, const CStringArrayEx& names, bool all,
+    void AllDefTags(AcadAttDefTagArray& out, const tables::CStringArrayEx& names, bool all,
                     bool withProperties) const;
     // The same as column names ("%s_Dup(%d)" from dupIndex 1), then every attribute name found
     // on the rows of those blocks that isn't there yet.
-    void AllColumnNames(CStringArrayEx& out, const CStringArrayEx& names, bool all,
+    void AllColumnNames(tables::CStringArrayEx& out, const tables::CStringArrayEx& names, bool all,
                         bool withProperties) const;
     // Distinct values (case counts) of `tag` (case counts) over the rows of the blocks named
     // `blockName` (without case).
-    void ValuesOfTag(std::string_view blockName, std::string_view tag, CStringArrayEx& out) const;
+    void ValuesOfTag(std::string_view blockName, std::string_view tag, tables::CStringArrayEx& out) const;
     // An empty tag counts the rows of the blocks named `blockName`, on any layer; otherwise the
     // attributes of that tag whose value equals `value` exactly, on rows of layer `layer`
     // ("*All*" or empty: any layer). `excludeCurrentDrawing` passes over blocks whose drawing is empty
@@ -58,14 +58,14 @@ public:
     void RemoveFile(std::string_view path);
     // Puts in `out` those of `tags` that hold no non-empty value on any row of the blocks named
     // in `blockNames` (without regard to case).
-    void RemoveMissingTags(const CStringArrayEx& blockNames, const AcadAttDefTagArray& tags,
+    void RemoveMissingTags(const tables::CStringArrayEx& blockNames, const AcadAttDefTagArray& tags,
                            AcadAttDefTagArray& out) const;
     // With header style 0, fills view.columns with the names of the columns that are on, over
     // the selected and listed blocks, first seen first, then sorts them by the view's column sort
     // (2 leaves them). With header style 1 it leaves the view alone.
     void BuildColumns(AcadBlockView& view) const;
 
-    CStringArrayEx layers;  // layer names the row filter lets pass; empty passes every layer
+    tables::CStringArrayEx layers;  // layer names the row filter lets pass; empty passes every layer
 };
 
 }  // namespace attbat

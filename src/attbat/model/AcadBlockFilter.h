@@ -2,7 +2,7 @@
 // Which blocks and references count in a schedule.
 #include <string>
 
-#include "attbat/tables/CStringArrayEx.h"
+#include "tables/CStringArrayEx.h"
 
 namespace attbat {
 
@@ -20,7 +20,7 @@ public:
     // blockPattern, names. A failed load leaves the members read so far.
     void Serialize(Archive& archive);
 
-    CStringArrayEx names;        // selected names; carried by templates, not by settings
+    tables::CStringArrayEx names;        // selected names; carried by templates, not by settings
     std::string blockPattern;    // wildcard on block names without case; empty passes all
     int incXref = 1;             // 0 drops blocks read through an external reference
     int incNested = 1;           // 0 drops rows that aren't directly in a layout

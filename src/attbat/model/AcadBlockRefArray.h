@@ -5,7 +5,7 @@
 #include <unordered_map>
 
 #include "attbat/model/AcadBlockRef.h"
-#include "attbat/tables/Array.h"
+#include "tables/Array.h"
 
 namespace attbat {
 
@@ -20,7 +20,7 @@ private:
     int last_ = -1;    // the row of the previous value: a worksheet row comes cell by cell
 };
 
-class AcadBlockRefArray : public Array<AcadBlockRef> {
+class AcadBlockRefArray : public tables::Array<AcadBlockRef> {
 public:
     // Inserts before the first row lying lower (smaller y), else appends: rows run top down and
     // equal y keeps the order of arrival. Returns the index. Each call is linear; for many rows

@@ -94,8 +94,8 @@ bool AcadBlockView::IsColumnOn(const AcadAttributeDef& def) const {
     return true;
 }
 
-CStringArrayEx AcadBlockView::ColumnsOf(const std::vector<const AcadBlock*>& blocks) const {
-    CStringArrayEx columns;
+tables::CStringArrayEx AcadBlockView::ColumnsOf(const std::vector<const AcadBlock*>& blocks) const {
+    tables::CStringArrayEx columns;
     std::unordered_set<std::string> seen;
     for (const AcadBlock* block : blocks) {
         if (!block->selected || !block->listed) continue;
@@ -119,7 +119,7 @@ std::string ColumnName(const AcadBlockView& view, const AcadAttributeDef& def) {
     return def.kind == 0 ? DupName(def.tag, def.dupIndex) : def.tag;
 }
 
-void SortColumns(CStringArrayEx& columns, int columnSort) {
+void SortColumns(tables::CStringArrayEx& columns, int columnSort) {
     if (columnSort == 0) {
         columns.SortNoCase();
     } else if (columnSort == 1) {

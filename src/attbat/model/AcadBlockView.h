@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "attbat/model/AcadAttDefTagArray.h"
-#include "attbat/tables/CStringArrayEx.h"
+#include "tables/CStringArrayEx.h"
 
 namespace attbat {
 
@@ -33,7 +33,7 @@ public:
     // The column names of the selected and listed blocks among `blocks`: each definition that is
     // on, by its ColumnName, empty and repeated names (case counts) left out, sorted by
     // columnSort.
-    CStringArrayEx ColumnsOf(const std::vector<const AcadBlock*>& blocks) const;
+    tables::CStringArrayEx ColumnsOf(const std::vector<const AcadBlock*>& blocks) const;
 
     // Property columns, one flag each; all off in a fresh view.
     int showPosX = 0;
@@ -60,7 +60,7 @@ public:
     int columnSort = 2;          // 0 A to Z, 1 Z to A, 2 as read
     int identityColumn = 0;      // 0 "DWG File"; 1 the same with "|" and the layout; 2 "Handle"
     int schemaVersion = 4;       // version of the template being read
-    CStringArrayEx columns;      // column names in order, for header style 0
+    tables::CStringArrayEx columns;      // column names in order, for header style 0
     AcadAttDefTagArray unselectedTags;  // switched off by the user; stored in templates
     AcadAttDefTagArray noValueTags;     // switched off for want of values; never stored
 };
@@ -71,6 +71,6 @@ public:
 std::string ColumnName(const AcadBlockView& view, const AcadAttributeDef& def);
 // Sorts column names without regard to case: 0 ascending, 1 descending, equal names keeping
 // their order; any other mode leaves them.
-void SortColumns(CStringArrayEx& columns, int columnSort);
+void SortColumns(tables::CStringArrayEx& columns, int columnSort);
 
 }  // namespace attbat

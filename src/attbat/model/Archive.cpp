@@ -1,6 +1,6 @@
 #include "attbat/model/Archive.h"
 
-#include "attbat/tables/CStringArrayEx.h"
+#include "tables/CStringArrayEx.h"
 #include "base/Text.h"
 
 namespace attbat {
@@ -190,7 +190,7 @@ void Archive::String(std::string& value) {
     }
 }
 
-void Archive::StringArray(CStringArrayEx& values) {
+void Archive::StringArray(tables::CStringArrayEx& values) {
     std::uint64_t count = storing_ ? static_cast<std::uint64_t>(values.GetSize()) : 0;
     Count(count);
     if (storing_) {

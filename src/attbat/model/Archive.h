@@ -11,9 +11,11 @@
 #include <string_view>
 #include <vector>
 
-namespace attbat {
-
+namespace tables {
 class CStringArrayEx;
+}
+
+namespace attbat {
 
 class Archive {
 public:
@@ -45,7 +47,7 @@ public:
     // Stores (always tagged, UTF-16) or loads (tagged or 8-bit) a string; text is UTF-8 here.
     void String(std::string& value);
     // Stores or loads a count and that many strings; loading replaces the array's content.
-    void StringArray(CStringArrayEx& values);
+    void StringArray(tables::CStringArrayEx& values);
     // Stores or loads a count and that many 16-bit numbers (a column order, for instance);
     // loading replaces the content.
     void WordArray(std::vector<std::uint16_t>& values);

@@ -134,7 +134,7 @@ bool ResolvedCellText(const AcadBlockRef& row, std::string_view column, int bit,
 // that matches it, as ResolvedCellText gives it column by column.
 class AttributeColumns {
 public:
-    explicit AttributeColumns(const CStringArrayEx& columns) {
+    explicit AttributeColumns(const tables::CStringArrayEx& columns) {
         const std::size_t count = static_cast<std::size_t>(columns.GetSize());
         bits_.reserve(count);
         sameName_.assign(count, -1);
@@ -157,7 +157,7 @@ public:
     // `values` and `keys`, leaving the cells of columns no value matches as they are (empty).
     // `filled` is scratch.
     void Fill(const AcadBlockRef& row, const AcadBlockView& view, std::vector<char>& filled,
-              CStringArrayEx& values, CStringArrayEx& keys, int first) const {
+              tables::CStringArrayEx& values, tables::CStringArrayEx& keys, int first) const {
         if (byName_.empty()) return;
         filled.assign(bits_.size(), 0);
         const bool skipEmpty = !view.noValueTags.IsEmpty();
@@ -191,9 +191,9 @@ private:
 };
 
 void WriteHeader(RowTable& rows, RowTable& keys, const AcadBlockView& view,
-                 const CStringArrayEx& columns) {
-    CStringArrayEx header;
-    CStringArrayEx headerKeys;
+                 const tables::CStringArrayEx& columns) {
+    tables::CStringArrayEx header;
+    tables::CStringArrayEx headerKeys;
     if (view.showName) {
         header.Add(std::string(view.identityColumn == 2 ? HeaderHandle : HeaderDwgFile));
         headerKeys.Add(std::string());
@@ -218,13 +218,13 @@ void WriteHeader(RowTable& rows, RowTable& keys, const AcadBlockView& view,
 // the one of comparing every row with every later row, in linear time.
 void MergeRows(RowTable& rows, RowTable& keys, int first, const AcadBlockView& view) {
     const int total = rows.GetSize();
-    std::vector<CStringArrayEx> keptRows;
-    std::vector<CStringArrayEx> keptKeys;
+    std::vector<tables::CStringArrayEx> keptRows;
+    std::vector<tables::CStringArrayEx> keptKeys;
     std::vector<int> counts;
     std::unordered_map<std::string, std::size_t> groupOf;
     std::string signature;
     for (int i = first; i < total; ++i) {
-        CStringArrayEx& row = rows[i];
+        tables::CStringArrayEx& row = rows[i];
         signature.clear();
         for (const std::string& cell : row) {
             // Each cell folded and ended by a byte no UTF-8 text holds, so cells can't run
@@ -247,8 +247,8 @@ void MergeRows(RowTable& rows, RowTable& keys, int first, const AcadBlockView& v
             counts.push_back(1);
             continue;
         }
-        CStringArrayEx& keptKey = keptKeys[at->second];
-        const CStringArrayEx& rowKey = keys[i];
+        tables::CStringArrayEx& keptKey = keptKeys[at->second];
+        const tables::CStringArrayEx& rowKey = keys[i];
         const int cells = std::min(keptKey.GetSize(), rowKey.GetSize());
         for (int c = 0; c < cells; ++c) {
             if (!keptKey[c].empty() && !rowKey[c].empty()) {
@@ -262,7 +262,7 @@ void MergeRows(RowTable& rows, RowTable& keys, int first, const AcadBlockView& v
     keys.SetSize(first);
     const int countCell = view.showName ? 2 : 1;
     for (std::size_t k = 0; k < keptRows.size(); ++k) {
-        CStringArrayEx& row = keptRows[k];
+        tables::CStringArrayEx& row = keptRows[k];
         if (row.GetSize() > 1 && view.showCount && countCell < row.GetSize()) {
             row[countCell] = base::Sprintf("%d", counts[k]);
         }
@@ -274,7 +274,7 @@ void MergeRows(RowTable& rows, RowTable& keys, int first, const AcadBlockView& v
 }  // namespace
 
 void BuildRows(AcadBlockArray& blockArray, RowTable& rows, RowTable& keys, AcadBlockView& view,
-               const AcadBlockFilter& filter, const CStringArrayEx& names,
+               const AcadBlockFilter& filter, const tables::CStringArrayEx& names,
                const DrawingContext& drawing) {
     blockArray.BuildColumns(view);
     bool firstHeader = true;
@@ -291,9 +291,9 @@ void AddGroup(const AcadBlockArray& blockArray, RowTable& rows, RowTable& keys,
               const std::vector<const AcadBlock*>& blocks, bool& firstHeader,
               const DrawingContext& drawing) {
     if (blocks.empty()) return;
-    CStringArrayEx ownColumns;
+    tables::CStringArrayEx ownColumns;
     if (view.headerStyle != 0) ownColumns = view.ColumnsOf(blocks);
-    const CStringArrayEx& columns = view.headerStyle != 0 ? ownColumns : view.columns;
+    const tables::CStringArrayEx& columns = view.headerStyle != 0 ? ownColumns : view.columns;
 
     // Without a header of its own, the group's first data row carries the block column mark.
     bool markPending = false;
@@ -324,8 +324,8 @@ void AddGroup(const AcadBlockArray& blockArray, RowTable& rows, RowTable& keys,
         for (const AcadBlockRef& row : block->refs) {
             if (!RowPassesFilter(row, blockArray.layers, filter, drawing)) continue;
             // Sized once: a row is filled by index rather than grown cell by cell.
-            CStringArrayEx values;
-            CStringArrayEx rowKeys;
+            tables::CStringArrayEx values;
+            tables::CStringArrayEx rowKeys;
             values.SetSize(cellCount);
             rowKeys.SetSize(cellCount);
             int cell = 0;
@@ -442,7 +442,7 @@ bool CellTextByKey(const AcadBlockRef& row, std::string_view shortKey, std::stri
     return false;
 }
 
-bool RowPassesFilter(const AcadBlockRef& row, const CStringArrayEx& layers,
+bool RowPassesFilter(const AcadBlockRef& row, const tables::CStringArrayEx& layers,
                      const AcadBlockFilter& filter, const DrawingContext& drawing) {
     if (filter.currentSpaceOnly && row.ownerId != drawing.CurrentSpaceId()) return false;
     if (!filter.incNested && !row.topLevel) return false;
@@ -459,7 +459,7 @@ bool BlockPassesFilter(const AcadBlock& block, const AcadBlockFilter& filter) {
     return pattern.empty() || base::WcMatch(block.name, pattern, true);
 }
 
-bool ParseKeyCell(std::string_view cell, CStringArrayEx& handles, std::string& tag,
+bool ParseKeyCell(std::string_view cell, tables::CStringArrayEx& handles, std::string& tag,
                   int& kindOut) {
     // Handles hold no "_", so the first one is the cut and a tag may hold more.
     std::size_t cut = cell.find('_');

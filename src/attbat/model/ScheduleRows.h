@@ -7,8 +7,8 @@
 #include <string_view>
 #include <vector>
 
-#include "attbat/tables/Array.h"
-#include "attbat/tables/CStringArrayEx.h"
+#include "tables/Array.h"
+#include "tables/CStringArrayEx.h"
 
 namespace attbat {
 
@@ -20,7 +20,7 @@ class AcadBlockView;
 class DrawingContext;
 
 // A table of rows as both CDataTable and CStringTable hold them.
-using RowTable = Array<CStringArrayEx>;
+using RowTable = tables::Array<tables::CStringArrayEx>;
 
 inline constexpr std::string_view HeaderHandle = "Handle";
 inline constexpr std::string_view HeaderDwgFile = "DWG File";
@@ -37,7 +37,7 @@ inline constexpr std::string_view Separator = "%}.{%";
 // Builds the columns (header style 0), then one group per name of `names`, in list order, over
 // the normal blocks of that name (an empty name takes them all). Appends to both tables.
 void BuildRows(AcadBlockArray& blockArray, RowTable& rows, RowTable& keys, AcadBlockView& view,
-               const AcadBlockFilter& filter, const CStringArrayEx& names,
+               const AcadBlockFilter& filter, const tables::CStringArrayEx& names,
                const DrawingContext& drawing);
 // One group: its header (as header style, includeHeader and `firstHeader` say), one row per
 // reference that passes the filters, then merging of equal rows when combineItems is set.
@@ -57,7 +57,7 @@ bool CellTextByKey(const AcadBlockRef& row, std::string_view shortKey, std::stri
                    bool& isDistanceOut, const DrawingContext& drawing);
 // Whether a row counts: current space, nesting, layer states, then the layer list (empty passes
 // all; names compared without regard to case), in that order.
-bool RowPassesFilter(const AcadBlockRef& row, const CStringArrayEx& layers,
+bool RowPassesFilter(const AcadBlockRef& row, const tables::CStringArrayEx& layers,
                      const AcadBlockFilter& filter, const DrawingContext& drawing);
 // Whether a block counts: external references unless incXref, and the trimmed block pattern
 // (empty passes all) without regard to case.
@@ -67,7 +67,7 @@ bool BlockPassesFilter(const AcadBlock& block, const AcadBlockFilter& filter);
 // `kindOut` (0 for an attribute). Each non-empty handle left of the cut, split at "|", is added
 // to `handles` unless there already (without regard to case). False, adding nothing, when either
 // side is empty.
-bool ParseKeyCell(std::string_view cell, CStringArrayEx& handles, std::string& tag,
+bool ParseKeyCell(std::string_view cell, tables::CStringArrayEx& handles, std::string& tag,
                   int& kindOut);
 // Cuts `text` at Separator into `first` and `second`; without one the whole goes to `second`
 // and `first` stays as it was.

@@ -85,9 +85,9 @@ TEST(CAttributePage, TickedBlocksComeInCollectionOrderWhateverTheListOrder) {
     f.Start({BlockWithRows("WINDOW", {"W1"}), BlockWithRows("DOOR", {"D1"})});
     f.wizard.GoNext();
     EXPECT_EQ(Names(f.wizard.m_attributePage), (std::vector<std::string>{"DOOR", "WINDOW"}));
-    CStringArrayEx ticked;
+    tables::CStringArrayEx ticked;
     f.wizard.m_attributePage.GetTickedBlocks(ticked);
-    EXPECT_EQ(ticked, (CStringArrayEx{"WINDOW", "DOOR"}));
+    EXPECT_EQ(ticked, (tables::CStringArrayEx{"WINDOW", "DOOR"}));
 }
 
 TEST(CAttributePage, EverySecondHeaderClickSortsAndNeverDescending) {

@@ -28,7 +28,7 @@ TEST(CBlockSourcePage, SavedListLoadsBackThoughEachLineCarriesAnExtraCarriageRet
     ASSERT_TRUE(bytes);
     EXPECT_EQ(*bytes, "/plans/ground floor.dxf\r\r\n/plans/first.dxf\r\r\n");
 
-    CStringArrayEx before = page.m_drawingPaths;
+    tables::CStringArrayEx before = page.m_drawingPaths;
     ASSERT_TRUE(page.LoadList(temp / "plans.lst"));
     EXPECT_EQ(page.m_drawingPaths, before);
     EXPECT_EQ(page.m_drawingsDirty, 1);

@@ -48,7 +48,7 @@ struct DoorDialog {
 
     DoorDialog() {
         blocks.Add(Door());
-        CollectTickedTags(blocks, CStringArrayEx{"DOOR"}, all, noValue);
+        CollectTickedTags(blocks, tables::CStringArrayEx{"DOOR"}, all, noValue);
     }
     CSelectAttributeDialog Open() { return CSelectAttributeDialog(view, settings, all, noValue); }
 };
@@ -194,7 +194,7 @@ TEST(CSelectAttributeDialog, LaterTagOfTheSameNameShowsItsDupFormAndIsTickedByIt
     AcadBlockArray blocks;
     blocks.Add(Block("PANEL", {"CIRCUIT", "CIRCUIT", "NO."}));
     AcadAttDefTagArray all, noValue;
-    CollectTickedTags(blocks, CStringArrayEx{"panel"}, all, noValue);
+    CollectTickedTags(blocks, tables::CStringArrayEx{"panel"}, all, noValue);
     CSelectAttributeDialog dialog(view, settings, all, noValue);
     dialog.OnInitDialog();
     ASSERT_EQ(Texts(dialog), (std::vector<std::string>{"CIRCUIT", "CIRCUIT_Dup(1)", "NO."}));

@@ -15,8 +15,8 @@ using testing::TempFolder;
 using testing::WizardFixture;
 
 // A stream as the Windows program writes it, field by field, for `version`.
-std::string HandBuiltStream(int version, int page, int dataSource, const CStringArrayEx& paths,
-                            const CStringArrayEx& unticked, std::vector<std::uint16_t> order,
+std::string HandBuiltStream(int version, int page, int dataSource, const tables::CStringArrayEx& paths,
+                            const tables::CStringArrayEx& unticked, std::vector<std::uint16_t> order,
                             int sortColumn, int sortDirection, std::string signature =
                                 "D947AC3F-6E41-49e9-8CB6-A508362E9A4C") {
     Archive a = Archive::ForStoring();
@@ -27,7 +27,7 @@ std::string HandBuiltStream(int version, int page, int dataSource, const CString
     for (int i = 0; i < 6; ++i) a.Int32(i == 5 ? zero : one);  // filter flags
     std::string pattern;
     a.String(pattern);
-    CStringArrayEx names;
+    tables::CStringArrayEx names;
     a.StringArray(names);
     int view[15] = {1, 0, 0, 0, 0, 0, 0, 1, 1, 1, 1, 0, 0, 0, 2};  // X, Layer, Att, header, count
     for (int& v : view) a.Int32(v);
@@ -36,11 +36,11 @@ std::string HandBuiltStream(int version, int page, int dataSource, const CString
         for (int i = 0; i < 4; ++i) a.Int32(zero);
     }
     a.Int32(dataSource);
-    CStringArrayEx pathsCopy = paths;
+    tables::CStringArrayEx pathsCopy = paths;
     if (dataSource == 2) a.StringArray(pathsCopy);
     a.Int32(one);
     a.Int32(one);
-    CStringArrayEx untickedCopy = unticked;
+    tables::CStringArrayEx untickedCopy = unticked;
     a.StringArray(untickedCopy);
     if (version >= 3) a.WordArray(order);
     if (version >= 4) {

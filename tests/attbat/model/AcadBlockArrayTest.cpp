@@ -261,36 +261,36 @@ TEST(AcadBlockArray, NamesLayersAndTagsAreDistinctInOrderOfFirstSight) {
     second.refs.Add(other);
     blocks.Add(second);
 
-    CStringArrayEx names;
+    tables::CStringArrayEx names;
     blocks.NamesWithRefs(names, false);
-    EXPECT_EQ(names, (CStringArrayEx{"DOOR", "Window"}));
+    EXPECT_EQ(names, (tables::CStringArrayEx{"DOOR", "Window"}));
     names.RemoveAll();
     blocks.NamesWithRefs(names, true);
-    EXPECT_EQ(names, (CStringArrayEx{"DOOR"}));
+    EXPECT_EQ(names, (tables::CStringArrayEx{"DOOR"}));
 
-    CStringArrayEx layers;
+    tables::CStringArrayEx layers;
     blocks.AllLayerNames(layers);
-    EXPECT_EQ(layers, (CStringArrayEx{"WALLS"}));
+    EXPECT_EQ(layers, (tables::CStringArrayEx{"WALLS"}));
 
-    CStringArrayEx tags;
-    blocks.AllTags(tags, CStringArrayEx{"door"}, false, false);
-    EXPECT_EQ(tags, (CStringArrayEx{"NO", "TYPE"}));
+    tables::CStringArrayEx tags;
+    blocks.AllTags(tags, tables::CStringArrayEx{"door"}, false, false);
+    EXPECT_EQ(tags, (tables::CStringArrayEx{"NO", "TYPE"}));
     tags.RemoveAll();
     blocks.AllTags(tags, {}, true, false);
-    EXPECT_EQ(tags, (CStringArrayEx{"NO", "TYPE", "W"}));
+    EXPECT_EQ(tags, (tables::CStringArrayEx{"NO", "TYPE", "W"}));
     tags.RemoveAll();
-    blocks.AllTags(tags, CStringArrayEx{"Window"}, false, true);
+    blocks.AllTags(tags, tables::CStringArrayEx{"Window"}, false, true);
     EXPECT_EQ(tags.GetSize(), 11);
 
     AcadAttDefTagArray defTags;
-    blocks.AllDefTags(defTags, CStringArrayEx{"DOOR"}, false, false);
+    blocks.AllDefTags(defTags, tables::CStringArrayEx{"DOOR"}, false, false);
     ASSERT_EQ(defTags.GetSize(), 3);
     EXPECT_EQ(defTags[2].tag, "NO");
     EXPECT_EQ(defTags[2].dupIndex, 1);
 
-    CStringArrayEx columns;
-    blocks.AllColumnNames(columns, CStringArrayEx{"DOOR"}, false, false);
-    EXPECT_EQ(columns, (CStringArrayEx{"NO", "TYPE", "NO_Dup(1)", "EXTRA"}));
+    tables::CStringArrayEx columns;
+    blocks.AllColumnNames(columns, tables::CStringArrayEx{"DOOR"}, false, false);
+    EXPECT_EQ(columns, (tables::CStringArrayEx{"NO", "TYPE", "NO_Dup(1)", "EXTRA"}));
 }
 
 TEST(AcadBlockArray, ValuesOfTagAreDistinct) {
@@ -302,9 +302,9 @@ TEST(AcadBlockArray, ValuesOfTagAreDistinct) {
         door.refs.Add(row);
     }
     blocks.Add(door);
-    CStringArrayEx values;
+    tables::CStringArrayEx values;
     blocks.ValuesOfTag("door", "TYPE", values);
-    EXPECT_EQ(values, (CStringArrayEx{"A", "B", "a"}));
+    EXPECT_EQ(values, (tables::CStringArrayEx{"A", "B", "a"}));
 }
 
 TEST(AcadBlockArray, CountValueCountsRowsOrMatchingValuesByLayer) {
@@ -354,9 +354,9 @@ TEST(AcadBlockArray, RemoveMissingTagsKeepsTagsWithoutAnyValue) {
     window.refs.Add(windowRow);
     blocks.Add(window);
     AcadAttDefTagArray tags;
-    blocks.AllDefTags(tags, CStringArrayEx{"DOOR"}, false, false);
+    blocks.AllDefTags(tags, tables::CStringArrayEx{"DOOR"}, false, false);
     AcadAttDefTagArray missing;
-    blocks.RemoveMissingTags(CStringArrayEx{"door"}, tags, missing);
+    blocks.RemoveMissingTags(tables::CStringArrayEx{"door"}, tags, missing);
     ASSERT_EQ(missing.GetSize(), 2);
     EXPECT_EQ(missing[0].tag, "TYPE");
     EXPECT_EQ(missing[1].tag, "NOTE");

@@ -67,7 +67,7 @@ TEST(AcadBlockFilter, SerializeWritesTheTemplateOrder) {
     filter.incXref = 5;
     filter.currentSpaceOnly = 6;
     filter.blockPattern = "D*";
-    filter.names = CStringArrayEx{"DOOR"};
+    filter.names = tables::CStringArrayEx{"DOOR"};
     Archive archive = Archive::ForStoring();
     filter.Serialize(archive);
     const std::string expected =
@@ -84,7 +84,7 @@ TEST(AcadBlockFilter, SerializeRoundTrips) {
     filter.incXref = 0;
     filter.currentSpaceOnly = 1;
     filter.blockPattern = "DOOR*,WIN?";
-    filter.names = CStringArrayEx{"DOOR", "Fenêtre"};
+    filter.names = tables::CStringArrayEx{"DOOR", "Fenêtre"};
     Archive archive = Archive::ForStoring();
     filter.Serialize(archive);
     AcadBlockFilter back;
@@ -141,8 +141,8 @@ TEST(AcadBlockFilter, RowFilterWithALayerListPassesOnlyThoseLayers) {
     const AcadBlockFilter filter;
     AcadBlockRef row = Row("1");
     row.layer.name = "Walls";
-    EXPECT_TRUE(RowPassesFilter(row, CStringArrayEx{"DOORS", "WALLS"}, filter, drawing));
-    EXPECT_FALSE(RowPassesFilter(row, CStringArrayEx{"DOORS"}, filter, drawing));
+    EXPECT_TRUE(RowPassesFilter(row, tables::CStringArrayEx{"DOORS", "WALLS"}, filter, drawing));
+    EXPECT_FALSE(RowPassesFilter(row, tables::CStringArrayEx{"DOORS"}, filter, drawing));
 }
 
 TEST(AcadBlockFilter, BlockFilterMatchesTheTrimmedPatternWithoutCaseAndDropsXrefs) {

@@ -196,7 +196,7 @@ TEST(AcadBlockView, ADamagedViewStreamFails) {
 TEST(AcadBlockView, EveryTruncationOfAFilterAndViewStreamFailsCleanly) {
     AcadBlockFilter filter;
     filter.blockPattern = "DOOR*";
-    filter.names = CStringArrayEx{"DOOR", "WINDOW"};
+    filter.names = tables::CStringArrayEx{"DOOR", "WINDOW"};
     AcadBlockView view = SampleView();
     Archive archive = Archive::ForStoring();
     filter.Serialize(archive);
@@ -271,17 +271,17 @@ TEST(AcadBlockView, BuildColumnsTakesSelectedListedBlocksDistinctAndSorted) {
     AcadBlockView view;
     view.showLayer = 1;
     blocks.BuildColumns(view);
-    EXPECT_EQ(view.columns, (CStringArrayEx{"Layer", "b", "A", "c", "d"}));
+    EXPECT_EQ(view.columns, (tables::CStringArrayEx{"Layer", "b", "A", "c", "d"}));
     view.columnSort = 0;
     blocks.BuildColumns(view);
-    EXPECT_EQ(view.columns, (CStringArrayEx{"A", "b", "c", "d", "Layer"}));
+    EXPECT_EQ(view.columns, (tables::CStringArrayEx{"A", "b", "c", "d", "Layer"}));
     view.columnSort = 1;
     blocks.BuildColumns(view);
-    EXPECT_EQ(view.columns, (CStringArrayEx{"Layer", "d", "c", "b", "A"}));
+    EXPECT_EQ(view.columns, (tables::CStringArrayEx{"Layer", "d", "c", "b", "A"}));
     view.headerStyle = 1;
-    view.columns = CStringArrayEx{"kept"};
+    view.columns = tables::CStringArrayEx{"kept"};
     blocks.BuildColumns(view);
-    EXPECT_EQ(view.columns, (CStringArrayEx{"kept"}));
+    EXPECT_EQ(view.columns, (tables::CStringArrayEx{"kept"}));
 }
 
 TEST(AcadBlockView, BuildColumnsDropsEmptyPromptColumnsUnderPromptAsHeader) {
@@ -292,7 +292,7 @@ TEST(AcadBlockView, BuildColumnsDropsEmptyPromptColumnsUnderPromptAsHeader) {
     AcadBlockView view;
     view.promptAsHeader = 1;
     blocks.BuildColumns(view);
-    EXPECT_EQ(view.columns, (CStringArrayEx{"Prompt NO"}));
+    EXPECT_EQ(view.columns, (tables::CStringArrayEx{"Prompt NO"}));
 }
 
 }  // namespace

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "attbat/tables/CStringArrayEx.h"
+#include "tables/CStringArrayEx.h"
 
 namespace attbat {
 namespace {
@@ -83,11 +83,11 @@ TEST(Archive, CountsEscapeAtFFFF) {
 }
 
 TEST(Archive, StringArraysRoundTrip) {
-    CStringArrayEx names{"DOOR", "", "WINDOW"};
+    tables::CStringArrayEx names{"DOOR", "", "WINDOW"};
     Archive archive = Archive::ForStoring();
     archive.StringArray(names);
     EXPECT_EQ(Hex(archive.Bytes().substr(0, 6)), "03 00 FF FE FF 04");
-    CStringArrayEx back{"stale"};
+    tables::CStringArrayEx back{"stale"};
     Archive reader = Archive::ForLoading(archive.Bytes());
     reader.StringArray(back);
     EXPECT_TRUE(reader.Ok());
@@ -125,7 +125,7 @@ TEST(Archive, AShortStreamFailsWithItsOffsetAndLaterReadsGiveZeros) {
 TEST(Archive, AHugeCountOrLengthInADamagedStreamFailsWithoutAllocating) {
     const std::string count("\xFF\xFF\xFF\xFF\xFF\x7F", 6);
     Archive reader = Archive::ForLoading(count);
-    CStringArrayEx names;
+    tables::CStringArrayEx names;
     reader.StringArray(names);
     EXPECT_FALSE(reader.Ok());
     EXPECT_TRUE(names.IsEmpty());

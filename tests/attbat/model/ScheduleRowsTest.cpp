@@ -218,27 +218,27 @@ TEST(CellTextByKey, AttributesMatchByTagAloneAndReportDistances) {
 }
 
 TEST(ParseKeyCell, AnAttributeKeyCutsAtTheFirstUnderscore) {
-    CStringArrayEx handles;
+    tables::CStringArrayEx handles;
     std::string tag;
     int kind = -1;
     EXPECT_TRUE(ParseKeyCell("2F3_DOOR", handles, tag, kind));
-    EXPECT_EQ(handles, (CStringArrayEx{"2F3"}));
+    EXPECT_EQ(handles, (tables::CStringArrayEx{"2F3"}));
     EXPECT_EQ(tag, "DOOR");
     EXPECT_EQ(kind, 0);
 }
 
 TEST(ParseKeyCell, AnAttributeTagThatHoldsAnUnderscoreParsesCorrectly) {
-    CStringArrayEx handles;
+    tables::CStringArrayEx handles;
     std::string tag;
     int kind = -1;
     EXPECT_TRUE(ParseKeyCell("2F3_DOOR_NO_Dup(1)", handles, tag, kind));
-    EXPECT_EQ(handles, (CStringArrayEx{"2F3"}));
+    EXPECT_EQ(handles, (tables::CStringArrayEx{"2F3"}));
     EXPECT_EQ(tag, "DOOR_NO_Dup(1)");
     EXPECT_EQ(kind, 0);
 }
 
 TEST(ParseKeyCell, AnAttributeTagThatHoldsAColonStaysAnAttribute) {
-    CStringArrayEx handles;
+    tables::CStringArrayEx handles;
     std::string tag;
     int kind = -1;
     EXPECT_TRUE(ParseKeyCell("2F3_A:PosX", handles, tag, kind));
@@ -247,7 +247,7 @@ TEST(ParseKeyCell, AnAttributeTagThatHoldsAColonStaysAnAttribute) {
 }
 
 TEST(ParseKeyCell, APropertyKeyCutsAtTheColonAndGivesTheBit) {
-    CStringArrayEx handles;
+    tables::CStringArrayEx handles;
     std::string tag;
     int kind = 0;
     EXPECT_TRUE(ParseKeyCell("2F3:PosX", handles, tag, kind));
@@ -257,31 +257,31 @@ TEST(ParseKeyCell, APropertyKeyCutsAtTheColonAndGivesTheBit) {
     EXPECT_EQ(kind, 128);
     EXPECT_TRUE(ParseKeyCell("2F3:OPArea", handles, tag, kind));
     EXPECT_EQ(kind, 256);
-    EXPECT_EQ(handles, (CStringArrayEx{"2F3"}));
+    EXPECT_EQ(handles, (tables::CStringArrayEx{"2F3"}));
 }
 
 TEST(ParseKeyCell, MergedHandlesAreAddedOnceWithoutRegardToCase) {
-    CStringArrayEx handles{"2f9"};
+    tables::CStringArrayEx handles{"2f9"};
     std::string tag;
     int kind = 0;
     EXPECT_TRUE(ParseKeyCell("2F3||2F9|2f3|A0_DOOR", handles, tag, kind));
-    EXPECT_EQ(handles, (CStringArrayEx{"2f9", "2F3", "A0"}));
+    EXPECT_EQ(handles, (tables::CStringArrayEx{"2f9", "2F3", "A0"}));
 }
 
 TEST(ParseKeyCell, AnEmptyHalfMeansNoKey) {
     for (const char* cell : {"", "2F3_", "_DOOR", ":PosX", "2F3:", "DOOR", "_DOOR:"}) {
-        CStringArrayEx handles;
+        tables::CStringArrayEx handles;
         std::string tag = "before";
         int kind = 7;
         EXPECT_FALSE(ParseKeyCell(cell, handles, tag, kind)) << cell;
         EXPECT_TRUE(handles.IsEmpty()) << cell;
     }
     // An underscore at the very start is no cut, so a colon further on is.
-    CStringArrayEx handles;
+    tables::CStringArrayEx handles;
     std::string tag;
     int kind = 0;
     EXPECT_TRUE(ParseKeyCell("_1:Rotation", handles, tag, kind));
-    EXPECT_EQ(handles, (CStringArrayEx{"_1"}));
+    EXPECT_EQ(handles, (tables::CStringArrayEx{"_1"}));
     EXPECT_EQ(kind, 64);
 }
 
@@ -338,7 +338,7 @@ struct Tables {
 };
 
 Tables Build(AcadBlockArray& blocks, AcadBlockView& view, const AcadBlockFilter& filter = {},
-             const CStringArrayEx& names = CStringArrayEx{"DOOR", "WINDOW"}) {
+             const tables::CStringArrayEx& names = tables::CStringArrayEx{"DOOR", "WINDOW"}) {
     Tables tables;
     const FakeDrawing drawing;
     BuildRows(blocks, tables.rows, tables.keys, view, filter, names, drawing);
@@ -355,13 +355,13 @@ TEST(BuildRows, HeaderStyleZeroWritesOneHeaderOverTheWholeTable) {
     view.combineItems = 0;
     const Tables t = Build(blocks, view);
     ASSERT_EQ(t.rows.GetSize(), 5);
-    EXPECT_EQ(t.rows[0], (CStringArrayEx{"Block Name", "Quantity", "NO", "TYPE", "W"}));
-    EXPECT_EQ(t.keys[0], (CStringArrayEx{kMark, "", "", "", ""}));
-    EXPECT_EQ(t.rows[1], (CStringArrayEx{"DOOR", "1", "1", "A", ""}));
-    EXPECT_EQ(t.keys[1], (CStringArrayEx{"", "", "C:\\a.dwg<100_NO>", "C:\\a.dwg<100_TYPE>", ""}));
-    EXPECT_EQ(t.rows[4], (CStringArrayEx{"WINDOW", "1", "", "", "w1"}));
+    EXPECT_EQ(t.rows[0], (tables::CStringArrayEx{"Block Name", "Quantity", "NO", "TYPE", "W"}));
+    EXPECT_EQ(t.keys[0], (tables::CStringArrayEx{kMark, "", "", "", ""}));
+    EXPECT_EQ(t.rows[1], (tables::CStringArrayEx{"DOOR", "1", "1", "A", ""}));
+    EXPECT_EQ(t.keys[1], (tables::CStringArrayEx{"", "", "C:\\a.dwg<100_NO>", "C:\\a.dwg<100_TYPE>", ""}));
+    EXPECT_EQ(t.rows[4], (tables::CStringArrayEx{"WINDOW", "1", "", "", "w1"}));
     // The second group has no header, so its first data row marks where it starts.
-    EXPECT_EQ(t.keys[4], (CStringArrayEx{kMark, "", "", "", "C:\\a.dwg<200_W>"}));
+    EXPECT_EQ(t.keys[4], (tables::CStringArrayEx{kMark, "", "", "", "C:\\a.dwg<200_W>"}));
 }
 
 TEST(BuildRows, HeaderStyleOneWritesAHeaderAndOwnColumnsForEachBlock) {
@@ -371,12 +371,12 @@ TEST(BuildRows, HeaderStyleOneWritesAHeaderAndOwnColumnsForEachBlock) {
     view.combineItems = 0;
     const Tables t = Build(blocks, view);
     ASSERT_EQ(t.rows.GetSize(), 6);
-    EXPECT_EQ(t.rows[0], (CStringArrayEx{"Block Name", "Quantity", "NO", "TYPE"}));
-    EXPECT_EQ(t.keys[0], (CStringArrayEx{kMark, "", "", ""}));
+    EXPECT_EQ(t.rows[0], (tables::CStringArrayEx{"Block Name", "Quantity", "NO", "TYPE"}));
+    EXPECT_EQ(t.keys[0], (tables::CStringArrayEx{kMark, "", "", ""}));
     EXPECT_EQ(t.keys[1][0], "");
-    EXPECT_EQ(t.rows[4], (CStringArrayEx{"Block Name", "Quantity", "W"}));
-    EXPECT_EQ(t.keys[4], (CStringArrayEx{kMark, "", ""}));
-    EXPECT_EQ(t.rows[5], (CStringArrayEx{"WINDOW", "1", "w1"}));
+    EXPECT_EQ(t.rows[4], (tables::CStringArrayEx{"Block Name", "Quantity", "W"}));
+    EXPECT_EQ(t.keys[4], (tables::CStringArrayEx{kMark, "", ""}));
+    EXPECT_EQ(t.rows[5], (tables::CStringArrayEx{"WINDOW", "1", "w1"}));
     EXPECT_EQ(t.keys[5][0], "");
     EXPECT_TRUE(view.columns.IsEmpty());
 }
@@ -403,22 +403,22 @@ TEST(BuildRows, WithAHeaderTheMarkStandsInTheBlockColumnOfTheHeaderRow) {
     AcadBlockView view;
     view.showName = 1;
     view.combineItems = 0;
-    const Tables t = Build(blocks, view, {}, CStringArrayEx{"DOOR"});
-    EXPECT_EQ(t.rows[0], (CStringArrayEx{"DWG File", "Block Name", "Quantity", "NO", "TYPE", "W"}));
-    EXPECT_EQ(t.keys[0], (CStringArrayEx{"", kMark, "", "", "", ""}));
+    const Tables t = Build(blocks, view, {}, tables::CStringArrayEx{"DOOR"});
+    EXPECT_EQ(t.rows[0], (tables::CStringArrayEx{"DWG File", "Block Name", "Quantity", "NO", "TYPE", "W"}));
+    EXPECT_EQ(t.keys[0], (tables::CStringArrayEx{"", kMark, "", "", "", ""}));
     for (int i = 1; i < t.keys.GetSize(); ++i) EXPECT_EQ(t.keys[i][1], "");
 }
 
 TEST(BuildRows, TwoEqualRowsWithCombineItemsGiveOneRowWithCountTwoAndTwoLineKeys) {
     AcadBlockArray blocks = SampleBlocks();
     AcadBlockView view;
-    const Tables t = Build(blocks, view, {}, CStringArrayEx{"DOOR"});
+    const Tables t = Build(blocks, view, {}, tables::CStringArrayEx{"DOOR"});
     ASSERT_EQ(t.rows.GetSize(), 3);
     // The first row's texts stand, "A" and "a" being equal without case.
-    EXPECT_EQ(t.rows[1], (CStringArrayEx{"DOOR", "2", "1", "A", ""}));
-    EXPECT_EQ(t.keys[1], (CStringArrayEx{"", "", "C:\\a.dwg<100_NO>\nC:\\a.dwg<103_NO>",
+    EXPECT_EQ(t.rows[1], (tables::CStringArrayEx{"DOOR", "2", "1", "A", ""}));
+    EXPECT_EQ(t.keys[1], (tables::CStringArrayEx{"", "", "C:\\a.dwg<100_NO>\nC:\\a.dwg<103_NO>",
                                          "C:\\a.dwg<100_TYPE>\nC:\\a.dwg<103_TYPE>", ""}));
-    EXPECT_EQ(t.rows[2], (CStringArrayEx{"DOOR", "1", "2", "B", ""}));
+    EXPECT_EQ(t.rows[2], (tables::CStringArrayEx{"DOOR", "1", "2", "B", ""}));
 }
 
 TEST(BuildRows, CombineItemsCountsEveryEqualRowAndLeavesLoneRowsAtOne) {
@@ -432,27 +432,27 @@ TEST(BuildRows, CombineItemsCountsEveryEqualRowAndLeavesLoneRowsAtOne) {
     blocks.Add(door);
     AcadBlockView view;
     view.includeHeader = 0;
-    Tables t = Build(blocks, view, {}, CStringArrayEx{"DOOR"});
+    Tables t = Build(blocks, view, {}, tables::CStringArrayEx{"DOOR"});
     ASSERT_EQ(t.rows.GetSize(), 3);
-    EXPECT_EQ(t.rows[0], (CStringArrayEx{"DOOR", "3", "x"}));
-    EXPECT_EQ(t.rows[1], (CStringArrayEx{"DOOR", "2", "y"}));
-    EXPECT_EQ(t.rows[2], (CStringArrayEx{"DOOR", "1", "z"}));
-    EXPECT_EQ(t.keys[0], (CStringArrayEx{kMark, "", "C:\\a.dwg<x_NO>\nC:\\a.dwg<X_NO>\nC:\\a.dwg<x_NO>"}));
+    EXPECT_EQ(t.rows[0], (tables::CStringArrayEx{"DOOR", "3", "x"}));
+    EXPECT_EQ(t.rows[1], (tables::CStringArrayEx{"DOOR", "2", "y"}));
+    EXPECT_EQ(t.rows[2], (tables::CStringArrayEx{"DOOR", "1", "z"}));
+    EXPECT_EQ(t.keys[0], (tables::CStringArrayEx{kMark, "", "C:\\a.dwg<x_NO>\nC:\\a.dwg<X_NO>\nC:\\a.dwg<x_NO>"}));
     view.combineItems = 0;
-    t = Build(blocks, view, {}, CStringArrayEx{"DOOR"});
+    t = Build(blocks, view, {}, tables::CStringArrayEx{"DOOR"});
     EXPECT_EQ(t.rows.GetSize(), 6);
     view.combineItems = 1;
     view.showCount = 0;
-    t = Build(blocks, view, {}, CStringArrayEx{"DOOR"});
+    t = Build(blocks, view, {}, tables::CStringArrayEx{"DOOR"});
     ASSERT_EQ(t.rows.GetSize(), 3);
-    EXPECT_EQ(t.rows[0], (CStringArrayEx{"DOOR", "x"}));
+    EXPECT_EQ(t.rows[0], (tables::CStringArrayEx{"DOOR", "x"}));
 }
 
 TEST(BuildRows, IdentityColumnKindZeroShowsThePathAndMarksTheDrawing) {
     AcadBlockArray blocks = SampleBlocks();
     AcadBlockView view;
     view.showName = 1;
-    const Tables t = Build(blocks, view, {}, CStringArrayEx{"WINDOW"});
+    const Tables t = Build(blocks, view, {}, tables::CStringArrayEx{"WINDOW"});
     EXPECT_EQ(t.rows[0][0], "DWG File");
     EXPECT_EQ(t.rows[1][0], "C:\\a.dwg");
     EXPECT_EQ(t.keys[1][0], kDrawingMark);
@@ -468,7 +468,7 @@ TEST(BuildRows, IdentityColumnKindOneAddsAStrokeAndTheLayoutName) {
     AcadBlockView view;
     view.showName = 1;
     view.identityColumn = 1;
-    const Tables t = Build(blocks, view, {}, CStringArrayEx{"WINDOW"});
+    const Tables t = Build(blocks, view, {}, tables::CStringArrayEx{"WINDOW"});
     ASSERT_EQ(t.rows.GetSize(), 3);
     EXPECT_EQ(t.rows[1][0], "C:\\a.dwg|Layout1");
     EXPECT_EQ(t.keys[1][0], kDrawingMark);
@@ -480,7 +480,7 @@ TEST(BuildRows, IdentityColumnKindTwoShowsHandlesAndNeverMerges) {
     AcadBlockView view;
     view.showName = 1;
     view.identityColumn = 2;
-    const Tables t = Build(blocks, view, {}, CStringArrayEx{"DOOR"});
+    const Tables t = Build(blocks, view, {}, tables::CStringArrayEx{"DOOR"});
     ASSERT_EQ(t.rows.GetSize(), 4);
     EXPECT_EQ(t.rows[0][0], "Handle");
     EXPECT_EQ(t.rows[1][0], "100");
@@ -497,7 +497,7 @@ TEST(BuildRows, FileIdentityMergesOnlyWithinOneFileAndJoinsTheDrawingMarks) {
     blocks.Add(other);
     AcadBlockView view;
     view.showName = 1;
-    const Tables t = Build(blocks, view, {}, CStringArrayEx{"DOOR"});
+    const Tables t = Build(blocks, view, {}, tables::CStringArrayEx{"DOOR"});
     ASSERT_EQ(t.rows.GetSize(), 5);
     EXPECT_EQ(t.rows[1][0], "C:\\a.dwg");
     EXPECT_EQ(t.rows[1][2], "2");
@@ -518,7 +518,7 @@ TEST(BuildRows, AHeaderOfABlockWithoutPassingRowsIsRemoved) {
     EXPECT_EQ(t.rows[2][0], "DOOR");
     // With one header for all, the header stays even over no rows.
     view.headerStyle = 0;
-    t = Build(blocks, view, filter, CStringArrayEx{"WINDOW"});
+    t = Build(blocks, view, filter, tables::CStringArrayEx{"WINDOW"});
     ASSERT_EQ(t.rows.GetSize(), 1);
     EXPECT_EQ(t.rows[0][0], "Block Name");
 }
@@ -532,10 +532,10 @@ TEST(BuildRows, AnEmptyNameGathersEveryNormalBlockAndFiltersApply) {
     filter.incXref = 0;
     AcadBlockView view;
     view.combineItems = 0;
-    Tables t = Build(blocks, view, filter, CStringArrayEx{""});
+    Tables t = Build(blocks, view, filter, tables::CStringArrayEx{""});
     ASSERT_EQ(t.rows.GetSize(), 4);
-    blocks.layers = CStringArrayEx{"none"};
-    t = Build(blocks, view, {}, CStringArrayEx{"DOOR", "NOSUCH"});
+    blocks.layers = tables::CStringArrayEx{"none"};
+    t = Build(blocks, view, {}, tables::CStringArrayEx{"DOOR", "NOSUCH"});
     ASSERT_EQ(t.rows.GetSize(), 1);
 }
 
@@ -580,10 +580,10 @@ TEST(BuildRows, MergingGivesTheSameTablesAsComparingEveryPairOfRows) {
     blocks.Add(door);
     AcadBlockView view;
     view.combineItems = 0;
-    Tables expected = Build(blocks, view, {}, CStringArrayEx{"DOOR"});
+    Tables expected = Build(blocks, view, {}, tables::CStringArrayEx{"DOOR"});
     QuadraticMerge(expected.rows, expected.keys, 1, 1);
     view.combineItems = 1;
-    const Tables merged = Build(blocks, view, {}, CStringArrayEx{"DOOR"});
+    const Tables merged = Build(blocks, view, {}, tables::CStringArrayEx{"DOOR"});
     ASSERT_EQ(merged.rows.GetSize(), expected.rows.GetSize());
     for (int i = 0; i < merged.rows.GetSize(); ++i) {
         EXPECT_EQ(merged.rows[i], expected.rows[i]) << i;
@@ -604,7 +604,7 @@ TEST(AddGroup, AnEmptyGroupAddsNothing) {
 }
 
 // One group of DoorRow under `columns` (header style 0, no header, no identity or count column).
-CStringArrayEx GroupCells(const CStringArrayEx& columns, AcadBlockView view, CStringArrayEx* keys) {
+tables::CStringArrayEx GroupCells(const tables::CStringArrayEx& columns, AcadBlockView view, tables::CStringArrayEx* keys) {
     AcadBlock block = Block("DOOR", {});
     block.refs.Add(DoorRow());
     AcadBlockArray blocks;
@@ -627,10 +627,10 @@ TEST(AddGroup, EachCellIsTheCellTextOfItsColumn) {
     for (const int promptAsHeader : {0, 1}) {
         AcadBlockView view;
         view.promptAsHeader = promptAsHeader;
-        const CStringArrayEx columns{"DOOR_Dup(2)", "Layer", "MAKER", "Door 2", "DOOR",
+        const tables::CStringArrayEx columns{"DOOR_Dup(2)", "Layer", "MAKER", "Door 2", "DOOR",
                                      "DOOR_Dup(1)", "Maker", "NONE", "Door", "Position X"};
-        CStringArrayEx keys;
-        const CStringArrayEx cells = GroupCells(columns, view, &keys);
+        tables::CStringArrayEx keys;
+        const tables::CStringArrayEx cells = GroupCells(columns, view, &keys);
         ASSERT_EQ(cells.GetSize(), columns.GetSize() + 1);
         for (int c = 0; c < columns.GetSize(); ++c) {
             const Cell expected = CellOf(DoorRow(), columns[c], view);
@@ -641,8 +641,8 @@ TEST(AddGroup, EachCellIsTheCellTextOfItsColumn) {
 }
 
 TEST(AddGroup, AColumnNamedTwiceShowsTheSameValueInBoth) {
-    CStringArrayEx keys;
-    const CStringArrayEx cells = GroupCells({"DOOR", "MAKER", "DOOR"}, AcadBlockView(), &keys);
+    tables::CStringArrayEx keys;
+    const tables::CStringArrayEx cells = GroupCells({"DOOR", "MAKER", "DOOR"}, AcadBlockView(), &keys);
     ASSERT_EQ(cells.GetSize(), 4);
     EXPECT_EQ(cells[1], "D1");
     EXPECT_EQ(cells[3], "D1");
@@ -655,8 +655,8 @@ TEST(AddGroup, AColumnNamedTwiceShowsTheSameValueInBoth) {
 TEST(AddGroup, UnderPromptAsHeaderTheFirstValueWithThePromptTakesTheColumn) {
     AcadBlockView view;
     view.promptAsHeader = 1;
-    CStringArrayEx keys;
-    const CStringArrayEx cells = GroupCells({"Door", ""}, view, &keys);
+    tables::CStringArrayEx keys;
+    const tables::CStringArrayEx cells = GroupCells({"Door", ""}, view, &keys);
     ASSERT_EQ(cells.GetSize(), 3);
     EXPECT_EQ(cells[1], "D1");
     // The attribute without a prompt answers to the column without a name.

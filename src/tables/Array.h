@@ -6,9 +6,9 @@
 #include <utility>
 #include <vector>
 
-#include "attbat/tables/InvalidArgument.h"
+#include "tables/InvalidArgument.h"
 
-namespace attbat {
+namespace tables {
 
 template <class T>
 class Array {
@@ -124,4 +124,4 @@ private:
     std::vector<T> items_;
 };
 
-}  // namespace attbat
+}  // namespace tables

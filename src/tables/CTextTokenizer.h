@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-namespace attbat {
+namespace tables {
 
 class CTextTokenizer {
 public:
@@ -26,4 +26,4 @@ private:
     std::bitset<256> delimiters_;
 };
 
-}  // namespace attbat
+}  // namespace tables

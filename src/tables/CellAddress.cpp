@@ -1,13 +1,13 @@
-#include "attbat/tables/CellAddress.h"
+#include "tables/CellAddress.h"
 
 #include <algorithm>
 #include <climits>
 
-#include "attbat/tables/CTextTokenizer.h"
+#include "tables/CTextTokenizer.h"
 #include "base/Text.h"
 #include "host/Ui.h"
 
-namespace attbat {
+namespace tables {
 namespace {
 
 // The scanners count in characters, so they work on code points.
@@ -207,4 +207,4 @@ std::string RightOfRange(std::string_view address) {
     return colon == std::string_view::npos ? std::string() : std::string(address.substr(colon + 1));
 }
 
-}  // namespace attbat
+}  // namespace tables

@@ -5,11 +5,11 @@
 #include <string>
 #include <string_view>
 
-#include "attbat/tables/Array.h"
-#include "attbat/tables/CStringArrayEx.h"
-#include "attbat/tables/LayoutNameSource.h"
+#include "tables/Array.h"
+#include "tables/CStringArrayEx.h"
+#include "tables/LayoutNameSource.h"
 
-namespace attbat {
+namespace tables {
 
 class CStringTable : public Array<CStringArrayEx> {
 public:
@@ -48,4 +48,4 @@ public:
                                 std::string_view ownerBlockId, const LayoutNameSource& layouts);
 };
 
-}  // namespace attbat
+}  // namespace tables

@@ -4,7 +4,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace attbat {
+namespace tables {
 
 // Raised by reads and writes outside 0..size-1 and by a negative size; the message names the
 // operation and the index.
@@ -13,4 +13,4 @@ public:
     explicit InvalidArgument(const std::string& what) : std::invalid_argument(what) {}
 };
 
-}  // namespace attbat
+}  // namespace tables

@@ -1,8 +1,8 @@
-#include "attbat/tables/CDataTable.h"
+#include "tables/CDataTable.h"
 
 #include <gtest/gtest.h>
 
-namespace attbat {
+namespace tables {
 namespace {
 
 TEST(CDataTable, EmptyTableHasSizeZeroAndReadingARowRaises) {
@@ -47,4 +47,4 @@ TEST(CDataTable, RemoveAllEmptiesTheTable) {
 }
 
 }  // namespace
-}  // namespace attbat
+}  // namespace tables

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-namespace attbat {
+namespace tables {
 
 // "A".."Z", "AA".."ZZ"; a column below 1 gives "A". There is no third letter: 703 gives "[A"
 // (the column pickers offer 1 to 675, which keeps such columns out).
@@ -47,4 +47,4 @@ std::string LeftOfRange(std::string_view address);
 // The text behind the first colon past the first character, or "" without one.
 std::string RightOfRange(std::string_view address);
 
-}  // namespace attbat
+}  // namespace tables

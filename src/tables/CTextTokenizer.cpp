@@ -1,8 +1,8 @@
-#include "attbat/tables/CTextTokenizer.h"
+#include "tables/CTextTokenizer.h"
 
 #include "base/Text.h"
 
-namespace attbat {
+namespace tables {
 
 CTextTokenizer::CTextTokenizer(std::string_view text, std::string_view delimiters) : text_(text) {
     for (std::size_t pos = 0; pos < delimiters.size();)
@@ -26,4 +26,4 @@ bool CTextTokenizer::Next(std::string& out) {
     return true;
 }
 
-}  // namespace attbat
+}  // namespace tables

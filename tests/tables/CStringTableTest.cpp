@@ -1,4 +1,4 @@
-#include "attbat/tables/CStringTable.h"
+#include "tables/CStringTable.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <optional>
 #include <string>
 
-namespace attbat {
+namespace tables {
 namespace {
 
 CStringTable MakeTable(std::string rangeAddress, std::initializer_list<CStringArrayEx> rows) {
@@ -246,4 +246,4 @@ TEST(CStringTable, FindRowByDrawingFailsLikeFindKeyRow) {
 }
 
 }  // namespace
-}  // namespace attbat
+}  // namespace tables

@@ -1,14 +1,14 @@
-#include "attbat/tables/CStringTable.h"
+#include "tables/CStringTable.h"
 
 #include <optional>
 
-#include "attbat/tables/CellAddress.h"
+#include "tables/CellAddress.h"
 #include "base/Format.h"
 #include "base/Path.h"
 #include "base/Text.h"
 #include "base/Wildcard.h"
 
-namespace attbat {
+namespace tables {
 namespace {
 
 struct FirstCell {
@@ -107,4 +107,4 @@ int CStringTable::FindRowByDrawing(const CStringTable& table, int dwgColumn,
     return -1;
 }
 
-}  // namespace attbat
+}  // namespace tables

@@ -1,10 +1,10 @@
-#include "attbat/tables/CStringArrayEx.h"
+#include "tables/CStringArrayEx.h"
 
 #include <algorithm>
 
 #include "base/Text.h"
 
-namespace attbat {
+namespace tables {
 
 CStringArrayEx::CStringArrayEx(std::initializer_list<std::string> items) {
     for (const std::string& item : items) Add(item);
@@ -40,4 +40,4 @@ void CStringArrayEx::SortNoCase() {
     });
 }
 
-}  // namespace attbat
+}  // namespace tables

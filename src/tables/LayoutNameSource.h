@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-namespace attbat {
+namespace tables {
 
 class LayoutNameSource {
 public:
@@ -15,4 +15,4 @@ public:
     virtual std::optional<std::string> LayoutNameOf(std::string_view ownerBlockHandle) const = 0;
 };
 
-}  // namespace attbat
+}  // namespace tables

@@ -5,9 +5,9 @@
 #include <string>
 #include <string_view>
 
-#include "attbat/tables/Array.h"
+#include "tables/Array.h"
 
-namespace attbat {
+namespace tables {
 
 class CStringArrayEx : public Array<std::string> {
 public:
@@ -25,4 +25,4 @@ public:
     void SortNoCase();
 };
 
-}  // namespace attbat
+}  // namespace tables

@@ -1,11 +1,11 @@
-#include "attbat/tables/CStringArrayEx.h"
+#include "tables/CStringArrayEx.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
-namespace attbat {
+namespace tables {
 namespace {
 
 std::vector<std::string> Items(const CStringArrayEx& array) {
@@ -174,4 +174,4 @@ TEST(CStringArrayEx, IterationVisitsElementsInOrderAndCanChangeThem) {
 }
 
 }  // namespace
-}  // namespace attbat
+}  // namespace tables

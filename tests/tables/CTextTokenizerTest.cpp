@@ -1,11 +1,11 @@
-#include "attbat/tables/CTextTokenizer.h"
+#include "tables/CTextTokenizer.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
-namespace attbat {
+namespace tables {
 namespace {
 
 std::vector<std::string> Fields(std::string_view text, std::string_view delimiters) {
@@ -56,4 +56,4 @@ TEST(CTextTokenizer, MultiByteCharactersWithOtherLowBytesStayWhole) {
 }
 
 }  // namespace
-}  // namespace attbat
+}  // namespace tables

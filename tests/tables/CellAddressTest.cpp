@@ -1,4 +1,4 @@
-#include "attbat/tables/CellAddress.h"
+#include "tables/CellAddress.h"
 
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 
 #include "host/Ui.h"
 
-namespace attbat {
+namespace tables {
 namespace {
 
 TEST(CellAddress, ColumnLettersOneAndTwoLettersAndNoThird) {
@@ -269,4 +269,4 @@ TEST(CellAddress, LeftAndRightOfRangeSplitAtTheFirstColon) {
 }
 
 }  // namespace
-}  // namespace attbat
+}  // namespace tables
