@@ -3,21 +3,21 @@
 #include <string>
 #include <vector>
 
-#include "attbat/frame/CAttBatApp.h"
-#include "attbat/frame/CommandLine.h"
 #include "attbat/export/ExportCommands.h"
+#include "attbat/frame/CAttBatApp.h"
 #include "attbat/import/ImportCommands.h"
+#include "cli/CommandLine.h"
 #include "cli/DxfTool.h"
 #include "cli/XlsxTool.h"
 
 int main(int argc, char** argv) {
     std::vector<std::string> args(argv + 1, argv + argc);
-    std::vector<attbat::CommandLineTool> tools = {
+    std::vector<cli::CommandLineTool> tools = {
         {"dxf", "Inspect or resave a DXF drawing", cli::RunDxfTool},
         {"xlsx", "Inspect or resave an .xlsx workbook", cli::RunXlsxTool},
     };
     attbat::CAttBatApp& app = attbat::TheApp();
     attbat::ImplementExportCommands(app);
     attbat::ImplementImportCommands(app);
-    return attbat::RunCommandLine(args, app, tools);
+    return cli::RunCommandLine(args, app, tools);
 }

@@ -16,7 +16,7 @@ import openpyxl
 
 BUILD = Path(os.environ["VELMAR_BUILD_DIR"])
 SOURCE = Path(os.environ["VELMAR_SOURCE_DIR"])
-TOOL = BUILD / "tests/attbat/export/velmar_export_tool"
+TOOL = BUILD / "src/cli/velmar"
 CORPUS = SOURCE / "tests/corpus/xlsx"
 SAMPLE = SOURCE / "examples/floor.dxf"
 failures = []

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Exports drawings with velmar_export_tool and checks the workbooks with openpyxl, against keys
+"""Exports drawings with velmar and checks the workbooks with openpyxl, against keys
 computed here from the same drawings read by ezdxf."""
 import os
 import re
@@ -15,7 +15,7 @@ import openpyxl
 
 BUILD = Path(os.environ["VELMAR_BUILD_DIR"])
 SOURCE = Path(os.environ["VELMAR_SOURCE_DIR"])
-TOOL = BUILD / "tests/attbat/export/velmar_export_tool"
+TOOL = BUILD / "src/cli/velmar"
 CORPUS = SOURCE / "tests/corpus"
 # "<drawing><HANDLE_TAG>" or "<drawing><HANDLE_TAG(ATTRIBHANDLE)>" for a later attribute of a tag.
 KEY = re.compile(r"^(?P<drawing>.*)<(?P<handle>[0-9A-F]+)_(?P<tag>.+?)(?:\((?P<att>[0-9A-F]+)\))?>$")

@@ -1,6 +1,6 @@
 #!/usr/bin/python3
 """Export, edit attribute and property cells with openpyxl, import by handle with
-velmar_import_tool; ezdxf and a record by record comparison of the DXF text check the result."""
+velmar; ezdxf and a record by record comparison of the DXF text check the result."""
 import os
 import re
 import shutil
@@ -15,7 +15,7 @@ from openpyxl.comments import Comment
 
 BUILD = Path(os.environ["VELMAR_BUILD_DIR"])
 SOURCE = Path(os.environ["VELMAR_SOURCE_DIR"])
-TOOL = BUILD / "tests/attbat/import/velmar_import_tool"
+TOOL = BUILD / "src/cli/velmar"
 DRAWINGS = [SOURCE / "examples/floor.dxf",
             SOURCE / "tests/corpus/dxf/arch-plan-attribs-ac1018.dxf",
             SOURCE / "tests/corpus/dxf/ezdxf-192-inserts-576-attribs-ac1018.dxf"]

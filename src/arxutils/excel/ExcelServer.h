@@ -47,6 +47,9 @@ public:
     // The workbook the user named before the command (its display name), which answers the
     // workbook chooser without asking; "" when none was named.
     virtual std::string ChosenInAdvance() { return {}; }
+    // True when the user gave no workbook to attach to but a place for a new one: a command
+    // that may use either then makes a new one, without changing its stored choice.
+    virtual bool OffersOnlyANewWorkbook() { return false; }
     // Lets the server give back the memory of workbook data nothing changed, once a command has
     // read what it needs; the data is read again if it is used later. Nothing by default.
     virtual void ReleaseUnchangedData() {}

@@ -1198,6 +1198,10 @@ std::string FileBackend::ConnectionAdvice() {
 
 std::string FileBackend::ChosenInAdvance() { return state_->running ? state_->options.workbook : std::string(); }
 
+bool FileBackend::OffersOnlyANewWorkbook() {
+    return state_->options.workbook.empty() && !state_->options.output.empty();
+}
+
 void FileBackend::ReleaseUnchangedData() {
     for (const auto& book : state_->books) book->file->UnloadUnchangedSheets();
 }

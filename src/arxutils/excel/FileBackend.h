@@ -57,6 +57,8 @@ public:
     std::string ConnectionAdvice() override;
     // The --workbook file while its instance runs.
     std::string ChosenInAdvance() override;
+    // --output without --workbook.
+    bool OffersOnlyANewWorkbook() override;
     // Unloads the unchanged sheets of every open workbook; they are read again from the file's
     // package when used.
     void ReleaseUnchangedData() override;

@@ -146,4 +146,16 @@ void CAttPreviewPage::SortRows() {
     m_sortRestored = 1;
 }
 
+const std::vector<Control>& CAttPreviewPage::Controls() {
+    static const std::vector<Control> controls = {
+        {"drawing-column-kind", ControlKind::Choice, "Drawing Path / Drawing With Layout / Block Ref Handle",
+         {"path", "layout", "handle"}},
+        {"header-style", ControlKind::Choice, "Header for all blocks / Header per block", {"all", "per-block"}},
+        {"column-sort", ControlKind::Choice, "Column sort:", {"a-z", "z-a", "none"}},
+        {"column-order", ControlKind::List, "columns in the order to show, by letters (\"A,C,B\")", {}, "LETTERS"},
+        {"row-sort", ControlKind::Text, "sort the rows by the column under that letter", {}, "LETTER[:desc]"},
+    };
+    return controls;
+}
+
 }  // namespace attbat

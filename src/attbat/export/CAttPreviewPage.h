@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "attbat/export/ExportOptions.h"
+#include "attbat/frame/Control.h"
 #include "tables/CDataTable.h"
 #include "tables/CStringArrayEx.h"
 
@@ -28,6 +29,8 @@ public:
     static constexpr std::string_view title = "Preview";
     // At most this many columns take part in a drag and in an export.
     static constexpr int kMaxColumns = 1024;
+    // The page's controls: the three combo boxes, the column order and the sort by a header.
+    static const std::vector<Control>& Controls();
 
     explicit CAttPreviewPage(CScheduleDialog& wizard) : wizard_(wizard) {}
 

@@ -126,4 +126,41 @@ bool CAttributePage::Tick(std::string_view name, bool checked) {
     return found;
 }
 
+std::span<const CAttributePage::ViewBox> CAttributePage::ViewBoxes() {
+    static constexpr ViewBox boxes[] = {
+        {"position-x", "Position X", &AcadBlockView::showPosX},
+        {"position-y", "Position Y", &AcadBlockView::showPosY},
+        {"position-z", "Position Z", &AcadBlockView::showPosZ},
+        {"scale-x", "Scale X", &AcadBlockView::showScaleX},
+        {"scale-y", "Scale Y", &AcadBlockView::showScaleY},
+        {"scale-z", "Scale Z", &AcadBlockView::showScaleZ},
+        {"rotation", "Rotation", &AcadBlockView::showRotation},
+        {"layer", "Layer", &AcadBlockView::showLayer},
+        {"attribute", "Attribute", &AcadBlockView::showAtts},
+        {"count-column", "Count column", &AcadBlockView::showCount},
+        {"drawing-column", "the drawing column first (\"DWG File\", or \"Handle\")", &AcadBlockView::showName},
+        {"prompt-as-header", "Show prompt as header", &AcadBlockView::promptAsHeader},
+        {"combine", "Combine identical items", &AcadBlockView::combineItems},
+        {"show-header", "Show header", &AcadBlockView::includeHeader},
+    };
+    return boxes;
+}
+
+const std::vector<Control>& CAttributePage::Controls() {
+    static const std::vector<Control> controls = [] {
+        std::vector<Control> list = {
+            {"attributes-only", ControlKind::Check, "Display blocks with attributes only"},
+            {"in-use-only", ControlKind::Check, "Display blocks currently in-use only"},
+            {"tick", ControlKind::List, "blocks to tick: names or wildcards, comma separated (\"*\": Select All)",
+             {}, "NAMES", true},
+            {"untick", ControlKind::List, "blocks to untick (\"*\": Clear All)", {}, "NAMES", true},
+        };
+        for (const ViewBox& box : ViewBoxes()) list.push_back({box.key, ControlKind::Check, box.label});
+        list.push_back({"outer-polygon-area", ControlKind::Check, "Outer Polygon Area"});
+        list.push_back({"area-unit", ControlKind::Choice, "the unit of the area", {"unitless", "sq.in.", "sq.ft.", "sq.m"}});
+        return list;
+    }();
+    return controls;
+}
+
 }  // namespace attbat

@@ -2,10 +2,13 @@
 // The wizard's "Attribute" page: the blocks of the active collection with a tick each, the two
 // display options, and the categories bound to the wizard's view.
 
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "attbat/frame/Control.h"
+#include "attbat/model/AcadBlockView.h"
 #include "tables/CStringArrayEx.h"
 
 namespace attbat {
@@ -24,6 +27,18 @@ public:
     static constexpr std::string_view title = "Attribute";
     // The unit combo box's entries, index = the view's area unit.
     static constexpr std::string_view areaUnits[] = {"Unitless", "sq.in.", "sq.ft.", "sq.m"};
+
+    // A check box of the wizard's view: this page's categories and the preview page's boxes,
+    // which show the same view.
+    struct ViewBox {
+        const char* key;
+        const char* label;
+        int AcadBlockView::*member;
+    };
+    static std::span<const ViewBox> ViewBoxes();
+    // The page's controls: the two display options, the ticks of the block list, the view's
+    // boxes, the outer polygon and its unit.
+    static const std::vector<Control>& Controls();
 
     explicit CAttributePage(CScheduleDialog& wizard) : wizard_(wizard) {}
 

@@ -14,6 +14,35 @@
 
 namespace attbat {
 
+std::span<const CBlockSourcePage::FilterBox> CBlockSourcePage::FilterBoxes() {
+    static constexpr FilterBox boxes[] = {
+        {"include-xrefs", "Include Xrefs", &AcadBlockFilter::incXref},
+        {"include-nested", "Include nested blocks", &AcadBlockFilter::incNested},
+        {"current-space-only", "Current space only", &AcadBlockFilter::currentSpaceOnly},
+    };
+    return boxes;
+}
+
+const std::vector<Control>& CBlockSourcePage::Controls() {
+    static const std::vector<Control> controls = [] {
+        std::vector<Control> list = {
+            {"source", ControlKind::Choice, "Current Drawing / Select Objects / Select Drawings",
+             {"current", "objects", "drawings"}},
+            {"objects", ControlKind::List,
+             "Select Objects: the picked block references and multileaders, by handle", {}, "HANDLES"},
+            {"list", ControlKind::Text, "Load List: the drawing list to read (with --source drawings)", {},
+             "FILE.lst"},
+            {"save-list", ControlKind::Text, "Save List: writes the drawing list", {}, "FILE.lst"},
+            {"add-folder", ControlKind::Text, "Add Folder: every .dxf drawing of the folder", {}, "FOLDER"},
+            {"search-subfolder", ControlKind::Check, "Search subfolder"},
+            {"block-wildcard", ControlKind::Text, "Block Wildcard Match:", {}, "PATTERN"},
+        };
+        for (const FilterBox& box : FilterBoxes()) list.push_back({box.key, ControlKind::Check, box.label});
+        return list;
+    }();
+    return controls;
+}
+
 void CBlockSourcePage::OnInitDialog() {
     wizard_.m_filter.LoadFromSettings(wizard_.Settings());
     m_searchSubfolder = wizard_.Settings().GetInt(kSettingsSection, "SearchSubfolder", 0);

@@ -2,11 +2,14 @@
 // The wizard's "Data Source" page: the current drawing, picked objects or a list of drawing
 // files, each with its own block collection, and the drawing list with its .lst file.
 
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "attbat/frame/Control.h"
 #include "attbat/model/AcadBlockArray.h"
+#include "attbat/model/AcadBlockFilter.h"
 #include "tables/CStringArrayEx.h"
 #include "base/Status.h"
 #include "cad/BlockReference.h"
@@ -27,6 +30,16 @@ public:
     };
 
     static constexpr std::string_view title = "Data Source";
+
+    // A check box of the wizard's filter on this page.
+    struct FilterBox {
+        const char* key;
+        const char* label;
+        int AcadBlockFilter::*member;
+    };
+    static std::span<const FilterBox> FilterBoxes();
+    // The page's controls: the source, the pick, the drawing list's buttons, the filter.
+    static const std::vector<Control>& Controls();
 
     explicit CBlockSourcePage(CScheduleDialog& wizard) : wizard_(wizard) {}
 

@@ -29,4 +29,17 @@ void CExportOptionsDialog::OnOK() {
     StoreExportOptions(m_options, store_);
 }
 
+const std::vector<Control>& CExportOptionsDialog::Controls() {
+    static const std::vector<Control> controls = {
+        {"workbook-mode", ControlKind::Choice, "Create new workbook / Use active workbook", {"new", "active"}},
+        {"sheets", ControlKind::Choice, "One sheet for each block / One sheet for all blocks", {"each", "one"}},
+        {"start-column", ControlKind::Text, "Start column:", {}, "LETTERS"},
+        {"start-row", ControlKind::Text, "Start row: (\"last\": Last Filled Row)", {}, "N|last"},
+        {"border", ControlKind::Check, "Apply border"},
+        {"merge", ControlKind::Check, "Merge block name cell"},
+        {"hyperlink", ControlKind::Check, "Add Hyperlink to drawing name"},
+    };
+    return controls;
+}
+
 }  // namespace attbat

@@ -4,8 +4,10 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "attbat/export/ExportOptions.h"
+#include "attbat/frame/Control.h"
 
 namespace attbat {
 
@@ -16,6 +18,8 @@ public:
     static constexpr std::string_view title = "Export Options";
     // The single list entry of the start row's combo box.
     static constexpr std::string_view lastFilledRow = "Last Filled Row";
+    // The dialog's controls: the two radio groups, the start cell and the three boxes.
+    static const std::vector<Control>& Controls();
 
     explicit CExportOptionsDialog(SettingsStore& store) : store_(store) {}
 

@@ -1,5 +1,8 @@
 #include "attbat/export/CScheduleDialog.h"
 
+#include "attbat/export/CExportOptionsDialog.h"
+#include "attbat/export/CSelectAttributeDialog.h"
+
 namespace attbat {
 
 CScheduleDialog::CScheduleDialog(SettingsStore& settings, const DrawingContext& drawing,
@@ -55,6 +58,23 @@ void CScheduleDialog::ShowCurrentPage() {
 void CScheduleDialog::UpdateButtons() {
     nextEnabled = m_activePage != 2;
     backEnabled = m_activePage != 0;
+}
+
+const std::vector<Control>& CScheduleDialog::Controls() {
+    static const std::vector<Control> controls = [] {
+        std::vector<Control> list = CBlockSourcePage::Controls();
+        Append(list, CAttributePage::Controls());
+        Append(list, CSelectAttributeDialog::Controls());
+        Append(list, CAttPreviewPage::Controls());
+        Append(list, CExportOptionsDialog::Controls());
+        Append(list, {
+            {"template", ControlKind::Text, "Load Template: the wizard state to start from", {}, "FILE.vlt"},
+            {"save-template", ControlKind::Text, "Save Template: the wizard state as set by the options", {},
+             "FILE.vlt"},
+        });
+        return list;
+    }();
+    return controls;
 }
 
 }  // namespace attbat

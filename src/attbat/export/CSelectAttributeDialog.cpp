@@ -86,4 +86,22 @@ void CSelectAttributeDialog::OnOK() {
     store_.SetInt(kSettingsSection, "SelectDynProperties", view_.selectDynProperties);
 }
 
+const std::vector<Control>& CSelectAttributeDialog::Controls() {
+    static const std::vector<Control> controls = {
+        {"remove-attributes-with-no-value", ControlKind::Check,
+         "\"Attributes\" dialog (the \"...\" button): Remove attributes with no value."},
+        {"dynamic-properties", ControlKind::Check, "\"Attributes\" dialog: Dynamic Properties"},
+        {"clear-all-tags", ControlKind::Button, "\"Attributes\" dialog: Clear All (unticks every tag)"},
+        {"tick-tag", ControlKind::List,
+         "\"Attributes\" dialog: tags to tick, as listed (MARK, MARK_Dup(1)) or wildcards, comma separated", {},
+         "TAGS", true},
+        {"untick-tag", ControlKind::List,
+         "\"Attributes\" dialog: tags to untick, the same way; the schedule leaves them out", {}, "TAGS", true},
+        {"leave-out-tags", ControlKind::List,
+         "\"Attributes\" dialog: unticks these tags and ticks every other one", {}, "TAGS", true},
+        {"remove-no-value", ControlKind::Check, "the same as --remove-attributes-with-no-value"},
+    };
+    return controls;
+}
+
 }  // namespace attbat

@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "attbat/frame/Control.h"
 #include "attbat/model/AcadAttDefTagArray.h"
 
 namespace tables {
@@ -39,6 +40,8 @@ public:
     // The check boxes' labels, which the command line's messages quote.
     static constexpr std::string_view removeNoValueLabel = "Remove attributes with no value.";
     static constexpr std::string_view dynamicPropertiesLabel = "Dynamic Properties";
+    // The dialog's controls: its two boxes, Clear All, and the ticks of the tag list.
+    static const std::vector<Control>& Controls();
 
     // Opened from the wizard's attribute page: the tags of its ticked blocks in the active
     // collection (none without a collection) over the wizard's view and settings.

@@ -97,9 +97,9 @@ const CommandEntry* CAttBatApp::FindCommand(std::string_view name) const {
     return entry && (IsRegistered(*entry) || IsDialogEntry(*entry)) ? entry : nullptr;
 }
 
-int CAttBatApp::Run(const CommandEntry& entry, CommandContext& context) {
+CommandStatus CAttBatApp::Run(const CommandEntry& entry, CommandContext& context) {
     const CommandHandler* handler = Handler(entry);
-    int status = exitFailed;
+    CommandStatus status = CommandStatus::Failed;
     if (handler) {
         status = handler->run(context);
     } else {
@@ -109,7 +109,7 @@ int CAttBatApp::Run(const CommandEntry& entry, CommandContext& context) {
         context.Summary("error", "not available in this build yet");
     }
     if (commandObserver_) {
-        commandObserver_(entry.globalName, status == exitOk ? CommandOutcome::Ended
+        commandObserver_(entry.globalName, status == CommandStatus::Done ? CommandOutcome::Ended
                                            : context.Cancelled() ? CommandOutcome::Cancelled
                                                                  : CommandOutcome::Failed);
     }

@@ -54,9 +54,9 @@ public:
     // The registered command named `name` (local, global name or alias; without regard to case);
     // null when there is none.
     const CommandEntry* FindCommand(std::string_view name) const;
-    // Runs a registered command: its exit status; a command without its work says it is not
+    // Runs a registered command: how it ended; a command without its work says it is not
     // available in this build yet and fails. The command observer hears how it ended.
-    int Run(const CommandEntry& entry, CommandContext& context);
+    CommandStatus Run(const CommandEntry& entry, CommandContext& context);
     // The editor's command notifications, with the command's global name; one observer, set by
     // whoever watches commands (the upload after a change), none by default.
     void SetCommandObserver(std::function<void(std::string_view, CommandOutcome)> observer) {

@@ -1,6 +1,7 @@
 #include "attbat/frame/COptionsDialog.h"
 
 #include "attbat/frame/CRegistry.h"
+#include "base/Format.h"
 
 namespace attbat {
 
@@ -31,6 +32,33 @@ bool COptionsDialog::OnOK() {
                            m_autoUploadToActiveWorkbook ? 1 : 0) &&
          ok;
     return ok;
+}
+
+std::span<const COptionsDialog::OptionBox> COptionsDialog::OptionBoxes() {
+    static constexpr OptionBox boxes[] = {
+        {"export-blocks-in-mleaders", "Export Attribute", "Export blocks in MLeaders",
+         &COptionsDialog::m_exportBlocksInMLeader},
+        {"calc-outer-polygon", "Export Attribute", "Calculate outer polygon of block reference.",
+         &COptionsDialog::m_calOuterPolygon},
+        {"update-drawing-paths", "Upload to Excel", "Update drawing paths in Excel.",
+         &COptionsDialog::m_updateDrawingPathsInExcel},
+        {"auto-upload", "Upload to Excel",
+         "Upload to Excel automatically when attributes are modified in AutoCAD.",
+         &COptionsDialog::m_autoUploadToActiveWorkbook},
+    };
+    return boxes;
+}
+
+const std::vector<Control>& COptionsDialog::Controls() {
+    static const std::vector<Control> controls = [] {
+        std::vector<Control> list;
+        for (const OptionBox& box : OptionBoxes()) {
+            list.push_back({std::string(box.key), ControlKind::Check,
+                            base::Sprintf("\"%s\" (%s)", box.label, box.group)});
+        }
+        return list;
+    }();
+    return controls;
 }
 
 }  // namespace attbat

@@ -2,12 +2,27 @@
 // The dialog "Options" of Velmar_Options, as a model: four check boxes kept in section
 // "Velmar". Opening reads them, OK writes all four, Cancel writes nothing.
 
+#include <span>
 #include <string_view>
+#include <vector>
+
+#include "attbat/frame/Control.h"
 
 namespace attbat {
 
 class COptionsDialog {
 public:
+    // A check box with its group box.
+    struct OptionBox {
+        std::string_view key;
+        std::string_view group;
+        std::string_view label;
+        bool COptionsDialog::*member;
+    };
+    static std::span<const OptionBox> OptionBoxes();
+    // The four boxes as controls; each label names its group.
+    static const std::vector<Control>& Controls();
+
     // "Export blocks in MLeaders" checked, the others not, until OnInitDialog reads the store.
     COptionsDialog() = default;
 

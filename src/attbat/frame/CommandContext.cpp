@@ -4,11 +4,6 @@
 
 namespace attbat {
 
-std::string CommandContext::Get(std::string_view name, std::string_view def) const {
-    auto it = options.find(std::string(name));
-    return it == options.end() ? std::string(def) : it->second;
-}
-
 void CommandContext::Summary(std::string_view key, std::string_view text) {
     summary_.emplace_back(std::string(key), JsonQuote(text));
 }

@@ -30,4 +30,28 @@ void CImpExOptDialog::OnOK() const {
     CRegistry::SetString(kSection, "ScaleZHeader", m_scaleZHeader);
 }
 
+std::span<const CImpExOptDialog::HeaderField> CImpExOptDialog::HeaderFields() {
+    static constexpr HeaderField fields[] = {
+        {"position-x-header", "Position X Header:", &CImpExOptDialog::m_posXHeader},
+        {"position-y-header", "Position Y Header:", &CImpExOptDialog::m_posYHeader},
+        {"position-z-header", "Position Z Header:", &CImpExOptDialog::m_posZHeader},
+        {"layer-header", "Layer Header:", &CImpExOptDialog::m_layerHeader},
+        {"scale-x-header", "Scale X Header:", &CImpExOptDialog::m_scaleXHeader},
+        {"scale-y-header", "Scale Y Header:", &CImpExOptDialog::m_scaleYHeader},
+        {"scale-z-header", "Scale Z Header:", &CImpExOptDialog::m_scaleZHeader},
+    };
+    return fields;
+}
+
+const std::vector<Control>& CImpExOptDialog::Controls() {
+    static const std::vector<Control> controls = [] {
+        std::vector<Control> list;
+        for (const HeaderField& field : HeaderFields()) {
+            list.push_back({field.key, ControlKind::Text, field.label, {}, "TEXT"});
+        }
+        return list;
+    }();
+    return controls;
+}
+
 }  // namespace attbat

@@ -65,4 +65,19 @@ void CImportByHandleDialog::OnOK() {
     m_options.SaveSettings();
 }
 
+const std::vector<Control>& CImportByHandleDialog::Controls() {
+    static const std::vector<Control> controls = {
+        {"sheets", ControlKind::Choice, "Active sheet only / Entire workbook", {"active", "all"}},
+        {"start-column", ControlKind::Text, "Start Column:", {}, "LETTERS"},
+        {"start-row", ControlKind::Text, "Start Row:", {}, "N"},
+        {"ignore-property", ControlKind::Check, "Ignore property"},
+        {"current-drawing-only", ControlKind::Check, "Update the current drawing only"},
+        {"ignore-drawing-path", ControlKind::Check, "Ignore the drawing paths of the attribute values"},
+        {"save-link", ControlKind::Check, "Save the link of the Excel file to the drawing."},
+        {"choose-workbook", ControlKind::Text, "\">\": the open workbook to read, by full path or file name", {},
+         "NAME"},
+    };
+    return controls;
+}
+
 }  // namespace attbat

@@ -4,12 +4,16 @@
 #include <string>
 #include <vector>
 
+#include "attbat/frame/Control.h"
 #include "attbat/import/ImportByHandle.h"
 
 namespace attbat {
 
 class CImportByHandleDialog {
 public:
+    // The dialog's controls: the sheets, the start cell, the four boxes and the ">" menu.
+    static const std::vector<Control>& Controls();
+
     // Loads the settings and fills the workbook fields and list from the connection; the list
     // is empty when no workbook is attached.
     void OnInitDialog();

@@ -1,4 +1,4 @@
-// `velmar import-by-handle`: attaches the workbook, sets the dialog's controls from the options,
+// `velmar import-by-handle`: attaches the workbook, sets the dialog's controls from the values,
 // reads the key comments with their cells' texts, lets go of the workbook, then writes (or with
 // --dry-run only lists) the values.
 
@@ -13,7 +13,6 @@
 #include "arxutils/excel/ExcelServer.h"
 #include "attbat/frame/CArxErrLog.h"
 #include "attbat/frame/CAttBatApp.h"
-#include "attbat/frame/CommandLine.h"
 #include "attbat/import/CImpExOptDialog.h"
 #include "attbat/import/CImportByHandleDialog.h"
 #include "attbat/import/ImportByHandle.h"
@@ -31,63 +30,28 @@ namespace {
 
 using arxutils::ExcelUtils;
 
-std::vector<CommandOption> ImportOptionsList() {
-    return {
-        {"sheets", "active|all", "Active sheet only / Entire workbook"},
-        {"start-column", "LETTERS", "Start Column:"},
-        {"start-row", "N", "Start Row:"},
-        {"ignore-property", "on|off", "Ignore property"},
-        {"current-drawing-only", "on|off", "Update the current drawing only"},
-        {"ignore-drawing-path", "on|off", "Ignore the drawing paths of the attribute values"},
-        {"save-link", "on|off", "Save the link of the Excel file to the drawing."},
-        {"choose-workbook", "NAME", "\">\": the open workbook to read, by full path or file name"},
-        {"dry-run", "", "list every change (drawing, handle, tag or property, old -> new) and write nothing"},
-    };
-}
-
-// Reads an on/off option into `field`; false with a usage line when it is neither.
-bool ReadSwitch(const CommandContext& context, const char* name, int& field) {
-    if (!context.Has(name)) return true;
-    std::optional<bool> value = ParseSwitch(context.Get(name));
-    if (!value) {
-        host::CurrentPrinter().Warn(base::Sprintf("velmar import-by-handle: --%s takes on or off, not '%s'.",
-                                                  name, context.Get(name)));
-        return false;
-    }
-    field = *value ? 1 : 0;
-    return true;
-}
-
-// The controls of the dialog as the options set them; false on a bad option.
-bool SetControls(CImportByHandleDialog& dialog, const CommandContext& context) {
+// The controls of the dialog as the values set them, then OK; false for a value it won't take.
+bool SetControls(CImportByHandleDialog& dialog, const ControlValues& values) {
     ImportByHandleOptions& o = dialog.m_options;
-    if (context.Has("sheets")) {
-        std::string sheets = context.Get("sheets");
-        if (base::EqualNoCase(sheets, "active")) o.WorksheetOption = 0;
-        else if (base::EqualNoCase(sheets, "all")) o.WorksheetOption = 1;
-        else {
-            host::CurrentPrinter().Warn(base::Sprintf(
-                "velmar import-by-handle: --sheets takes active or all, not '%s'.", sheets));
-            return false;
-        }
-    }
-    if (context.Has("start-column")) o.StartColumn = context.Get("start-column");
-    if (context.Has("start-row")) o.StartRow = std::atoi(context.Get("start-row").c_str());
+    if (auto sheets = values.Choice("sheets")) o.WorksheetOption = *sheets;
+    if (values.Has("start-column")) o.StartColumn = values.Text("start-column");
+    if (values.Has("start-row")) o.StartRow = std::atoi(values.Text("start-row").c_str());
+    auto set = [&](const char* key, int& field) {
+        if (auto on = values.Check(key)) field = *on ? 1 : 0;
+    };
     int currentOnly = o.CurrentDrawingOnly;
-    if (!ReadSwitch(context, "ignore-property", o.IgnoreProperty) ||
-        !ReadSwitch(context, "current-drawing-only", currentOnly) ||
-        !ReadSwitch(context, "ignore-drawing-path", o.IgnoreDrawingPath) ||
-        !ReadSwitch(context, "save-link", o.SaveExcelLink)) {
-        return false;
-    }
+    set("ignore-property", o.IgnoreProperty);
+    set("current-drawing-only", currentOnly);
+    set("ignore-drawing-path", o.IgnoreDrawingPath);
+    set("save-link", o.SaveExcelLink);
     // The path box is disabled while the drawing box is off, so it can't be ticked then.
-    if (context.Has("ignore-drawing-path") && o.IgnoreDrawingPath && !currentOnly) {
+    if (values.Has("ignore-drawing-path") && o.IgnoreDrawingPath && !currentOnly) {
         host::CurrentPrinter().Warn("velmar import-by-handle: --ignore-drawing-path needs --current-drawing-only on.");
         return false;
     }
     dialog.SetCurrentDrawingOnly(currentOnly != 0);
-    if (context.Has("choose-workbook")) {
-        std::string wanted = context.Get("choose-workbook");
+    if (values.Has("choose-workbook")) {
+        std::string wanted = values.Text("choose-workbook");
         int found = -1;
         for (int i = 0; i < static_cast<int>(dialog.m_workbooks.size()) && found < 0; ++i) {
             const std::string& name = dialog.m_workbooks[i];
@@ -116,7 +80,7 @@ bool ReadMap(const ImportByHandleOptions& options, ImportMap& map) {
 }
 
 void ReportChanges(CommandContext& context, const std::vector<ImportChange>& changes, bool dryRun) {
-    if (context.global.json) {
+    if (context.reportAsJson) {
         std::string out = "{\"changes\": [";
         for (std::size_t i = 0; i < changes.size(); ++i) {
             const ImportChange& c = changes[i];
@@ -139,27 +103,27 @@ void ReportChanges(CommandContext& context, const std::vector<ImportChange>& cha
 
 // The current drawing is read on first use, after the workbook is let go; one that turned out
 // unreadable (said by the writer or the listing) fails the command, and nothing was written to it.
-int CurrentDrawingRead(CommandContext& context, host::Document* current) {
-    if (!current || current->LoadStatus()) return exitOk;
+CommandStatus CurrentDrawingRead(CommandContext& context, host::Document* current) {
+    if (!current || current->LoadStatus()) return CommandStatus::Done;
     context.Summary("error", current->LoadStatus().Message());
-    return exitFailed;
+    return CommandStatus::Failed;
 }
 
-int RunImport(CommandContext& context) {
+CommandStatus RunImport(CommandContext& context) {
     ErrLog().Write("%s - Start.", "CAttBatch::ImportByAttHandle");
     if (!ExcelUtils::ConnectToExcel(true, {}, 1, 0) || !ExcelUtils::Workbook) {
         if (!ExcelUtils::ChooseFromRunningObjects(ExcelUtils::LastError) || !ExcelUtils::Workbook) {
             ExcelUtils::Disconnect();
             context.Summary("error", "no workbook");
-            return exitFailed;
+            return CommandStatus::Failed;
         }
     }
     ErrLog().Write("%s - %d", "CAttBatch::ImportByAttHandle", 1);
     CImportByHandleDialog dialog;
     dialog.OnInitDialog();
-    if (!SetControls(dialog, context)) {
+    if (!SetControls(dialog, context.values)) {
         ExcelUtils::Disconnect();
-        return exitUsage;
+        return CommandStatus::BadInput;
     }
     const ImportByHandleOptions& options = dialog.m_options;
     ImportMap map;
@@ -174,8 +138,8 @@ int RunImport(CommandContext& context) {
     arxutils::excel::CurrentServer().ReleaseUnchangedData();
     context.Summary("keys", static_cast<long long>(map.size()));
 
-    const bool dryRun = context.Has("dry-run");
-    if (dryRun || context.global.json) {
+    const bool dryRun = context.values.Pressed("dry-run");
+    if (dryRun || context.reportAsJson) {
         std::vector<std::string> skipped;
         AcadBlockRefArray rows = BuildImportList(map, options, current ? current->FileName() : "", skipped);
         if (dryRun) {
@@ -196,7 +160,7 @@ int RunImport(CommandContext& context) {
 
 // The command: a failure of the spreadsheet shows its description, anything else the system's
 // catch-all box, and the connection is let go either way.
-int ImportByAttHandle(CommandContext& context) {
+CommandStatus ImportByAttHandle(CommandContext& context) {
     try {
         return RunImport(context);
     } catch (const arxutils::excel::AutomationError& e) {
@@ -206,62 +170,49 @@ int ImportByAttHandle(CommandContext& context) {
     }
     ExcelUtils::Disconnect();
     context.Summary("error", "the import failed");
-    return exitFailed;
-}
-
-// The fields of the import's "Options" dialog: option name, label, member.
-struct HeaderField {
-    const char* option;
-    const char* label;
-    std::string CImpExOptDialog::*member;
-};
-
-constexpr HeaderField headerFields[] = {
-    {"position-x-header", "Position X Header:", &CImpExOptDialog::m_posXHeader},
-    {"position-y-header", "Position Y Header:", &CImpExOptDialog::m_posYHeader},
-    {"position-z-header", "Position Z Header:", &CImpExOptDialog::m_posZHeader},
-    {"layer-header", "Layer Header:", &CImpExOptDialog::m_layerHeader},
-    {"scale-x-header", "Scale X Header:", &CImpExOptDialog::m_scaleXHeader},
-    {"scale-y-header", "Scale Y Header:", &CImpExOptDialog::m_scaleYHeader},
-    {"scale-z-header", "Scale Z Header:", &CImpExOptDialog::m_scaleZHeader},
-};
-
-std::vector<CommandOption> HeaderOptionsList() {
-    std::vector<CommandOption> options;
-    for (const HeaderField& field : headerFields) options.push_back({field.option, "TEXT", field.label});
-    return options;
+    return CommandStatus::Failed;
 }
 
 // `velmar import-options`: opens the dialog, sets the fields given, and presses OK, which stores
 // all seven as they stand; then shows them.
-int ImportHeaderOptions(CommandContext& context) {
+CommandStatus ImportHeaderOptions(CommandContext& context) {
     if (!context.arguments.empty()) {
         host::CurrentPrinter().Warn("velmar: import-options takes no words; see 'velmar import-options --help'.");
-        return exitUsage;
+        return CommandStatus::BadInput;
     }
     CImpExOptDialog dialog;
     dialog.OnInitDialog();
-    for (const HeaderField& field : headerFields) {
-        if (context.Has(field.option)) dialog.*field.member = context.Get(field.option);
+    for (const CImpExOptDialog::HeaderField& field : CImpExOptDialog::HeaderFields()) {
+        if (context.values.Has(field.key)) dialog.*field.member = context.values.Text(field.key);
     }
     dialog.OnOK();
     host::Printf("\n%s", CImpExOptDialog::title);
-    for (const HeaderField& field : headerFields) {
-        host::Printf("\n  %-18s %s  (--%s)", field.label, dialog.*field.member, field.option);
-        context.Summary(field.option, dialog.*field.member);
+    for (const CImpExOptDialog::HeaderField& field : CImpExOptDialog::HeaderFields()) {
+        host::Printf("\n  %-18s %s  (--%s)", field.label, dialog.*field.member, field.key);
+        context.Summary(field.key, dialog.*field.member);
     }
     host::Printf("\nSettings file: %s", host::SettingsFilePath());
     context.Summary("settings", host::SettingsFilePath());
-    return exitOk;
+    return CommandStatus::Done;
 }
 
 }  // namespace
 
+const std::vector<Control>& ImportByHandleControls() {
+    static const std::vector<Control> controls = [] {
+        std::vector<Control> list = CImportByHandleDialog::Controls();
+        list.push_back({"dry-run", ControlKind::Button,
+                        "list every change (drawing, handle, tag or property, old -> new) and write nothing"});
+        return list;
+    }();
+    return controls;
+}
+
 void ImplementImportCommands(CAttBatApp& app) {
     // The drawing is read after the workbook, so the two are never in memory together.
     app.Implement("VelmarInByHandle",
-                  {ImportOptionsList(), "", ImportByAttHandle, /*readsDrawingOnFirstUse=*/true});
-    app.Implement("CImpExOptDialog", {HeaderOptionsList(), "", ImportHeaderOptions});
+                  {ImportByHandleControls(), "", ImportByAttHandle, /*readsDrawingOnFirstUse=*/true});
+    app.Implement("CImpExOptDialog", {CImpExOptDialog::Controls(), "", ImportHeaderOptions});
 }
 
 }  // namespace attbat

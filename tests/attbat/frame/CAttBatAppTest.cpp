@@ -152,18 +152,18 @@ TEST_F(CAttBatAppTest, ACommandWithoutItsWorkSaysSoAndFails) {
     CAttBatApp app;
     app.EntryPoint(kInitAppMsg, nullptr);
     CommandContext context;
-    EXPECT_EQ(app.Run(*FindCommandEntry("VelmarOut"), context), exitFailed);
+    EXPECT_EQ(app.Run(*FindCommandEntry("VelmarOut"), context), CommandStatus::Failed);
     EXPECT_NE(Warnings().find("VelmarOut (velmar export) is not available in this build yet."),
               std::string::npos);
 }
 
 TEST_F(CAttBatAppTest, ImplementGivesACommandItsWork) {
     CAttBatApp app;
-    EXPECT_FALSE(app.Implement("NoSuchCommand", {{}, "", [](CommandContext&) { return 0; }}));
-    EXPECT_TRUE(app.Implement("VelmarOut", {{}, "", [](CommandContext&) { return 0; }}));
+    EXPECT_FALSE(app.Implement("NoSuchCommand", {{}, "", [](CommandContext&) { return CommandStatus::Done; }}));
+    EXPECT_TRUE(app.Implement("VelmarOut", {{}, "", [](CommandContext&) { return CommandStatus::Done; }}));
     app.EntryPoint(kInitAppMsg, nullptr);
     CommandContext context;
-    EXPECT_EQ(app.Run(*FindCommandEntry("export"), context), exitOk);
+    EXPECT_EQ(app.Run(*FindCommandEntry("export"), context), CommandStatus::Done);
 }
 
 TEST_F(CAttBatAppTest, TheCommandObserverHearsHowEachCommandEnded) {
@@ -174,7 +174,7 @@ TEST_F(CAttBatAppTest, TheCommandObserverHearsHowEachCommandEnded) {
     });
     app.Implement("Velmar_Links", {{}, "", [](CommandContext& c) {
                                        c.MarkCancelled();
-                                       return exitFailed;
+                                       return CommandStatus::Failed;
                                    }});
     app.EntryPoint(kInitAppMsg, nullptr);
     CommandContext ok, cancelled, failed;

@@ -6,15 +6,21 @@
 
 #include <filesystem>
 
-#include "ExportTestSupport.h"
+#include "attbat/export/ExportTestSupport.h"
 #include "attbat/frame/CAttBatApp.h"
 #include "attbat/frame/CRegistry.h"
-#include "attbat/frame/CommandLine.h"
+#include "cli/CommandLine.h"
+#include "cli/ExitCodes.h"
 #include "base/File.h"
 #include "base/Path.h"
 
 namespace attbat {
 namespace {
+
+using cli::RunCommandLine;
+using cli::exitOk;
+using cli::exitFailed;
+using cli::exitUsage;
 
 using arxutils::ExcelUtils;
 using testing::TempFolder;

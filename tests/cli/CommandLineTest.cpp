@@ -1,11 +1,14 @@
-#include "attbat/frame/CommandLine.h"
+#include "cli/CommandLine.h"
+#include "cli/ControlOptions.h"
+#include "cli/ExitCodes.h"
+#include "cli/HelpTexts.h"
 
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <filesystem>
 
-#include "FrameFixture.h"
+#include "attbat/frame/FrameFixture.h"
 #include "attbat/frame/CAttBatApp.h"
 #include "base/Path.h"
 #include "host/AddressOpener.h"
@@ -14,6 +17,7 @@
 namespace {
 
 using namespace attbat;
+using namespace cli;
 
 class CommandLineTest : public FrameTest {
 protected:
@@ -231,6 +235,7 @@ TEST(JsonQuote, EscapesWhatJsonNeeds) {
 namespace {
 
 using namespace attbat;
+using namespace cli;
 
 class CommandLineProcessTest : public CommandLineTest {};
 
@@ -254,7 +259,7 @@ TEST_F(CommandLineProcessTest, TheDrawingIsCurrentDuringTheCommandAndAnUnchanged
                                            host::DocumentManager::Instance().CurDocument();
                                        seen = current ? current->FileName() : "none";
                                        current->SendStringToExecute("Velmar_About\n");
-                                       return exitOk;
+                                       return CommandStatus::Done;
                                    }});
     EXPECT_EQ(Run({"--drawing", drawing, "links"}), exitOk) << Warnings();
     EXPECT_NE(seen.find("plan.dxf"), std::string::npos);
@@ -265,11 +270,15 @@ TEST_F(CommandLineProcessTest, TheDrawingIsCurrentDuringTheCommandAndAnUnchanged
 
 TEST_F(CommandLineProcessTest, AListOptionGivenTwiceJoinsItsValuesAnyOtherKeepsTheLast) {
     std::string names, row;
-    app.Implement("Velmar_Links", {{{"name", "NAMES", "names", true}, {"row", "N", "row"}}, "",
+    app.Implement("Velmar_Links", {{{"name", ControlKind::List, "names", {}, "NAMES", true},
+                                    {"row", ControlKind::Text, "row", {}, "N"}},
+                                   "",
                                    [&](CommandContext& context) {
-                                       names = context.Get("name");
-                                       row = context.Get("row");
-                                       return exitOk;
+                                       for (const std::string& name : context.values.List("name")) {
+                                           names += (names.empty() ? "" : ",") + name;
+                                       }
+                                       row = context.values.Text("row");
+                                       return CommandStatus::Done;
                                    }});
     EXPECT_EQ(Run({"links", "--name", "A", "--row", "1", "--name=B,C", "--row", "2"}), exitOk) << Warnings();
     EXPECT_EQ(names, "A,B,C");

@@ -8,11 +8,12 @@
 #include <filesystem>
 #include <functional>
 
-#include "../export/ExportTestSupport.h"
+#include "attbat/export/ExportTestSupport.h"
 #include "arxutils/ArxUtils.h"
 #include "attbat/export/ExportCommands.h"
 #include "attbat/frame/CAttBatApp.h"
-#include "attbat/frame/CommandLine.h"
+#include "cli/CommandLine.h"
+#include "cli/ExitCodes.h"
 #include "attbat/import/CImpExOptDialog.h"
 #include "attbat/import/CImportByHandleDialog.h"
 #include "attbat/links/ExcelLinkStore.h"
@@ -25,6 +26,11 @@
 
 namespace attbat {
 namespace {
+
+using cli::RunCommandLine;
+using cli::exitOk;
+using cli::exitFailed;
+using cli::exitUsage;
 
 using arxutils::ExcelUtils;
 using testing::TempFolder;
@@ -380,6 +386,11 @@ TEST(ImportCommands, BadOptionsAreUsageErrors) {
 namespace attbat {
 namespace {
 
+using cli::RunCommandLine;
+using cli::exitOk;
+using cli::exitFailed;
+using cli::exitUsage;
+
 TEST(ImportCommands, JsonGivesTheListOfChangesAndTheSummary) {
     ImportFixture f;
     f.MakeWorkbook({{"A1", "X\"1", f.drawing + "<DE_MARK>"}, {"A2", "D02", f.drawing + "<E5_MARK>"}});
@@ -529,6 +540,11 @@ TEST(ImportCommands, TheCurrentDrawingIsNotReadWhenNoKeyNamesIt) {
 namespace attbat {
 namespace {
 
+using cli::RunCommandLine;
+using cli::exitOk;
+using cli::exitFailed;
+using cli::exitUsage;
+
 TEST(ImportCommands, DryRunShowsPropertiesInTheExportsFormAndOnlyWhenTheyChange) {
     ImportFixture f;
     ASSERT_EQ(f.Run({"--output", f.workbook, "export", "--block-wildcard", "DOOR", "--position-x", "on",
@@ -550,6 +566,11 @@ TEST(ImportCommands, DryRunShowsPropertiesInTheExportsFormAndOnlyWhenTheyChange)
 
 namespace attbat {
 namespace {
+
+using cli::RunCommandLine;
+using cli::exitOk;
+using cli::exitFailed;
+using cli::exitUsage;
 
 TEST(ImportCommands, TheDialogShowsTheAttachedWorkbookAndSheetFirstInItsList) {
     ImportFixture f;
