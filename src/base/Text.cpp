@@ -251,6 +251,19 @@ std::string Trim(std::string_view text, std::string_view chars) {
     return TrimLeft(TrimRight(text, chars), chars);
 }
 
+std::vector<std::string> SplitTrimmed(std::string_view text, char separator) {
+    std::vector<std::string> pieces;
+    std::size_t start = 0;
+    while (start <= text.size()) {
+        std::size_t end = text.find(separator, start);
+        if (end == std::string_view::npos) end = text.size();
+        std::string piece = Trim(text.substr(start, end - start));
+        if (!piece.empty()) pieces.push_back(std::move(piece));
+        start = end + 1;
+    }
+    return pieces;
+}
+
 std::size_t Length(std::string_view text) {
     std::size_t count = 0;
     for (const char ch : text) {

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace base {
 
@@ -35,6 +36,8 @@ bool IsTrimSpace(char32_t c);
 std::string Trim(std::string_view text);
 std::string TrimLeft(std::string_view text);
 std::string TrimRight(std::string_view text);
+// The pieces of `text` between `separator`s, each trimmed, empty ones left out.
+std::vector<std::string> SplitTrimmed(std::string_view text, char separator);
 // Trims every code point that occurs in `chars`.
 std::string Trim(std::string_view text, std::string_view chars);
 std::string TrimLeft(std::string_view text, std::string_view chars);

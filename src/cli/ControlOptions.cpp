@@ -1,32 +1,12 @@
 #include "cli/ControlOptions.h"
 
-#include <vector>
-
 #include "base/Format.h"
 #include "base/Text.h"
 
 namespace cli {
 
-namespace {
-
 using attbat::Control;
 using attbat::ControlKind;
-
-// Comma separated words, trimmed, empty ones dropped.
-std::vector<std::string> SplitList(std::string_view text) {
-    std::vector<std::string> words;
-    std::size_t start = 0;
-    while (start <= text.size()) {
-        std::size_t end = text.find(',', start);
-        if (end == std::string_view::npos) end = text.size();
-        std::string word = base::Trim(text.substr(start, end - start));
-        if (!word.empty()) words.push_back(std::move(word));
-        start = end + 1;
-    }
-    return words;
-}
-
-}  // namespace
 
 std::optional<bool> ParseSwitch(std::string_view text) {
     for (std::string_view on : {"on", "yes", "true", "1"}) {
@@ -58,7 +38,7 @@ std::string SetControlOption(attbat::ControlValues& values, const Control& contr
         return base::Sprintf("--%s takes one of %s, not '%s'.", control.key, words, text);
     }
     case ControlKind::Text: values.SetText(control.key, std::string(text)); return {};
-    case ControlKind::List: values.SetList(control.key, SplitList(text), control.repeatable); return {};
+    case ControlKind::List: values.SetList(control.key, base::SplitTrimmed(text, ','), control.repeatable); return {};
     case ControlKind::Button: values.Press(control.key); return {};
     }
     return {};

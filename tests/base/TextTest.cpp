@@ -100,4 +100,10 @@ TEST(Text, AppendUtf8RoundTrips) {
 }
 
 }  // namespace
+TEST(SplitTrimmed, GivesTrimmedPiecesAndLeavesOutEmptyOnes) {
+    EXPECT_EQ(base::SplitTrimmed(" A , ,B,", ','), (std::vector<std::string>{"A", "B"}));
+    EXPECT_EQ(base::SplitTrimmed("x\r\r\ny\r\n\r\n", '\n'), (std::vector<std::string>{"x", "y"}));
+    EXPECT_TRUE(base::SplitTrimmed("", ',').empty());
+}
+
 }  // namespace base

@@ -386,11 +386,6 @@ TEST(ImportCommands, BadOptionsAreUsageErrors) {
 namespace attbat {
 namespace {
 
-using cli::RunCommandLine;
-using cli::exitOk;
-using cli::exitFailed;
-using cli::exitUsage;
-
 TEST(ImportCommands, JsonGivesTheListOfChangesAndTheSummary) {
     ImportFixture f;
     f.MakeWorkbook({{"A1", "X\"1", f.drawing + "<DE_MARK>"}, {"A2", "D02", f.drawing + "<E5_MARK>"}});
@@ -540,11 +535,6 @@ TEST(ImportCommands, TheCurrentDrawingIsNotReadWhenNoKeyNamesIt) {
 namespace attbat {
 namespace {
 
-using cli::RunCommandLine;
-using cli::exitOk;
-using cli::exitFailed;
-using cli::exitUsage;
-
 TEST(ImportCommands, DryRunShowsPropertiesInTheExportsFormAndOnlyWhenTheyChange) {
     ImportFixture f;
     ASSERT_EQ(f.Run({"--output", f.workbook, "export", "--block-wildcard", "DOOR", "--position-x", "on",
@@ -566,11 +556,6 @@ TEST(ImportCommands, DryRunShowsPropertiesInTheExportsFormAndOnlyWhenTheyChange)
 
 namespace attbat {
 namespace {
-
-using cli::RunCommandLine;
-using cli::exitOk;
-using cli::exitFailed;
-using cli::exitUsage;
 
 TEST(ImportCommands, TheDialogShowsTheAttachedWorkbookAndSheetFirstInItsList) {
     ImportFixture f;

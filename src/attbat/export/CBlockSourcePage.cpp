@@ -123,16 +123,8 @@ void CBlockSourcePage::Remove() {
 }
 
 std::vector<std::string> ParseDrawingList(std::string_view text) {
-    std::vector<std::string> paths;
-    std::size_t start = 0;
-    while (start <= text.size()) {
-        std::size_t end = text.find('\n', start);
-        if (end == std::string_view::npos) end = text.size();
-        std::string line = base::Trim(text.substr(start, end - start));
-        if (!line.empty()) paths.push_back(std::move(line));
-        start = end + 1;
-    }
-    return paths;
+    // CR counts as white space, so CR LF and CR CR LF lines come out alike.
+    return base::SplitTrimmed(text, '\n');
 }
 
 std::string FormatDrawingList(const tables::CStringArrayEx& paths) {
