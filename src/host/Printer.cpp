@@ -4,7 +4,41 @@
 
 namespace host {
 
+namespace {
+
+// The recording of this thread's output; null when it prints for itself.
+thread_local PrintRecording* recording = nullptr;
+
+}  // namespace
+
+PrintRecording::Scope::Scope(PrintRecording& target) : previous_(recording) { recording = &target; }
+
+PrintRecording::Scope::~Scope() { recording = previous_; }
+
+void PrintRecording::Replay(Printer& printer) {
+    for (auto& [kind, text] : entries_) {
+        switch (kind) {
+        case Kind::Print: printer.Print(text); break;
+        case Kind::Warn: printer.Warn(text); break;
+        case Kind::Hold: printer.Hold(text); break;
+        }
+    }
+    entries_.clear();
+}
+
+void Printer::Hold(std::string_view text) {
+    if (recording) {
+        recording->entries_.emplace_back(PrintRecording::Kind::Hold, std::string(text));
+        return;
+    }
+    held_.append(text);
+}
+
 void Printer::Print(std::string_view text) {
+    if (recording) {
+        recording->entries_.emplace_back(PrintRecording::Kind::Print, std::string(text));
+        return;
+    }
     if (quiet_ || text.empty()) return;
     if (atLineStart_ && text.front() == '\n') text.remove_prefix(1);
     if (text.empty()) return;
@@ -19,6 +53,10 @@ void Printer::FinishLine() {
 }
 
 void Printer::Warn(std::string_view text) {
+    if (recording) {
+        recording->entries_.emplace_back(PrintRecording::Kind::Warn, std::string(text));
+        return;
+    }
     if (capturing_) {
         warnings_.append(text);
         warnings_.push_back('\n');

@@ -5,10 +5,39 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 #include "base/Format.h"
 
 namespace host {
+
+class Printer;
+
+// What one thread printed, kept to be told later in its place: work shared out over several
+// threads comes out in the order one thread doing it all would have given.
+class PrintRecording {
+public:
+    // From its construction to its end, what this thread prints goes into `recording`.
+    class Scope {
+    public:
+        explicit Scope(PrintRecording& recording);
+        ~Scope();
+        Scope(const Scope&) = delete;
+        Scope& operator=(const Scope&) = delete;
+
+    private:
+        PrintRecording* previous_;
+    };
+
+    // Tells what was recorded to `printer`, in the order it was printed, and forgets it.
+    void Replay(Printer& printer);
+
+private:
+    friend class Printer;
+    enum class Kind { Print, Warn, Hold };
+    std::vector<std::pair<Kind, std::string>> entries_;
+};
 
 // Where printed text ends up: standard output, or a string for tests.
 class Printer {
@@ -34,7 +63,7 @@ public:
     const std::string& CapturedWarnings() const { return warnings_; }
     // Keeps a line that tells of a success which depends on a save still to come (a changed
     // current drawing or workbook is written when the command ends); see ReleaseHeld.
-    void Hold(std::string_view text) { held_.append(text); }
+    void Hold(std::string_view text);
     // Prints the held lines once the saves succeeded (`saved`), or forgets them when one failed,
     // so that no success is told of a file that wasn't written.
     void ReleaseHeld(bool saved);

@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <csignal>
 #include <cstdio>
 
@@ -10,7 +11,9 @@ namespace host {
 
 namespace {
 
-volatile std::sig_atomic_t cancelRequested = 0;
+// Set by the signal handler and read by work on any thread: a lock-free atomic is safe for both.
+std::atomic<int> cancelRequested{0};
+static_assert(std::atomic<int>::is_always_lock_free);
 int openMeters = 0;
 int visibility = -1;  // unknown until first asked
 struct sigaction previousAction;
