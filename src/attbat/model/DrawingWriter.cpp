@@ -21,18 +21,6 @@
 namespace attbat {
 namespace {
 
-// Sets an attribute's text when it differs, realigning it unless the new text is blank.
-void SetAttributeText(cad::Attribute& attribute, const std::string& value, WriteTrace* trace) {
-    std::string current = attribute.IsMTextAttribute() ? attribute.PlainText() : attribute.TextString();
-    if (current == value) return;
-    attribute.SetValue(value);
-    if (trace) ++trace->textWrites;
-    if (!base::Trim(value).empty()) {
-        AdjustAlignment(attribute);
-        if (trace) ++trace->alignments;
-    }
-}
-
 // The text(handle) form of a tag: the handle between "(" and the closing ")"; "" otherwise.
 std::string HandleOfTag(const std::string& tag) {
     std::size_t open = tag.find('(');
@@ -71,6 +59,21 @@ bool WriteLeader(const AcadBlockRef& row, cad::MLeader leader, WriteTrace* trace
 }
 
 }  // namespace
+
+std::string AttributeText(const cad::Attribute& attribute) {
+    return attribute.IsMTextAttribute() ? attribute.PlainText() : attribute.TextString();
+}
+
+bool SetAttributeText(cad::Attribute& attribute, const std::string& value, WriteTrace* trace) {
+    if (AttributeText(attribute) == value) return false;
+    attribute.SetValue(value);
+    if (trace) ++trace->textWrites;
+    if (!base::Trim(value).empty()) {
+        AdjustAlignment(attribute);
+        if (trace) ++trace->alignments;
+    }
+    return true;
+}
 
 void AdjustAlignment(cad::Text& text) {
     int horizontal = text.HorizontalMode();

@@ -45,6 +45,11 @@ void UpdateDrawings(const AcadBlockRefArray& rows, const std::string* linkText,
 // properties marked in `changedMask`. False when there is no current document or the handle
 // names no block reference there.
 bool UpdateInCurrentDrawing(const AcadBlockRef& row, WriteTrace* trace = nullptr);
+// The text of an attribute as a user reads it: a multi-line attribute's without its formatting.
+std::string AttributeText(const cad::Attribute& attribute);
+// Sets an attribute's text when it differs, realigning it unless the new text is blank; false
+// when it was the same, and then nothing was written.
+bool SetAttributeText(cad::Attribute& attribute, const std::string& value, WriteTrace* trace = nullptr);
 // Moves the insertion point of a justified text after its text changed, as the host does on
 // adjustAlignment: the alignment point stays and the text is laid out from it again. Texts
 // placed by their insertion point, aligned and fitted texts are left alone.
