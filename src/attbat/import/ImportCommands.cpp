@@ -16,6 +16,8 @@
 #include "attbat/import/CImpExOptDialog.h"
 #include "attbat/import/CImportByHandleDialog.h"
 #include "attbat/import/ImportByHandle.h"
+#include "attbat/import/ImportByKeyCommand.h"
+#include "attbat/import/ImportReport.h"
 #include "base/Format.h"
 #include "base/Path.h"
 #include "base/Text.h"
@@ -77,28 +79,6 @@ bool ReadMap(const ImportByHandleOptions& options, ImportMap& map) {
     }
     if (!active.empty()) ExcelUtils::ActivateSheet(active);
     return ok;
-}
-
-void ReportChanges(CommandContext& context, const std::vector<ImportChange>& changes, bool dryRun) {
-    if (context.reportAsJson) {
-        std::string out = "{\"changes\": [";
-        for (std::size_t i = 0; i < changes.size(); ++i) {
-            const ImportChange& c = changes[i];
-            out += (i ? ", " : "") + base::Sprintf("{\"drawing\": %s, \"handle\": %s, \"field\": %s, \"old\": %s, \"new\": %s}",
-                                                    JsonQuote(c.drawing), JsonQuote(c.handle), JsonQuote(c.field),
-                                                    JsonQuote(c.oldValue), JsonQuote(c.newValue));
-        }
-        // Straight to standard output, ahead of the summary line: the list is the answer asked for.
-        out += "]}\n";
-        std::fwrite(out.data(), 1, out.size(), stdout);
-        std::fflush(stdout);
-    } else if (dryRun) {
-        for (const ImportChange& c : changes) {
-            host::Printf("\n%s %s %s: '%s' -> '%s'", c.drawing, c.handle, c.field, c.oldValue, c.newValue);
-        }
-        host::Printf("\n%d change(s); nothing was written.", static_cast<int>(changes.size()));
-    }
-    context.Summary("changes", static_cast<long long>(changes.size()));
 }
 
 // The current drawing is read on first use, after the workbook is let go; one that turned out
@@ -213,6 +193,7 @@ void ImplementImportCommands(CAttBatApp& app) {
     app.Implement("VelmarInByHandle",
                   {ImportByHandleControls(), "", ImportByAttHandle, /*readsDrawingOnFirstUse=*/true});
     app.Implement("CImpExOptDialog", {CImpExOptDialog::Controls(), "", ImportHeaderOptions});
+    app.Implement("VelmarInByVal", {ImportByKeyControls(), "[DRAWING.dxf ...]", ImportByKeyValue});
 }
 
 }  // namespace attbat

@@ -13,7 +13,8 @@ class CAttBatApp;
 // The import's controls: the dialog's, then the dry run, which lists the changes and writes
 // nothing.
 const std::vector<Control>& ImportByHandleControls();
-// Registers the import by handle and the "Options" dialog with the application's command table.
+// Registers the import by handle, the import by key attribute and the "Options" dialog with the
+// application's command table.
 void ImplementImportCommands(CAttBatApp& app);
 
 }  // namespace attbat
