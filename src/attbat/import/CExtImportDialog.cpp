@@ -180,7 +180,10 @@ void CExtImportDialog::AddDrawings(const std::vector<std::string>& paths) {
         m_drawingList.push_back({drawing, path.substr(0, path.size() - drawing.size()), false});
         added = true;
     }
-    if (!paths.empty()) LastDrawingFolder() = base::Folder(paths.back());
+    if (!paths.empty()) {
+        const std::string& last = paths.back();
+        LastDrawingFolder() = last.substr(0, last.size() - base::FileName(last).size());
+    }
     if (!added) return;
     m_options.SaveDrawings();
     if (m_options.DrawingOption == 1) FillBlockList(false);

@@ -50,7 +50,8 @@ public:
 
     // The dialog's controls, for every front end.
     static const std::vector<Control>& Controls();
-    // The folder of the last drawings added, kept for the life of the module; "" at first.
+    // The folder of the last drawings added, with its trailing separator, kept for the life of
+    // the module; "" at first.
     static std::string& LastDrawingFolder();
 
     // Fills the pickers and the block list from the current drawing (none: empty of its blocks),
