@@ -6,6 +6,7 @@
 
 #include <map>
 #include <string>
+#include <string_view>
 
 #include "base/Status.h"
 #include "tables/CStringArrayEx.h"
@@ -38,11 +39,15 @@ public:
     tables::CStringArrayEx Drawings;
     std::map<std::string, std::string> ColumnToTag;  // column text ("C" or "3") to tag
 
-    // Reads the stored values with the present fields as defaults, the drawing list from
-    // "Velmar\DrawingList" and the column map from "Velmar\Col2TagMap".
+    // Reads the stored values with the present fields as defaults; the drawing list from
+    // "Velmar\DrawingList" and the column map from "Velmar\Col2TagMap" replace the present ones.
     void LoadSettings();
     // Writes the same, after emptying both subsections; false when a value couldn't be written.
     bool SaveSettings() const;
+    // Rewrites "Velmar\DrawingList" alone: a drawing added or removed is stored at once.
+    bool SaveDrawings() const;
+    // Rewrites "Velmar\Col2TagMap" alone: a pair added or removed is stored at once.
+    bool SaveColumnToTag() const;
     // The fields of the option file after its magic, in its order.
     void Serialize(Archive& archive);
     // `BlockNames` with "; " trimmed off both ends, split at ";", non-empty pieces appended.
@@ -51,7 +56,8 @@ public:
     // The bytes of a .vlo file: the magic, then Serialize.
     std::string OptionFileBytes();
     // Reads a .vlo file's bytes: a wrong magic is "Invalid Velmar option file: 1." and a short or
-    // damaged rest "Invalid Velmar option file: 3."; on either the fields stay as they were.
+    // damaged rest "Invalid Velmar option file: 3." (so is a magic cut short); on either the
+    // fields stay as they were. The check boxes aren't in the file and always keep their state.
     base::Status LoadOptionFile(std::string_view bytes);
 };
 
