@@ -312,9 +312,9 @@ std::string RightmostMappedColumn(const CImportByKeyAttOpt& options) {
     return widest.empty() ? widest : tables::ColumnLetters(tables::ColumnNumber(widest));
 }
 
-// Reads the active sheet into `table` as the import needs it; false after the line that says
-// why the work ends.
-bool ReadSheet(const CImportByKeyAttOpt& options, CStringTable& table) {
+}  // namespace
+
+bool ReadKeySheet(const CImportByKeyAttOpt& options, CStringTable& table) {
     std::string lastColumn = options.AttTagOption == 1 ? RightmostMappedColumn(options) : std::string();
     auto used = ExcelUtils::Worksheet->UsedRange();
     std::string address = used ? used->Address() : std::string();
@@ -335,6 +335,8 @@ bool ReadSheet(const CImportByKeyAttOpt& options, CStringTable& table) {
     }
     return ExcelUtils::ReadCellsSlow(table, base::Sprintf("$A$1:$%s$%d", lastColumn, lastRow), true);
 }
+
+namespace {
 
 // Attaches the workbook of the options: the running instance's, else a new instance that opens
 // it (or a new workbook when no path is given).
@@ -424,7 +426,7 @@ bool ImportByKeyAttribute(CImportByKeyAttOpt options, const KeyImportRun& run, K
             if (selectedRows.find(':', 1) == std::string::npos) selectedRows.clear();
         }
         CStringTable table;
-        if (!ReadSheet(options, table)) {
+        if (!ReadKeySheet(options, table)) {
             finished = false;
             break;
         }

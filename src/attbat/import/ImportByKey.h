@@ -29,6 +29,13 @@ void UpdateDrawingByKey(const std::string& drawingPath, const tables::CStringTab
                         const std::string& selectedRows, const CImportByKeyAttOpt& options,
                         bool dryRun, DrawingKeyResult& result);
 
+// Reads the attached active sheet into `table` as the import reads it: from $A$1, the values as
+// shown, down to the last row of the used area, or of its filled part and a fifth more when the
+// used area has 300 rows or more (formatting alone widens it), and across to the widest column of
+// the column map, else likewise (120 columns). False after the line that tells why the work
+// ends: "Invalid used range: %s." for a used area of one cell.
+bool ReadKeySheet(const CImportByKeyAttOpt& options, tables::CStringTable& table);
+
 // How the import runs beyond its options.
 struct KeyImportRun {
     bool dryRun = false;

@@ -11,6 +11,7 @@
 #include "attbat/export/CScheduleDialog.h"
 #include "attbat/export/ExportCommands.h"
 #include "../export/ExportTestSupport.h"
+#include "ImportTestSupport.h"
 #include "attbat/frame/CAttBatApp.h"
 #include "attbat/frame/CommandRun.h"
 #include "attbat/import/CImportByHandleDialog.h"
@@ -53,14 +54,7 @@ struct Road {
     }
 };
 
-// The text of attribute `tag` on the reference `handle` of the drawing file.
-std::string AttText(const std::string& path, const std::string& handle, const std::string& tag) {
-    auto db = cad::Database::Open(path);
-    if (!db) return "(unreadable)";
-    cad::Object object = arxutils::HandleToId(**db, handle);
-    if (!object) return "(no reference)";
-    return cad::BlockReference(object.GetDatabase(), object.Index()).FindAttribute(tag).TextString();
-}
+using testing::AttText;
 
 TEST(RoadByControls, EveryOptionOfExportAndImportIsAControlOfTheirDialogs) {
     for (const Control& control : CExportOptionsDialog::Controls()) {
