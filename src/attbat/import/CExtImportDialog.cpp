@@ -301,6 +301,16 @@ int CExtImportDialog::TickBlocks(const std::vector<std::string>& patterns, bool 
     return hits;
 }
 
+void CExtImportDialog::AddBlockNames(const std::vector<std::string>& names) {
+    tables::CStringArrayEx wanted;
+    m_options.BlockNameList(wanted);
+    for (const std::string& name : names) {
+        bool listed = std::any_of(m_blockList.begin(), m_blockList.end(),
+                                  [&](const BlockRow& row) { return row.name == name; });
+        if (!listed && !name.empty()) m_blockList.push_back({name, wanted.FindString(name, true) >= 0});
+    }
+}
+
 std::vector<std::string> CExtImportDialog::CheckedBlocks() const {
     std::vector<std::string> names;
     for (const BlockRow& row : m_blockList) {

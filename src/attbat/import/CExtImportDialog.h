@@ -114,6 +114,10 @@ public:
     // Ticks or unticks the rows whose names match any of `patterns` (a name or a wildcard
     // pattern, without regard to case); gives how many rows matched.
     int TickBlocks(const std::vector<std::string>& patterns, bool checked);
+    // Names of blocks of listed drawings not read yet, as a user who knows them types them (the
+    // list shows those blocks only after "Refresh"): each one missing joins the block list,
+    // ticked when BlockNames names it.
+    void AddBlockNames(const std::vector<std::string>& names);
     // The ticked block names, in list order.
     std::vector<std::string> CheckedBlocks() const;
     // The key tag picker's list as it opens: the tags of the ticked blocks of the current drawing

@@ -1,7 +1,9 @@
 #include "attbat/import/ImportByKeyCommand.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <exception>
+#include <filesystem>
 
 #include "arxutils/ExcelUtils.h"
 #include "arxutils/excel/AutomationError.h"
@@ -26,6 +28,17 @@ struct Refusal {
     }
 };
 
+// Paths as a file box gives them: full, so that the stored list serves a run started elsewhere.
+std::vector<std::string> FullPaths(const std::vector<std::string>& paths) {
+    std::vector<std::string> full;
+    for (const std::string& path : paths) {
+        std::error_code error;
+        std::filesystem::path absolute = std::filesystem::absolute(path, error).lexically_normal();
+        full.push_back(error ? path : absolute.string());
+    }
+    return full;
+}
+
 std::vector<int> ColumnRows(const CExtImportDialog& dialog, const std::vector<std::string>& columns, Refusal& refusal) {
     std::vector<int> rows;
     for (const std::string& column : columns) {
@@ -44,6 +57,24 @@ std::vector<int> DrawingRows(const CExtImportDialog& dialog, const std::vector<s
         else rows.push_back(row);
     }
     return rows;
+}
+
+// In "Select Drawings" the block list shows the listed drawings' blocks only after "Refresh".
+// Names given plainly, and the stored ones, stand for blocks the user knows to be there; the
+// drawings, a thousand perhaps, are read for their names only when a pattern needs them.
+void ListBlocksOfDrawings(CExtImportDialog& dialog, const std::vector<std::string>& given) {
+    bool patterns = std::any_of(given.begin(), given.end(), [](const std::string& name) {
+        return name.find_first_of("*?") != std::string::npos;
+    });
+    if (patterns) {
+        dialog.RefreshBlockList();
+        return;
+    }
+    tables::CStringArrayEx stored;
+    dialog.m_options.BlockNameList(stored);
+    std::vector<std::string> names(stored.begin(), stored.end());
+    names.insert(names.end(), given.begin(), given.end());
+    dialog.AddBlockNames(names);
 }
 
 // The controls in the order a user meets them in the dialog; what the dialog refuses it says in
@@ -90,11 +121,12 @@ bool SetControls(CExtImportDialog& dialog, const CommandContext& context, Refusa
     }
     std::vector<std::string> added = values.List("add-drawings");
     added.insert(added.end(), context.arguments.begin(), context.arguments.end());
-    if (!added.empty()) dialog.AddDrawings(added);
+    if (!added.empty()) dialog.AddDrawings(FullPaths(added));
     if (values.Has("remove-drawings")) {
-        std::vector<int> rows = DrawingRows(dialog, values.List("remove-drawings"), refusal);
+        std::vector<int> rows = DrawingRows(dialog, FullPaths(values.List("remove-drawings")), refusal);
         if (!refusal.ok || !dialog.RemoveDrawings(rows)) return false;
     }
+    if (dialog.m_options.DrawingOption == 1) ListBlocksOfDrawings(dialog, values.List("block"));
     dialog.TickBlocks(values.List("block"), true);
     dialog.TickBlocks(values.List("untick-block"), false);
     if (values.Has("key")) options.KeyTag = values.Text("key");
