@@ -10,6 +10,7 @@
 #include "attbat/frame/Control.h"
 #include "attbat/model/AcadBlockArray.h"
 #include "attbat/model/AcadBlockFilter.h"
+#include "attbat/model/DrawingList.h"
 #include "tables/CStringArrayEx.h"
 #include "base/Status.h"
 #include "cad/BlockReference.h"
@@ -97,10 +98,5 @@ private:
     base::Status currentStatus_;
     std::string countLabel_ = "0";
 };
-
-// A .lst file's paths: lines trimmed, blank lines skipped, CR LF and CR CR LF alike.
-std::vector<std::string> ParseDrawingList(std::string_view text);
-// The bytes of a .lst file for `paths`.
-std::string FormatDrawingList(const tables::CStringArrayEx& paths);
 
 }  // namespace attbat

@@ -5,8 +5,8 @@
 
 #include "arxutils/ExcelUtils.h"
 #include "arxutils/excel/AutomationError.h"
-#include "attbat/export/CBlockSourcePage.h"
 #include "attbat/model/AcadDatabase.h"
+#include "attbat/model/DrawingList.h"
 #include "base/File.h"
 #include "base/Format.h"
 #include "base/Path.h"
