@@ -56,9 +56,12 @@ private:
             std::size_t index = 0;
             {
                 std::lock_guard lock(mutex_);
-                if (stop_ || ProgressMeter::Cancelled() || next_ >= items_.size()) {
+                if (stop_ || ProgressMeter::Cancelled()) {
                     // Nothing more is handed out: every item not yet taken stays waiting.
-                    if (ProgressMeter::Cancelled() || stop_) next_ = items_.size();
+                    next_ = items_.size();
+                }
+                if (next_ >= items_.size()) {
+                    changed_.notify_all();
                     break;
                 }
                 index = next_++;

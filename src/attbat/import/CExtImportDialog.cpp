@@ -13,6 +13,7 @@
 #include "base/Text.h"
 #include "base/Wildcard.h"
 #include "host/Document.h"
+#include "host/OrderedWork.h"
 #include "host/ProgressMeter.h"
 #include "host/Ui.h"
 #include "tables/CellAddress.h"
@@ -164,7 +165,9 @@ bool CExtImportDialog::BrowseWorkbook(const std::string& path) {
 }
 
 bool CExtImportDialog::ReadListedDrawing(const std::string& path) {
-    base::Status status = ReadDrawing(m_drawingBlocks, path, &settings_);
+    // The list and the key tag picker want names and definitions only: a long list of drawings
+    // is read quickly and keeps no rows of references.
+    base::Status status = ReadDefinitions(m_drawingBlocks, path);
     if (status) return true;
     host::ShowMessage(base::Sprintf("Failed to read %s: %s", path, status.Message()), boxTitle);
     return false;
@@ -222,11 +225,14 @@ base::Status CExtImportDialog::LoadDrawingList(const std::string& path) {
     if (!bytes) {
         return base::Status::Error("Cannot open the drawing list \"" + path + "\": " + bytes.GetStatus().Message());
     }
+    // The paths are taken as the stored list is, without reading a list of perhaps thousands of
+    // drawings twice: "Refresh" reads their blocks, and the import says of each what it finds.
     m_options.Drawings.RemoveAll();
-    m_drawingList.clear();
     m_drawingBlocks.RemoveAll();
-    AddDrawings(ParseDrawingList(*bytes));
-    // Stored even when nothing could be added: the list was replaced.
+    for (std::string& line : ParseDrawingList(*bytes)) {
+        if (m_options.Drawings.FindString(line, false) < 0) m_options.Drawings.Add(std::move(line));
+    }
+    FillDrawingList();
     m_options.SaveDrawings();
     if (m_options.DrawingOption == 1) FillBlockList(false);
     return base::Status::Ok();
@@ -272,19 +278,47 @@ void CExtImportDialog::RefreshBlockList() {
 
 void CExtImportDialog::ReadListedDrawings() {
     m_drawingBlocks.RemoveAll();
-    if (!m_options.Drawings.IsEmpty()) {
-        host::ProgressMeter meter("Reading drawings ...", m_options.Drawings.GetSize());
-        for (const std::string& path : m_options.Drawings) {
-            // A drawing that has gone is passed over without a word.
-            if (base::FileExists(path)) ReadListedDrawing(path);
-            meter.Step();
-            if (host::ProgressMeter::Cancelled()) {
-                // The cancel belongs to this reading alone.
-                host::ProgressMeter::ResetCancel();
-                break;
-            }
+    if (m_options.Drawings.IsEmpty()) return;
+    const std::size_t count = static_cast<std::size_t>(m_options.Drawings.GetSize());
+    host::ProgressMeter meter("Reading drawings ...", static_cast<long>(count));
+    // The drawings are read on every core and taken in list order, each told as it comes.
+    std::vector<AcadBlockArray> read(count);
+    std::vector<base::Status> status(count);
+    std::vector<char> gone(count, 0);
+    host::DocumentManager& documents = host::DocumentManager::Instance();
+    host::OrderedWork work;
+    work.work = [&](std::size_t i) {
+        const std::string& path = m_options.Drawings[static_cast<int>(i)];
+        // A drawing that has gone is passed over without a word.
+        gone[i] = !base::FileExists(path);
+        if (!gone[i]) status[i] = ReadDefinitions(read[i], path);
+    };
+    work.onCallingThread = [&](std::size_t i) {
+        host::Document* current = documents.CurDocument();
+        const std::string& path = m_options.Drawings[static_cast<int>(i)];
+        return documents.Find(path) || (current && base::EqualNoCase(path, current->FileName()));
+    };
+    work.told = [&](std::size_t i) {
+        // After a cancel, what other threads finished meanwhile is let go: the list holds what
+        // was told before it.
+        if (host::ProgressMeter::Cancelled()) {
+            read[i] = AcadBlockArray();
+            return;
         }
-    }
+        if (!gone[i] && !status[i]) {
+            host::ShowMessage(base::Sprintf("Failed to read %s: %s", m_options.Drawings[static_cast<int>(i)],
+                                            status[i].Message()),
+                              boxTitle);
+        }
+        std::vector<AcadBlock> blocks;
+        for (AcadBlock& block : read[i]) blocks.push_back(std::move(block));
+        m_drawingBlocks.AddAllSorted(std::move(blocks));
+        read[i] = AcadBlockArray();
+        meter.SetPosition(static_cast<long>(i) + 1);
+    };
+    host::RunInOrder(count, host::AvailableThreads(), work);
+    // The cancel belongs to this reading alone.
+    host::ProgressMeter::ResetCancel();
 }
 
 int CExtImportDialog::TickBlocks(const std::vector<std::string>& patterns, bool checked) {

@@ -95,8 +95,9 @@ public:
     bool RemoveDrawings(const std::vector<int>& rows);
     // The row of the drawing list that holds `path` exactly; -1 when none.
     int FindDrawingRow(std::string_view path) const;
-    // Replaces the drawing list with the paths of a .lst file, each added as by AddDrawings;
-    // the list stays as it was when the file can't be read.
+    // Replaces the drawing list with the paths of a .lst file (each once), taken as the stored
+    // list is: "Refresh" reads their blocks. The list stays as it was when the file can't be
+    // read.
     base::Status LoadDrawingList(const std::string& path);
 
     // "Add" of the column list: the pair of a column (trimmed) and the tag it holds; a refusal

@@ -434,22 +434,48 @@ base::Status ReadDatabase(AcadBlockArray& blocks, cad::Database& db, std::string
     return ReadDatabaseIn(blocks, db, name, xrefInsert, polygons, reading);
 }
 
-base::Status ReadDrawing(AcadBlockArray& blocks, std::string_view file, SettingsStore* settings) {
+namespace {
+
+// The drawing a read of `file` works on: the current document for an empty name or its own,
+// else the file read on its own into `side`. `name` is what the blocks are said to come from.
+base::Result<cad::Database*> DrawingToRead(std::string_view file, std::unique_ptr<cad::Database>& side,
+                                           std::string& name) {
     host::Document* current = host::DocumentManager::Instance().CurDocument();
-    cad::Database* db = nullptr;
-    std::unique_ptr<cad::Database> side;
-    std::string name;
     if (file.empty() || (current && base::EqualNoCase(file, current->FileName()))) {
         if (!current) return base::Status::Error("There is no current drawing to read; give one with --drawing.");
-        db = &current->Database();
         name = current->FileName();
-    } else {
-        auto read = host::ReadSideDatabase(std::string(file));
-        if (!read) return read.GetStatus();
-        side = std::move(read.Value());
-        db = side.get();
-        name = std::string(file);
+        return &current->Database();
     }
+    auto read = host::ReadSideDatabase(std::string(file));
+    if (!read) return read.GetStatus();
+    side = std::move(read.Value());
+    name = std::string(file);
+    return side.get();
+}
+
+}  // namespace
+
+base::Status ReadDefinitions(AcadBlockArray& blocks, std::string_view file) {
+    std::unique_ptr<cad::Database> side;
+    std::string name;
+    auto db = DrawingToRead(file, side, name);
+    if (!db) return db.GetStatus();
+    std::vector<AcadBlock> read;
+    for (const cad::BlockRecord& record : db.Value()->Blocks()) {
+        AcadBlock block = MakeBlock(record, name, false);
+        LoadDefinitions(block, record);
+        read.push_back(std::move(block));
+    }
+    blocks.AddAllSorted(std::move(read));
+    return base::Status::Ok();
+}
+
+base::Status ReadDrawing(AcadBlockArray& blocks, std::string_view file, SettingsStore* settings) {
+    std::unique_ptr<cad::Database> side;
+    std::string name;
+    auto reached = DrawingToRead(file, side, name);
+    if (!reached) return reached.GetStatus();
+    cad::Database* db = reached.Value();
     if (base::Status read = ReadDatabase(blocks, *db, name, nullptr, nullptr); !read) return read;
     if (!settings || settings->GetInt(kSettingsSection, "ExportBlocksInMLeader", 1) != 0) {
         host::ScopedWorkingDatabase working(db);

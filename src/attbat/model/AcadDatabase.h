@@ -32,6 +32,9 @@ inline constexpr std::uint64_t kMaxScheduleRows = std::uint64_t{4} << 20;
 // `ExportBlocksInMLeader` is 0 in `settings` (null: on). Fails when the file can't be read, or
 // when no current document exists for an empty name.
 base::Status ReadDrawing(AcadBlockArray& blocks, std::string_view file, SettingsStore* settings);
+// The blocks of a drawing (named as ReadDrawing names it) with their attribute definitions and
+// no rows: what a list of block names and tags needs, at a fraction of a whole read.
+base::Status ReadDefinitions(AcadBlockArray& blocks, std::string_view file);
 // The heart of the reader: every block of `db` with its rows, `name` standing as each block's
 // and row's drawing. `xrefInsert` is the host's reference when `db` was read for an external
 // reference (its transform and space pick the host's polygons); null otherwise.
