@@ -216,6 +216,11 @@ bool InCodes(const std::vector<int>& codes, int code) {
     return std::find(codes.begin(), codes.end(), PointBase(code)) != codes.end();
 }
 
+// The block of model space or of a paper space layout.
+bool IsLayoutBlock(const std::string& name) {
+    return base::EqualNoCase(name, "*Model_Space") || base::FoldCase(name).rfind("*paper_space", 0) == 0;
+}
+
 // The flags of a record (70), 0 when missing.
 int FlagsOf(const TagList& tags) {
     std::size_t i = FindOwn(tags, 70);
@@ -228,7 +233,10 @@ public:
     StructureUpgrade(Drawing& drawing, Handle seed, Where where)
         : d_(drawing), seed_(seed), where_(std::move(where)) {}
 
+    // Brings an R12 drawing to the structure of the newer releases.
     base::Status Run();
+    // Gives an R13 or R14 drawing the layouts that came with 2000.
+    base::Status RunLayouts();
     Handle Seed() const { return seed_; }
 
 private:
@@ -267,13 +275,14 @@ private:
     Rec* DictionaryEntry(Rec& dictionary, std::string_view name);
     void AddEntry(Rec& dictionary, std::string_view name, Handle h);
     Rec& EnsureDictionary(Rec& parent, std::string_view name, std::string_view type = "DICTIONARY");
-    Handle EnsureLayout(Block& block, std::size_t& paperCount);
+    Handle EnsureLayout(const std::string& blockName, Handle blockRecord, std::size_t& paperCount);
     base::Status ConvertTables();
     base::Status ConvertTableRecord(Rec& r, const Table& table);
     base::Status ConvertEntities(std::vector<Rec>& entities, const std::function<Handle(const Rec&)>& ownerOf);
     base::Status ConvertEntity(Rec& r, Handle owner, const Rec* sequenceOwner);
     base::Status ConvertViewport(TagList& data, const Rec& r);
     void EnsureClasses();
+    void SortSections();
 
     Drawing& d_;
     Handle seed_;
@@ -493,11 +502,11 @@ Rec& StructureUpgrade::EnsureDictionary(Rec& parent, std::string_view name, std:
 }
 
 // The layout of a model or paper space block, made when the file has none for it.
-Handle StructureUpgrade::EnsureLayout(Block& block, std::size_t& paperCount) {
+Handle StructureUpgrade::EnsureLayout(const std::string& blockName, Handle blockRecord, std::size_t& paperCount) {
     Table& table = EnsureTable("BLOCK_RECORD");
     Rec* record = nullptr;
     for (Rec& r : table.records)
-        if (r.handle == block.record) record = &r;
+        if (r.handle == blockRecord) record = &r;
     Handle layout = record ? ParseHandle(GetOwn(record->tags, 340)) : 0;
     Rec* existing = ObjectByHandle(layout);
     if (existing != nullptr && existing->Type() == "LAYOUT") {
@@ -508,12 +517,12 @@ Handle StructureUpgrade::EnsureLayout(Block& block, std::size_t& paperCount) {
             if (t[i].code == 100 && t[i].value == "AcDbLayout") marker = i;
         if (marker != npos) {
             std::size_t at = FindOwn(t, 330, marker);
-            if (at != npos) t[at].value = HandleText(block.record);
-            else t.insert(t.begin() + static_cast<std::ptrdiff_t>(OwnEnd(t)), Tag{330, HandleText(block.record)});
+            if (at != npos) t[at].value = HandleText(blockRecord);
+            else t.insert(t.begin() + static_cast<std::ptrdiff_t>(OwnEnd(t)), Tag{330, HandleText(blockRecord)});
         }
         return layout;
     }
-    const bool model = block.name == "*Model_Space";
+    const bool model = base::EqualNoCase(blockName, "*Model_Space");
     std::string name = model ? "Model" : fmt::format("Layout{}", ++paperCount);
     Rec& dictionary = *ObjectByHandle(layoutDictionary_);
     while (DictionaryEntry(dictionary, name) != nullptr) name = fmt::format("Layout{}", ++paperCount);
@@ -545,7 +554,7 @@ Handle StructureUpgrade::EnsureLayout(Block& block, std::size_t& paperCount) {
                     {14, extMin[0]}, {24, extMin[1]}, {34, extMin[2]},
                     {15, extMax[0]}, {25, extMax[1]}, {35, extMax[2]},
                     {146, "0.0"}, {13, "0.0"}, {23, "0.0"}, {33, "0.0"}, {16, "1.0"}, {26, "0.0"}, {36, "0.0"},
-                    {17, "0.0"}, {27, "1.0"}, {37, "0.0"}, {76, "0"}, {330, HandleText(block.record)}};
+                    {17, "0.0"}, {27, "1.0"}, {37, "0.0"}, {76, "0"}, {330, HandleText(blockRecord)}};
     Rec& made = AddObject(std::move(tags), layoutDictionary_);
     const Handle h = made.handle;
     AddEntry(*ObjectByHandle(layoutDictionary_), name, h);
@@ -625,10 +634,39 @@ base::Status StructureUpgrade::SetUpObjects() {
         AddEntry(*ObjectByHandle(dict), "Normal", plotStyleNormal_);
     }
     std::size_t paperCount = 0;
-    for (Block& b : blocks_) {
-        const bool layoutBlock = b.name == "*Model_Space" || b.name.rfind("*Paper_Space", 0) == 0;
-        if (layoutBlock) EnsureLayout(b, paperCount);
+    for (Block& b : blocks_)
+        if (IsLayoutBlock(b.name)) EnsureLayout(b.name, b.record, paperCount);
+    return base::Status::Ok();
+}
+
+base::Status StructureUpgrade::RunLayouts() {
+    Section* tables = Find("TABLES");
+    Section* objects = Find("OBJECTS");
+    if (tables == nullptr || objects == nullptr) return base::Status::Ok();
+    base::Status st = ReadTables(*tables);
+    if (!st) return st;
+    objects_ = std::move(objects->body);
+    objects->body.clear();
+    if (!objects_.empty() && objects_.front().Type() == "DICTIONARY") {
+        root_ = objects_.front().handle;
+        if (DictionaryEntry(objects_.front(), "ACAD_LAYOUT") == nullptr) {
+            layoutDictionary_ = EnsureDictionary(objects_.front(), "ACAD_LAYOUT").handle;
+            std::size_t paperCount = 0;
+            std::vector<std::pair<std::string, Handle>> spaces;
+            for (const Rec& r : EnsureTable("BLOCK_RECORD").records)
+                if (IsLayoutBlock(GetOwn(r.tags, 2))) spaces.emplace_back(GetOwn(r.tags, 2), r.handle);
+            for (const auto& [name, handle] : spaces) EnsureLayout(name, handle, paperCount);
+            EnsureClasses();
+        }
     }
+    tables = Find("TABLES");
+    for (Table& t : tables_) {
+        tables->body.push_back(std::move(t.head));
+        for (Rec& r : t.records) tables->body.push_back(std::move(r));
+        tables->body.push_back(std::move(t.end));
+    }
+    Find("OBJECTS")->body = std::move(objects_);
+    SortSections();
     return base::Status::Ok();
 }
 
@@ -1068,6 +1106,12 @@ base::Status StructureUpgrade::Run() {
     }
     Ensure("ENTITIES");
     Ensure("OBJECTS").body = std::move(objects_);
+    SortSections();
+    return base::Status::Ok();
+}
+
+// Sections in the order of a newer drawing; others (THUMBNAILIMAGE...) after them, as they came.
+void StructureUpgrade::SortSections() {
     static const std::vector<std::string> order = {"HEADER", "CLASSES", "TABLES", "BLOCKS", "ENTITIES", "OBJECTS"};
     std::stable_sort(d_.sections.begin(), d_.sections.end(), [](const Section& a, const Section& b) {
         auto rank = [](const std::string& n) {
@@ -1075,7 +1119,6 @@ base::Status StructureUpgrade::Run() {
         };
         return rank(a.name) < rank(b.name);
     });
-    return base::Status::Ok();
 }
 
 }  // namespace
@@ -1144,6 +1187,12 @@ base::Status Database::UpgradeTo(int release) {
         for (Section& s : drawing.sections)
             for (Rec& r : s.body)
                 if (r.handleMissing && r.handle != 0) SetHandleTag(r);
+        if (release_ < 1015) {
+            StructureUpgrade upgrade(drawing, seed, [this](std::uint32_t rec) { return WhereIs(rec); });
+            base::Status status = upgrade.RunLayouts();
+            if (!status) return status;
+            seed = upgrade.Seed();
+        }
     }
     auto header = std::find_if(drawing.sections.begin(), drawing.sections.end(),
                                [](const Section& s) { return s.name == "HEADER"; });
