@@ -13,7 +13,6 @@
 #include <functional>
 #include <map>
 #include <optional>
-#include <set>
 
 #include <fmt/format.h>
 
@@ -170,18 +169,15 @@ std::string CodePageOf(const TagList& header) {
 // Brings $ACADVER, $DWGCODEPAGE and $HANDSEED to the new release.
 void UpgradeHeader(TagList& header, int release, Handle seed) {
     SetHeaderVar(header, "$ACADVER", {Tag{1, fmt::format("AC{}", release)}});
+    // The maintenance version is a 16-bit integer up to 2004 and a 32-bit one since.
+    std::size_t maintenance = HeaderVar(header, "$ACADMAINTVER");
+    if (maintenance != npos && maintenance + 1 < header.size() && header[maintenance + 1].code == 70)
+        header[maintenance + 1].code = 90;
     // From 2007 on texts are UTF-8 whatever the code page says; the page stays the drawing's.
     SetHeaderVar(header, "$DWGCODEPAGE", {Tag{3, CodePageOf(header)}}, "$ACADVER");
     // R12 could switch handles off; from R13 on every object has one.
     RemoveHeaderVar(header, "$HANDLING");
     SetHeaderVar(header, "$HANDSEED", {Tag{5, HandleText(seed)}}, "$DWGCODEPAGE");
-}
-
-// ---- Writing the new file
-
-void Emit(std::string& out, const Rec& r, DxfForm form, const TextCodec& codec, const char* eol, bool padded,
-          void (*append)(std::string&, int, std::string_view, DxfForm, const TextCodec&, const char*, bool)) {
-    for (const Tag& t : r.tags) append(out, t.code, t.value, form, codec, eol, padded);
 }
 
 // ---- R12 structure
@@ -1214,7 +1210,9 @@ base::Status Database::UpgradeTo(int release) {
     out.reserve(bytes_.size() + bytes_.size() / 4 + 4096);
     if (form == DxfForm::Binary) out.append("AutoCAD Binary DXF\r\n\x1a\0", 22);
     else out.append(bytes_, 0, stream_.prefix);
-    auto emit = [&](const Rec& r) { Emit(out, r, form, utf8, eol_, paddedCodes_, &Database::AppendTag); };
+    auto emit = [&](const Rec& r) {
+        for (const Tag& t : r.tags) AppendTag(out, t.code, t.value, form, utf8, eol_, paddedCodes_);
+    };
     for (const Rec& r : drawing.leading) emit(r);
     for (const Section& s : drawing.sections) {
         emit(s.begin);

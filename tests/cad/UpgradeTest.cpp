@@ -567,3 +567,30 @@ TEST(Upgrade, UpgradedDrawingCanBeEditedAndSavedAgain) {
 }
 
 }  // namespace
+
+namespace {
+
+TEST(Upgrade, MalformedDrawingsThatLoadUpgradeOrSayWhy) {
+    std::size_t tried = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(VELMAR_CORPUS "/dxf")) {
+        const std::string name = entry.path().filename().string();
+        if (name.rfind("bad-", 0) != 0) continue;
+        SCOPED_TRACE(name);
+        auto db = Database::Open(entry.path().string());
+        if (!db || (*db)->Release() >= Database::kNewestRelease) continue;
+        ++tried;
+        const std::string before = (*db)->Write();
+        base::Status status = (*db)->UpgradeTo(Database::kNewestRelease);
+        if (!status) {
+            EXPECT_FALSE(status.Message().empty());
+            EXPECT_EQ((*db)->Write(), before);
+            continue;
+        }
+        auto again = Database::FromBytes((*db)->Write(), name);
+        ASSERT_TRUE(again) << again.GetStatus().Message();
+        EXPECT_EQ((*again)->Version(), "AC1032");
+    }
+    EXPECT_GE(tried, 3u);
+}
+
+}  // namespace
