@@ -1129,9 +1129,11 @@ base::Status Database::UpgradeTo(int release) {
         return base::Status::Error(fmt::format("{}: drawings can be brought to AC{} only, not AC{}", fileName_,
                                                kNewestRelease, release));
 
-    // Texts of a UTF-8 drawing go over as they were written; those of a code page drawing are
-    // read in it, escapes resolved.
+    // Values go over as the file wrote them (numbers of an ASCII file with their padding, texts
+    // of a UTF-8 file with their escapes); only texts in a code page are read in it, escapes
+    // resolved, and the numbers of a binary file are read in their width.
     const bool sameText = codec_.IsUtf8();
+    const bool ascii = stream_.form == DxfForm::Ascii;
     Drawing drawing;
     Section* section = nullptr;
     for (std::uint32_t k = first_; k != kNone; k = records_[k].next) {
@@ -1144,7 +1146,7 @@ base::Status Database::UpgradeTo(int release) {
         for (std::size_t i = 0; i < n; ++i) {
             const int code = CodeAt(k, i);
             if (i == 0 && code == 0) r.tags.push_back({0, TypeOf(k)});
-            else if (sameText && IsOriginal(k, i) && KindOfCode(code) == ValueKind::Text)
+            else if (IsOriginal(k, i) && (KindOfCode(code) == ValueKind::Text ? sameText : ascii))
                 r.tags.push_back({code, std::string(RawAt(k, i))});
             else r.tags.push_back({code, TextAt(k, i)});
         }
