@@ -91,8 +91,8 @@ int HandleCodeOf(std::string_view type) { return type == "DIMSTYLE" ? 105 : 5; }
 // Puts `handle` into the record's own handle tag, adding one after the type when missing.
 void SetHandleTag(Rec& r) {
     const int code = HandleCodeOf(r.Type());
-    std::size_t at = FindOwn(r.tags, code);
-    if (at != npos && at < (FindOwn(r.tags, 100) == npos ? r.tags.size() : FindOwn(r.tags, 100)))
+    const std::size_t at = FindOwn(r.tags, code), marker = FindOwn(r.tags, 100);
+    if (at != npos && (marker == npos || at < marker))
         r.tags[at].value = HandleText(r.handle);
     else
         r.tags.insert(r.tags.begin() + 1, Tag{code, HandleText(r.handle)});
