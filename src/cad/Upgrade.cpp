@@ -198,13 +198,14 @@ int PointBase(int code) { return code >= 10 && code <= 39 ? 10 + code % 10 : cod
 
 // One subclass of an entity's data and the codes that go in it; the first data subclass takes
 // what no other names.
-struct Part {
+struct Subclass {
     std::string marker;
-    std::vector<int> codes;  // point codes by their x code
+    std::vector<int> codes;  // point codes by their x code; {-1} for one that holds none
 };
 
-struct Layout {
-    std::vector<Part> parts;
+// How an R12 entity is written in the newer releases: its type and subclasses after AcDbEntity.
+struct EntityForm {
+    std::vector<Subclass> subclasses;
     std::string type;  // the type it is written as
 };
 
@@ -519,9 +520,9 @@ Handle StructureUpgrade::EnsureLayout(const std::string& blockName, Handle block
         return layout;
     }
     const bool model = base::EqualNoCase(blockName, "*Model_Space");
-    std::string name = model ? "Model" : fmt::format("Layout{}", ++paperCount);
+    std::string name = model ? "Model" : fmt::format("EntityForm{}", ++paperCount);
     Rec& dictionary = *ObjectByHandle(layoutDictionary_);
-    while (DictionaryEntry(dictionary, name) != nullptr) name = fmt::format("Layout{}", ++paperCount);
+    while (DictionaryEntry(dictionary, name) != nullptr) name = fmt::format("EntityForm{}", ++paperCount);
     // Limits and extents as the header gives them for the space.
     auto header = Find("HEADER");
     auto point = [&](std::string_view var, double x, double y, double z) {
@@ -791,22 +792,22 @@ base::Status StructureUpgrade::ConvertTables() {
 // ---- Entities
 
 // The subclasses of an R12 entity in the newer form; nullopt for a type without one.
-std::optional<Layout> LayoutOf(const Rec& r, const Rec* sequenceOwner) {
+std::optional<EntityForm> FormOf(const Rec& r, const Rec* sequenceOwner) {
     const std::string& type = r.Type();
-    auto one = [&](const char* marker) { return Layout{{Part{marker, {}}}, type}; };
+    auto one = [&](const char* marker) { return EntityForm{{Subclass{marker, {}}}, type}; };
     if (type == "LINE") return one("AcDbLine");
     // Release 10's 3D line is a line since Release 11.
-    if (type == "3DLINE") return Layout{{Part{"AcDbLine", {}}}, "LINE"};
+    if (type == "3DLINE") return EntityForm{{Subclass{"AcDbLine", {}}}, "LINE"};
     if (type == "POINT") return one("AcDbPoint");
     if (type == "CIRCLE") return one("AcDbCircle");
-    if (type == "ARC") return Layout{{Part{"AcDbCircle", {}}, Part{"AcDbArc", {50, 51}}}, type};
+    if (type == "ARC") return EntityForm{{Subclass{"AcDbCircle", {}}, Subclass{"AcDbArc", {50, 51}}}, type};
     if (type == "TRACE" || type == "SOLID") return one("AcDbTrace");
     if (type == "3DFACE") return one("AcDbFace");
     if (type == "SHAPE") return one("AcDbShape");
-    if (type == "TEXT") return Layout{{Part{"AcDbText", {}}, Part{"AcDbText", {73}}}, type};
+    if (type == "TEXT") return EntityForm{{Subclass{"AcDbText", {}}, Subclass{"AcDbText", {73}}}, type};
     if (type == "ATTDEF")
-        return Layout{{Part{"AcDbText", {}}, Part{"AcDbAttributeDefinition", {3, 2, 70, 73, 74, 280}}}, type};
-    if (type == "ATTRIB") return Layout{{Part{"AcDbText", {}}, Part{"AcDbAttribute", {2, 70, 73, 74, 280}}}, type};
+        return EntityForm{{Subclass{"AcDbText", {}}, Subclass{"AcDbAttributeDefinition", {3, 2, 70, 73, 74, 280}}}, type};
+    if (type == "ATTRIB") return EntityForm{{Subclass{"AcDbText", {}}, Subclass{"AcDbAttribute", {2, 70, 73, 74, 280}}}, type};
     if (type == "INSERT") {
         const bool grid = GetOwn(r.tags, 70, "0") != "0" && Tag{0, GetOwn(r.tags, 70)}.Int() > 1;
         const bool rows = Tag{0, GetOwn(r.tags, 71, "0")}.Int() > 1;
@@ -828,23 +829,23 @@ std::optional<Layout> LayoutOf(const Rec& r, const Rec* sequenceOwner) {
         if (polyface && !(flags & 64)) return one("AcDbFaceRecord");
         const char* marker = polyface ? "AcDbPolyFaceMeshVertex" : mesh ? "AcDbPolygonMeshVertex"
                                                                : poly3d ? "AcDb3dPolylineVertex" : "AcDb2dVertex";
-        return Layout{{Part{"AcDbVertex", {-1}}, Part{marker, {}}}, type};
+        return EntityForm{{Subclass{"AcDbVertex", {-1}}, Subclass{marker, {}}}, type};
     }
-    if (type == "SEQEND") return Layout{{}, type};
+    if (type == "SEQEND") return EntityForm{{}, type};
     if (type == "BLOCK") return one("AcDbBlockBegin");
-    if (type == "ENDBLK") return Layout{{Part{"AcDbBlockEnd", {-1}}}, type};
+    if (type == "ENDBLK") return EntityForm{{Subclass{"AcDbBlockEnd", {-1}}}, type};
     if (type == "VIEWPORT") return one("AcDbViewport");
     if (type == "DIMENSION") {
-        Part common{"AcDbDimension", {}};
+        Subclass common{"AcDbDimension", {}};
         switch (FlagsOf(r.tags) & 7) {
             case 0:
-                return Layout{{common, Part{"AcDbAlignedDimension", {13, 14, 50}}, Part{"AcDbRotatedDimension", {52}}}, type};
-            case 1: return Layout{{common, Part{"AcDbAlignedDimension", {13, 14, 50, 52}}}, type};
-            case 2: return Layout{{common, Part{"AcDb2LineAngularDimension", {13, 14, 15, 16}}}, type};
-            case 3: return Layout{{common, Part{"AcDbDiametricDimension", {15, 40}}}, type};
-            case 4: return Layout{{common, Part{"AcDbRadialDimension", {15, 40}}}, type};
-            case 5: return Layout{{common, Part{"AcDb3PointAngularDimension", {13, 14, 15}}}, type};
-            case 6: return Layout{{common, Part{"AcDbOrdinateDimension", {13, 14}}}, type};
+                return EntityForm{{common, Subclass{"AcDbAlignedDimension", {13, 14, 50}}, Subclass{"AcDbRotatedDimension", {52}}}, type};
+            case 1: return EntityForm{{common, Subclass{"AcDbAlignedDimension", {13, 14, 50, 52}}}, type};
+            case 2: return EntityForm{{common, Subclass{"AcDb2LineAngularDimension", {13, 14, 15, 16}}}, type};
+            case 3: return EntityForm{{common, Subclass{"AcDbDiametricDimension", {15, 40}}}, type};
+            case 4: return EntityForm{{common, Subclass{"AcDbRadialDimension", {15, 40}}}, type};
+            case 5: return EntityForm{{common, Subclass{"AcDb3PointAngularDimension", {13, 14, 15}}}, type};
+            case 6: return EntityForm{{common, Subclass{"AcDbOrdinateDimension", {13, 14}}}, type};
             default: return std::nullopt;
         }
     }
@@ -919,8 +920,8 @@ base::Status StructureUpgrade::ConvertEntity(Rec& r, Handle owner, const Rec* se
         SetOwnerTag(r, owner);
         return base::Status::Ok();
     }
-    std::optional<Layout> layout = LayoutOf(r, sequenceOwner);
-    if (!layout)
+    std::optional<EntityForm> form = FormOf(r, sequenceOwner);
+    if (!form)
         return base::Status::Error(fmt::format("{}: a {} of this release has no faithful form in the newer one",
                                                WhereOf(r), r.Type()));
     const std::size_t end = OwnEnd(r.tags);
@@ -947,27 +948,27 @@ base::Status StructureUpgrade::ConvertEntity(Rec& r, Handle owner, const Rec* se
         rest = std::move(withZ);
     }
     if (FindOwn(r.tags, 8) == npos) common.insert(common.begin(), Tag{8, "0"});
-    TagList out = {{0, layout->type}, {5, HandleText(r.handle)}, {330, HandleText(owner)}, {100, "AcDbEntity"}};
+    TagList out = {{0, form->type}, {5, HandleText(r.handle)}, {330, HandleText(owner)}, {100, "AcDbEntity"}};
     out.insert(out.end(), common.begin(), common.end());
-    std::vector<TagList> parts(layout->parts.size());
+    std::vector<TagList> data(form->subclasses.size());
     for (const Tag& t : rest) {
         std::size_t into = 0;
-        for (std::size_t p = 1; p < layout->parts.size(); ++p)
-            if (InCodes(layout->parts[p].codes, t.code)) into = p;
+        for (std::size_t p = 1; p < form->subclasses.size(); ++p)
+            if (InCodes(form->subclasses[p].codes, t.code)) into = p;
         // A part that takes no codes (AcDbVertex) hands them on to the next one.
-        while (into + 1 < layout->parts.size() && layout->parts[into].codes == std::vector<int>{-1}) ++into;
-        if (!parts.empty()) parts[into].push_back(t);
+        while (into + 1 < form->subclasses.size() && form->subclasses[into].codes == std::vector<int>{-1}) ++into;
+        if (!data.empty()) data[into].push_back(t);
     }
-    if (parts.empty() && !rest.empty())
+    if (data.empty() && !rest.empty())
         return base::Status::Error(fmt::format("{}: the {} holds data that has no place in the newer form",
                                                WhereOf(r), r.Type()));
     if (r.Type() == "VIEWPORT") {
-        base::Status s = ConvertViewport(parts[0], r);
+        base::Status s = ConvertViewport(data[0], r);
         if (!s) return s;
     }
-    for (std::size_t p = 0; p < parts.size(); ++p) {
-        out.push_back({100, layout->parts[p].marker});
-        out.insert(out.end(), parts[p].begin(), parts[p].end());
+    for (std::size_t p = 0; p < data.size(); ++p) {
+        out.push_back({100, form->subclasses[p].marker});
+        out.insert(out.end(), data[p].begin(), data[p].end());
     }
     out.insert(out.end(), r.tags.begin() + static_cast<std::ptrdiff_t>(end), r.tags.end());
     r.tags = std::move(out);
