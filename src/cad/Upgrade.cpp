@@ -520,9 +520,9 @@ Handle StructureUpgrade::EnsureLayout(const std::string& blockName, Handle block
         return layout;
     }
     const bool model = base::EqualNoCase(blockName, "*Model_Space");
-    std::string name = model ? "Model" : fmt::format("EntityForm{}", ++paperCount);
+    std::string name = model ? "Model" : fmt::format("Layout{}", ++paperCount);
     Rec& dictionary = *ObjectByHandle(layoutDictionary_);
-    while (DictionaryEntry(dictionary, name) != nullptr) name = fmt::format("EntityForm{}", ++paperCount);
+    while (DictionaryEntry(dictionary, name) != nullptr) name = fmt::format("Layout{}", ++paperCount);
     // Limits and extents as the header gives them for the space.
     auto header = Find("HEADER");
     auto point = [&](std::string_view var, double x, double y, double z) {
