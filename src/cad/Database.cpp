@@ -979,23 +979,28 @@ UnitSettings Database::Units() const {
 // Writing
 
 void Database::WriteTag(std::string& out, int code, std::string_view text) const {
+    AppendTag(out, code, text, stream_.form, codec_, eol_, paddedCodes_);
+}
+
+void Database::AppendTag(std::string& out, int code, std::string_view text, DxfForm form,
+                         const TextCodec& codec, const char* eol, bool paddedCodes) {
     ValueKind kind = KindOfCode(code);
     if (kind == ValueKind::Binary && text.size() > 254) {
         // AutoCAD keeps binary chunks at 127 bytes; longer data goes in several tags.
-        for (std::size_t p = 0; p < text.size(); p += 254) WriteTag(out, code, text.substr(p, 254));
+        for (std::size_t p = 0; p < text.size(); p += 254)
+            AppendTag(out, code, text.substr(p, 254), form, codec, eol, paddedCodes);
         return;
     }
-    if (stream_.form == DxfForm::Ascii) {
-        const std::string_view eol = eol_;
-        if (paddedCodes_) fmt::format_to(std::back_inserter(out), "{:>3}", code);
+    if (form == DxfForm::Ascii) {
+        if (paddedCodes) fmt::format_to(std::back_inserter(out), "{:>3}", code);
         else fmt::format_to(std::back_inserter(out), "{}", code);
         out += eol;
-        if (kind == ValueKind::Text) out += codec_.Encode(text);
+        if (kind == ValueKind::Text) out += codec.Encode(text);
         else out.append(text);
         out += eol;
         return;
     }
-    if (stream_.form == DxfForm::Binary) {
+    if (form == DxfForm::Binary) {
         AppendLe<std::int16_t>(out, static_cast<std::int16_t>(code));
     } else if (code < 255) {
         out += static_cast<char>(code);
@@ -1005,7 +1010,7 @@ void Database::WriteTag(std::string& out, int code, std::string_view text) const
     }
     Tag tag{code, std::string(text)};
     switch (kind) {
-        case ValueKind::Text: out += codec_.Encode(text); out += '\0'; break;
+        case ValueKind::Text: out += codec.Encode(text); out += '\0'; break;
         case ValueKind::Handle: out.append(text); out += '\0'; break;
         case ValueKind::Double: AppendLe<double>(out, tag.Real()); break;
         case ValueKind::Int16: AppendLe<std::int16_t>(out, static_cast<std::int16_t>(tag.Int())); break;
@@ -1019,6 +1024,14 @@ void Database::WriteTag(std::string& out, int code, std::string_view text) const
             break;
         }
     }
+}
+
+std::string Database::WhereIs(std::uint32_t rec) const {
+    if (rec >= originalRecords_) return fileName_;
+    const std::size_t offset = stream_.tags.Start(records_[rec].firstTag);
+    return stream_.form == DxfForm::Ascii
+               ? fmt::format("{}: line {}", fileName_, LineOfOffset(bytes_, offset, stream_.lineEnd))
+               : fmt::format("{}: byte offset {}", fileName_, offset);
 }
 
 // True for a binary number stored in another width than its code's, as some writers store them

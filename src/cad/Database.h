@@ -63,6 +63,17 @@ public:
     // True once anything was set, created or erased.
     bool IsModified() const { return modified_; }
 
+    // The newest release Write can produce: 1032 (AC1032, AutoCAD 2018).
+    static constexpr int kNewestRelease = 1032;
+    // Brings the drawing to `release` (only kNewestRelease), from any release it was read in:
+    // $ACADVER, text in UTF-8, and for R12 the structure R13 brought (handles, owners, subclass
+    // markers, block records, layouts, the OBJECTS section). Every object, value, handle and
+    // extended data stays; the form (ASCII or binary) and line ends stay. Nothing happens when
+    // the drawing is at `release` already; an older release is refused, as is an R12 entity
+    // that has no faithful newer form (the message names it and its line). On success every
+    // view taken before is invalid; on failure the drawing is as it was.
+    base::Status UpgradeTo(int release);
+
     // The name the database was read from.
     const std::string& FileName() const { return fileName_; }
     // $ACADVER, "AC1009" when the file has no header (AutoCAD reads such files as R12).
@@ -194,6 +205,8 @@ private:
     };
 
     Database() = default;
+    // Takes over a drawing read anew, as UpgradeTo does.
+    Database& operator=(Database&&) = default;
     base::Status Load();
     void IndexRecords();
     void IndexBlocks();
@@ -264,6 +277,10 @@ private:
     void WriteRecord(std::string& out, std::uint32_t rec) const;
     bool WriteReplacedTag(std::string& out, const OwnedTag& tag) const;
     void WriteTag(std::string& out, int code, std::string_view text) const;
+    static void AppendTag(std::string& out, int code, std::string_view text, DxfForm form,
+                          const TextCodec& codec, const char* eol, bool paddedCodes);
+    // Where record `rec` starts, for messages: the file and the line or byte offset.
+    std::string WhereIs(std::uint32_t rec) const;
     void AppendOriginalTags(std::string& out, std::uint32_t from, std::uint32_t count) const;
     bool HasOddWidth(std::uint32_t tag) const;
     bool NeedsNewWidths(std::uint32_t rec) const;
