@@ -26,10 +26,6 @@ namespace {
 using arxutils::ExcelUtils;
 using tables::CStringTable;
 
-base::Status ConvertToNewestVersion(cad::Database&) {
-    return base::Status::Error("PENDING-CONVERSION");
-}
-
 // The drawing one update works on, and how it is finished.
 class DrawingAtHand {
 public:
@@ -65,7 +61,7 @@ public:
             return;
         }
         if (saveAsCurrentVersion) {
-            if (base::Status converted = ConvertToNewestVersion(*db_); !converted) {
+            if (base::Status converted = db_->UpgradeTo(cad::Database::kNewestRelease); !converted) {
                 host::Printf("\nFailed to save %s: %s.", path_, converted.Message());
                 return;
             }

@@ -341,5 +341,28 @@ TEST(ImportByKey, MultileadersTakeTheirBlocksAttributeValuesByKey) {
     EXPECT_EQ(labels, (std::vector<std::string>{"new one", "new two", "stays"}));
 }
 
+TEST(ImportByKey, SaveAsCurrentDwgVersionBringsAnOldFileToTheNewestReleaseButNeverTheCurrentDocument) {
+    KeyImport f;
+    f.Book("doors.xlsx", "Doors");
+    std::string old = f.Copy(kFixtures + "doors-r2000.dxf", "old.dxf");
+    f.options.SaveAsCurrentDwgVersion = 1;
+    f.options.DrawingOption = 1;
+    f.drawing = f.Copy(kFixtures + "doors-r2000.dxf", "current.dxf");
+    f.options.Drawings.Add(old);
+    f.options.Drawings.Add(f.drawing);
+    f.OpenCurrent();  // also on the list, as the current document
+    const std::string current = *base::ReadFile(f.drawing);
+    ASSERT_TRUE(f.Run()) << f.Printed();
+    auto upgraded = cad::Database::Open(old);
+    ASSERT_TRUE(upgraded);
+    EXPECT_EQ((*upgraded)->Version(), "AC1032");
+    const std::string first = (*upgraded)->Select({{0, "INSERT"}}).front().HandleString();
+    EXPECT_EQ(AttText(old, first, "WIDTH"), "950");
+    // The current document is changed in memory, in its own release, and saved by the host.
+    EXPECT_EQ(*base::ReadFile(f.drawing), current);
+    EXPECT_EQ(host::DocumentManager::Instance().CurDocument()->Database().Version(), "AC1015");
+    EXPECT_EQ(f.Current(first, "WIDTH"), "950");
+}
+
 }  // namespace
 }  // namespace attbat

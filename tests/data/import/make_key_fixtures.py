@@ -107,6 +107,18 @@ def leaders():
     book.save(out("leaders.xlsx"))
 
 
+def old_release():
+    """Doors in an AutoCAD 2000 drawing, for saving in the newest release."""
+    doc = ezdxf.new("R2000")
+    door = doc.blocks.new("DOOR")
+    door.add_line((0, 0), (1, 0))
+    door.add_attdef("MARK", (0, 1))
+    door.add_attdef("WIDTH", (0, 2))
+    for n, mark in enumerate(["D01", "D02"]):
+        doc.modelspace().add_blockref("DOOR", (5 * n, 0)).add_auto_attribs({"MARK": mark, "WIDTH": "900"})
+    doc.saveas(out("doors-r2000.dxf"))
+
+
 if __name__ == "__main__":
     doors()
     long_formatted()
@@ -114,3 +126,4 @@ if __name__ == "__main__":
     offset()
     sheets_by_drawing()
     leaders()
+    old_release()
