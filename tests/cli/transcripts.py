@@ -51,6 +51,11 @@ def runs():
     yield "readme-import-dry-run", ["--drawing", "plan.dxf", "--workbook", "plan.xlsx",
                                     "import-by-handle", "--dry-run"]
     yield "readme-import", ["--drawing", "plan.dxf", "--workbook", "plan.xlsx", "import-by-handle"]
+    yield "readme-import-by-key-dry-run", ["--drawing", "plan.dxf", "--workbook", "plan.xlsx", "import-by-key",
+                                           "--tags-from", "header-row", "--header-row", "1", "--key", "MARK",
+                                           "--block", "DOOR", "--dry-run"]
+    yield "readme-import-by-key-list", ["--workbook", "plan.xlsx", "import-by-key", "--header-row", "1", "--key",
+                                        "MARK", "--block", "DOOR", "--list", "plans.lst"]
     yield "readme-import-options", ["import-options", "--layer-header", "Layer name"]
     yield "readme-find", ["--drawing", "plan.dxf", "find", "2F4"]
     yield "readme-options", ["options"]
@@ -96,6 +101,9 @@ def main():
     with tempfile.TemporaryDirectory(prefix="velmar-transcripts-") as folder:
         folder = os.path.realpath(folder)
         shutil.copy(os.path.join(SOURCE, "examples", "floor.dxf"), os.path.join(folder, "plan.dxf"))
+        shutil.copy(os.path.join(SOURCE, "examples", "floor.dxf"), os.path.join(folder, "plan2.dxf"))
+        with open(os.path.join(folder, "plans.lst"), "w") as listing:
+            listing.write("plan2.dxf\nmissing.dxf\n")
         for name, words in runs():
             got = transcript(velmar, folder, words)
             if name == "readme-export-new":
