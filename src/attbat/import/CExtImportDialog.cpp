@@ -46,6 +46,24 @@ void AppendBlockNames(const AcadBlockArray& blocks, std::vector<std::string>& na
     }
 }
 
+// Adds the blocks a user can pick of `read` to `into`, one entry per name with the tags of all
+// its drawings: the list and the key tag picker want no more, however long the drawing list.
+void MergeDefinitions(AcadBlockArray& into, AcadBlockArray& read) {
+    std::vector<AcadBlock> added;
+    for (AcadBlock& block : read) {
+        if (!block.IsNormal()) continue;
+        AcadBlock* known = into.FindByName(block.name);
+        if (!known) {
+            added.push_back(std::move(block));
+            continue;
+        }
+        for (const AcadAttributeDef& def : block.defs) {
+            if (known->defs.IndexOfNoCase(def.tag) < 0) known->defs.AddAppend(def);
+        }
+    }
+    into.AddAllSorted(std::move(added));
+}
+
 }  // namespace
 
 const std::vector<Control>& CExtImportDialog::Controls() {
@@ -167,8 +185,12 @@ bool CExtImportDialog::BrowseWorkbook(const std::string& path) {
 bool CExtImportDialog::ReadListedDrawing(const std::string& path) {
     // The list and the key tag picker want names and definitions only: a long list of drawings
     // is read quickly and keeps no rows of references.
-    base::Status status = ReadDefinitions(m_drawingBlocks, path);
-    if (status) return true;
+    AcadBlockArray read;
+    base::Status status = ReadDefinitions(read, path);
+    if (status) {
+        MergeDefinitions(m_drawingBlocks, read);
+        return true;
+    }
     host::ShowMessage(base::Sprintf("Failed to read %s: %s", path, status.Message()), boxTitle);
     return false;
 }
@@ -310,9 +332,7 @@ void CExtImportDialog::ReadListedDrawings() {
                                             status[i].Message()),
                               boxTitle);
         }
-        std::vector<AcadBlock> blocks;
-        for (AcadBlock& block : read[i]) blocks.push_back(std::move(block));
-        m_drawingBlocks.AddAllSorted(std::move(blocks));
+        MergeDefinitions(m_drawingBlocks, read[i]);
         read[i] = AcadBlockArray();
         meter.SetPosition(static_cast<long>(i) + 1);
     };

@@ -202,6 +202,7 @@ private:
     }
 
     void Note(const std::string& handle, const std::string& tag, std::string oldValue, std::string newValue) {
+        if (!result_.listChanges) return;
         result_.changes.push_back({drawing_, handle, tag, std::move(oldValue), std::move(newValue)});
     }
 
@@ -351,7 +352,9 @@ void UpdateDrawingList(const CImportByKeyAttOpt& options, const CStringTable& ta
                        const std::string& selectedRows, const KeyImportRun& run,
                        std::vector<DrawingKeyResult>& results) {
     const std::size_t count = static_cast<std::size_t>(options.Drawings.GetSize());
-    results.assign(count, {});
+    DrawingKeyResult empty;
+    empty.listChanges = run.dryRun || run.listChanges;
+    results.assign(count, empty);
     host::ProgressMeter meter("Updating the drawings...", static_cast<long>(count));
     host::DocumentManager& documents = host::DocumentManager::Instance();
     host::OrderedWork work;
@@ -431,7 +434,7 @@ bool ImportByKeyAttribute(CImportByKeyAttOpt options, const KeyImportRun& run, K
             UpdateDrawingList(options, table, selectedRows, run, results);
             if (results.size() < static_cast<std::size_t>(options.Drawings.GetSize())) finished = false;
         } else {
-            results.emplace_back();
+            results.emplace_back().listChanges = run.dryRun || run.listChanges;
             UpdateDrawingByKey("", table, selectedRows, options, run.dryRun, results.back());
             if (!run.dryRun) host::Printf("\nSuccessfully import %s.", sheet);
         }

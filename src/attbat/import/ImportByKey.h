@@ -16,6 +16,9 @@ namespace attbat {
 // What one drawing's update found: each value it wrote (or, in a dry run, would write) and the
 // table rows whose key matched a reference or multileader.
 struct DrawingKeyResult {
+    // Whether `changes` is filled: a long list of drawings keeps its changes only when they are
+    // to be shown.
+    bool listChanges = true;
     std::vector<ImportChange> changes;
     std::vector<int> matchedRows;
 };
@@ -39,12 +42,13 @@ bool ReadKeySheet(const CImportByKeyAttOpt& options, tables::CStringTable& table
 // How the import runs beyond its options.
 struct KeyImportRun {
     bool dryRun = false;
-    int threads = 1;  // threads for the drawing list
+    int threads = 1;           // threads for the drawing list
+    bool listChanges = true;   // the report lists each change (a dry run always does)
 };
 
 // What the import did, for a dry run's listing and the summary.
 struct KeyImportReport {
-    std::vector<ImportChange> changes;  // in the order the drawings were told
+    std::vector<ImportChange> changes;  // in the order the drawings were told, when listed
     // "Sheet: row N" for each row of a sheet whose key matched nothing in any drawing.
     std::vector<std::string> unmatchedRows;
     int drawings = 0;                   // drawings walked

@@ -163,6 +163,7 @@ CommandStatus RunImportByKey(CommandContext& context) {
     KeyImportRun run;
     run.dryRun = context.values.Pressed("dry-run");
     run.threads = Workers(context.values);
+    run.listChanges = context.reportAsJson;
     KeyImportReport report;
     bool finished = ImportByKeyAttribute(dialog.m_options, run, report);
     context.Summary("drawings", report.drawings);
