@@ -1185,23 +1185,6 @@ base::Status Database::Save(const std::string& path, const std::string& backupPa
 // ---------------------------------------------------------------------------------------------
 // Symbol tables
 
-namespace {
-
-const char* RecordSubclass(std::string_view table) {
-    if (table == "LAYER") return "AcDbLayerTableRecord";
-    if (table == "STYLE") return "AcDbTextStyleTableRecord";
-    if (table == "LTYPE") return "AcDbLinetypeTableRecord";
-    if (table == "APPID") return "AcDbRegAppTableRecord";
-    if (table == "VIEW") return "AcDbViewTableRecord";
-    if (table == "VPORT") return "AcDbViewportTableRecord";
-    if (table == "UCS") return "AcDbUCSTableRecord";
-    if (table == "DIMSTYLE") return "AcDbDimStyleTableRecord";
-    if (table == "BLOCK_RECORD") return "AcDbBlockTableRecord";
-    return "";
-}
-
-}  // namespace
-
 std::uint32_t Database::FindTable(std::string_view table) const {
     for (std::uint32_t k = first_; k != kNone; k = records_[k].next) {
         if (records_[k].section != SectionKind::Tables || !TypeIs(k, "TABLE")) continue;
@@ -1250,7 +1233,7 @@ base::Result<SymbolRecord> Database::AddRecord(std::string_view table, std::stri
     if (r13) {
         tags.push_back({330, Object(this, t).HandleString()});
         tags.push_back({100, "AcDbSymbolTableRecord"});
-        tags.push_back({100, RecordSubclass(table)});
+        tags.push_back({100, std::string(TableRecordSubclass(table))});
     }
     tags.push_back({2, std::string(name)});
     if (table != "BLOCK_RECORD") tags.push_back({70, "0"});

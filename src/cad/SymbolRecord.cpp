@@ -28,4 +28,17 @@ void Viewport::SetHeight(double height) {
     if (height > 0) SetReal(40, height);
 }
 
+std::string_view TableRecordSubclass(std::string_view table) {
+    if (table == "LAYER") return "AcDbLayerTableRecord";
+    if (table == "STYLE") return "AcDbTextStyleTableRecord";
+    if (table == "LTYPE") return "AcDbLinetypeTableRecord";
+    if (table == "APPID") return "AcDbRegAppTableRecord";
+    if (table == "VIEW") return "AcDbViewTableRecord";
+    if (table == "VPORT") return "AcDbViewportTableRecord";
+    if (table == "UCS") return "AcDbUCSTableRecord";
+    if (table == "DIMSTYLE") return "AcDbDimStyleTableRecord";
+    if (table == "BLOCK_RECORD") return "AcDbBlockTableRecord";
+    return {};
+}
+
 }  // namespace cad

@@ -58,4 +58,8 @@ public:
     void SetHeight(double height);
 };
 
+// The subclass marker of a record of symbol table `table` ("AcDbLayerTableRecord" for
+// "LAYER"); "" for a table the library doesn't know.
+std::string_view TableRecordSubclass(std::string_view table);
+
 }  // namespace cad

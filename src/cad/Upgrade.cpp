@@ -18,6 +18,7 @@
 
 #include "base/Text.h"
 #include "cad/GroupCode.h"
+#include "cad/SymbolRecord.h"
 
 namespace cad {
 namespace {
@@ -669,19 +670,6 @@ base::Status StructureUpgrade::RunLayouts() {
 
 // ---- Tables
 
-const char* TableRecordSubclass(std::string_view table) {
-    if (table == "LAYER") return "AcDbLayerTableRecord";
-    if (table == "STYLE") return "AcDbTextStyleTableRecord";
-    if (table == "LTYPE") return "AcDbLinetypeTableRecord";
-    if (table == "APPID") return "AcDbRegAppTableRecord";
-    if (table == "VIEW") return "AcDbViewTableRecord";
-    if (table == "VPORT") return "AcDbViewportTableRecord";
-    if (table == "UCS") return "AcDbUCSTableRecord";
-    if (table == "DIMSTYLE") return "AcDbDimStyleTableRecord";
-    if (table == "BLOCK_RECORD") return "AcDbBlockTableRecord";
-    return nullptr;
-}
-
 base::Status StructureUpgrade::ConvertTableRecord(Rec& r, const Table& table) {
     GiveHandle(r);
     if (HasSubclasses(r.tags)) {
@@ -689,14 +677,14 @@ base::Status StructureUpgrade::ConvertTableRecord(Rec& r, const Table& table) {
         SetOwnerTag(r, table.head.handle);
         return base::Status::Ok();
     }
-    const char* subclass = TableRecordSubclass(table.name);
-    if (subclass == nullptr || r.Type() != table.name)
+    const std::string_view subclass = TableRecordSubclass(table.name);
+    if (subclass.empty() || r.Type() != table.name)
         return base::Status::Error(fmt::format("{}: a {} record in the {} table has no newer form", WhereOf(r),
                                                r.Type(), table.name));
     const int handleCode = HandleCodeOf(r.Type());
     const std::size_t end = OwnEnd(r.tags);
     TagList out = {r.tags[0], {handleCode, HandleText(r.handle)}, {330, HandleText(table.head.handle)},
-                   {100, "AcDbSymbolTableRecord"}, {100, subclass}};
+                   {100, "AcDbSymbolTableRecord"}, {100, std::string(subclass)}};
     for (std::size_t i = 1; i < end; ++i) {
         const Tag& t = r.tags[i];
         if (t.code == handleCode || t.code == 330) continue;
