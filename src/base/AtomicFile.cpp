@@ -13,7 +13,9 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
+#include <mutex>
 #include <random>
+#include <set>
 #include <utility>
 
 #include "base/Path.h"
@@ -144,10 +146,51 @@ bool IsReadOnlyForUs(const std::string& path) {
     return ::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0 && errno == EACCES;
 }
 
+namespace {
+
+// The folders swept while a FolderSweepOnce lives.
+struct SweptFolders {
+    std::mutex mutex;
+    int scopes = 0;
+    std::set<std::string> folders;
+};
+
+SweptFolders& Swept() {
+    static SweptFolders swept;
+    return swept;
+}
+
+// The pid of a temporary file of any target (".NAME.velmar-tmp.PID.RANDOM"), or 0.
+pid_t PidOfAnyTemporary(std::string_view name) {
+    const std::size_t marker = name.find(kTempMarker, 1);
+    if (name.empty() || name.front() != '.' || marker == std::string_view::npos) return 0;
+    return PidOfTemporary(name, name.substr(0, marker + kTempMarker.size()));
+}
+
+}  // namespace
+
+FolderSweepOnce::FolderSweepOnce() {
+    std::lock_guard lock(Swept().mutex);
+    ++Swept().scopes;
+}
+
+FolderSweepOnce::~FolderSweepOnce() {
+    std::lock_guard lock(Swept().mutex);
+    if (--Swept().scopes == 0) Swept().folders.clear();
+}
+
 std::vector<std::string> RemoveStaleTemporaries(const std::string& target) {
     std::vector<std::string> removed;
     const std::string folder = FolderOf(target);
     const std::string prefix = TempPrefix(target);
+    bool everyTarget = false;
+    {
+        std::lock_guard lock(Swept().mutex);
+        if (Swept().scopes > 0) {
+            if (!Swept().folders.insert(folder).second) return removed;
+            everyTarget = true;
+        }
+    }
     DIR* dir = ::opendir(folder.c_str());
     if (!dir)
         return removed;
@@ -155,7 +198,7 @@ std::vector<std::string> RemoveStaleTemporaries(const std::string& target) {
     const std::time_t now = std::time(nullptr);
     while (const dirent* entry = ::readdir(dir)) {
         const std::string name = entry->d_name;
-        const pid_t pid = PidOfTemporary(name, prefix);
+        const pid_t pid = everyTarget ? PidOfAnyTemporary(name) : PidOfTemporary(name, prefix);
         if (pid <= 0)
             continue;
         const int fd =

@@ -57,6 +57,18 @@ private:
     bool committed_ = false;
 };
 
+// While one lives (on any thread), RemoveStaleTemporaries sweeps each folder once, for the
+// leftovers of every file in it, and then passes over the folders it swept: a command that reads
+// and saves a thousand drawings of one folder lists it once, not three thousand times.
+// Leftovers that appear meanwhile wait for the next run.
+class FolderSweepOnce {
+public:
+    FolderSweepOnce();
+    ~FolderSweepOnce();
+    FolderSweepOnce(const FolderSweepOnce&) = delete;
+    FolderSweepOnce& operator=(const FolderSweepOnce&) = delete;
+};
+
 // Removes the temporary files that interrupted saves of `target` left beside it: those no
 // process holds (their lock can be taken) whose writer no longer runs or that are older than an
 // hour. Returns their paths; empty when there were none. Safe while another program saves the

@@ -1,6 +1,8 @@
 // Files written in pieces and put in place whole, with a backup of what they replace.
 #include "base/AtomicFile.h"
+#include "base/Path.h"
 
+#include <algorithm>
 #include <fcntl.h>
 #include <grp.h>
 #include <sys/file.h>
@@ -414,6 +416,25 @@ TEST(AtomicFile, OnlyTheTargetsOwnTemporariesAreRemoved) {
                                         ".dir");
     EXPECT_TRUE(base::RemoveStaleTemporaries(folder + "/plan.dxf").empty());
     EXPECT_EQ(EntriesIn(folder), 6u);
+}
+
+TEST(AtomicFile, UnderASweepOnceEachFolderIsSweptOnceForTheLeftoversOfEveryFile) {
+    const std::string folder = Folder("sweep-once");
+    std::string plan = MakeTemporary(folder, "plan.dxf", EndedPid());
+    std::string other = MakeTemporary(folder, "other.dxf", EndedPid());
+    {
+        base::FolderSweepOnce sweep;
+        std::vector<std::string> removed = base::RemoveStaleTemporaries(folder + "/plan.dxf");
+        std::sort(removed.begin(), removed.end());
+        std::vector<std::string> both = {plan, other};
+        std::sort(both.begin(), both.end());
+        EXPECT_EQ(removed, both);
+        // Swept: a leftover that appears meanwhile waits for the next sweep.
+        std::string later = MakeTemporary(folder, "plan.dxf", EndedPid());
+        EXPECT_TRUE(base::RemoveStaleTemporaries(folder + "/third.dxf").empty());
+        EXPECT_TRUE(base::FileExists(later));
+    }
+    EXPECT_EQ(base::RemoveStaleTemporaries(folder + "/plan.dxf").size(), 1u);
 }
 
 TEST(AtomicFile, OpenRemovesTheTargetsLeftoversAndSaysWhich) {

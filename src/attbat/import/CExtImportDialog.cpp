@@ -336,7 +336,7 @@ void CExtImportDialog::ReadListedDrawings() {
         read[i] = AcadBlockArray();
         meter.SetPosition(static_cast<long>(i) + 1);
     };
-    host::RunInOrder(count, host::AvailableThreads(), work);
+    host::RunInOrder(count, m_readers > 0 ? m_readers : host::AvailableThreads(), work);
     // The cancel belongs to this reading alone.
     host::ProgressMeter::ResetCancel();
 }

@@ -151,6 +151,7 @@ public:
     std::vector<DrawingRow> m_drawingList;     // mirrors m_options.Drawings, row for row
     AcadBlockArray m_currentBlocks;            // the current drawing, read once at the start
     AcadBlockArray m_drawingBlocks;            // the listed drawings, as last read
+    int m_readers = 0;                         // drawings "Refresh" reads at once; 0: one per core
 
 private:
     // Rebuilds the block list: rows that stay keep their ticks, new rows are ticked when

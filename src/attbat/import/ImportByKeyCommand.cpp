@@ -10,6 +10,7 @@
 #include "attbat/import/CExtImportDialog.h"
 #include "attbat/import/ImportByKey.h"
 #include "attbat/import/ImportReport.h"
+#include "base/AtomicFile.h"
 #include "base/Format.h"
 #include "host/OrderedWork.h"
 #include "host/Printer.h"
@@ -146,7 +147,11 @@ int Workers(const ControlValues& values) {
 }
 
 CommandStatus RunImportByKey(CommandContext& context) {
+    // A list of drawings is often one folder of many: it is swept for leftovers of interrupted
+    // saves once, not at each of its drawings' reads and saves.
+    base::FolderSweepOnce sweep;
     CExtImportDialog dialog;
+    dialog.m_readers = Workers(context.values);
     dialog.OnInitDialog();
     Refusal refusal;
     if (!SetControls(dialog, context, refusal)) return refusal.ok ? CommandStatus::Failed : CommandStatus::BadInput;
