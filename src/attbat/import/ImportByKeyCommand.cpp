@@ -12,6 +12,7 @@
 #include "attbat/import/ImportReport.h"
 #include "base/AtomicFile.h"
 #include "base/Format.h"
+#include "host/Document.h"
 #include "host/OrderedWork.h"
 #include "host/Printer.h"
 #include "host/Ui.h"
@@ -140,6 +141,24 @@ bool SetControls(CExtImportDialog& dialog, const CommandContext& context, Refusa
     return true;
 }
 
+// After the dialog refused "Start", a line that says which option a command line lacks, for the
+// refusals whose cause is nowhere on the screen.
+void Advise(const CExtImportDialog& dialog) {
+    const CImportByKeyAttOpt& options = dialog.m_options;
+    // In the order of the dialog's checks, so that the line goes with the box before it.
+    std::string advice;
+    if (options.AttTagOption == 0 && options.HeaderRow < 1) {
+        advice = "give the sheet's header row: --header-row N.";
+    } else if (options.DrawingOption == 0 && !host::DocumentManager::Instance().CurDocument()) {
+        advice = "no drawing to update: give the current one with --drawing FILE.dxf, or drawings "
+                 "after the command (or --list FILE.lst).";
+    } else if (options.AttTagOption == 1 && options.ColumnToTag.empty()) {
+        advice = "the tags come from columns given one by one (--column C=TAG, the key's among them); "
+                 "a sheet with a header row wants --tags-from header-row --header-row N.";
+    }
+    if (!advice.empty()) host::CurrentPrinter().Warn("velmar import-by-key: " + advice);
+}
+
 // The threads for the drawing list: --workers N, 0 or none for one per core.
 int Workers(const ControlValues& values) {
     int workers = values.Has("workers") ? std::atoi(values.Text("workers").c_str()) : 0;
@@ -162,6 +181,7 @@ CommandStatus RunImportByKey(CommandContext& context) {
         return CommandStatus::Failed;
     }
     if (!dialog.OnStart()) {
+        Advise(dialog);
         context.Summary("error", "the dialog's values were refused");
         return CommandStatus::Failed;
     }
