@@ -40,13 +40,17 @@ for side in multi single peer; do
 done
 SIZE=$(du -m "$WORK/multi" | cut -f1)
 
+# Each side starts with the copies on the disk: the writing back of 1.5 GB of fresh copies would
+# otherwise fall into whichever run comes first.
 run_ours() {
+    sync
     measure "$TOOL" --settings "$WORK/settings-$1.ini" --workbook "$WORK/book.xlsx" --quiet import-by-key \
         --tags-from header-row --header-row 1 --key TAG --block '*' --drawings-from selected \
         --list "$WORK/$1.lst" --workers "$2"
 }
 set -- $(run_ours multi 0); MULTI=$1; MULTI_CPU=$2; MULTI_MEM=$3
 set -- $(run_ours single 1); SINGLE=$1; SINGLE_CPU=$2; SINGLE_MEM=$3
+sync
 set -- $(measure /usr/bin/python3 "$(dirname "$0")/peer_import_by_key.py" "$WORK/book.xlsx" TAG "$WORK/peer.lst")
 PEER_S=$1; PEER_CPU=$2; PEER_MEM=$3
 

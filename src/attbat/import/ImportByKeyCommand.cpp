@@ -159,10 +159,11 @@ void Advise(const CExtImportDialog& dialog) {
     if (!advice.empty()) host::CurrentPrinter().Warn("velmar import-by-key: " + advice);
 }
 
-// The threads for the drawing list: --workers N, 0 or none for one per core.
+// The threads for the drawing list: --workers N; 0 or none for two per core, since part of each
+// drawing's time is its save waiting on the disk.
 int Workers(const ControlValues& values) {
     int workers = values.Has("workers") ? std::atoi(values.Text("workers").c_str()) : 0;
-    return workers > 0 ? workers : host::AvailableThreads();
+    return workers > 0 ? workers : 2 * host::AvailableThreads();
 }
 
 CommandStatus RunImportByKey(CommandContext& context) {
@@ -204,7 +205,7 @@ const std::vector<Control>& ImportByKeyControls() {
         std::vector<Control> list = CExtImportDialog::Controls();
         list.push_back({"dry-run", ControlKind::Button,
                         "list every change (drawing, handle, tag, old -> new) and the rows that matched nothing; write nothing"});
-        list.push_back({"workers", ControlKind::Text, "drawings of the list worked on at once (default: one per core)",
+        list.push_back({"workers", ControlKind::Text, "drawings of the list worked on at once (default: two per core)",
                         {}, "N"});
         return list;
     }();
