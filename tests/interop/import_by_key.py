@@ -13,6 +13,8 @@ from pathlib import Path
 import ezdxf
 import openpyxl
 
+from dxf_records import records
+
 BUILD = Path(os.environ["VELMAR_BUILD_DIR"])
 SOURCE = Path(os.environ["VELMAR_SOURCE_DIR"])
 TOOL = BUILD / "src/cli/velmar"
@@ -31,23 +33,6 @@ def velmar(work, *args):
     result = subprocess.run(command, capture_output=True, text=True, timeout=600)
     if result.returncode != 0:
         fail("velmar %s: exit %d\n%s%s" % (" ".join(map(str, args)), result.returncode, result.stdout, result.stderr))
-    return result
-
-
-def records(path):
-    """The DXF text cut into records at each group 0, keyed by handle (or position)."""
-    lines = Path(path).read_text(encoding="utf-8", errors="surrogateescape").splitlines()
-    result, current, handle, index = {}, [], None, 0
-    for i in range(0, len(lines) - 1, 2):
-        code, value = lines[i].strip(), lines[i + 1]
-        if code == "0" and current:
-            result[handle or "#%d" % index] = current
-            current, handle, index = [], None, index + 1
-        current.append((code, value))
-        if code in ("5", "105") and handle is None:
-            handle = value.strip().upper()
-    if current:
-        result[handle or "#%d" % index] = current
     return result
 
 

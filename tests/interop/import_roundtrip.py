@@ -13,6 +13,8 @@ import ezdxf
 import openpyxl
 from openpyxl.comments import Comment
 
+from dxf_records import records
+
 BUILD = Path(os.environ["VELMAR_BUILD_DIR"])
 SOURCE = Path(os.environ["VELMAR_SOURCE_DIR"])
 TOOL = BUILD / "src/cli/velmar"
@@ -35,23 +37,6 @@ def fail(text):
 def velmar(workdir, drawing, *args):
     command = [str(TOOL), "--settings", str(workdir / "settings.ini"), "--drawing", str(drawing), *args]
     return subprocess.run(command, capture_output=True, text=True, timeout=300)
-
-
-def records(path):
-    """The DXF text cut into records at each group 0, keyed by handle (or position)."""
-    lines = Path(path).read_text(encoding="utf-8", errors="surrogateescape").splitlines()
-    result, current, handle, index = {}, [], None, 0
-    for i in range(0, len(lines) - 1, 2):
-        code, value = lines[i].strip(), lines[i + 1]
-        if code == "0" and current:
-            result[handle or f"#{index}"] = current
-            current, handle, index = [], None, index + 1
-        current.append((code, value))
-        if code in ("5", "105") and handle is None:
-            handle = value.strip().upper()
-    if current:
-        result[handle or f"#{index}"] = current
-    return result
 
 
 def attribs(doc):
