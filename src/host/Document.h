@@ -108,6 +108,14 @@ public:
     Document* Add(std::unique_ptr<Document> doc, bool makeCurrent);
     // The open document of `path` (without regard to case); null when none.
     Document* Find(std::string_view path) const;
+    // For each of `paths`, whether a document holds it: asked on the calling thread before work
+    // on the paths is shared out, since only that thread may touch the documents.
+    template <class Paths>
+    std::vector<char> OpenAmong(const Paths& paths) const {
+        std::vector<char> open;
+        for (const auto& path : paths) open.push_back(Find(path) != nullptr);
+        return open;
+    }
     // Every open document, current first when there is one.
     std::vector<Document*> Documents() const;
     // Closes one document without saving; the current one leaves no current behind.

@@ -315,11 +315,9 @@ void CExtImportDialog::ReadListedDrawings() {
         gone[i] = !base::FileExists(path);
         if (!gone[i]) status[i] = ReadDefinitions(read[i], path);
     };
-    work.onCallingThread = [&](std::size_t i) {
-        host::Document* current = documents.CurDocument();
-        const std::string& path = m_options.Drawings[static_cast<int>(i)];
-        return documents.Find(path) || (current && base::EqualNoCase(path, current->FileName()));
-    };
+    // Open documents are the host's: only the calling thread touches them.
+    const std::vector<char> open = documents.OpenAmong(m_options.Drawings);
+    work.onCallingThread = [&](std::size_t i) { return open[i] != 0; };
     work.told = [&](std::size_t i) {
         // After a cancel, what other threads finished meanwhile is let go: the list holds what
         // was told before it.

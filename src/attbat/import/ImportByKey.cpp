@@ -363,11 +363,8 @@ void UpdateDrawingList(const CImportByKeyAttOpt& options, const CStringTable& ta
                            run.dryRun, results[i]);
     };
     // Open documents are the host's: only the calling thread touches them.
-    work.onCallingThread = [&](std::size_t i) {
-        const std::string& path = options.Drawings.GetAt(static_cast<int>(i));
-        host::Document* current = documents.CurDocument();
-        return documents.Find(path) != nullptr || (current && base::EqualNoCase(path, current->FileName()));
-    };
+    const std::vector<char> open = documents.OpenAmong(options.Drawings);
+    work.onCallingThread = [&](std::size_t i) { return open[i] != 0; };
     work.told = [&](std::size_t i) { meter.SetPosition(static_cast<long>(i) + 1); };
     std::size_t done = host::RunInOrder(count, run.threads, work);
     results.resize(done);
