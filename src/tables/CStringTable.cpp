@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "tables/CellAddress.h"
+#include "tables/InvalidArgument.h"
 #include "base/Format.h"
 #include "base/Path.h"
 #include "base/Text.h"
@@ -104,6 +105,29 @@ int CStringTable::FindRowByDrawing(const CStringTable& table, int dwgColumn,
         }
         if (matches) return row;
     }
+    return -1;
+}
+
+KeyRowIndex::KeyRowIndex(const CStringTable& table, int keyColumn) {
+    const int index = CellIndexOfColumn(table, keyColumn);
+    if (index < 0) return;
+    column_ = true;
+    for (int row = 0; row < table.GetSize(); ++row) {
+        const CStringArrayEx& cells = table.GetAt(row);
+        if (index >= cells.GetSize()) {
+            // A scan stops here with an exception: no row behind it can be found.
+            shortRow_ = row;
+            return;
+        }
+        rows_.emplace(base::FoldCase(cells.GetAt(index)), row);
+    }
+}
+
+int KeyRowIndex::Find(std::string_view value) const {
+    if (!column_) return -1;
+    auto found = rows_.find(base::FoldCase(value));
+    if (found != rows_.end()) return found->second;
+    if (shortRow_ >= 0) throw InvalidArgument("row " + std::to_string(shortRow_) + " has no cell in the key column");
     return -1;
 }
 

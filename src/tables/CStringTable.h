@@ -4,6 +4,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 
 #include "tables/Array.h"
 #include "tables/CStringArrayEx.h"
@@ -46,6 +47,20 @@ public:
     static int FindRowByDrawing(const CStringTable& table, int dwgColumn, int blockNameColumn,
                                 std::string_view drawingPath, std::string_view blockName,
                                 std::string_view ownerBlockId, const LayoutNameSource& layouts);
+};
+
+// FindKeyRow without wildcards for many values over one table: the key column is read once, and
+// each value is then found in constant time with the very answers FindKeyRow gives, a row too
+// short for the column raising InvalidArgument wherever a scan would have reached it.
+class KeyRowIndex {
+public:
+    KeyRowIndex(const CStringTable& table, int keyColumn);
+    int Find(std::string_view value) const;
+
+private:
+    std::unordered_map<std::string, int> rows_;  // folded cell text to its first row
+    int shortRow_ = -1;                          // the first row too short for the column
+    bool column_ = false;                        // the column lies in the table
 };
 
 }  // namespace tables

@@ -100,6 +100,37 @@ TEST(CStringTable, FindKeyRowRaisesAtAShortRowEvenIfALaterRowMatches) {
     EXPECT_THROW(CStringTable::FindKeyRow(table, 2, "4", true), InvalidArgument);
 }
 
+// The index must give what a scan gives: the same row, -1, or the same exception.
+void ExpectIndexAnswersAsTheScan(const CStringTable& table, int column, std::initializer_list<const char*> values) {
+    const KeyRowIndex index(table, column);
+    for (const char* value : values) {
+        int scanned = -2;
+        bool scanThrew = false;
+        try {
+            scanned = CStringTable::FindKeyRow(table, column, value, false);
+        } catch (const InvalidArgument&) {
+            scanThrew = true;
+        }
+        if (scanThrew) {
+            EXPECT_THROW(index.Find(value), InvalidArgument) << value;
+        } else {
+            EXPECT_EQ(index.Find(value), scanned) << value;
+        }
+    }
+}
+
+TEST(CStringTable, AKeyRowIndexAnswersAsTheScanDoes) {
+    const CStringTable schedule = Schedule();
+    for (int column : {0, 1, 2, 3, 4, 5}) {
+        ExpectIndexAnswersAsTheScan(schedule, column, {"d-02", "D-02", "1200", "40", "tag", "X-99", ""});
+    }
+    const CStringTable accents = MakeTable("$A$1", {{"CL\u00C9"}, {"\u00C9tage"}, {"\u00E9TAGE"}, {"stra\u00DFe"}});
+    ExpectIndexAnswersAsTheScan(accents, 1, {"\u00E9tage", "\u00C9TAGE", "STRASSE", "stra\u00DFe", "cl\u00E9"});
+    const CStringTable shortRow = MakeTable("$A$1", {{"TAG", "NO"}, {"a", "1"}, {"b", "2"}, {"c"}, {"d", "4"}});
+    ExpectIndexAnswersAsTheScan(shortRow, 2, {"2", "1", "4", "NO", "none"});
+    ExpectIndexAnswersAsTheScan(CStringTable(), 1, {"a"});
+}
+
 TEST(CStringTable, FindKeyRowGivesMinusOneForEmptyTableBadAddressOrColumnOutsideRowZero) {
     EXPECT_EQ(CStringTable::FindKeyRow(CStringTable(), 1, "a", false), -1);
     CStringTable table = Schedule();

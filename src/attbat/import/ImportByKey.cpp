@@ -179,11 +179,18 @@ public:
 private:
     bool RowTaken(int row) const { return row >= 0 && (filter_.empty() || filter_.count(row + 1) != 0); }
 
+    // The row of a key value: FindKeyRow, through an index of the key column when the cells are
+    // plain text, so that a sheet of thousands of rows costs no more per reference than a few.
+    int RowOfKey(const std::string& key) {
+        if (options_.UseWildcardInKeyAttTag) return CStringTable::FindKeyRow(table_, columns_.key, key, true);
+        if (!keys_) keys_ = std::make_unique<tables::KeyRowIndex>(table_, columns_.key);
+        return keys_->Find(key);
+    }
+
     int RowOfReference(const cad::BlockReference& reference, const std::string& blockName) {
         if (!byDrawing_) {
             std::string key = KeyValueOf(reference, options_.KeyTag);
-            if (key.empty()) return -1;
-            return CStringTable::FindKeyRow(table_, columns_.key, key, options_.UseWildcardInKeyAttTag != 0);
+            return key.empty() ? -1 : RowOfKey(key);
         }
         if (!layouts_) layouts_ = std::make_unique<DatabaseLayoutNames>(db_);
         int row = CStringTable::FindRowByDrawing(table_, columns_.drawing, columns_.blockName, drawing_,
@@ -230,7 +237,7 @@ private:
             if (definition.Tag() != options_.KeyTag) continue;
             auto key = leader.GetBlockAttributeValue(definition);
             if (!key || key.Value().empty()) return;
-            row = CStringTable::FindKeyRow(table_, columns_.key, key.Value(), options_.UseWildcardInKeyAttTag != 0);
+            row = RowOfKey(key.Value());
             break;
         }
         if (!RowTaken(row)) return;
@@ -257,6 +264,7 @@ private:
     const bool byDrawing_;
     std::unordered_set<int> filter_;
     std::unique_ptr<DatabaseLayoutNames> layouts_;
+    std::unique_ptr<tables::KeyRowIndex> keys_;
 };
 
 // The rows of a sheet worth a key: those the filter takes, past the header row, with a key.
