@@ -99,4 +99,10 @@ Printer& CurrentPrinter() {
     return printer;
 }
 
+std::string StatusText(const base::Status& status) {
+    std::string text = status.Message();
+    while (!text.empty() && text.back() == '.') text.pop_back();
+    return text;
+}
+
 }  // namespace host

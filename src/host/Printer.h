@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "base/Format.h"
+#include "base/Status.h"
 
 namespace host {
 
@@ -82,6 +83,10 @@ private:
 
 // The printer of this run.
 Printer& CurrentPrinter();
+
+// A failure as it stands in one of the system's lines ("Failed to open %s: %s."), where the
+// host's error text would: its message without the closing period the line brings.
+std::string StatusText(const base::Status& status);
 
 // acutPrintf: formats the system's format string and prints it on the command line.
 template <class... Args>

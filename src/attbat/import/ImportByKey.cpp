@@ -38,17 +38,21 @@ public:
                 db_ = &current->Database();
                 working_ = true;
             } else {
-                host::Printf("\nFailed to open %s: %s.", path_, current->LoadStatus().Message());
+                host::Printf("\nFailed to open %s: %s.", path_, host::StatusText(current->LoadStatus()));
+                failed_ = true;
             }
             return;
         }
         path_ = path;
         if (path.empty()) return;  // no current drawing to stand for
         db_ = ReachDrawing(path, side_);
+        failed_ = db_ == nullptr;
         if (db_ && !side_) open_ = host::DocumentManager::Instance().Find(path);
     }
 
     cad::Database* Database() const { return db_; }
+    // True when the drawing couldn't be read or saved.
+    bool Failed() const { return failed_; }
     const std::string& Path() const { return path_; }
 
     // Saves a drawing read here (in its version, or the newest when asked), keeping a backup,
@@ -62,14 +66,16 @@ public:
         }
         if (saveAsCurrentVersion) {
             if (base::Status converted = db_->UpgradeTo(cad::Database::kNewestRelease); !converted) {
-                host::Printf("\nFailed to save %s: %s.", path_, converted.Message());
+                host::Printf("\nFailed to save %s: %s.", path_, host::StatusText(converted));
+                failed_ = true;
                 return;
             }
         }
         // A drawing nothing changed is already what a save would write.
         if (db_->IsModified()) {
             if (base::Status saved = host::SaveSideDatabase(*db_, path_); !saved) {
-                host::Printf("\nFailed to save %s: %s.", path_, saved.Message());
+                host::Printf("\nFailed to save %s: %s.", path_, host::StatusText(saved));
+                failed_ = true;
                 return;
             }
         }
@@ -82,6 +88,7 @@ private:
     std::unique_ptr<cad::Database> side_;
     host::Document* open_ = nullptr;
     bool working_ = false;
+    bool failed_ = false;
 };
 
 // Where the key is found in the table: its column, or for "DWG File" the drawing and block name
@@ -385,6 +392,7 @@ void UpdateDrawingByKey(const std::string& drawingPath, const CStringTable& tabl
                         bool dryRun, DrawingKeyResult& result) {
     DrawingAtHand drawing(drawingPath);
     cad::Database* db = drawing.Database();
+    result.failed = drawing.Failed();
     if (!db) return;
     const bool byDrawing = options.KeyTag == CImportByKeyAttOpt::dwgFileKey;
     try {
@@ -405,6 +413,7 @@ void UpdateDrawingByKey(const std::string& drawingPath, const CStringTable& tabl
         // A row too short for a column ends this drawing; what was written stays and is saved.
     }
     drawing.Finish(options.SaveAsCurrentDwgVersion != 0, dryRun);
+    result.failed = drawing.Failed();
 }
 
 bool ImportByKeyAttribute(CImportByKeyAttOpt options, const KeyImportRun& run, KeyImportReport& report) {
@@ -420,6 +429,7 @@ bool ImportByKeyAttribute(CImportByKeyAttOpt options, const KeyImportRun& run, K
     bool finished = true;
     for (const std::string& sheet : sheets) {
         if (!ExcelUtils::ActivateSheet(sheet)) {
+            report.missingSheet = sheet;
             finished = false;
             break;
         }
@@ -445,6 +455,7 @@ bool ImportByKeyAttribute(CImportByKeyAttOpt options, const KeyImportRun& run, K
         }
         std::unordered_set<int> matched;
         for (DrawingKeyResult& result : results) {
+            report.failedDrawings += result.failed ? 1 : 0;
             matched.insert(result.matchedRows.begin(), result.matchedRows.end());
             std::move(result.changes.begin(), result.changes.end(), std::back_inserter(report.changes));
         }

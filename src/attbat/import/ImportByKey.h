@@ -21,6 +21,7 @@ struct DrawingKeyResult {
     bool listChanges = true;
     std::vector<ImportChange> changes;
     std::vector<int> matchedRows;
+    bool failed = false;  // the drawing couldn't be read or saved (its line says why)
 };
 
 // Writes `table` into one drawing: the current one for an empty path or its file name, an open
@@ -52,6 +53,8 @@ struct KeyImportReport {
     // "Sheet: row N" for each row of a sheet whose key matched nothing in any drawing.
     std::vector<std::string> unmatchedRows;
     int drawings = 0;                   // drawings walked
+    int failedDrawings = 0;             // of those, the ones that couldn't be read or saved
+    std::string missingSheet;           // the sheet that could not be activated, when one ended the work
     bool finished = false;              // every sheet was done
 };
 

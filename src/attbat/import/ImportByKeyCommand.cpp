@@ -195,6 +195,15 @@ CommandStatus RunImportByKey(CommandContext& context) {
     context.Summary("drawings", report.drawings);
     if (run.dryRun || context.reportAsJson) ReportChanges(context, report.changes, run.dryRun, &report.unmatchedRows);
     context.SummaryBool("written", !run.dryRun);
+    if (!report.missingSheet.empty()) {
+        host::CurrentPrinter().Warn(base::Sprintf("velmar import-by-key: the workbook %s has no sheet \"%s\".",
+                                                  dialog.m_options.Workbook, report.missingSheet));
+    }
+    // The lines of the drawings that failed are told; the exit status says so too, for a script.
+    if (report.failedDrawings > 0) {
+        context.Summary("failed", report.failedDrawings);
+        return CommandStatus::Failed;
+    }
     return finished ? CommandStatus::Done : CommandStatus::Failed;
 }
 

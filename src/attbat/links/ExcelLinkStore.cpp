@@ -33,7 +33,7 @@ std::vector<std::string> LinkStrings(const cad::Object& object, std::string_view
 std::unique_ptr<cad::Database> ReadForLink(const std::string& path) {
     auto db = host::ReadSideDatabase(path);
     if (!db) {
-        host::Printf("\nFailed to open %s: %s.", path, db.GetStatus().Message());
+        host::Printf("\nFailed to open %s: %s.", path, host::StatusText(db.GetStatus()));
         return nullptr;
     }
     return std::move(*db);

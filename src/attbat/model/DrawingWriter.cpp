@@ -187,12 +187,12 @@ cad::Database* ReachDrawing(const std::string& path, std::unique_ptr<cad::Databa
     }
     if (host::Document* open = host::DocumentManager::Instance().Find(path)) {
         if (open->Load()) return &open->Database();
-        host::Printf("\nFailed to open %s: %s.", path, open->LoadStatus().Message());
+        host::Printf("\nFailed to open %s: %s.", path, host::StatusText(open->LoadStatus()));
         return nullptr;
     }
     auto read = host::ReadSideDatabase(path);
     if (!read) {
-        host::Printf("\nFailed to open %s: %s.", path, read.GetStatus().Message());
+        host::Printf("\nFailed to open %s: %s.", path, host::StatusText(read.GetStatus()));
         return nullptr;
     }
     side = std::move(read.Value());
@@ -217,7 +217,7 @@ void UpdateDrawings(const AcadBlockRefArray& rows, const std::string* linkText, 
     // A current drawing read on first use may turn out unreadable only here: it is passed over
     // like any other drawing that fails to open.
     if (anyCurrent && current && !current->Load()) {
-        host::Printf("\nFailed to open %s: %s.", currentName, current->LoadStatus().Message());
+        host::Printf("\nFailed to open %s: %s.", currentName, host::StatusText(current->LoadStatus()));
     } else if (anyCurrent && current) {
         host::DocumentLock lock(current);
         cad::Database& db = current->Database();
@@ -248,7 +248,7 @@ void UpdateDrawings(const AcadBlockRefArray& rows, const std::string* linkText, 
             open->Unlock();
             host::PrintfOnceSaved("\nSuccessfully update %s.", file);
         } else if (base::Status saved = host::SaveSideDatabase(*db, file); !saved) {
-            host::Printf("\nFailed to save %s: %s.", file, saved.Message());
+            host::Printf("\nFailed to save %s: %s.", file, host::StatusText(saved));
         } else {
             host::Printf("\nSuccessfully update %s.", file);
         }

@@ -364,5 +364,36 @@ TEST(ImportByKey, SaveAsCurrentDwgVersionBringsAnOldFileToTheNewestReleaseButNev
     EXPECT_EQ(f.Current(first, "WIDTH"), "950");
 }
 
+TEST(ImportByKey, DrawingsThatCannotBeReadOrSavedAreToldAndCountedAndTheOthersGoOn) {
+    KeyImport f;
+    f.Book("doors.xlsx", "Doors");
+    std::string locked = f.Copy(kSample, "locked.dxf");
+    std::filesystem::permissions(locked, std::filesystem::perms::owner_read | std::filesystem::perms::group_read |
+                                             std::filesystem::perms::others_read);
+    std::string broken = f.temp / "broken.dxf";
+    ASSERT_TRUE(base::WriteFileAtomic(broken, "garbage\n"));
+    const std::string lockedBytes = *base::ReadFile(locked);
+    f.options.DrawingOption = 1;
+    for (const std::string& path : {locked, broken, f.drawing}) f.options.Drawings.Add(path);
+    ASSERT_TRUE(f.Run(false, 2));
+    EXPECT_EQ(f.report.failedDrawings, 2);
+    EXPECT_EQ(*base::ReadFile(locked), lockedBytes);
+    EXPECT_EQ(AttText(f.drawing, "DE", "WIDTH"), "950");
+    // The line ends in one period, however the failure's own text ends.
+    EXPECT_NE(f.Printed().find("Failed to save " + locked + ": "), std::string::npos) << f.Printed();
+    EXPECT_NE(f.Printed().find("Failed to open " + broken + ": "), std::string::npos) << f.Printed();
+    EXPECT_EQ(f.Printed().find(".."), std::string::npos) << f.Printed();
+}
+
+TEST(ImportByKey, ASheetThatIsNotThereEndsTheWorkWithoutASuccessLineAndIsNamed) {
+    KeyImport f;
+    f.Book("doors.xlsx", "Doors");
+    f.OpenCurrent();
+    f.options.Worksheet = "Nope";
+    EXPECT_FALSE(f.Run());
+    EXPECT_EQ(f.report.missingSheet, "Nope");
+    EXPECT_EQ(f.Printed(), "");
+}
+
 }  // namespace
 }  // namespace attbat
