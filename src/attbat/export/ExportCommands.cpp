@@ -15,6 +15,7 @@
 #include "attbat/export/DocumentDrawingContext.h"
 #include "attbat/frame/CAttBatApp.h"
 #include "attbat/frame/CRegistry.h"
+#include "attbat/frame/Refusal.h"
 #include "attbat/frame/RegistrySettingsStore.h"
 #include "attbat/model/OuterPolygon.h"
 #include "tables/CellAddress.h"
@@ -27,15 +28,6 @@
 namespace attbat {
 
 namespace {
-
-// A value the wizard won't take: the first one is said, and the command stops before exporting.
-struct Refusal {
-    bool ok = true;
-    void Fail(const std::string& message) {
-        if (ok) host::CurrentPrinter().Warn(message);
-        ok = false;
-    }
-};
 
 // Display width in code points, for aligning the preview on a terminal.
 std::string Pad(const std::string& text, std::size_t width) {

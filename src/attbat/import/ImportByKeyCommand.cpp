@@ -7,6 +7,7 @@
 
 #include "arxutils/ExcelUtils.h"
 #include "arxutils/excel/AutomationError.h"
+#include "attbat/frame/Refusal.h"
 #include "attbat/import/CExtImportDialog.h"
 #include "attbat/import/ImportByKey.h"
 #include "attbat/import/ImportReport.h"
@@ -20,15 +21,6 @@
 namespace attbat {
 
 namespace {
-
-// A value the dialog won't take: the first is said, and the command stops before the import.
-struct Refusal {
-    bool ok = true;
-    void Fail(const std::string& message) {
-        if (ok) host::CurrentPrinter().Warn("velmar import-by-key: " + message);
-        ok = false;
-    }
-};
 
 // Paths as a file box gives them: full, so that the stored list serves a run started elsewhere.
 std::vector<std::string> FullPaths(const std::vector<std::string>& paths) {
@@ -173,7 +165,7 @@ CommandStatus RunImportByKey(CommandContext& context) {
     CExtImportDialog dialog;
     dialog.m_readers = Workers(context.values);
     dialog.OnInitDialog();
-    Refusal refusal;
+    Refusal refusal("velmar import-by-key: ");
     if (!SetControls(dialog, context, refusal)) return refusal.ok ? CommandStatus::Failed : CommandStatus::BadInput;
     // A current drawing that can't be read has no blocks to offer; say why rather than that
     // no block was chosen.
