@@ -50,6 +50,8 @@ public:
     // True before the first Database() of an OnFirstUse document, and between a Release and
     // the next Database().
     bool IsReleased() const { return !db_; }
+    // True when `db` is this document's drawing as read now; never reads it.
+    bool Holds(const cad::Database& db) const { return db_.get() == &db; }
     // Why reading the file again failed; Ok otherwise.
     const base::Status& LoadStatus() const { return loadStatus_; }
 
