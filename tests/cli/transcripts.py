@@ -51,6 +51,9 @@ def runs():
     yield "readme-import-dry-run", ["--drawing", "plan.dxf", "--workbook", "plan.xlsx",
                                     "import-by-handle", "--dry-run"]
     yield "readme-import", ["--drawing", "plan.dxf", "--workbook", "plan.xlsx", "import-by-handle"]
+    yield "readme-upload-dry-run", ["--drawing", "plan.dxf", "--workbook", "plan.xlsx", "upload", "--dry-run"]
+    yield "readme-upload", ["--yes", "--drawing", "plan.dxf", "--workbook", "plan.xlsx", "upload",
+                            "--remove-deleted-rows", "no"]
     yield "readme-import-by-key-dry-run", ["--drawing", "plan.dxf", "--workbook", "plan.xlsx", "import-by-key",
                                            "--tags-from", "header-row", "--header-row", "1", "--key", "MARK",
                                            "--block", "DOOR", "--dry-run"]
