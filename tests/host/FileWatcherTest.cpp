@@ -60,25 +60,33 @@ protected:
         WriteFile(drawing, "first\n");
     }
 
+    // Watches the drawing and `second` (the workbook's lock file).
+    void WatchDrawingAnd(host::FileWatcher& watcher, const std::string& second) {
+        ASSERT_TRUE(watcher.Watch(drawing));
+        ASSERT_TRUE(watcher.Watch(second));
+    }
+
     TempFolder folder;
     const std::string drawing = folder.File("plan.dxf");
+    const std::string lock = folder.File(".~lock.book.xlsx#");
 };
 
-TEST_F(FileWatcherTest, RewriteInPlaceIsOneSave) {
+// The two ways editors save: rewriting the file in place, or a temporary file renamed over it.
+class EditorSaveTest : public FileWatcherTest,
+                       public ::testing::WithParamInterface<void (*)(const std::string&, const std::string&)> {};
+
+TEST_P(EditorSaveTest, IsOneSave) {
     host::FileWatcher watcher;
     ASSERT_TRUE(watcher.Watch(drawing));
-    WriteFile(drawing, "second\n");
+    GetParam()(drawing, "second\n");
     ExpectEvent(watcher.Wait(kPatience), host::WatchOutcome::Saved, drawing);
     ExpectEvent(watcher.Wait(kSilence), host::WatchOutcome::Timeout);
 }
 
-TEST_F(FileWatcherTest, TemporaryFileRenamedOverTheTargetIsOneSave) {
-    host::FileWatcher watcher;
-    ASSERT_TRUE(watcher.Watch(drawing));
-    SaveByRename(drawing, "second\n");
-    ExpectEvent(watcher.Wait(kPatience), host::WatchOutcome::Saved, drawing);
-    ExpectEvent(watcher.Wait(kSilence), host::WatchOutcome::Timeout);
-}
+INSTANTIATE_TEST_SUITE_P(FileWatcher, EditorSaveTest, ::testing::Values(&WriteFile, &SaveByRename),
+                         [](const auto& info) {
+                             return std::string(info.param == &WriteFile ? "RewriteInPlace" : "TemporaryFileRenamedOverTheTarget");
+                         });
 
 TEST_F(FileWatcherTest, BurstOfWritesWhileWaitingIsOneSave) {
     // A settle time far above the writer's pauses, so the burst holds together under load.
@@ -170,11 +178,9 @@ TEST_F(FileWatcherTest, PathOfAFolderIsRefused) {
 }
 
 TEST_F(FileWatcherTest, DeletionOfASecondWatchedNameIsReported) {
-    const std::string lock = folder.File(".~lock.book.xlsx#");
     WriteFile(lock, "user\n");
     host::FileWatcher watcher;
-    ASSERT_TRUE(watcher.Watch(drawing));
-    ASSERT_TRUE(watcher.Watch(lock));
+    WatchDrawingAnd(watcher, lock);
     ASSERT_EQ(::unlink(lock.c_str()), 0);
     ExpectEvent(watcher.Wait(kPatience), host::WatchOutcome::Removed, lock);
     ExpectEvent(watcher.Wait(kSilence), host::WatchOutcome::Timeout);
@@ -182,22 +188,19 @@ TEST_F(FileWatcherTest, DeletionOfASecondWatchedNameIsReported) {
 
 TEST_F(FileWatcherTest, SecondNameInAnotherFolderIsWatchedToo) {
     TempFolder other;
-    const std::string lock = other.File(".~lock.book.xlsx#");
+    const std::string elsewhere = other.File(".~lock.book.xlsx#");
     host::FileWatcher watcher;
-    ASSERT_TRUE(watcher.Watch(drawing));
-    ASSERT_TRUE(watcher.Watch(lock));
-    WriteFile(lock, "user\n");
-    ExpectEvent(watcher.Wait(kPatience), host::WatchOutcome::Saved, lock);
-    ASSERT_EQ(::unlink(lock.c_str()), 0);
-    ExpectEvent(watcher.Wait(kPatience), host::WatchOutcome::Removed, lock);
+    WatchDrawingAnd(watcher, elsewhere);
+    WriteFile(elsewhere, "user\n");
+    ExpectEvent(watcher.Wait(kPatience), host::WatchOutcome::Saved, elsewhere);
+    ASSERT_EQ(::unlink(elsewhere.c_str()), 0);
+    ExpectEvent(watcher.Wait(kPatience), host::WatchOutcome::Removed, elsewhere);
 }
 
 TEST_F(FileWatcherTest, SaveAndRemovalInOneBurstAreTwoEventsInOrder) {
-    const std::string lock = folder.File(".~lock.book.xlsx#");
     WriteFile(lock, "user\n");
     host::FileWatcher watcher;
-    ASSERT_TRUE(watcher.Watch(drawing));
-    ASSERT_TRUE(watcher.Watch(lock));
+    WatchDrawingAnd(watcher, lock);
     WriteFile(drawing, "second\n");
     ASSERT_EQ(::unlink(lock.c_str()), 0);
     ExpectEvent(watcher.Wait(kPatience), host::WatchOutcome::Saved, drawing);
