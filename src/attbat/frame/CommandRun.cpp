@@ -17,12 +17,9 @@
 
 namespace attbat {
 
-namespace {
-
 // Everything that lives for one run of the program, put back as it was at its end.
-class RunScope {
-public:
-    RunScope(const RunSetup& setup, host::Ui& ui) {
+struct ModuleRun::Scope {
+    Scope(const RunSetup& setup, host::Ui& ui) {
         host::SetSettingsFilePath(setup.settings);
         CRegistry::StartRun();
         host::SetLogFilePath(setup.log);
@@ -32,7 +29,7 @@ public:
         host::ProgressMeter::ResetCancel();
         debugOn = 0;
     }
-    ~RunScope() {
+    ~Scope() {
         CRegistry::StartRun();
         host::CurrentPrinter().FinishLine();
         host::CurrentPrinter().SetQuiet(false);
@@ -41,6 +38,80 @@ public:
         debugOn = 0;
     }
 };
+
+ModuleRun::ModuleRun(CAttBatApp& app, const RunSetup& setup, host::Ui& ui)
+    : app_(app), setup_(setup), scope_(std::make_unique<Scope>(setup, ui)) {
+    app_.uploadAtLoad = setup.uploadAtLoad;
+    app_.EntryPoint(kInitAppMsg, nullptr);
+    if (setup.debug) {
+        debugOn = 1;
+        if (!ErrLog().IsOpen() && !ErrLog().Open()) {
+            host::ShowMessage("Failed to create the log file.", "Velmar");
+        }
+    }
+    host::DocumentManager::Instance().CloseAll();
+}
+
+ModuleRun::~ModuleRun() {
+    host::DocumentManager::Instance().CloseAll();
+    arxutils::ExcelUtils::SetDrawingUnits(nullptr);
+    app_.EntryPoint(kUnloadAppMsg, nullptr);
+    host::CurrentPrinter().FinishLine();
+}
+
+base::Status ModuleRun::OpenDrawing(host::ReadKind when) {
+    host::DocumentManager& documents = host::DocumentManager::Instance();
+    if (!setup_.drawing.empty()) {
+        auto opened = documents.OpenCurrent(setup_.drawing, when);
+        if (!opened) return opened.GetStatus();
+    }
+    // Numbers in cells are read with the current drawing's units (asked for when a number is).
+    if (host::Document* current = documents.CurDocument()) {
+        arxutils::ExcelUtils::SetDrawingUnitsSource([current] { return current->Units(); });
+    } else {
+        arxutils::ExcelUtils::SetDrawingUnits(nullptr);
+    }
+    return base::Status::Ok();
+}
+
+CommandStatus ModuleRun::WithWorkbooks(const std::function<CommandStatus()>& work, CommandContext& context,
+                                       host::BackupMode backup) {
+    // The workbook given stands for the running instance.
+    arxutils::excel::FileBackendOptions options = setup_.workbooks;
+    options.drawingPath = setup_.drawing;
+    auto workbooks = arxutils::excel::FileBackend::Create(options);
+    if (!workbooks) {
+        host::CurrentPrinter().Warn(workbooks.GetStatus().Message());
+        return CommandStatus::Failed;
+    }
+    arxutils::excel::SetCurrentServer(workbooks->get());
+    CommandStatus status = work();
+    bool allSaved = true;
+    auto fail = [&](const std::string& message) {
+        host::CurrentPrinter().Warn(message);
+        context.Summary("error", message);
+        status = CommandStatus::Failed;
+        allSaved = false;
+    };
+    if ((*workbooks)->HasChanges()) {
+        if (status != CommandStatus::Done) {
+            host::CurrentPrinter().Warn(
+                "The workbook changes of the unfinished command were not saved; the files are as "
+                "they were.");
+            allSaved = false;
+        } else if (base::Status saved = (*workbooks)->SaveChanged(); !saved) {
+            fail(saved.Message());
+        }
+    }
+    arxutils::excel::SetCurrentServer(nullptr);
+    // The host saves what a command changed; unchanged drawings aren't written.
+    if (base::Status saved = host::DocumentManager::Instance().SaveAll(backup); !saved) fail(saved.Message());
+    // Success lines that waited for these saves are told now, or never.
+    host::CurrentPrinter().ReleaseHeld(allSaved);
+    return status;
+}
+
+namespace {
 
 CommandStatus RunGuarded(CAttBatApp& app, const CommandEntry& entry, CommandContext& context) {
     try {
@@ -73,96 +144,30 @@ void RunQueuedCommands(CAttBatApp& app, const CommandContext& context) {
     }
 }
 
-// The end of the run: what was left to save is saved. Workbooks are written only when the
-// command succeeded: a half-done export must not replace the user's file. Their lock files and
-// --force are respected by SaveChanged.
-CommandStatus SaveChanges(CAttBatApp& app, const CommandEntry& entry, CommandContext& context,
-                          arxutils::excel::FileBackend& workbooks, CommandStatus status) {
-    bool allSaved = true;
-    if (workbooks.HasChanges()) {
-        if (status == CommandStatus::Done) {
-            if (base::Status saved = workbooks.SaveChanged(); !saved) {
-                host::CurrentPrinter().Warn(saved.Message());
-                context.Summary("error", saved.Message());
-                status = CommandStatus::Failed;
-                allSaved = false;
-            }
-        } else {
-            host::CurrentPrinter().Warn(
-                "The workbook changes of the unfinished command were not saved; the files are as "
-                "they were.");
-            allSaved = false;
-        }
-    }
-    arxutils::excel::SetCurrentServer(nullptr);
-    arxutils::ExcelUtils::SetDrawingUnits(nullptr);
-    // The host saves what a command changed; unchanged drawings aren't written.
-    const CommandHandler* handler = app.Handler(entry);
-    const host::BackupMode backup =
-        handler && handler->changesViewOnly ? host::BackupMode::KeepExisting : host::BackupMode::Replace;
-    if (base::Status saved = host::DocumentManager::Instance().SaveAll(backup); !saved) {
-        host::CurrentPrinter().Warn(saved.Message());
-        context.Summary("error", saved.Message());
-        status = CommandStatus::Failed;
-        allSaved = false;
-    }
-    // Success lines that waited for these saves are told now, or never.
-    host::CurrentPrinter().ReleaseHeld(allSaved);
-    return status;
-}
-
 }  // namespace
 
 CommandStatus RunCommand(CAttBatApp& app, const CommandEntry& entry, CommandContext& context,
                          const RunSetup& setup, host::Ui& ui) {
-    RunScope scope(setup, ui);
-    app.uploadAtLoad = setup.uploadAtLoad;
-    app.EntryPoint(kInitAppMsg, nullptr);
-    if (setup.debug) {
-        debugOn = 1;
-        if (!ErrLog().IsOpen() && !ErrLog().Open()) {
-            host::ShowMessage("Failed to create the log file.", "Velmar");
-        }
-    }
-    host::DocumentManager& documents = host::DocumentManager::Instance();
-    documents.CloseAll();
+    ModuleRun run(app, setup, ui);
     const CommandHandler* handler = app.Handler(entry);
-    if (!setup.drawing.empty()) {
-        const host::ReadKind when = handler && handler->readsDrawingOnFirstUse
-                                        ? host::ReadKind::OnFirstUse
-                                        : host::ReadKind::Now;
-        auto opened = documents.OpenCurrent(setup.drawing, when);
-        if (!opened) {
-            host::CurrentPrinter().Warn(opened.GetStatus().Message());
-            app.EntryPoint(kUnloadAppMsg, nullptr);
-            return CommandStatus::Failed;
-        }
-    }
-    // The spreadsheet side of the run: the workbook given stands for the running instance, and
-    // numbers in cells are read with the current drawing's units (asked for when a number is).
-    if (host::Document* current = documents.CurDocument()) {
-        arxutils::ExcelUtils::SetDrawingUnitsSource([current] { return current->Units(); });
-    } else {
-        arxutils::ExcelUtils::SetDrawingUnits(nullptr);
-    }
-    arxutils::excel::FileBackendOptions workbookOptions = setup.workbooks;
-    workbookOptions.drawingPath = setup.drawing;
-    auto workbooks = arxutils::excel::FileBackend::Create(workbookOptions);
-    if (!workbooks) {
-        host::CurrentPrinter().Warn(workbooks.GetStatus().Message());
-        arxutils::ExcelUtils::SetDrawingUnits(nullptr);
-        app.EntryPoint(kUnloadAppMsg, nullptr);
+    const host::ReadKind when =
+        handler && handler->readsDrawingOnFirstUse ? host::ReadKind::OnFirstUse : host::ReadKind::Now;
+    if (base::Status opened = run.OpenDrawing(when); !opened) {
+        host::CurrentPrinter().Warn(opened.Message());
         return CommandStatus::Failed;
     }
-    arxutils::excel::SetCurrentServer(workbooks->get());
-    app.EntryPoint(kLoadDwgMsg, nullptr);
-    CommandStatus status = RunGuarded(app, entry, context);
-    RunQueuedCommands(app, context);
-    status = SaveChanges(app, entry, context, **workbooks, status);
-    documents.CloseAll();
-    app.EntryPoint(kUnloadAppMsg, nullptr);
-    host::CurrentPrinter().FinishLine();
-    return status;
+    // A command that changes only the view keeps an existing backup: it may be the only copy from
+    // before an import.
+    const host::BackupMode backup =
+        handler && handler->changesViewOnly ? host::BackupMode::KeepExisting : host::BackupMode::Replace;
+    return run.WithWorkbooks(
+        [&] {
+            app.EntryPoint(kLoadDwgMsg, nullptr);
+            CommandStatus status = RunGuarded(app, entry, context);
+            RunQueuedCommands(app, context);
+            return status;
+        },
+        context, backup);
 }
 
 }  // namespace attbat

@@ -3,12 +3,16 @@
 // the printer set for the run, init, the current drawing opened, the run's workbooks set up as
 // the running spreadsheet, load-drawing, the command, the commands it queued, the workbooks
 // saved when it succeeded, the drawings it changed saved, unload. Every front end runs a command
-// through here, so that each behaves as the host would.
+// through here, so that each behaves as the host would. A front end that serves many events in
+// one run (velmar watch) uses the same steps through ModuleRun.
 
+#include <functional>
 #include <string>
 
 #include "arxutils/excel/FileBackend.h"
 #include "attbat/frame/CommandContext.h"
+#include "base/Status.h"
+#include "host/Document.h"
 
 namespace host {
 class Ui;
@@ -32,6 +36,34 @@ struct RunSetup {
     // The drawing's load uploads as the host's does (see CAttBatApp::uploadAtLoad): only for a
     // run that keeps the drawing open across edits, never for one command.
     bool uploadAtLoad = false;
+};
+
+// The module loaded for one run: settings, log, printer and prompts set for its life, init at
+// its start; the documents closed and unload at its end.
+class ModuleRun {
+public:
+    ModuleRun(CAttBatApp& app, const RunSetup& setup, host::Ui& ui);
+    ~ModuleRun();
+    ModuleRun(const ModuleRun&) = delete;
+    ModuleRun& operator=(const ModuleRun&) = delete;
+
+    // Opens the setup's drawing as the current document (nothing without one); numbers in cells
+    // are read with its units from then on.
+    base::Status OpenDrawing(host::ReadKind when);
+    // Runs `work` with the run's workbooks as the running spreadsheet, then saves: the
+    // workbooks only when `work` succeeded (a half-done export must not replace the user's
+    // file), the changed drawings with `backup`. Success lines held for these saves are told
+    // once all succeeded. A failed save fails the result and is said, also in `context`.
+    CommandStatus WithWorkbooks(const std::function<CommandStatus()>& work, CommandContext& context,
+                                host::BackupMode backup = host::BackupMode::Replace);
+
+    CAttBatApp& App() { return app_; }
+
+private:
+    struct Scope;
+    CAttBatApp& app_;
+    RunSetup setup_;
+    std::unique_ptr<Scope> scope_;
 };
 
 // Runs `entry` with `context` as one run of the module; message boxes and prompts go to `ui`.
