@@ -81,10 +81,10 @@ int RunCommandLine(const std::vector<std::string>& args, attbat::CAttBatApp& app
         if (!isOption) {
             if (!entry) {
                 for (const CommandLineTool& tool : tools) {
-                    if (tool.name == arg) {
-                        return tool.run(std::vector<std::string>(args.begin() + static_cast<long>(i) + 1,
-                                                                 args.end()));
-                    }
+                    if (tool.name != arg) continue;
+                    std::vector<std::string> words(args.begin() + static_cast<long>(i) + 1, args.end());
+                    if (tool.takesGlobalOptions) words.insert(words.begin(), args.begin(), args.begin() + static_cast<long>(i));
+                    return tool.run(words);
                 }
                 entry = attbat::FindCommandEntry(arg);
                 if (!entry) {

@@ -19,6 +19,8 @@ struct CommandLineTool {
     std::string name;
     std::string description;
     std::function<int(const std::vector<std::string>&)> run;
+    // The tool takes the global options too: it gets every word but its name, also those before it.
+    bool takesGlobalOptions = false;
 };
 
 // Runs one command line (the words after the program name) against `app`, whose Velmar_Help

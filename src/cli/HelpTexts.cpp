@@ -54,6 +54,7 @@ std::string SuggestCommand(std::string_view typed) {
 std::string UsageText() {
     std::string text =
         "Usage: velmar [global options] COMMAND [options]\n"
+        "       velmar [global options] watch   (upload what another program saves into a drawing)\n"
         "       velmar dxf|xlsx ...   (diagnostics of drawings and workbooks)\n"
         "\n"
         "Velmar moves block attribute data between DXF drawings and .xlsx workbooks.\n"
@@ -87,6 +88,9 @@ std::string CommandListText(const attbat::CAttBatApp& app) {
     for (const CommandEntry& entry : attbat::DialogTable()) {
         text += base::Sprintf("  %-36s %-22s %s\n", entry.localName, entry.alias, entry.description);
     }
+    text += "\nWatching\n";
+    text += base::Sprintf("  %-36s %-22s %s\n", "watch", "",
+                          "Upload the changes another program saves into a drawing, until Ctrl-C");
     text += "\nDiagnostics\n";
     text += base::Sprintf("  %-36s %-22s %s\n", "dxf", "", "Inspect or resave a DXF drawing");
     text += base::Sprintf("  %-36s %-22s %s\n", "xlsx", "", "Inspect or resave an .xlsx workbook");

@@ -9,6 +9,7 @@
 #include "attbat/links/UploadCommand.h"
 #include "cli/CommandLine.h"
 #include "cli/DxfTool.h"
+#include "cli/WatchTool.h"
 #include "cli/XlsxTool.h"
 
 int main(int argc, char** argv) {
@@ -18,6 +19,9 @@ int main(int argc, char** argv) {
         {"xlsx", "Inspect or resave an .xlsx workbook", cli::RunXlsxTool},
     };
     attbat::CAttBatApp& app = attbat::TheApp();
+    tools.push_back({"watch", "Upload the changes another program saves into a drawing",
+                     [&app](const std::vector<std::string>& words) { return cli::RunWatchTool(words, app); },
+                     true});
     attbat::ImplementExportCommands(app);
     attbat::ImplementImportCommands(app);
     attbat::ImplementLinkCommands(app);

@@ -1077,15 +1077,6 @@ std::unique_ptr<Range> MakeRange(const StatePtr& state, Book* book, xl::Workshee
     return std::make_unique<FileRange>(state, book, Readable(sheet), std::move(areas), mode);
 }
 
-// The lock file another program keeps beside a workbook it has open; "" when there is none.
-std::string LockFileOf(const std::string& path) {
-    std::string folder = base::Folder(path), name = base::FileName(path);
-    std::vector<std::string> locks = {base::JoinPath(folder, ".~lock." + name + "#")};
-    if (base::Length(name) > 2) locks.push_back(base::JoinPath(folder, "~$" + base::Mid(name, 2)));
-    for (const std::string& lock : locks)
-        if (base::FileExists(lock)) return lock;
-    return {};
-}
 
 // A workbook name beside the drawing that no file has yet: "plan.xlsx", "plan-2.xlsx"...
 std::string FreeNameBeside(const std::string& drawingPath, const std::string& fallbackTitle) {
@@ -1196,6 +1187,19 @@ std::vector<std::shared_ptr<Dispatch>> FileBackend::WorkbookWindows(std::intptr_
 bool FileBackend::SetForegroundWindow(std::intptr_t window) { return window != 0 && state_->running; }
 
 std::string FileBackend::NoInstanceText(std::int32_t) { return "No workbook is open."; }
+
+std::vector<std::string> LockFilesOf(const std::string& path) {
+    std::string folder = base::Folder(path), name = base::FileName(path);
+    std::vector<std::string> locks = {base::JoinPath(folder, ".~lock." + name + "#")};
+    if (base::Length(name) > 2) locks.push_back(base::JoinPath(folder, "~$" + base::Mid(name, 2)));
+    return locks;
+}
+
+std::string LockFileOf(const std::string& path) {
+    for (const std::string& lock : LockFilesOf(path))
+        if (base::FileExists(lock)) return lock;
+    return {};
+}
 
 std::string FileBackend::ConnectionAdvice() {
     return "Give the workbook with --workbook FILE; an export can also make a new one with "

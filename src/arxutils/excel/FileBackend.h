@@ -20,6 +20,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "arxutils/excel/ExcelServer.h"
 #include "base/Status.h"
@@ -78,5 +79,11 @@ private:
     FileBackend();
     std::shared_ptr<State> state_;
 };
+
+// Where a spreadsheet program that has `path` open keeps its lock file: LibreOffice's
+// ".~lock.NAME#" and Excel's "~$ME" beside it.
+std::vector<std::string> LockFilesOf(const std::string& path);
+// The lock file of `path` that exists; "" when the workbook is open nowhere else.
+std::string LockFileOf(const std::string& path);
 
 }  // namespace arxutils::excel
