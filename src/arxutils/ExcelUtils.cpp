@@ -494,6 +494,13 @@ bool ExcelUtils::ReadCommentAndText(StringMap& map, bool ignoreProperties) {
 bool ExcelUtils::ReadComments(StringMap& mapComment, StringMap& mapValue) {
     int maxRow = 0, maxColumn = 0;
     std::string sheetName;
+    // The cells of this sheet's keys, so that the range read fills them without a search of the
+    // map for every cell of the range.
+    struct KeyCell {
+        int row, column;
+        std::string* value;
+    };
+    std::vector<KeyCell> keyCells;
     bool ok = Guarded([&] {
         auto comments = Sheet().GetComments();
         int count = comments->Count();
@@ -514,18 +521,21 @@ bool ExcelUtils::ReadComments(StringMap& mapComment, StringMap& mapValue) {
             maxColumn = std::max(maxColumn, column);
             std::string key = base::Sprintf("%s:%s", sheetName, address);
             mapComment[key] = text;
-            mapValue[key] = std::string();
+            std::string& value = mapValue[key];
+            value.clear();
+            keyCells.push_back({row, column, &value});
         }
         return true;
     });
     if (!ok || maxRow < 1 || maxColumn < 1) return ok;
     tables::CStringTable table;
     if (!ReadValues(table, base::Sprintf("$A$1:%s", tables::AbsoluteCell(maxRow, maxColumn)))) return false;
-    for (int r = 0; r < table.GetSize(); ++r)
-        for (int c = 0; c < table[r].GetSize(); ++c) {
-            auto it = mapValue.find(base::Sprintf("%s:%s", sheetName, tables::AbsoluteCell(r + 1, c + 1)));
-            if (it != mapValue.end()) it->second = table[r][c];
+    for (const KeyCell& cell : keyCells) {
+        if (cell.row >= 1 && cell.column >= 1 && cell.row <= table.GetSize() &&
+            cell.column <= table[cell.row - 1].GetSize()) {
+            *cell.value = table[cell.row - 1][cell.column - 1];
         }
+    }
     return true;
 }
 

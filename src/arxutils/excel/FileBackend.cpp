@@ -87,6 +87,7 @@ bool WholeColumns(const xl::CellRange& r) { return r.firstRow == 1 && r.lastRow 
 
 // The part of a range that holds anything, so that whole rows and columns cost what is used.
 xl::CellRange Clip(xl::Worksheet& sheet, const xl::CellRange& r) {
+    if (!WholeRows(r) && !WholeColumns(r)) return r;  // a cell or a block costs what it is
     xl::CellRange used = sheet.UsedRange();
     xl::CellRange out = r;
     if (WholeRows(r)) out.lastColumn = std::max(1, used.lastColumn);

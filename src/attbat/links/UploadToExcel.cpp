@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <optional>
+#include <unordered_map>
 
 #include "arxutils/ArxUtils.h"
 #include "arxutils/ExcelUtils.h"
@@ -164,7 +165,7 @@ void ParseUpload(UploadMaps& maps, bool automatic) {
     cad::Database& db = current->Database();
     const CadDrawingContext drawing(&db);
     ReferenceRowReader reader(db, currentPath);
-    std::map<std::string, std::optional<AcadBlockRef>, std::less<>> rows;
+    std::unordered_map<std::string, std::optional<AcadBlockRef>> rows;
     CDocData* changed = automatic ? &DataManager().docData(current) : nullptr;
     host::ProgressMeter meter("Parsing the data...", static_cast<long>(maps.comments.size()) + 1);
     for (const auto& [cellKey, comment] : maps.comments) {
