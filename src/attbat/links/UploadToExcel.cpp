@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <optional>
-#include <unordered_map>
+#include <unordered_set>
 
 #include "arxutils/ArxUtils.h"
 #include "arxutils/ExcelUtils.h"
@@ -163,13 +163,30 @@ void ParseUpload(UploadMaps& maps, bool automatic) {
     const bool updatePaths = CRegistry::GetInt("Velmar", "UpdateDrawingPathsInExcel", 0) != 0;
     const std::string& currentPath = current->FileName();
     cad::Database& db = current->Database();
-    const CadDrawingContext drawing(&db);
-    ReferenceRowReader reader(db, currentPath);
-    std::unordered_map<std::string, std::optional<AcadBlockRef>> rows;
     CDocData* changed = automatic ? &DataManager().docData(current) : nullptr;
     host::ProgressMeter meter("Parsing the data...", static_cast<long>(maps.comments.size()) + 1);
+
+    // First the keys: which cells name which reference of this drawing.
+    struct Keyed {
+        std::size_t order;  // of the comment, for the deleted rows' order of finding
+        const std::string* cellKey;
+        const std::string* cellText;
+        UploadKey key;
+    };
+    std::vector<Keyed> keyed;
+    static const std::string noText;
+    // The two maps hold the same keys, so their entries are walked side by side.
+    auto cell = maps.cells.begin();
+    std::size_t order = 0;
     for (const auto& [cellKey, comment] : maps.comments) {
         meter.Step();
+        const std::string* cellText = &noText;
+        if (cell != maps.cells.end() && cell->first == cellKey) {
+            cellText = &(cell++)->second;
+        } else if (auto found = maps.cells.find(cellKey); found != maps.cells.end()) {
+            cellText = &found->second;
+        }
+        ++order;
         if (comment.empty()) continue;
         if (base::EqualNoCase(comment, CurrentDrawingMark)) {
             if (updatePaths) maps.commentChanges[cellKey] = std::string();
@@ -179,7 +196,7 @@ void ParseUpload(UploadMaps& maps, bool automatic) {
         if (firstLine.empty()) continue;
         UploadKey key;
         SplitFirstLine(firstLine, key);
-        if (!base::EqualNoCase(key.drawingPath, currentPath)) {
+        if (key.drawingPath != currentPath && !base::EqualNoCase(key.drawingPath, currentPath)) {
             // The same file in another folder is the drawing moved; any other is another drawing.
             if (!updatePaths || key.drawingPath.empty() ||
                 !base::EqualNoCase(base::FileName(key.drawingPath), base::FileName(currentPath))) {
@@ -190,31 +207,47 @@ void ParseUpload(UploadMaps& maps, bool automatic) {
         SplitIdentifier(key);
         if (key.handle.empty() || key.tag.empty()) continue;
         if (changed && !changed->HasModifiedHandle(key.handle)) continue;
+        keyed.push_back({order, &cellKey, cellText, std::move(key)});
+    }
 
-        auto [it, fresh] = rows.try_emplace(key.handle);
-        const bool wantsArea = key.isProperty && PropertyBitOfKey(key.tag) == kOuterArea;
-        if (fresh || (wantsArea && it->second && it->second->outerArea < 0)) {
-            AcadBlockRef row;
-            if (reader.Read(key.handle, row, wantsArea)) it->second = std::move(row);
-            else it->second.reset();
+    // Then each reference once, with all the cells that name it.
+    std::stable_sort(keyed.begin(), keyed.end(),
+                     [](const Keyed& a, const Keyed& b) { return a.key.handle < b.key.handle; });
+    const CadDrawingContext drawing(&db);
+    ReferenceRowReader reader(db, currentPath);
+    std::vector<std::pair<std::size_t, long>> gone;  // (order, sheet row) of cells of references gone
+    for (std::size_t first = 0, last = 0; first < keyed.size(); first = last) {
+        const std::string& handle = keyed[first].key.handle;
+        bool wantsArea = false;
+        for (last = first; last < keyed.size() && keyed[last].key.handle == handle; ++last) {
+            wantsArea |= keyed[last].key.isProperty && PropertyBitOfKey(keyed[last].key.tag) == kOuterArea;
         }
-        if (!it->second) {
-            // The reference is gone: its row is offered for removal.
-            std::string sheet, address;
-            int row = 0, column = 0;
-            if (SplitCellKey(cellKey, sheet, address) && tables::ParseCellUpper(address, row, column) &&
-                row > 0 && std::find(maps.deletedRows.begin(), maps.deletedRows.end(), row) == maps.deletedRows.end()) {
-                maps.deletedRows.push_back(row);
+        AcadBlockRef row;
+        if (!reader.Read(handle, row, wantsArea)) {
+            // The reference is gone: its rows are offered for removal.
+            for (std::size_t k = first; k < last; ++k) {
+                std::string sheet, address;
+                int sheetRow = 0, column = 0;
+                if (SplitCellKey(*keyed[k].cellKey, sheet, address) &&
+                    tables::ParseCellUpper(address, sheetRow, column) && sheetRow > 0) {
+                    gone.emplace_back(keyed[k].order, sheetRow);
+                }
             }
             continue;
         }
-        bool numeric = false;
-        const std::optional<std::string> value = ValueOf(*it->second, key, numeric, drawing);
-        if (!value) continue;
-        const std::string& cellText = maps.cells[cellKey];
-        if (*value == cellText) continue;
-        if (numeric && SameDistance(db, *value, cellText)) continue;
-        maps.changes[cellKey] = *value;
+        for (std::size_t k = first; k < last; ++k) {
+            bool numeric = false;
+            const std::optional<std::string> value = ValueOf(row, keyed[k].key, numeric, drawing);
+            const std::string& cellText = *keyed[k].cellText;
+            if (!value || *value == cellText) continue;
+            if (numeric && SameDistance(db, *value, cellText)) continue;
+            maps.changes[*keyed[k].cellKey] = *value;
+        }
+    }
+    std::sort(gone.begin(), gone.end());
+    std::unordered_set<long> seen(maps.deletedRows.begin(), maps.deletedRows.end());
+    for (const auto& [ignored, sheetRow] : gone) {
+        if (seen.insert(sheetRow).second) maps.deletedRows.push_back(sheetRow);
     }
 }
 
