@@ -42,7 +42,8 @@ for N in $SIZES; do
 
     [ "$(md5sum <"$DXF")" = "$BEFORE" ] || echo "warning: velmar's upload changed the drawing" >&2
     # Both sides must have written the same texts; the count is of cells that differ from the export.
-    CHANGED=$(/usr/bin/python3 - "$WORK/exported.xlsx" "$WORK/ours.xlsx" "$WORK/peer.xlsx" <<'PY'
+    CHANGED=-
+    [ "$OURS" != failed ] && [ "$PEER_S" != failed ] && CHANGED=$(/usr/bin/python3 - "$WORK/exported.xlsx" "$WORK/ours.xlsx" "$WORK/peer.xlsx" <<'PY'
 import sys, warnings
 import openpyxl
 
