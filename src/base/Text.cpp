@@ -302,3 +302,19 @@ std::string Mid(std::string_view text, long first, long count) {
 }
 
 }  // namespace base
+
+namespace base {
+
+std::string Replace(std::string_view text, std::string_view from, std::string_view to) {
+    if (from.empty()) return std::string(text);
+    std::string out;
+    std::size_t at = 0;
+    for (std::size_t hit = text.find(from); hit != std::string_view::npos; hit = text.find(from, at)) {
+        out.append(text.substr(at, hit - at)).append(to);
+        at = hit + from.size();
+    }
+    out.append(text.substr(at));
+    return out;
+}
+
+}  // namespace base

@@ -53,5 +53,8 @@ std::string Left(std::string_view text, long count);
 std::string Right(std::string_view text, long count);
 // `count` code points from code point `first` (negative first counts as 0); count < 0: to the end.
 std::string Mid(std::string_view text, long first, long count = -1);
+// Every occurrence of `from` (with case, left to right, not overlapping) replaced by `to`; an
+// empty `from` changes nothing.
+std::string Replace(std::string_view text, std::string_view from, std::string_view to);
 
 }  // namespace base

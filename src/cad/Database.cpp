@@ -1,5 +1,7 @@
 #include "cad/Database.h"
 
+#include "cad/DatabaseReactor.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -667,6 +669,29 @@ TagList Database::TagsOf(std::uint32_t rec) const {
 
 void Database::Touch() { modified_ = true; }
 
+void Database::AddReactor(DatabaseReactor* reactor) {
+    if (reactor && std::find(reactors_.begin(), reactors_.end(), reactor) == reactors_.end()) {
+        reactors_.push_back(reactor);
+    }
+}
+
+void Database::RemoveReactor(DatabaseReactor* reactor) {
+    std::erase(reactors_, reactor);
+}
+
+void Database::NotifyModified(const Object& object) {
+    if (object.GetDatabase() == this) NotifyModified(object.Index());
+}
+
+void Database::NotifyModified(std::uint32_t rec) {
+    if (reactors_.empty()) return;
+    const Object object(this, rec);
+    // A copy: a reactor may remove itself while being told.
+    for (DatabaseReactor* reactor : std::vector<DatabaseReactor*>(reactors_)) {
+        reactor->ObjectModified(*this, object);
+    }
+}
+
 void Database::TouchRecords() {
     Touch();
     if (recordsChanged_) return;
@@ -697,6 +722,7 @@ void Database::SetTagAt(std::uint32_t rec, std::size_t i, std::string value) {
     OwnedTag& tag = Own(rec)[i];
     if (tag.IsOriginal()) tag = NewTag(tag.code, std::move(value), tag.ref);
     else newValues_[tag.ref & ~kNewValue] = std::move(value);
+    NotifyModified(rec);
 }
 
 Database::OwnedTag Database::NewTag(int code, std::string value, std::uint32_t replaces) {
@@ -709,11 +735,13 @@ void Database::InsertTagAt(std::uint32_t rec, std::size_t i, Tag tag) {
     auto& tags = Own(rec);
     tags.insert(tags.begin() + static_cast<std::ptrdiff_t>(std::min(i, tags.size())),
                 NewTag(tag.code, std::move(tag.value)));
+    NotifyModified(rec);
 }
 
 void Database::EraseTagsAt(std::uint32_t rec, std::size_t i, std::size_t count) {
     auto& tags = Own(rec);
     tags.erase(tags.begin() + static_cast<std::ptrdiff_t>(i), tags.begin() + static_cast<std::ptrdiff_t>(i + count));
+    NotifyModified(rec);
 }
 
 std::uint32_t Database::NewRecord(const TagList& tags, std::uint32_t after, SectionKind section,
@@ -765,6 +793,7 @@ void Database::EraseRecord(std::uint32_t rec) {
     Unlink(rec);
     r.erased = true;
     // The handle stays in the index; lookups skip erased records.
+    NotifyModified(rec);
 }
 
 Handle Database::NextHandle() {

@@ -28,6 +28,7 @@ class BlockRecord;
 class Layer;
 class SymbolRecord;
 class Dictionary;
+class DatabaseReactor;
 struct UnitSettings;
 
 // Which section of the file an object stands in.
@@ -159,6 +160,15 @@ public:
     // "<or" "<and" "<not" "<xor"), in database order. An unbalanced group selects nothing.
     std::vector<Entity> Select(const TagList& filter);
 
+    // ---- Reactors
+    // Adds a reactor (not owned) told of every change from now on; adding one twice does
+    // nothing.
+    void AddReactor(DatabaseReactor* reactor);
+    void RemoveReactor(DatabaseReactor* reactor);
+    // Tells the reactors that `object` changed without an edit of this database: the drawing's
+    // file was changed by another program and read anew.
+    void NotifyModified(const Object& object);
+
 private:
     friend class Object;
     friend class Entity;
@@ -237,6 +247,8 @@ private:
     // Notes a change of values; TouchRecords one of records added or erased.
     void Touch();
     void TouchRecords();
+    // Tells the reactors that record `rec` changed; nothing when there are none.
+    void NotifyModified(std::uint32_t rec);
     // Notes that `rec` changes, for the block name index when it is a BLOCK or BLOCK_RECORD.
     void NoteBlockChange(std::uint32_t rec);
     // `replaces` is the original tag a new value stands for, kNone for an added tag.
@@ -307,6 +319,7 @@ private:
     std::vector<std::uint32_t> handleSlots_;
     std::size_t handleCount_ = 0;
     std::vector<std::string> warnings_;
+    std::vector<DatabaseReactor*> reactors_;
     std::uint32_t first_ = kNone;
     std::uint32_t last_ = kNone;
     Handle handSeed_ = 1;

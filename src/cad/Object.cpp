@@ -27,6 +27,15 @@ std::size_t Object::Find(int code, std::size_t from) const {
 
 Handle Object::OwnerHandle() const { return GetHandleValue(330); }
 
+Object Object::Container() const {
+    if (!db_) return {};
+    const std::uint32_t parent = db_->records_[index_].parent;
+    if (parent == Database::kNone) return {};
+    const std::string type = db_->TypeOf(parent);
+    if (type != "INSERT" && type != "MINSERT" && type != "POLYLINE") return {};
+    return Object(db_, parent);
+}
+
 std::vector<std::string> Object::Subclasses() const {
     std::vector<std::string> out;
     if (!db_) return out;

@@ -42,6 +42,9 @@ public:
     // The owner's handle (330 outside the reactor and dictionary groups); 0 when the file has
     // none, as in R12 files.
     Handle OwnerHandle() const;
+    // The block reference or polyline a sub-entity (ATTRIB, VERTEX, SEQEND) follows and belongs
+    // to, in files of every release; a null view for any other object.
+    Object Container() const;
     // The subclass markers (100) in order; empty before R13.
     std::vector<std::string> Subclasses() const;
 

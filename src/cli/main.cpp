@@ -6,6 +6,7 @@
 #include "attbat/export/ExportCommands.h"
 #include "attbat/frame/CAttBatApp.h"
 #include "attbat/import/ImportCommands.h"
+#include "attbat/links/UploadCommand.h"
 #include "cli/CommandLine.h"
 #include "cli/DxfTool.h"
 #include "cli/XlsxTool.h"
@@ -19,5 +20,6 @@ int main(int argc, char** argv) {
     attbat::CAttBatApp& app = attbat::TheApp();
     attbat::ImplementExportCommands(app);
     attbat::ImplementImportCommands(app);
+    attbat::ImplementLinkCommands(app);
     return cli::RunCommandLine(args, app, tools);
 }

@@ -42,6 +42,7 @@ cad::Database& Document::Database() {
         auto db = ReadSideDatabase(path_);
         if (db) {
             db_ = std::move(db.Value());
+            for (cad::DatabaseReactor* reactor : reactors_) db_->AddReactor(reactor);
         } else {
             loadStatus_ = db.GetStatus();
             // A drawing of nothing but its end: the document stays usable and is never saved.
@@ -68,6 +69,27 @@ bool Document::Release() {
     return true;
 }
 
+void Document::AddDatabaseReactor(cad::DatabaseReactor* reactor) {
+    if (!reactor || std::find(reactors_.begin(), reactors_.end(), reactor) != reactors_.end()) return;
+    reactors_.push_back(reactor);
+    if (db_) db_->AddReactor(reactor);
+}
+
+void Document::RemoveDatabaseReactor(cad::DatabaseReactor* reactor) {
+    std::erase(reactors_, reactor);
+    if (db_) db_->RemoveReactor(reactor);
+}
+
+base::Status Document::Reload() {
+    auto db = ReadSideDatabase(path_);
+    if (!db) return db.GetStatus();
+    db_ = std::move(db.Value());
+    for (cad::DatabaseReactor* reactor : reactors_) db_->AddReactor(reactor);
+    units_.reset();
+    loadStatus_ = base::Status::Ok();
+    return base::Status::Ok();
+}
+
 std::vector<std::string> Document::TakeQueued() {
     std::vector<std::string> out;
     out.swap(queue_);
@@ -86,7 +108,7 @@ DocumentManager& DocumentManager::Instance() {
 
 base::Result<Document*> DocumentManager::OpenCurrent(const std::string& path, ReadKind when) {
     auto doc = Open(path, when);
-    if (doc) current_ = doc.Value();
+    if (doc) SetCurrent(doc.Value());
     return doc;
 }
 
@@ -104,8 +126,27 @@ base::Result<Document*> DocumentManager::Open(const std::string& given, ReadKind
 
 Document* DocumentManager::Add(std::unique_ptr<Document> doc, bool makeCurrent) {
     docs_.push_back(std::move(doc));
-    if (makeCurrent) current_ = docs_.back().get();
+    if (makeCurrent) SetCurrent(docs_.back().get());
     return docs_.back().get();
+}
+
+void DocumentManager::SetCurrent(Document* doc) {
+    if (doc == current_) return;
+    current_ = doc;
+    if (doc) Tell([doc](DocManagerReactor& r) { r.DocumentBecameCurrent(doc); });
+}
+
+void DocumentManager::AddReactor(DocManagerReactor* reactor) {
+    if (reactor && std::find(reactors_.begin(), reactors_.end(), reactor) == reactors_.end()) {
+        reactors_.push_back(reactor);
+    }
+}
+
+void DocumentManager::RemoveReactor(DocManagerReactor* reactor) { std::erase(reactors_, reactor); }
+
+template <class Call>
+void DocumentManager::Tell(Call call) {
+    for (DocManagerReactor* reactor : std::vector<DocManagerReactor*>(reactors_)) call(*reactor);
 }
 
 Document* DocumentManager::Find(std::string_view path) const {
@@ -123,11 +164,13 @@ std::vector<Document*> DocumentManager::Documents() const {
 }
 
 void DocumentManager::Close(Document* doc) {
+    if (doc) Tell([doc](DocManagerReactor& r) { r.DocumentToBeDestroyed(doc); });
     if (doc == current_) current_ = nullptr;
     std::erase_if(docs_, [doc](const auto& d) { return d.get() == doc; });
 }
 
 void DocumentManager::CloseAll() {
+    for (const auto& doc : docs_) Tell([&doc](DocManagerReactor& r) { r.DocumentToBeDestroyed(doc.get()); });
     current_ = nullptr;
     docs_.clear();
 }

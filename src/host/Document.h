@@ -10,6 +10,7 @@
 
 #include "base/Status.h"
 #include "cad/Database.h"
+#include "cad/DatabaseReactor.h"
 #include "cad/units/UnitSettings.h"
 
 namespace host {
@@ -49,8 +50,18 @@ public:
     // True before the first Database() of an OnFirstUse document, and between a Release and
     // the next Database().
     bool IsReleased() const { return !db_; }
+    // True when `db` is this document's drawing as read now; never reads it.
+    bool Holds(const cad::Database& db) const { return db_.get() == &db; }
     // Why reading the file again failed; Ok otherwise.
     const base::Status& LoadStatus() const { return loadStatus_; }
+
+    // Database reactors (not owned) stay with the document: added to its drawing now and to
+    // every reading of it after a Release, so they hear of each change whenever it is read.
+    void AddDatabaseReactor(cad::DatabaseReactor* reactor);
+    void RemoveDatabaseReactor(cad::DatabaseReactor* reactor);
+    // The drawing read anew from its file, for a change another program made: the old
+    // database goes, its reactors move to the new one. A failure keeps the old one.
+    base::Status Reload();
 
     // Write lock (mode 4 of the host): locks nest; a document locked twice needs two unlocks.
     void Lock() { ++locks_; }
@@ -77,6 +88,7 @@ private:
     std::unique_ptr<cad::Database> db_;
     std::optional<cad::UnitSettings> units_;
     base::Status loadStatus_ = base::Status::Ok();
+    std::vector<cad::DatabaseReactor*> reactors_;
     std::vector<std::string> queue_;
     int locks_ = 0;
 };
@@ -90,6 +102,16 @@ public:
     DocumentLock& operator=(const DocumentLock&) = delete;
 private:
     Document* doc_;
+};
+
+// The document manager's notifications (AcApDocManagerReactor).
+class DocManagerReactor {
+public:
+    virtual ~DocManagerReactor() = default;
+    // `doc` became the current document.
+    virtual void DocumentBecameCurrent(Document* doc) { (void)doc; }
+    // `doc` is about to be closed; it is still whole.
+    virtual void DocumentToBeDestroyed(Document* doc) { (void)doc; }
 };
 
 // The documents of this run (AcApDocManager): at most one current, any number of others.
@@ -106,6 +128,11 @@ public:
     base::Result<Document*> Open(const std::string& path, ReadKind when = ReadKind::Now);
     // Adds a document; with `makeCurrent` it becomes current. Returns it.
     Document* Add(std::unique_ptr<Document> doc, bool makeCurrent);
+    // Makes an open document current (null leaves none); its reactors hear of it when it wasn't.
+    void SetCurrent(Document* doc);
+    // Reactors are not owned; adding one twice does nothing.
+    void AddReactor(DocManagerReactor* reactor);
+    void RemoveReactor(DocManagerReactor* reactor);
     // The open document of `path` (without regard to case); null when none.
     Document* Find(std::string_view path) const;
     // For each of `paths`, whether a document holds it: asked on the calling thread before work
@@ -127,7 +154,12 @@ public:
     base::Status SaveAll(BackupMode backup = BackupMode::Replace);
 
 private:
+    // Tells each reactor; a copy, as a reactor may remove itself while being told.
+    template <class Call>
+    void Tell(Call call);
+
     std::vector<std::unique_ptr<Document>> docs_;
+    std::vector<DocManagerReactor*> reactors_;
     Document* current_ = nullptr;
 };
 

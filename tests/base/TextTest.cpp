@@ -107,3 +107,11 @@ TEST(SplitTrimmed, GivesTrimmedPiecesAndLeavesOutEmptyOnes) {
 }
 
 }  // namespace base
+
+TEST(Replace, EveryOccurrenceWithCaseLeftToRight) {
+    EXPECT_EQ(base::Replace("/a/x.dxf<1_T>\n/a/x.dxf<2_T>", "/a/x.dxf", "/b/x.dxf"),
+              "/b/x.dxf<1_T>\n/b/x.dxf<2_T>");
+    EXPECT_EQ(base::Replace("aaa", "aa", "b"), "ba");
+    EXPECT_EQ(base::Replace("Path", "path", "x"), "Path");
+    EXPECT_EQ(base::Replace("abc", "", "x"), "abc");
+}

@@ -296,6 +296,8 @@ public:
 
 class Hyperlinks : public Dispatch {
 public:
+    // The links on cells of the range.
+    virtual int Count() = 0;
     // A link on `anchor` to a file path or address.
     virtual void Add(Range& anchor, std::string_view address) = 0;
     // Deletes the links of the range (the text and format of the cells stay).

@@ -652,6 +652,12 @@ private:
 class FileHyperlinks : public Hyperlinks {
 public:
     explicit FileHyperlinks(Target target) : t_(std::move(target)) {}
+    int Count() override {
+        int n = 0;
+        for (const xl::Hyperlink& link : t_.sheet->Hyperlinks())
+            for (const xl::CellRange& a : t_.areas) n += link.range.Intersects(a) ? 1 : 0;
+        return n;
+    }
     void Add(Range& anchor, std::string_view address) override {
         t_.sheet->AddHyperlink(anchor.Row(), anchor.Column(), address);
         t_.book->dirty = true;

@@ -2,10 +2,13 @@
 
 #include <unistd.h>
 
+#include "attbat/frame/AsdkDataManager.h"
 #include "attbat/frame/CArxErrLog.h"
 #include "attbat/frame/CRegistry.h"
 #include "base/Path.h"
 #include "base/Text.h"
+#include "host/Document.h"
+#include "host/EditorReactor.h"
 #include "host/Printer.h"
 
 namespace attbat {
@@ -44,6 +47,16 @@ AppRetCode CAttBatApp::On_kInitAppMsg(void*) {
         void* resources = (entry.flags & ACRX_CMD_SESSION) ? nullptr : this;
         registered_.push_back({&entry, resources});
     }
+    if (!editorReactor) {
+        editorReactor = std::make_unique<AsdkEditorReactor>(true);
+        editorReactor->upload = [this](bool force) { return RunAutoUpload(force); };
+    }
+    // The data manager hears of documents from now on; the current one gets its reactor here.
+    AsdkDataManager<CDocData>& manager = DataManager();
+    if (host::Document* current = host::DocumentManager::Instance().CurDocument()) {
+        CDocData& data = manager.docData(current);
+        if (!data.dbReactor) manager.AddDatabaseReactor(current, data);
+    }
     // There is no host version to ask on Linux: the year stays that of the 2025 family.
     hostYear = HostYear("");
     hostProduct = HostProductText(ProcessFileName());
@@ -55,6 +68,7 @@ AppRetCode CAttBatApp::On_kInitAppMsg(void*) {
 
 AppRetCode CAttBatApp::On_kUnloadAppMsg(void*) {
     registered_.clear();
+    editorReactor.reset();
     // The log's session ends with the module.
     ErrLog().Close();
     return kRetOK;
@@ -62,7 +76,7 @@ AppRetCode CAttBatApp::On_kUnloadAppMsg(void*) {
 
 AppRetCode CAttBatApp::On_kLoadDwgMsg(void*) {
     if (CRegistry::GetInt("Velmar", "AutoUpdateAtt", 0) != 0 && autoUpdate_) autoUpdate_();
-    if (autoUpload_) autoUpload_(true);
+    if (editorReactor && uploadAtLoad) editorReactor->UploadToExcel(true);
     return kRetOK;
 }
 
@@ -108,11 +122,10 @@ CommandStatus CAttBatApp::Run(const CommandEntry& entry, CommandContext& context
                                     ") is not available in this build yet.");
         context.Summary("error", "not available in this build yet");
     }
-    if (commandObserver_) {
-        commandObserver_(entry.globalName, status == CommandStatus::Done ? CommandOutcome::Ended
-                                           : context.Cancelled() ? CommandOutcome::Cancelled
-                                                                 : CommandOutcome::Failed);
-    }
+    host::EditorEvents& editor = host::TheEditorEvents();
+    if (status == CommandStatus::Done) editor.CommandEnded(entry.globalName);
+    else if (context.Cancelled()) editor.CommandCancelled(entry.globalName);
+    else editor.CommandFailed(entry.globalName);
     return status;
 }
 

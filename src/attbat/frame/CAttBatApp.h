@@ -6,20 +6,19 @@
 #include <deque>
 #include <functional>
 #include <map>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "attbat/frame/AcRxArxApp.h"
+#include "attbat/frame/AsdkEditorReactor.h"
 #include "attbat/frame/CommandContext.h"
 #include "attbat/frame/CommandTable.h"
 
 namespace attbat {
 
 class MenuHost;
-
-// How a command ended, as the editor's commandEnded / commandCancelled / commandFailed tell it.
-enum class CommandOutcome { Ended, Cancelled, Failed };
 
 // Host facts found at load: the year of the host family and its product text.
 extern int hostYear;
@@ -55,21 +54,24 @@ public:
     // null when there is none.
     const CommandEntry* FindCommand(std::string_view name) const;
     // Runs a registered command: how it ended; a command without its work says it is not
-    // available in this build yet and fails. The command observer hears how it ended.
+    // available in this build yet and fails. The editor's reactors hear how it ended, by its
+    // global name.
     CommandStatus Run(const CommandEntry& entry, CommandContext& context);
-    // The editor's command notifications, with the command's global name; one observer, set by
-    // whoever watches commands (the upload after a change), none by default.
-    void SetCommandObserver(std::function<void(std::string_view, CommandOutcome)> observer) {
-        commandObserver_ = std::move(observer);
-    }
 
     // The menu host; null (the default) where there are no menus, and then no load is queued.
     void SetMenuHost(MenuHost* menuHost) { menuHost_ = menuHost; }
     MenuHost* GetMenuHost() const { return menuHost_; }
     // Work done at each drawing load: the link update (when AutoUpdateAtt is set) and the upload
-    // (with atLoad true). Unset until their owners land.
+    // (with atLoad true), which also runs after commands through the editor reactor. Unset until
+    // their owners give them.
     void SetAutoUpdate(std::function<void()> update) { autoUpdate_ = std::move(update); }
-    void SetAutoUpload(std::function<void(bool atLoad)> upload) { autoUpload_ = std::move(upload); }
+    void SetAutoUpload(std::function<int(bool force)> upload) { autoUpload_ = std::move(upload); }
+    // The automatic upload with its force flag; 1 (its "done") when none is set.
+    int RunAutoUpload(bool force) { return autoUpload_ ? autoUpload_(force) : 1; }
+    // Whether the drawing load uploads. The host's load is the user opening a drawing to work
+    // in; a run of one command opens it only for that command, and an upload there would
+    // overwrite the very cells an import of that run is to read. Such runs turn it off.
+    bool uploadAtLoad = true;
 
     // The host's command queue: texts run after the present command ends.
     void QueueCommand(std::string command) { queue_.push_back(std::move(command)); }
@@ -79,6 +81,8 @@ public:
     void* instance = nullptr;
     bool unlocked = true;
     bool mdiAware = true;
+    // Made at init, gone at unload.
+    std::unique_ptr<AsdkEditorReactor> editorReactor;
 
 private:
     struct Registration {
@@ -89,8 +93,7 @@ private:
     std::map<std::string, CommandHandler, std::less<>> handlers_;
     MenuHost* menuHost_ = nullptr;
     std::function<void()> autoUpdate_;
-    std::function<void(bool)> autoUpload_;
-    std::function<void(std::string_view, CommandOutcome)> commandObserver_;
+    std::function<int(bool)> autoUpload_;
     std::deque<std::string> queue_;
 };
 

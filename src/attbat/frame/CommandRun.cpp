@@ -116,6 +116,7 @@ CommandStatus SaveChanges(CAttBatApp& app, const CommandEntry& entry, CommandCon
 CommandStatus RunCommand(CAttBatApp& app, const CommandEntry& entry, CommandContext& context,
                          const RunSetup& setup, host::Ui& ui) {
     RunScope scope(setup, ui);
+    app.uploadAtLoad = setup.uploadAtLoad;
     app.EntryPoint(kInitAppMsg, nullptr);
     if (setup.debug) {
         debugOn = 1;

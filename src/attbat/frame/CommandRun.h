@@ -29,6 +29,9 @@ struct RunSetup {
     // The printer writes to standard error, which leaves standard output to a report.
     bool printToStandardError = false;
     bool debug = false;    // the session log on for this run
+    // The drawing's load uploads as the host's does (see CAttBatApp::uploadAtLoad): only for a
+    // run that keeps the drawing open across edits, never for one command.
+    bool uploadAtLoad = false;
 };
 
 // Runs `entry` with `context` as one run of the module; message boxes and prompts go to `ui`.

@@ -552,6 +552,29 @@ void AddRefFromEntity(AcadBlock& block, const cad::BlockReference& ref, bool sor
     else block.refs.Add(std::move(row));
 }
 
+}  // namespace
+
+bool ReferenceRowReader::Read(std::string_view handle, AcadBlockRef& row, bool withOuterArea) {
+    const cad::Object object = arxutils::HandleToId(db_, handle);
+    const std::string type = object.Type();
+    if (type != "INSERT" && type != "MINSERT") return false;
+    const cad::BlockReference reference(&db_, object.Index());
+    const cad::BlockRecord record = reference.Block();
+    auto [it, made] = blocks_.try_emplace(record ? record.Index() : cad::Database::kNone);
+    AcadBlock& block = it->second;
+    if (made && record) {
+        block = MakeBlock(record, name_, false);
+        LoadDefinitions(block, record);
+    }
+    AddRefFromEntity(block, reference, false, name_);
+    row = std::move(block.refs[block.refs.GetUpperBound()]);
+    block.refs.RemoveAll();
+    if (withOuterArea && !calcOuterPolygon) row.outerArea = OuterAreaOf(reference, nullptr, 0);
+    return true;
+}
+
+namespace {
+
 bool SkippedForSelection(const cad::BlockRecord& record) {
     return !record || record.IsLayout() || record.IsUnloaded() || record.IsOverlay();
 }

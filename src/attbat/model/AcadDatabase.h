@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "attbat/model/AcadBlockArray.h"
@@ -54,6 +55,23 @@ void ReadBlocksWithRefs(AcadBlockArray& blocks, const std::vector<cad::BlockReco
 base::Status ReadOneMLeader(AcadBlockArray& blocks, const cad::MLeader& leader, std::string_view name);
 // Every multileader of model and paper space through ReadOneMLeader.
 void ReadMLeadersOfDatabase(AcadBlockArray& blocks, cad::Database& db, std::string_view name);
+
+// Rows of single references read by handle, as a selection read makes them: top level, the
+// drawing's own units, values as stored, prompts and constants from their block's definitions
+// (read once per block). What an upload compares a cell with.
+class ReferenceRowReader {
+public:
+    // `name` stands as each row's drawing.
+    ReferenceRowReader(cad::Database& db, std::string name) : db_(db), name_(std::move(name)) {}
+    // The row of the reference `handle`; false when it names no live block reference. With
+    // `withOuterArea` the outer polygon's area is worked out even when the switch is off.
+    bool Read(std::string_view handle, AcadBlockRef& row, bool withOuterArea = false);
+
+private:
+    cad::Database& db_;
+    std::string name_;
+    std::unordered_map<std::uint32_t, AcadBlock> blocks_;  // by the block record's index
+};
 
 // A dynamic block property as the reader sees it: its value type (1 text, 40 real, 70 16-bit,
 // 90 32-bit integer, others empty), its value and the units it is measured in.

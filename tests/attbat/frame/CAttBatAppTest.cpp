@@ -5,6 +5,7 @@
 #include "FrameFixture.h"
 #include "attbat/frame/MenuLoader.h"
 #include "base/Text.h"
+#include "host/EditorReactor.h"
 
 namespace {
 
@@ -138,7 +139,10 @@ TEST_F(CAttBatAppTest, DrawingLoadRunsTheLinkUpdateOnlyWhenAutoUpdateAttIsSet) {
     CAttBatApp app;
     int updates = 0, uploads = 0;
     app.SetAutoUpdate([&] { ++updates; });
-    app.SetAutoUpload([&](bool atLoad) { uploads += atLoad ? 1 : 100; });
+    app.SetAutoUpload([&](bool atLoad) {
+        uploads += atLoad ? 1 : 100;
+        return 1;
+    });
     app.EntryPoint(kInitAppMsg, nullptr);
     app.EntryPoint(kLoadDwgMsg, nullptr);
     EXPECT_EQ(updates, 0);
@@ -166,12 +170,20 @@ TEST_F(CAttBatAppTest, ImplementGivesACommandItsWork) {
     EXPECT_EQ(app.Run(*FindCommandEntry("export"), context), CommandStatus::Done);
 }
 
-TEST_F(CAttBatAppTest, TheCommandObserverHearsHowEachCommandEnded) {
+struct HeardCommands : host::EditorReactor {
+    std::vector<std::string> heard;
+    void CommandEnded(std::string_view name) override { heard.push_back("ended " + std::string(name)); }
+    void CommandCancelled(std::string_view name) override {
+        heard.push_back("cancelled " + std::string(name));
+    }
+    void CommandFailed(std::string_view name) override { heard.push_back("failed " + std::string(name)); }
+};
+
+TEST_F(CAttBatAppTest, TheEditorReactorsHearHowEachCommandEnded) {
     CAttBatApp app;
-    std::vector<std::pair<std::string, CommandOutcome>> heard;
-    app.SetCommandObserver([&](std::string_view name, CommandOutcome outcome) {
-        heard.emplace_back(std::string(name), outcome);
-    });
+    HeardCommands commands;
+    host::TheEditorEvents().AddReactor(&commands);
+    std::vector<std::string>& heard = commands.heard;
     app.Implement("Velmar_Links", {{}, "", [](CommandContext& c) {
                                        c.MarkCancelled();
                                        return CommandStatus::Failed;
@@ -181,10 +193,9 @@ TEST_F(CAttBatAppTest, TheCommandObserverHearsHowEachCommandEnded) {
     app.Run(*FindCommandEntry("about"), ok);
     app.Run(*FindCommandEntry("links"), cancelled);
     app.Run(*FindCommandEntry("export"), failed);
-    ASSERT_EQ(heard.size(), 3u);
-    EXPECT_EQ(heard[0], std::make_pair(std::string("_Velmar_About"), CommandOutcome::Ended));
-    EXPECT_EQ(heard[1], std::make_pair(std::string("_Velmar_Links"), CommandOutcome::Cancelled));
-    EXPECT_EQ(heard[2], std::make_pair(std::string("_VelmarOut"), CommandOutcome::Failed));
+    host::TheEditorEvents().RemoveReactor(&commands);
+    EXPECT_EQ(heard, (std::vector<std::string>{"ended _Velmar_About", "cancelled _Velmar_Links",
+                                               "failed _VelmarOut"}));
 }
 
 TEST_F(CAttBatAppTest, InitQueuesTheMenuLoadOnlyWhereThereAreMenus) {

@@ -1,0 +1,37 @@
+#pragma once
+// What the module keeps per open document: its database reactor and the handles of the block
+// references changed since the last upload.
+#include <memory>
+#include <string>
+#include <string_view>
+#include <unordered_set>
+
+#include "tables/CStringArrayEx.h"
+
+namespace attbat {
+
+class AsdkDataBaseReactor;
+
+class CDocData {
+public:
+    CDocData();
+    ~CDocData();
+    CDocData(CDocData&&) noexcept;
+    CDocData& operator=(CDocData&&) noexcept;
+
+    // Adds `handle` unless the list holds it (compared with case); true when added.
+    bool AddModifiedHandle(std::string_view handle);
+    bool HasModifiedHandle(std::string_view handle) const { return seen_.count(std::string(handle)) != 0; }
+    void ClearModifiedHandles();
+
+    // Null until the document first becomes current.
+    std::unique_ptr<AsdkDataBaseReactor> dbReactor;
+    // Hexadecimal handles in order of change, each once. Change it through the members above,
+    // which keep the index of a drawing's worth of handles.
+    tables::CStringArrayEx modifiedHandles;
+
+private:
+    std::unordered_set<std::string> seen_;
+};
+
+}  // namespace attbat

@@ -1,0 +1,320 @@
+#include "attbat/links/UploadToExcel.h"
+
+#include <algorithm>
+#include <optional>
+
+#include "arxutils/ArxUtils.h"
+#include "arxutils/ExcelUtils.h"
+#include "arxutils/excel/AutomationError.h"
+#include "attbat/frame/AsdkDataManager.h"
+#include "attbat/frame/CAttBatApp.h"
+#include "attbat/frame/CRegistry.h"
+#include "attbat/model/AcadBlockView.h"
+#include "attbat/model/AcadDatabase.h"
+#include "attbat/model/CadDrawingContext.h"
+#include "attbat/model/PropertyTable.h"
+#include "attbat/model/ScheduleRows.h"
+#include "base/Path.h"
+#include "base/Text.h"
+#include "cad/BlockReference.h"
+#include "host/Document.h"
+#include "host/Editor.h"
+#include "host/Printer.h"
+#include "host/ProgressMeter.h"
+#include "tables/CellAddress.h"
+
+namespace attbat {
+
+namespace {
+
+using arxutils::ExcelUtils;
+
+// The sheet and address of a cell key; false when the address part is empty.
+bool SplitCellKey(const std::string& key, std::string& sheet, std::string& address) {
+    const std::size_t colon = key.find(':');
+    if (colon == std::string::npos) return false;
+    sheet = key.substr(0, colon);
+    address = key.substr(colon + 1);
+    return !address.empty();
+}
+
+// The parts of a key comment's first line.
+struct UploadKey {
+    std::string drawingPath;
+    std::string handle;
+    std::string tag;
+    bool isProperty = false;
+};
+
+// "PATH<ID>": the path before "<" (at a position above 0), the identifier between "<" and the
+// closing ">". A line starting with "<" has the whole line, so trimmed, as its identifier and no
+// path.
+void SplitFirstLine(const std::string& line, UploadKey& key) {
+    const std::size_t lt = line.find('<');
+    if (lt == std::string::npos) return;
+    if (lt == 0) {
+        key.handle = base::TrimRight(base::TrimLeft(line, "<"), ">");
+    } else if (line.back() == '>') {
+        key.drawingPath = line.substr(0, lt);
+        key.handle = line.substr(lt + 1, line.size() - lt - 2);
+    }
+}
+
+// The identifier: "HANDLE_TAG" for an attribute, "HANDLE:NAME" for a property. The cut at ":"
+// counts only before the end of a handle found at "_", so a tag may hold ":" and a property
+// name "_".
+void SplitIdentifier(UploadKey& key) {
+    const std::string id = std::move(key.handle);
+    key.handle.clear();
+    const std::size_t underscore = id.find('_');
+    if (underscore != std::string::npos && underscore > 0) {
+        key.handle = id.substr(0, underscore);
+        key.tag = id.substr(underscore + 1);
+    }
+    const std::size_t colon = id.find(':');
+    if (colon != std::string::npos && colon > 0 && (key.handle.empty() || colon < key.handle.size())) {
+        key.handle = id.substr(0, colon);
+        key.tag = id.substr(colon + 1);
+        key.isProperty = true;
+    }
+}
+
+int PropertyBitOfKey(std::string_view name) {
+    return AreaUnitOfShortKey(name) != 0 ? kOuterArea : PropertyBitOf(name);
+}
+
+// Properties whose texts are numbers: a cell showing the same number otherwise is left alone.
+bool IsNumericProperty(std::string_view name) {
+    const int bit = PropertyBitOfKey(name);
+    return bit != 0 && bit != kLayer;
+}
+
+// The reference's value for a key's tag, and whether it is a number. Attributes after the first
+// of their tag go by their own handle ("TAG(2F4)") or by their number ("TAG_Dup(1)"), as the
+// export keyed them.
+std::optional<std::string> ValueOf(const AcadBlockRef& row, const UploadKey& key, bool& numeric,
+                                   const DrawingContext& drawing) {
+    static const AcadBlockView view;
+    std::string value, cellKey;
+    bool isDistance = false;
+    numeric = false;
+    if (CellTextByKey(row, key.tag, value, cellKey, view, key.isProperty, isDistance, drawing)) {
+        numeric = isDistance || (key.isProperty && IsNumericProperty(key.tag) && value != "N.A.");
+        return value;
+    }
+    if (key.isProperty) return std::nullopt;
+    for (const AcadAttribute& attribute : row.attributes) {
+        if (attribute.dupIndex < 1) continue;
+        const std::string byHandle = attribute.tag + "(" + attribute.handle + ")";
+        if ((!attribute.handle.empty() && key.tag == byHandle) ||
+            key.tag == DupName(attribute.tag, attribute.dupIndex)) {
+            numeric = attribute.isDistance != 0;
+            return attribute.value;
+        }
+    }
+    return std::nullopt;
+}
+
+// Numbers compare as distances of the drawing, within 1e-6; texts that aren't numbers differ.
+bool SameDistance(cad::Database& db, const std::string& a, const std::string& b) {
+    double x = 0, y = 0;
+    return arxutils::TryTextToDistance(&db, a, -1, x) && arxutils::TryTextToDistance(&db, b, -1, y) &&
+           arxutils::NearlyEqual(x, y);
+}
+
+// The references an automatic upload looks at first: every reference of a dynamic block, and of
+// every named block with attribute definitions.
+void AddEveryReference(cad::Database& db, CDocData& data) {
+    for (const cad::Entity& entity : db.Select({{0, "INSERT"}})) {
+        const cad::BlockReference reference(&db, entity.Index());
+        const cad::BlockRecord block = reference.Block();
+        const bool dynamic = static_cast<bool>(DynamicBlockOf(reference));
+        if (dynamic || (block && !block.IsAnonymous() && block.HasAttributeDefinitions())) {
+            data.AddModifiedHandle(reference.HandleString());
+        }
+    }
+}
+
+UploadMaps& LastAuto() {
+    static UploadMaps maps;
+    return maps;
+}
+
+}  // namespace
+
+bool ReadComments(UploadMap& comments, UploadMap& cells) { return ExcelUtils::ReadComments(comments, cells); }
+
+bool ReadAllSheets(UploadMaps& maps) {
+    if (!ExcelUtils::Workbook) return false;
+    const std::string active = ExcelUtils::Worksheet ? ExcelUtils::Worksheet->GetName() : std::string();
+    auto sheets = ExcelUtils::Workbook->GetWorksheets();
+    bool ok = true;
+    for (int i = 1, n = sheets->Count(); i <= n && ok; ++i) {
+        ok = ExcelUtils::ActivateSheet(i) && ReadComments(maps.comments, maps.cells);
+    }
+    if (!active.empty()) ExcelUtils::ActivateSheet(active);
+    return ok;
+}
+
+void ParseUpload(UploadMaps& maps, bool automatic) {
+    host::Document* current = host::DocumentManager::Instance().CurDocument();
+    if (!current) return;
+    const bool updatePaths = CRegistry::GetInt("Velmar", "UpdateDrawingPathsInExcel", 0) != 0;
+    const std::string& currentPath = current->FileName();
+    cad::Database& db = current->Database();
+    const CadDrawingContext drawing(&db);
+    ReferenceRowReader reader(db, currentPath);
+    std::map<std::string, std::optional<AcadBlockRef>, std::less<>> rows;
+    CDocData* changed = automatic ? &DataManager().docData(current) : nullptr;
+    host::ProgressMeter meter("Parsing the data...", static_cast<long>(maps.comments.size()) + 1);
+    for (const auto& [cellKey, comment] : maps.comments) {
+        meter.Step();
+        if (comment.empty()) continue;
+        if (base::EqualNoCase(comment, CurrentDrawingMark)) {
+            if (updatePaths) maps.commentChanges[cellKey] = std::string();
+            continue;
+        }
+        const std::string firstLine = comment.substr(0, comment.find('\n'));
+        if (firstLine.empty()) continue;
+        UploadKey key;
+        SplitFirstLine(firstLine, key);
+        if (!base::EqualNoCase(key.drawingPath, currentPath)) {
+            // The same file in another folder is the drawing moved; any other is another drawing.
+            if (!updatePaths || key.drawingPath.empty() ||
+                !base::EqualNoCase(base::FileName(key.drawingPath), base::FileName(currentPath))) {
+                continue;
+            }
+            maps.commentChanges[cellKey] = base::Replace(comment, key.drawingPath, currentPath);
+        }
+        SplitIdentifier(key);
+        if (key.handle.empty() || key.tag.empty()) continue;
+        if (changed && !changed->HasModifiedHandle(key.handle)) continue;
+
+        auto [it, fresh] = rows.try_emplace(key.handle);
+        const bool wantsArea = key.isProperty && PropertyBitOfKey(key.tag) == kOuterArea;
+        if (fresh || (wantsArea && it->second && it->second->outerArea < 0)) {
+            AcadBlockRef row;
+            if (reader.Read(key.handle, row, wantsArea)) it->second = std::move(row);
+            else it->second.reset();
+        }
+        if (!it->second) {
+            // The reference is gone: its row is offered for removal.
+            std::string sheet, address;
+            int row = 0, column = 0;
+            if (SplitCellKey(cellKey, sheet, address) && tables::ParseCellUpper(address, row, column) &&
+                row > 0 && std::find(maps.deletedRows.begin(), maps.deletedRows.end(), row) == maps.deletedRows.end()) {
+                maps.deletedRows.push_back(row);
+            }
+            continue;
+        }
+        bool numeric = false;
+        const std::optional<std::string> value = ValueOf(*it->second, key, numeric, drawing);
+        if (!value) continue;
+        const std::string& cellText = maps.cells[cellKey];
+        if (*value == cellText) continue;
+        if (numeric && SameDistance(db, *value, cellText)) continue;
+        maps.changes[cellKey] = *value;
+    }
+}
+
+void UploadChanges(const UploadMap& changes, const UploadMap& commentChanges) {
+    host::ProgressMeter meter("Uploading the data to Excel...",
+                              static_cast<long>(changes.size() + commentChanges.size()) + 1);
+    std::string sheet, address;
+    for (const auto& [cellKey, value] : changes) {
+        meter.Step();
+        int row = 0, column = 0;
+        if (!SplitCellKey(cellKey, sheet, address) || !ExcelUtils::ActivateSheet(sheet)) continue;
+        if (tables::ParseCellUpper(address, row, column) && row >= 1 && column >= 1) {
+            ExcelUtils::SetCellValue(row, column, value);
+        }
+    }
+    const std::string currentPath = host::DocumentManager::Instance().CurDocument()
+                                        ? host::DocumentManager::Instance().CurDocument()->FileName()
+                                        : std::string();
+    for (const auto& [cellKey, text] : commentChanges) {
+        meter.Step();
+        if (!SplitCellKey(cellKey, sheet, address) || !ExcelUtils::ActivateSheet(sheet)) continue;
+        try {
+            auto range = ExcelUtils::Worksheet->GetRange(address);
+            if (text.empty()) {
+                range->SetValue(arxutils::excel::Variant::String(currentPath));
+                auto links = range->GetHyperlinks();
+                if (links->Count() > 0) {
+                    links->Delete();
+                    links->Add(*range, currentPath);
+                }
+            } else {
+                range->ClearComments();
+                range->AddComment(text);
+            }
+        } catch (const arxutils::excel::AutomationError&) {
+            // One cell that can't be written doesn't stop the others.
+        }
+    }
+}
+
+void RemoveDeletedRows(const std::vector<long>& rows, const std::string& answer) {
+    if (rows.empty()) return;
+    std::string list;
+    for (long row : rows) list += base::Sprintf("%ld, ", row);
+    list = base::TrimRight(list, ", ");
+    const std::string prompt =
+        base::Sprintf("\nDo you want to remove the rows (%s) containing the deleted blocks?[Yes/No]<Yes>:", list);
+    std::string keyword = answer;
+    int result = host::RTNORM;
+    if (answer.empty()) {
+        host::Editor& editor = host::CurrentEditor();
+        editor.InitGet(0, "Yes No");
+        result = editor.GetKword(prompt, keyword);
+    } else {
+        host::Printf("%s%s", prompt, answer);
+    }
+    if (result == host::RTCAN || result == host::RTERROR) return;
+    // Enter, or anything but No, removes them.
+    if (result == host::RTNONE || keyword.empty() || base::ToUpper(keyword) != "NO") {
+        ExcelUtils::DeleteRows(rows);
+    }
+}
+
+int AutoUpload(int force) {
+    AsdkEditorReactor* reactor = TheApp().editorReactor.get();
+    if (CRegistry::GetInt("Velmar", "AutoUploadToActiveWorkbook", 0) == 0) {
+        if (reactor) reactor->uploadPrepared = 0;
+        return 1;
+    }
+    host::Document* current = host::DocumentManager::Instance().CurDocument();
+    if (!current) return 1;
+    CDocData& data = DataManager().docData(current);
+    if (force || !reactor || !reactor->uploadPrepared) {
+        if (reactor) reactor->uploadPrepared = 1;
+        AddEveryReference(current->Database(), data);
+    }
+    if (data.modifiedHandles.IsEmpty()) return 1;
+    UploadMaps& maps = LastAuto();
+    maps = UploadMaps();
+    try {
+        if (!ExcelUtils::ConnectToExcel(false) || !ExcelUtils::Workbook) {
+            ExcelUtils::Disconnect();
+            host::Printf("\nCan't upload the modified attributes to the active workbook. Please start Excel "
+                         "and open the exported workbook first.");
+            return 0;
+        }
+        const std::string workbook = ExcelUtils::Workbook->Name();
+        host::Printf("\nUploading the modified attributes and properties to %s automatically.", workbook);
+        ReadAllSheets(maps);
+        ParseUpload(maps, true);
+        if (!maps.changes.empty() || !maps.commentChanges.empty()) UploadChanges(maps.changes, maps.commentChanges);
+        host::PrintfOnceSaved("\nUploading the modified attributes and properties successfully.");
+    } catch (const arxutils::excel::AutomationError& e) {
+        host::Printf("\nError in AsdkEditorReactor::UploadToExcel: %s.", e.Description());
+    } catch (...) {
+        host::Printf("\nUnknown Error in AsdkEditorReactor::UploadToExcel: %d.", 280);
+    }
+    ExcelUtils::Disconnect();
+    return 1;
+}
+
+const UploadMaps& LastAutoUpload() { return LastAuto(); }
+
+}  // namespace attbat
