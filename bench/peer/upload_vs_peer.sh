@@ -36,7 +36,9 @@ for N in $SIZES; do
     set -- $(measure "$TOOL" --settings "$WORK/settings.ini" --drawing "$DXF" --workbook "$WORK/ours.xlsx" \
         --yes --quiet upload --remove-deleted-rows no)
     OURS=$1; OURS_CPU=$2; OURS_MEM=$3
-    [ "$OURS" = failed ] && sed 's/^/velmar: /' "$WORK/err" >&2
+    if [ "$OURS" = failed ]; then
+        if [ -s "$WORK/err" ]; then sed 's/^/velmar: /' "$WORK/err" >&2; else echo "velmar: no result within 900 s" >&2; fi
+    fi
     set -- $(measure /usr/bin/python3 "$HERE/peer_upload.py" "$DXF" "$WORK/peer.xlsx" --remove-deleted-rows no)
     PEER_S=$1; PEER_CPU=$2; PEER_MEM=$3
 
