@@ -16,6 +16,10 @@ void CommandContext::SummaryBool(std::string_view key, bool value) {
     summary_.emplace_back(std::string(key), value ? "true" : "false");
 }
 
+void CommandContext::SummaryJson(std::string_view key, std::string json) {
+    summary_.emplace_back(std::string(key), std::move(json));
+}
+
 std::string JsonQuote(std::string_view text) {
     std::string out = "\"";
     for (char c : text) {

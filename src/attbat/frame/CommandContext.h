@@ -29,6 +29,8 @@ public:
     void Summary(std::string_view key, std::string_view text);
     void Summary(std::string_view key, long long number);
     void SummaryBool(std::string_view key, bool value);
+    // A field whose value is JSON already (a list, an object), taken as it stands.
+    void SummaryJson(std::string_view key, std::string json);
     // Says that the user cancelled, so that the summary tells it from a failure.
     void MarkCancelled() { cancelled_ = true; }
     bool Cancelled() const { return cancelled_; }

@@ -5,8 +5,6 @@
 
 #include "attbat/links/UploadCommand.h"
 
-#include <cstdio>
-
 #include "arxutils/ExcelUtils.h"
 #include "arxutils/excel/AutomationError.h"
 #include "arxutils/excel/ExcelServer.h"
@@ -31,44 +29,36 @@ constexpr const char* kMethod = "CAttBatch::UploadToExcel";
 std::string FirstLine(const std::string& text) { return text.substr(0, text.find('\n')); }
 
 // What the upload writes, or in a dry run would write: one line each, or with a machine-readable
-// report one JSON object on standard output; counts in the summary.
+// report the lists themselves in the summary (cells with old and new texts, comments, rows).
 void Report(CommandContext& context, const UploadMaps& maps, bool dryRun) {
+    const host::Document* current = host::DocumentManager::Instance().CurDocument();
+    const std::string path = current ? current->FileName() : std::string();
+    auto oldText = [&](const std::string& cell) {
+        auto old = maps.cells.find(cell);
+        return old == maps.cells.end() ? std::string() : old->second;
+    };
     if (context.reportAsJson) {
-        std::string out = "{\"changes\": [";
-        const char* comma = "";
+        std::string changes, comments, rows;
         for (const auto& [cell, value] : maps.changes) {
-            auto old = maps.cells.find(cell);
-            out += base::Sprintf("%s{\"cell\": %s, \"old\": %s, \"new\": %s}", comma, JsonQuote(cell),
-                                 JsonQuote(old == maps.cells.end() ? std::string() : old->second), JsonQuote(value));
-            comma = ", ";
+            changes += base::Sprintf("%s{\"cell\": %s, \"old\": %s, \"new\": %s}", changes.empty() ? "" : ", ",
+                                     JsonQuote(cell), JsonQuote(oldText(cell)), JsonQuote(value));
         }
-        out += "], \"comments\": [";
-        comma = "";
         for (const auto& [cell, text] : maps.commentChanges) {
-            out += base::Sprintf("%s{\"cell\": %s, \"new\": %s}", comma, JsonQuote(cell),
-                                 text.empty() ? "null" : JsonQuote(text));
-            comma = ", ";
+            // A drawing path cell takes the path as its value; a key cell a new comment.
+            comments += base::Sprintf("%s{\"cell\": %s, %s: %s}", comments.empty() ? "" : ", ", JsonQuote(cell),
+                                      text.empty() ? "\"value\"" : "\"comment\"", JsonQuote(text.empty() ? path : text));
         }
-        out += "], \"deletedRows\": [";
-        comma = "";
-        for (long row : maps.deletedRows) {
-            out += base::Sprintf("%s%ld", comma, row);
-            comma = ", ";
-        }
-        out += "]}\n";
-        std::fwrite(out.data(), 1, out.size(), stdout);
-        std::fflush(stdout);
-    } else if (dryRun) {
-        for (const auto& [cell, value] : maps.changes) {
-            auto old = maps.cells.find(cell);
-            host::Printf("\n%s: '%s' -> '%s'", cell, old == maps.cells.end() ? std::string() : old->second, value);
-        }
-        const std::string* path = host::DocumentManager::Instance().CurDocument()
-                                      ? &host::DocumentManager::Instance().CurDocument()->FileName()
-                                      : nullptr;
+        for (long row : maps.deletedRows) rows += base::Sprintf(rows.empty() ? "%ld" : ", %ld", row);
+        context.SummaryJson("changes", "[" + changes + "]");
+        context.SummaryJson("comments", "[" + comments + "]");
+        context.SummaryJson("deletedRows", "[" + rows + "]");
+        return;
+    }
+    if (dryRun) {
+        for (const auto& [cell, value] : maps.changes) host::Printf("\n%s: '%s' -> '%s'", cell, oldText(cell), value);
         for (const auto& [cell, text] : maps.commentChanges) {
             if (text.empty()) {
-                host::Printf("\n%s: drawing path -> '%s'", cell, path ? *path : std::string());
+                host::Printf("\n%s: drawing path -> '%s'", cell, path);
             } else {
                 host::Printf("\n%s: comment '%s' -> '%s'", cell, FirstLine(maps.comments.at(cell)), FirstLine(text));
             }
