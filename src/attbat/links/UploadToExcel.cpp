@@ -42,6 +42,7 @@ bool SplitCellKey(const std::string& key, std::string& sheet, std::string& addre
 // The parts of a key comment's first line.
 struct UploadKey {
     std::string drawingPath;
+    std::string identifier;  // between "<" and ">"
     std::string handle;
     std::string tag;
     bool isProperty = false;
@@ -54,10 +55,10 @@ void SplitFirstLine(const std::string& line, UploadKey& key) {
     const std::size_t lt = line.find('<');
     if (lt == std::string::npos) return;
     if (lt == 0) {
-        key.handle = base::TrimRight(base::TrimLeft(line, "<"), ">");
+        key.identifier = base::TrimRight(base::TrimLeft(line, "<"), ">");
     } else if (line.back() == '>') {
         key.drawingPath = line.substr(0, lt);
-        key.handle = line.substr(lt + 1, line.size() - lt - 2);
+        key.identifier = line.substr(lt + 1, line.size() - lt - 2);
     }
 }
 
@@ -65,8 +66,7 @@ void SplitFirstLine(const std::string& line, UploadKey& key) {
 // counts only before the end of a handle found at "_", so a tag may hold ":" and a property
 // name "_".
 void SplitIdentifier(UploadKey& key) {
-    const std::string id = std::move(key.handle);
-    key.handle.clear();
+    const std::string& id = key.identifier;
     const std::size_t underscore = id.find('_');
     if (underscore != std::string::npos && underscore > 0) {
         key.handle = id.substr(0, underscore);
@@ -157,24 +157,25 @@ bool ReadAllSheets(UploadMaps& maps) {
     return ok;
 }
 
-void ParseUpload(UploadMaps& maps, bool automatic) {
-    host::Document* current = host::DocumentManager::Instance().CurDocument();
-    if (!current) return;
-    const bool updatePaths = CRegistry::GetInt("Velmar", "UpdateDrawingPathsInExcel", 0) != 0;
-    const std::string& currentPath = current->FileName();
-    cad::Database& db = current->Database();
-    CDocData* changed = automatic ? &DataManager().docData(current) : nullptr;
-    host::ProgressMeter meter("Parsing the data...", static_cast<long>(maps.comments.size()) + 1);
+namespace {
 
-    // First the keys: which cells name which reference of this drawing.
-    struct Keyed {
-        std::size_t order;  // of the comment, for the deleted rows' order of finding
-        const std::string* cellKey;
-        const std::string* cellText;
-        UploadKey key;
-    };
-    std::vector<Keyed> keyed;
+// A key cell of the current drawing: its comment's place among the comments (for the deleted
+// rows' order of finding), its cell and what the key names.
+struct KeyedCell {
+    std::size_t order;
+    const std::string* cellKey;
+    const std::string* cellText;
+    UploadKey key;
+};
+
+// The cells whose comments name a reference of the current drawing (`currentPath`); drawing path
+// cells and the comments of a moved drawing go into the comment changes on the way. With
+// `changed`, only the references it lists.
+std::vector<KeyedCell> KeyedCells(UploadMaps& maps, const std::string& currentPath, bool updatePaths,
+                                  const CDocData* changed) {
+    std::vector<KeyedCell> keyed;
     static const std::string noText;
+    host::ProgressMeter meter("Parsing the data...", static_cast<long>(maps.comments.size()) + 1);
     // The two maps hold the same keys, so their entries are walked side by side.
     auto cell = maps.cells.begin();
     std::size_t order = 0;
@@ -209,13 +210,18 @@ void ParseUpload(UploadMaps& maps, bool automatic) {
         if (changed && !changed->HasModifiedHandle(key.handle)) continue;
         keyed.push_back({order, &cellKey, cellText, std::move(key)});
     }
+    return keyed;
+}
 
-    // Then each reference once, with all the cells that name it.
+// Each reference once, with all the cells that name it: the values that differ go into the
+// changes, the rows of references that are gone into the deleted rows, in the order found.
+void CompareReferences(std::vector<KeyedCell>& keyed, cad::Database& db, const std::string& currentPath,
+                       UploadMaps& maps) {
     std::stable_sort(keyed.begin(), keyed.end(),
-                     [](const Keyed& a, const Keyed& b) { return a.key.handle < b.key.handle; });
+                     [](const KeyedCell& a, const KeyedCell& b) { return a.key.handle < b.key.handle; });
     const CadDrawingContext drawing(&db);
     ReferenceRowReader reader(db, currentPath);
-    std::vector<std::pair<std::size_t, long>> gone;  // (order, sheet row) of cells of references gone
+    std::vector<std::pair<std::size_t, long>> gone;  // (order, sheet row)
     for (std::size_t first = 0, last = 0; first < keyed.size(); first = last) {
         const std::string& handle = keyed[first].key.handle;
         bool wantsArea = false;
@@ -224,7 +230,6 @@ void ParseUpload(UploadMaps& maps, bool automatic) {
         }
         AcadBlockRef row;
         if (!reader.Read(handle, row, wantsArea)) {
-            // The reference is gone: its rows are offered for removal.
             for (std::size_t k = first; k < last; ++k) {
                 std::string sheet, address;
                 int sheetRow = 0, column = 0;
@@ -249,6 +254,17 @@ void ParseUpload(UploadMaps& maps, bool automatic) {
     for (const auto& [ignored, sheetRow] : gone) {
         if (seen.insert(sheetRow).second) maps.deletedRows.push_back(sheetRow);
     }
+}
+
+}  // namespace
+
+void ParseUpload(UploadMaps& maps, bool automatic) {
+    host::Document* current = host::DocumentManager::Instance().CurDocument();
+    if (!current) return;
+    const bool updatePaths = CRegistry::GetInt("Velmar", "UpdateDrawingPathsInExcel", 0) != 0;
+    const CDocData* changed = automatic ? &DataManager().docData(current) : nullptr;
+    std::vector<KeyedCell> keyed = KeyedCells(maps, current->FileName(), updatePaths, changed);
+    CompareReferences(keyed, current->Database(), current->FileName(), maps);
 }
 
 void UploadChanges(const UploadMap& changes, const UploadMap& commentChanges) {
