@@ -171,6 +171,7 @@ base::Result<std::unique_ptr<Database>> Database::FromBytes(std::string bytes, s
     db->fileName_ = std::move(fileName);
     base::Status status = db->Load();
     if (!status) return status;
+    db->units_ = db->ReadUnits();
     return db;
 }
 
@@ -969,6 +970,18 @@ long long Database::HeaderInt(std::string_view name, long long fallback) const {
 base::Status Database::SetHeader(std::string_view name, const TagList& values) {
     if (name.empty() || values.empty())
         return base::Status::Error("a header variable needs a name and a value");
+    // The units follow their variables; the handle seed, set at every new object, costs nothing.
+    struct UnitsAfter {
+        Database& db;
+        bool unit;
+        ~UnitsAfter() {
+            if (unit) db.units_ = db.ReadUnits();
+        }
+    } after{*this, false};
+    for (std::string_view variable : {"$LUNITS", "$LUPREC", "$AUNITS", "$AUPREC", "$ANGBASE", "$ANGDIR",
+                                      "$DIMZIN", "$UNITMODE"}) {
+        after.unit = after.unit || SameNameNoCase(name, variable);
+    }
     std::uint32_t rec = EnsureSection(SectionKind::Header);
     std::uint32_t at = HeaderTagIndex(name);
     if (at == kNone) {
@@ -991,7 +1004,7 @@ base::Status Database::SetHeader(std::string_view name, const TagList& values) {
     return base::Status::Ok();
 }
 
-UnitSettings Database::Units() const {
+UnitSettings Database::ReadUnits() const {
     UnitSettings units;
     units.lunits = static_cast<int>(HeaderInt("$LUNITS", units.lunits));
     units.luprec = static_cast<int>(HeaderInt("$LUPREC", units.luprec));

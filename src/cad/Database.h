@@ -19,6 +19,7 @@
 #include "cad/Tag.h"
 #include "cad/Tagger.h"
 #include "cad/TextCodec.h"
+#include "cad/units/UnitSettings.h"
 
 namespace cad {
 
@@ -114,7 +115,9 @@ public:
     // The unit settings ($LUNITS, $LUPREC, $AUNITS, $AUPREC, $ANGBASE, $ANGDIR, $DIMZIN,
     // $UNITMODE) with a new drawing's defaults for what the header lacks; $ANGBASE is kept in
     // degrees in the file like every group 50 and comes out in radians.
-    UnitSettings Units() const;
+    // Read once with the drawing and again when SetHeader changes one of them, so that every
+    // number text of a schedule doesn't search the header.
+    const UnitSettings& Units() const { return units_; }
 
     // ---- Symbol tables ("LAYER", "STYLE", "LTYPE", "APPID", "VIEW", "VPORT", "BLOCK_RECORD"...)
     // The records of a table in file order; empty when the table is missing.
@@ -282,6 +285,8 @@ private:
     std::uint32_t FindTable(std::string_view table) const;
     std::uint32_t HeaderTagIndex(std::string_view name) const;
     void SyncHandSeed();
+    // The unit settings as the header has them now.
+    UnitSettings ReadUnits() const;
 
     // Writing: WriteTo hands the file's bytes to `out(std::string_view)` piece by piece.
     template <class Out>
@@ -320,6 +325,7 @@ private:
     std::size_t handleCount_ = 0;
     std::vector<std::string> warnings_;
     std::vector<DatabaseReactor*> reactors_;
+    UnitSettings units_;
     std::uint32_t first_ = kNone;
     std::uint32_t last_ = kNone;
     Handle handSeed_ = 1;
