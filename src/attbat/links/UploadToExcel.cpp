@@ -18,6 +18,7 @@
 #include "base/Path.h"
 #include "base/Text.h"
 #include "cad/BlockReference.h"
+#include "cad/Tag.h"
 #include "host/Document.h"
 #include "host/Editor.h"
 #include "host/Printer.h"
@@ -220,8 +221,22 @@ std::vector<KeyedCell> KeyedCells(UploadMaps& maps, const std::string& currentPa
 // changes, the rows of references that are gone into the deleted rows, in the order found.
 void CompareReferences(std::vector<KeyedCell>& keyed, cad::Database& db, const std::string& currentPath,
                        UploadMaps& maps) {
-    std::stable_sort(keyed.begin(), keyed.end(),
-                     [](const KeyedCell& a, const KeyedCell& b) { return a.key.handle < b.key.handle; });
+    // The cells of one reference side by side: sorted by the handle's number (texts only where
+    // numbers are equal), an integer compare for most of three quarters of a million cells.
+    std::vector<std::pair<cad::Handle, std::uint32_t>> byHandle;
+    byHandle.reserve(keyed.size());
+    for (std::size_t k = 0; k < keyed.size(); ++k) {
+        byHandle.emplace_back(cad::ParseHandle(keyed[k].key.handle), static_cast<std::uint32_t>(k));
+    }
+    std::sort(byHandle.begin(), byHandle.end(), [&keyed](const auto& a, const auto& b) {
+        if (a.first != b.first) return a.first < b.first;
+        const std::string_view x = keyed[a.second].key.handle, y = keyed[b.second].key.handle;
+        return x != y ? x < y : a.second < b.second;
+    });
+    std::vector<KeyedCell> sorted;
+    sorted.reserve(keyed.size());
+    for (const auto& [ignored, k] : byHandle) sorted.push_back(keyed[k]);
+    keyed = std::move(sorted);
     const CadDrawingContext drawing(&db);
     ReferenceRowReader reader(db, currentPath);
     std::vector<std::pair<std::size_t, long>> gone;  // (order, sheet row)
