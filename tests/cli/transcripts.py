@@ -39,6 +39,8 @@ def runs():
     for alias in ALIASES:
         yield "help-" + alias, [alias, "--help"]
     yield "help-dxf", ["dxf", "--help"]
+    yield "help-watch", ["watch", "--help"]
+    yield "watch-without-files", ["watch"]
     yield "help-xlsx", ["xlsx", "--help"]
     yield "unknown-command", ["expotr"]
     yield "unknown-option", ["export", "--colour", "red"]
