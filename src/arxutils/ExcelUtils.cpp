@@ -550,6 +550,16 @@ std::string ExcelUtils::SelectionAddress() {
     return address;
 }
 
+bool ExcelUtils::ForEachWorksheet(const std::function<bool()>& read) {
+    if (!Workbook) return false;
+    const std::string active = Worksheet ? Worksheet->GetName() : std::string();
+    auto sheets = Workbook->GetWorksheets();
+    bool ok = true;
+    for (int i = 1, n = sheets->Count(); i <= n && ok; ++i) ok = ActivateSheet(i) && read();
+    if (!active.empty()) ActivateSheet(active);
+    return ok;
+}
+
 bool ExcelUtils::WorksheetNames(std::vector<std::string>& names) {
     return Guarded([&] {
         if (!Workbook) return false;

@@ -102,6 +102,10 @@ public:
     static bool ReadComments(StringMap& mapComment, StringMap& mapValue);
     // The selection in A1 form ("$A$1:$B$3"); "" without one.
     static std::string SelectionAddress();
+    // Activates each worksheet of the active workbook in turn and calls `read`, stopping at the
+    // first false, then makes the sheet active before active again; false when a sheet couldn't
+    // be activated or read.
+    static bool ForEachWorksheet(const std::function<bool()>& read);
     // Appends the names of the active workbook's worksheets.
     static bool WorksheetNames(std::vector<std::string>& names);
     // Shows, activates and attaches the sheet; false when there is none of that name / index.

@@ -41,8 +41,7 @@ cad::Database& Document::Database() {
     if (!db_) {
         auto db = ReadSideDatabase(path_);
         if (db) {
-            db_ = std::move(db.Value());
-            for (cad::DatabaseReactor* reactor : reactors_) db_->AddReactor(reactor);
+            Adopt(std::move(db.Value()));
         } else {
             loadStatus_ = db.GetStatus();
             // A drawing of nothing but its end: the document stays usable and is never saved.
@@ -69,6 +68,11 @@ bool Document::Release() {
     return true;
 }
 
+void Document::Adopt(std::unique_ptr<cad::Database> db) {
+    db_ = std::move(db);
+    for (cad::DatabaseReactor* reactor : reactors_) db_->AddReactor(reactor);
+}
+
 void Document::AddDatabaseReactor(cad::DatabaseReactor* reactor) {
     if (!reactor || std::find(reactors_.begin(), reactors_.end(), reactor) != reactors_.end()) return;
     reactors_.push_back(reactor);
@@ -83,8 +87,7 @@ void Document::RemoveDatabaseReactor(cad::DatabaseReactor* reactor) {
 base::Status Document::Reload() {
     auto db = ReadSideDatabase(path_);
     if (!db) return db.GetStatus();
-    db_ = std::move(db.Value());
-    for (cad::DatabaseReactor* reactor : reactors_) db_->AddReactor(reactor);
+    Adopt(std::move(db.Value()));
     units_.reset();
     loadStatus_ = base::Status::Ok();
     return base::Status::Ok();

@@ -83,6 +83,8 @@ public:
 
 private:
     explicit Document(std::string path) : path_(std::move(path)) {}
+    // Takes a reading of the drawing as the document's, with the document's reactors on it.
+    void Adopt(std::unique_ptr<cad::Database> db);
 
     std::string path_;
     std::unique_ptr<cad::Database> db_;

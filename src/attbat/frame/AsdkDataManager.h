@@ -40,12 +40,8 @@ public:
     void DocumentBecameCurrent(host::Document* document) override {
         if (!document) return;
         T& data = docData(document);
-        if (!data.dbReactor) AddDatabaseReactor(document, data);
-    }
-
-    // Makes the record's reactor (unattached) and adds it to the document's drawing, whenever
-    // that is read.
-    static void AddDatabaseReactor(host::Document* document, T& data) {
+        if (data.dbReactor) return;
+        // Unattached, and added to the document's drawing whenever that is read.
         data.dbReactor = std::make_unique<AsdkDataBaseReactor>();
         document->AddDatabaseReactor(data.dbReactor.get());
     }

@@ -52,11 +52,7 @@ AppRetCode CAttBatApp::On_kInitAppMsg(void*) {
         editorReactor->upload = [this](bool force) { return RunAutoUpload(force); };
     }
     // The data manager hears of documents from now on; the current one gets its reactor here.
-    AsdkDataManager<CDocData>& manager = DataManager();
-    if (host::Document* current = host::DocumentManager::Instance().CurDocument()) {
-        CDocData& data = manager.docData(current);
-        if (!data.dbReactor) manager.AddDatabaseReactor(current, data);
-    }
+    DataManager().DocumentBecameCurrent(host::DocumentManager::Instance().CurDocument());
     // There is no host version to ask on Linux: the year stays that of the 2025 family.
     hostYear = HostYear("");
     hostProduct = HostProductText(ProcessFileName());

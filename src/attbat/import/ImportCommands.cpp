@@ -70,15 +70,8 @@ bool SetControls(CImportByHandleDialog& dialog, const ControlValues& values) {
 
 // Reads the key comments of the active sheet, or of every sheet with the active one restored.
 bool ReadMap(const ImportByHandleOptions& options, ImportMap& map) {
-    if (options.WorksheetOption == 0) return ExcelUtils::ReadCommentAndText(map, options.IgnoreProperty != 0);
-    std::string active = ExcelUtils::Worksheet ? ExcelUtils::Worksheet->GetName() : std::string();
-    auto sheets = ExcelUtils::Workbook->GetWorksheets();
-    bool ok = true;
-    for (int i = 1; sheets && i <= sheets->Count() && ok; ++i) {
-        ok = ExcelUtils::ActivateSheet(i) && ExcelUtils::ReadCommentAndText(map, options.IgnoreProperty != 0);
-    }
-    if (!active.empty()) ExcelUtils::ActivateSheet(active);
-    return ok;
+    auto read = [&] { return ExcelUtils::ReadCommentAndText(map, options.IgnoreProperty != 0); };
+    return options.WorksheetOption == 0 ? read() : ExcelUtils::ForEachWorksheet(read);
 }
 
 // The current drawing is read on first use, after the workbook is let go; one that turned out

@@ -52,11 +52,10 @@ void DrawingWatch::DrawingSaved() {
     }
     host::Printf("\n%s was saved: %d reference(s) changed, %d removed.", base::FileName(drawing_),
                  static_cast<int>(changed.size()), static_cast<int>(removed));
-    // The other program's edit, told as the host tells its own: each changed reference, then the
-    // end of its command. Removed references have no object left to tell of; the automatic upload
-    // would only note their rows anyway.
-    for (const std::string& handle : changed) db.NotifyModified(db.ObjectByHandle(cad::ParseHandle(handle)));
+    // Removed references have no object left to tell of; the automatic upload would only note
+    // their rows anyway.
     if (changed.empty()) return;
+    unsent_.insert(unsent_.end(), changed.begin(), changed.end());
     pending_ = true;
     UploadIfFree();
 }
@@ -80,10 +79,14 @@ void DrawingWatch::UploadIfFree() {
 }
 
 void DrawingWatch::Upload() {
+    // The other program's edit, told as the host tells its own: each changed reference, then the
+    // end of its command. References of an upload that failed are told again.
+    cad::Database& db = host::DocumentManager::Instance().CurDocument()->Database();
+    for (const std::string& handle : unsent_) db.NotifyModified(db.ObjectByHandle(cad::ParseHandle(handle)));
     CommandContext context;
     const bool atLoad = atLoad_;
     atLoad_ = false;
-    run_.WithWorkbooks(
+    const CommandStatus status = run_.WithWorkbooks(
         [&] {
             if (atLoad) run_.App().EntryPoint(kLoadDwgMsg, nullptr);
             else host::TheEditorEvents().CommandEnded(kExternalSaveCommand);
@@ -96,10 +99,18 @@ void DrawingWatch::Upload() {
             return CommandStatus::Done;
         },
         context);
+    if (status == CommandStatus::Done) {
+        unsent_.clear();
+        return;
+    }
+    // The workbook wasn't written (said above): the same upload is tried again at the next event.
+    atLoad_ = atLoad;
+    pending_ = true;
+    host::Printf("\nThe upload to %s is tried again at the next save or when the workbook is closed.",
+                 base::FileName(workbook_));
 }
 
 CommandStatus DrawingWatch::Run(host::FileWatcher& watcher) {
-    const std::vector<std::string> locks = arxutils::excel::LockFilesOf(workbook_);
     for (;;) {
         host::CurrentPrinter().FinishLine();
         const host::WatchEvent event = watcher.Wait(std::chrono::milliseconds(-1));

@@ -51,6 +51,8 @@ private:
     std::string drawing_;
     std::string workbook_;
     ReferenceSnapshot snapshot_;
+    // Handles of references changed since the last upload that reached the workbook.
+    std::vector<std::string> unsent_;
     bool pending_ = false;
     bool atLoad_ = false;   // the drawing load's upload hasn't run yet
     bool lockSaid_ = false;

@@ -38,7 +38,7 @@ void Report(CommandContext& context, const UploadMaps& maps, bool dryRun) {
         return old == maps.cells.end() ? std::string() : old->second;
     };
     if (context.reportAsJson) {
-        std::string changes, comments, rows;
+        std::string changes, comments;
         for (const auto& [cell, value] : maps.changes) {
             changes += base::Sprintf("%s{\"cell\": %s, \"old\": %s, \"new\": %s}", changes.empty() ? "" : ", ",
                                      JsonQuote(cell), JsonQuote(oldText(cell)), JsonQuote(value));
@@ -48,10 +48,9 @@ void Report(CommandContext& context, const UploadMaps& maps, bool dryRun) {
             comments += base::Sprintf("%s{\"cell\": %s, %s: %s}", comments.empty() ? "" : ", ", JsonQuote(cell),
                                       text.empty() ? "\"value\"" : "\"comment\"", JsonQuote(text.empty() ? path : text));
         }
-        for (long row : maps.deletedRows) rows += base::Sprintf(rows.empty() ? "%ld" : ", %ld", row);
         context.SummaryJson("changes", "[" + changes + "]");
         context.SummaryJson("comments", "[" + comments + "]");
-        context.SummaryJson("deletedRows", "[" + rows + "]");
+        context.SummaryJson("deletedRows", "[" + RowList(maps.deletedRows) + "]");
         return;
     }
     if (dryRun) {
@@ -64,9 +63,7 @@ void Report(CommandContext& context, const UploadMaps& maps, bool dryRun) {
             }
         }
         if (!maps.deletedRows.empty()) {
-            std::string rows;
-            for (long row : maps.deletedRows) rows += base::Sprintf(rows.empty() ? "%ld" : ", %ld", row);
-            host::Printf("\nRows of deleted blocks that would be offered for removal: %s.", rows);
+            host::Printf("\nRows of deleted blocks that would be offered for removal: %s.", RowList(maps.deletedRows));
         }
         host::Printf("\n%d change(s); nothing was written.",
                      static_cast<int>(maps.changes.size() + maps.commentChanges.size()));

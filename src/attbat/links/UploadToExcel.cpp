@@ -147,18 +147,14 @@ UploadMaps& LastAuto() {
 
 }  // namespace
 
-bool ReadComments(UploadMap& comments, UploadMap& cells) { return ExcelUtils::ReadComments(comments, cells); }
-
 bool ReadAllSheets(UploadMaps& maps) {
-    if (!ExcelUtils::Workbook) return false;
-    const std::string active = ExcelUtils::Worksheet ? ExcelUtils::Worksheet->GetName() : std::string();
-    auto sheets = ExcelUtils::Workbook->GetWorksheets();
-    bool ok = true;
-    for (int i = 1, n = sheets->Count(); i <= n && ok; ++i) {
-        ok = ExcelUtils::ActivateSheet(i) && ReadComments(maps.comments, maps.cells);
-    }
-    if (!active.empty()) ExcelUtils::ActivateSheet(active);
-    return ok;
+    return ExcelUtils::ForEachWorksheet([&maps] { return ExcelUtils::ReadComments(maps.comments, maps.cells); });
+}
+
+std::string RowList(const std::vector<long>& rows) {
+    std::string list;
+    for (long row : rows) list += base::Sprintf(list.empty() ? "%ld" : ", %ld", row);
+    return list;
 }
 
 namespace {
@@ -324,11 +320,8 @@ void UploadChanges(const UploadMap& changes, const UploadMap& commentChanges) {
 
 void RemoveDeletedRows(const std::vector<long>& rows, const std::string& answer) {
     if (rows.empty()) return;
-    std::string list;
-    for (long row : rows) list += base::Sprintf("%ld, ", row);
-    list = base::TrimRight(list, ", ");
-    const std::string prompt =
-        base::Sprintf("\nDo you want to remove the rows (%s) containing the deleted blocks?[Yes/No]<Yes>:", list);
+    const std::string prompt = base::Sprintf(
+        "\nDo you want to remove the rows (%s) containing the deleted blocks?[Yes/No]<Yes>:", RowList(rows));
     std::string keyword = answer;
     int result = host::RTNORM;
     if (answer.empty()) {
@@ -358,9 +351,9 @@ int AutoUpload(int force) {
         if (reactor) reactor->uploadPrepared = 1;
         AddEveryReference(current->Database(), data);
     }
-    if (data.modifiedHandles.IsEmpty()) return 1;
     UploadMaps& maps = LastAuto();
     maps = UploadMaps();
+    if (data.modifiedHandles.IsEmpty()) return 1;
     try {
         if (!ExcelUtils::ConnectToExcel(false) || !ExcelUtils::Workbook) {
             ExcelUtils::Disconnect();
@@ -370,10 +363,15 @@ int AutoUpload(int force) {
         }
         const std::string workbook = ExcelUtils::Workbook->Name();
         host::Printf("\nUploading the modified attributes and properties to %s automatically.", workbook);
-        ReadAllSheets(maps);
-        ParseUpload(maps, true);
-        if (!maps.changes.empty() || !maps.commentChanges.empty()) UploadChanges(maps.changes, maps.commentChanges);
-        host::PrintfOnceSaved("\nUploading the modified attributes and properties successfully.");
+        if (ReadAllSheets(maps)) {
+            ParseUpload(maps, true);
+            if (!maps.changes.empty() || !maps.commentChanges.empty()) UploadChanges(maps.changes, maps.commentChanges);
+            host::PrintfOnceSaved("\nUploading the modified attributes and properties successfully.");
+        } else {
+            // Cells compared with part of the workbook would be half an upload told as a whole.
+            host::Printf("\nError in AsdkEditorReactor::UploadToExcel: %s.",
+                         "the key comments of " + workbook + " couldn't be read; nothing was uploaded");
+        }
     } catch (const arxutils::excel::AutomationError& e) {
         host::Printf("\nError in AsdkEditorReactor::UploadToExcel: %s.", e.Description());
     } catch (...) {

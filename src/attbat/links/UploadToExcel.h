@@ -22,12 +22,12 @@ struct UploadMaps {
     std::vector<long> deletedRows;  // sheet rows of references that are gone, each once, as found
 };
 
-// Reads the key comments of the active sheet with their cells' texts into the two maps; false
-// when the sheet couldn't be read (what was read stays).
-bool ReadComments(UploadMap& comments, UploadMap& cells);
-// Reads every sheet of the active workbook in turn, then makes the noted active sheet active
-// again; false when one couldn't be read.
+// Reads the key comments of every sheet of the active workbook with their cells' texts
+// (ExcelUtils::ReadComments, sheet by sheet), then makes the noted active sheet active again;
+// false when one couldn't be read.
 bool ReadAllSheets(UploadMaps& maps);
+// Sheet rows as the upload names them: "2, 4".
+std::string RowList(const std::vector<long>& rows);
 // Compares workbook and current drawing: fills changes, comment changes and deleted rows. With
 // `automatic` only the references of the current document's changed handles count.
 void ParseUpload(UploadMaps& maps, bool automatic);

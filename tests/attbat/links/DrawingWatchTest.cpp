@@ -115,6 +115,21 @@ TEST_F(DrawingWatchTest, AWorkbookOpenElsewhereWaitsForItsLockToGo) {
     EXPECT_EQ(Saved("A2"), "D01-LOCKED");
 }
 
+TEST_F(DrawingWatchTest, AnUploadThatCouldNotBeWrittenIsTriedAgainWithTheSameReferences) {
+    ModuleRun run(TheApp(), setup, ui);
+    DrawingWatch watch(run, drawing, book);
+    ASSERT_TRUE(watch.Start());
+    std::filesystem::rename(book, book + ".away");
+    SaveElsewhere("E5", "MARK", "D02-WHILE-AWAY");
+    watch.DrawingSaved();
+    EXPECT_TRUE(watch.Pending());
+    EXPECT_NE(Printed().find("The upload to book.xlsx is tried again"), std::string::npos) << Printed();
+    std::filesystem::rename(book + ".away", book);
+    watch.UploadIfFree();
+    EXPECT_FALSE(watch.Pending());
+    EXPECT_EQ(Saved("A3"), "D02-WHILE-AWAY");
+}
+
 TEST_F(DrawingWatchTest, TheStartUploadsWhatTheDrawingHoldsAsTheHostsLoadDoes) {
     SaveElsewhere("DE", "MARK", "D01-BEFORE-THE-WATCH");
     ModuleRun run(TheApp(), setup, ui);
