@@ -465,20 +465,7 @@ bool ExcelUtils::ReadCommentAndText(StringMap& map, bool ignoreProperties) {
         int count = comments->Count();
         host::ProgressMeter meter("Reading the data from Excel...", count + 1);
         for (int i = 1; i <= count; ++i) {
-            auto comment = comments->Item(i);
-            tables::CTextTokenizer lines(comment->Text(), "\n");
-            std::string line, cellText;
-            bool fetched = false;
-            while (lines.Next(line)) {
-                bool key = line.find('_', 1) != std::string::npos ||
-                           (!ignoreProperties && line.find(':', 1) != std::string::npos);
-                if (!key) continue;
-                if (!fetched) {
-                    cellText = TextOf(comment->Parent()->Text());
-                    fetched = true;
-                }
-                map[line] = cellText;
-            }
+            AddKeyLines(*comments->Item(i), map, ignoreProperties);
             meter.Step();
         }
         return true;
@@ -488,6 +475,22 @@ bool ExcelUtils::ReadCommentAndText(StringMap& map, bool ignoreProperties) {
                                : std::string("Unknown error in ReadCommentAndText");
         host::ShowMessage(text, "Velmar");
         return false;
+    }
+}
+
+void ExcelUtils::AddKeyLines(excel::Comment& comment, StringMap& map, bool ignoreProperties) {
+    tables::CTextTokenizer lines(comment.Text(), "\n");
+    std::string line, cellText;
+    bool fetched = false;
+    while (lines.Next(line)) {
+        bool key = line.find('_', 1) != std::string::npos ||
+                   (!ignoreProperties && line.find(':', 1) != std::string::npos);
+        if (!key) continue;
+        if (!fetched) {
+            cellText = TextOf(comment.Parent()->Text());
+            fetched = true;
+        }
+        map[line] = cellText;
     }
 }
 

@@ -98,6 +98,10 @@ public:
     // Each key line of each comment ("_" past the first character; ":" too unless
     // `ignoreProperties`) mapped to its cell's displayed text.
     static bool ReadCommentAndText(StringMap& map, bool ignoreProperties);
+    // Adds the lines of one comment that name an attribute ("_" past the first character) or,
+    // unless `ignoreProperties`, a property (":"), each with the text its cell shows; the cell is
+    // read once, and not at all when no line qualifies. Throws the object model's error.
+    static void AddKeyLines(excel::Comment& comment, StringMap& map, bool ignoreProperties);
     // Key comments by "Sheet:$A$1": their text and their cell's value (through ReadValues).
     static bool ReadComments(StringMap& mapComment, StringMap& mapValue);
     // The selection in A1 form ("$A$1:$B$3"); "" without one.

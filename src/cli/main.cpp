@@ -6,7 +6,7 @@
 #include "attbat/export/ExportCommands.h"
 #include "attbat/frame/CAttBatApp.h"
 #include "attbat/import/ImportCommands.h"
-#include "attbat/links/UploadCommand.h"
+#include "attbat/links/LinkCommands.h"
 #include "cli/CommandLine.h"
 #include "cli/DxfTool.h"
 #include "cli/WatchTool.h"

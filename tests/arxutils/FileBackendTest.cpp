@@ -161,6 +161,33 @@ TEST_F(BridgeTest, ReadOnlyWorkbookIsNotSavedInPlace) {
     EXPECT_NE(saved.Message().find(second + " was opened read-only"), std::string::npos);
 }
 
+TEST_F(BridgeTest, AClosedWorkbookDropsItsChangesAndTheOneOpenedBeforeBecomesActive) {
+    std::string first = MakeBook("a.xlsx");
+    std::string second = MakeBook("b.xlsx");
+    Attach(first);
+    ASSERT_TRUE(ExcelUtils::OpenWorkbook(second));
+    ASSERT_TRUE(ExcelUtils::ActivateSheet(1));
+    ExcelUtils::SetCellValue(1, 1, "dropped");
+    EXPECT_EQ(ExcelUtils::Application->ActiveWorkbook()->FullName(), second);
+    ExcelUtils::Workbook->Close();
+    EXPECT_EQ(ExcelUtils::Application->GetWorkbooks()->Count(), 1);
+    EXPECT_EQ(ExcelUtils::Application->ActiveWorkbook()->FullName(), first);
+    EXPECT_FALSE(backend_->HasChanges());
+    ASSERT_TRUE(backend_->SaveChanged());
+    EXPECT_EQ(CellText(second, 1, 1), "");
+}
+
+TEST_F(BridgeTest, ActivatingAWorkbookMakesItTheActiveOne) {
+    std::string first = MakeBook("a.xlsx");
+    std::string second = MakeBook("b.xlsx");
+    Attach(first);
+    auto firstBook = ExcelUtils::Application->ActiveWorkbook();
+    ASSERT_TRUE(ExcelUtils::OpenWorkbook(second));
+    EXPECT_EQ(ExcelUtils::Application->ActiveWorkbook()->FullName(), second);
+    firstBook->Activate();
+    EXPECT_EQ(ExcelUtils::Application->ActiveWorkbook()->FullName(), first);
+}
+
 TEST_F(BridgeTest, EverySaveKeepsWhatTheBridgeDoesNotTouch) {
     std::string path = CopyCorpus("excel2010-macro-139-notes-charts-merges.xlsm", "macro.xlsm");
     auto original = xl::Workbook::Open(path);

@@ -1,7 +1,7 @@
 // `velmar upload` end to end: the sample exported, its drawing changed as another program would,
 // and the workbook brought up to date by the command.
 
-#include "attbat/links/UploadCommand.h"
+#include "attbat/links/LinkCommands.h"
 
 #include <gtest/gtest.h>
 

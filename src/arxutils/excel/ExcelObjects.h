@@ -148,6 +148,12 @@ public:
     virtual std::unique_ptr<Worksheets> GetWorksheets() = 0;
     virtual std::unique_ptr<DocumentProperties> BuiltinDocumentProperties() = 0;
     virtual void RefreshAll() = 0;
+    // Makes this the active workbook of its instance.
+    virtual void Activate() = 0;
+    // Closes the workbook without saving it (SaveChanges:=False): its changes are dropped. The
+    // workbook that was opened before it becomes the active one (Nothing when none is left);
+    // this object and the sheets and ranges taken from it must not be used afterwards.
+    virtual void Close() = 0;
 };
 
 // The built-in document properties ("Title", "Author", "Last Save Time"...).

@@ -438,6 +438,25 @@ public:
     // Cached formula values are what a file holds; the spreadsheet program recalculates them
     // when it next opens the file.
     void RefreshAll() override { book_->file->SetRecalculateOnOpen(true); book_->dirty = true; }
+    void Activate() override {
+        CheckRunning(*state_);
+        state_->active = book_;
+    }
+    void Close() override {
+        CheckRunning(*state_);
+        auto& books = state_->books;
+        for (auto it = books.begin(); it != books.end(); ++it) {
+            if (it->get() != book_) continue;
+            // Kept among the closed ones, so that a handle still held stays harmless; its sheets
+            // go back, to be read again from the package should such a handle use them.
+            book_->dirty = false;
+            book_->file->UnloadUnchangedSheets();
+            state_->closed.push_back(std::move(*it));
+            books.erase(it);
+            break;
+        }
+        if (state_->active == book_) state_->active = books.empty() ? nullptr : books.back().get();
+    }
 
 private:
     StatePtr state_;

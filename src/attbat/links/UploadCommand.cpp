@@ -9,7 +9,6 @@
 #include "arxutils/excel/AutomationError.h"
 #include "arxutils/excel/ExcelServer.h"
 #include "attbat/frame/CArxErrLog.h"
-#include "attbat/frame/CAttBatApp.h"
 #include "attbat/frame/COptionsDialog.h"
 #include "attbat/links/UploadToExcel.h"
 #include "base/Format.h"
@@ -141,6 +140,8 @@ CommandStatus RunUpload(CommandContext& context, int& step) {
     return CommandStatus::Done;
 }
 
+}  // namespace
+
 CommandStatus UploadToExcelCommand(CommandContext& context) {
     if (!context.arguments.empty()) {
         host::CurrentPrinter().Warn("velmar: upload takes no words; see 'velmar upload --help'.");
@@ -165,8 +166,6 @@ CommandStatus UploadToExcelCommand(CommandContext& context) {
     return CommandStatus::Failed;
 }
 
-}  // namespace
-
 const std::vector<Control>& UploadControls() {
     static const std::vector<Control> controls = [] {
         std::vector<Control> list;
@@ -183,11 +182,6 @@ const std::vector<Control>& UploadControls() {
         return list;
     }();
     return controls;
-}
-
-void ImplementLinkCommands(CAttBatApp& app) {
-    app.Implement("Velmar_UploadToExcel", {UploadControls(), "", UploadToExcelCommand});
-    app.SetAutoUpload(AutoUpload);
 }
 
 }  // namespace attbat

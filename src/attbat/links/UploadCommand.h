@@ -1,16 +1,15 @@
 #pragma once
-// `velmar upload` (Velmar_UploadToExcel) and the automatic upload the editor reactor runs.
+// `velmar upload` (Velmar_UploadToExcel).
 #include <vector>
 
-#include "attbat/frame/Control.h"
+#include "attbat/frame/CommandContext.h"
 
 namespace attbat {
 
-class CAttBatApp;
-
 // The upload's controls: the stored path option, the answer to the row question, and a dry run.
 const std::vector<Control>& UploadControls();
-// Gives Velmar_UploadToExcel its work and the module its automatic upload.
-void ImplementLinkCommands(CAttBatApp& app);
+// Asks, compares the workbook's key comments with the current drawing and writes the cells that
+// differ; --dry-run only tells them.
+CommandStatus UploadToExcelCommand(CommandContext& context);
 
 }  // namespace attbat

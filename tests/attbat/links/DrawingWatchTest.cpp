@@ -8,7 +8,7 @@
 #include "UploadFixture.h"
 #include "attbat/frame/CAttBatApp.h"
 #include "attbat/frame/CommandRun.h"
-#include "attbat/links/UploadCommand.h"
+#include "attbat/links/LinkCommands.h"
 #include "base/File.h"
 #include "host/Ui.h"
 
