@@ -8,6 +8,7 @@
 #include "attbat/frame/CommandRun.h"
 #include "attbat/links/DrawingWatch.h"
 #include "arxutils/excel/FileBackend.h"
+#include "base/Path.h"
 #include "cli/ExitCodes.h"
 #include "cli/GlobalOptions.h"
 #include "host/Console.h"
@@ -91,6 +92,10 @@ int RunWatchTool(const std::vector<std::string>& args, attbat::CAttBatApp& app) 
             "velmar watch: the automatic upload is off (Options: \"Upload to Excel automatically when "
             "attributes are modified in AutoCAD.\"); turn it on with --auto-upload on.");
         return exitFailed;
+    }
+    if (attbat::CRegistry::GetInt("Velmar", "AutoUpdateAtt", 0) != 0) {
+        host::Printf("\nThe linked workbooks' values are not brought into %s: the watch never writes the drawing.",
+                     base::FileName(global.drawing));
     }
     host::FileWatcher watcher;
     if (base::Status watched = watcher.Watch(global.drawing); !watched) {

@@ -71,7 +71,7 @@ AppRetCode CAttBatApp::On_kUnloadAppMsg(void*) {
 }
 
 AppRetCode CAttBatApp::On_kLoadDwgMsg(void*) {
-    if (CRegistry::GetInt("Velmar", "AutoUpdateAtt", 0) != 0 && autoUpdate_) autoUpdate_();
+    if (updateAtLoad && CRegistry::GetInt("Velmar", "AutoUpdateAtt", 0) != 0 && autoUpdate_) autoUpdate_();
     if (editorReactor && uploadAtLoad) editorReactor->UploadToExcel(true);
     return kRetOK;
 }

@@ -72,6 +72,10 @@ public:
     // in; a run of one command opens it only for that command, and an upload there would
     // overwrite the very cells an import of that run is to read. Such runs turn it off.
     bool uploadAtLoad = true;
+    // Whether the drawing load takes values from the linked workbooks while AutoUpdateAtt is
+    // set. Each run starts with it on; a run that must never write the drawing (it belongs to
+    // another program: velmar watch) turns it off.
+    bool updateAtLoad = true;
 
     // The host's command queue: texts run after the present command ends.
     void QueueCommand(std::string command) { queue_.push_back(std::move(command)); }

@@ -42,6 +42,7 @@ struct ModuleRun::Scope {
 ModuleRun::ModuleRun(CAttBatApp& app, const RunSetup& setup, host::Ui& ui)
     : app_(app), setup_(setup), scope_(std::make_unique<Scope>(setup, ui)) {
     app_.uploadAtLoad = setup.uploadAtLoad;
+    app_.updateAtLoad = true;
     app_.EntryPoint(kInitAppMsg, nullptr);
     if (setup.debug) {
         debugOn = 1;

@@ -16,7 +16,10 @@
 namespace attbat {
 
 DrawingWatch::DrawingWatch(ModuleRun& run, std::string drawing, std::string workbook)
-    : run_(run), drawing_(std::move(drawing)), workbook_(std::move(workbook)) {}
+    : run_(run), drawing_(std::move(drawing)), workbook_(std::move(workbook)) {
+    // The drawing is the other program's: values of linked workbooks are never written into it.
+    run_.App().updateAtLoad = false;
+}
 
 bool DrawingWatch::Start() {
     if (base::Status opened = run_.OpenDrawing(host::ReadKind::Now); !opened) {

@@ -8,6 +8,7 @@
 #include "UploadFixture.h"
 #include "attbat/frame/CAttBatApp.h"
 #include "attbat/frame/CommandRun.h"
+#include "attbat/links/ExcelLinkStore.h"
 #include "attbat/links/LinkCommands.h"
 #include "base/File.h"
 #include "host/Ui.h"
@@ -63,6 +64,25 @@ TEST_F(DrawingWatchTest, EachSaveUploadsTheChangedReferencesOnly) {
     watch.DrawingSaved();
     EXPECT_EQ(Saved("B3"), "1100");
     EXPECT_NE(base::ReadFile(drawing).Value(), before);  // the other program's save, not ours
+}
+
+TEST_F(DrawingWatchTest, TheLinkedWorkbooksValuesAreNeverWrittenIntoTheWatchedDrawing) {
+    CRegistry::SetInt("Velmar", "AutoUpdateAtt", 1);
+    {
+        auto db = cad::Database::Open(drawing);
+        ASSERT_TRUE(db);
+        cad::Object e5 = arxutils::HandleToId(**db, "E5");
+        ASSERT_TRUE(SetXDataString(e5, kWorkbookLinkApp, book, false));
+        cad::BlockReference(e5.GetDatabase(), e5.Index()).FindAttribute("MARK").SetValue("D02-DRAWN");
+        ASSERT_TRUE((*db)->Save(drawing));
+    }
+    const std::string before = base::ReadFile(drawing).Value();
+    ModuleRun run(TheApp(), setup, ui);
+    DrawingWatch watch(run, drawing, book);
+    ASSERT_TRUE(watch.Start());
+    EXPECT_TRUE(base::ReadFile(drawing).Value() == before);
+    // The drawing's value went to the workbook instead, as the upload at the load sends it.
+    EXPECT_EQ(Saved("A3"), "D02-DRAWN");
 }
 
 TEST_F(DrawingWatchTest, ASaveWithoutChangesUploadsNothing) {

@@ -162,11 +162,18 @@ TEST_F(LinkTest, TheLoadOfADrawingUpdatesOnlyWhileAutoUpdateAttIsSet) {
     Link({"DE"}, book);
     ImplementLinkCommands(TheApp());
     TheApp().uploadAtLoad = false;
+    TheApp().updateAtLoad = true;
     TheApp().EntryPoint(kLoadDwgMsg, nullptr);
     EXPECT_EQ(Attribute("DE", "MARK"), "D01");
     CRegistry::SetInt("Velmar", "AutoUpdateAtt", 1);
     TheApp().EntryPoint(kLoadDwgMsg, nullptr);
     EXPECT_EQ(Attribute("DE", "MARK"), "D99");
+    // A run that never writes the drawing takes nothing at its load.
+    SetAttribute("DE", "MARK", "D01");
+    TheApp().updateAtLoad = false;
+    TheApp().EntryPoint(kLoadDwgMsg, nullptr);
+    EXPECT_EQ(Attribute("DE", "MARK"), "D01");
+    TheApp().updateAtLoad = true;
     TheApp().uploadAtLoad = true;
 }
 
