@@ -56,6 +56,12 @@ def runs():
     yield "readme-upload-dry-run", ["--drawing", "plan.dxf", "--workbook", "plan.xlsx", "upload", "--dry-run"]
     yield "readme-upload", ["--yes", "--drawing", "plan.dxf", "--workbook", "plan.xlsx", "upload",
                             "--remove-deleted-rows", "no"]
+    yield "readme-import-save-link", ["--drawing", "plan.dxf", "--workbook", "plan.xlsx", "import-by-handle",
+                                      "--save-link", "on"]
+    yield "readme-links-auto-update", ["--drawing", "plan.dxf", "links", "--auto-update", "on"]
+    yield "readme-links-update", ["--drawing", "plan.dxf", "--yes", "links", "--link", "plan.xlsx",
+                                  "--excel-workbook", "moved/plan.xlsx", "--update-link"]
+    yield "readme-links-break", ["--drawing", "plan.dxf", "--yes", "links", "--link", "plan.xlsx", "--break-link"]
     yield "readme-import-by-key-dry-run", ["--drawing", "plan.dxf", "--workbook", "plan.xlsx", "import-by-key",
                                            "--tags-from", "header-row", "--header-row", "1", "--key", "MARK",
                                            "--block", "DOOR", "--dry-run"]
@@ -113,6 +119,9 @@ def main():
             got = transcript(velmar, folder, words)
             if name == "readme-export-new":
                 shutil.copy(os.path.join(folder, "plan.xlsx"), os.path.join(folder, "book.xlsx"))
+            if name == "readme-links-auto-update":
+                os.makedirs(os.path.join(folder, "moved"))
+                shutil.copy(os.path.join(folder, "plan.xlsx"), os.path.join(folder, "moved", "plan.xlsx"))
             path = os.path.join(RECORDED, name + ".txt")
             if record:
                 os.makedirs(RECORDED, exist_ok=True)
