@@ -33,9 +33,7 @@ for N in $SIZES; do
     OURS=$1; OURS_CPU=$2; OURS_MEM=$3
 
     # The peer: its own export, the same edit, its import into a new file.
-    /usr/bin/python3 "$PEER/peer_export.py" "$DXF" "$WORK/peer.xlsx" >/dev/null 2>&1
-    /usr/bin/python3 "$PEER/edit_xlsx.py" "$WORK/peer.xlsx" "$WORK/peer-edited.xlsx" --fraction 0.1 >/dev/null
-    set -- $(measure /usr/bin/python3 "$PEER/peer_import.py" "$WORK/peer-edited.xlsx" "$DXF" "$WORK/peer-out.dxf")
+    set -- $(measure_peer_import "$DXF")
     PEER_S=$1; PEER_CPU=$2; PEER_MEM=$3
 
     printf "%8s %8s %9s %9s %10s %9s %9s %10s %8s %8s\n" "$N" "$SIZE" "$OURS" "$OURS_CPU" "$OURS_MEM" \

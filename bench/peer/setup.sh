@@ -22,3 +22,11 @@ measure() {
 
 # a / b as "12.3x", or "-" when either is missing.
 ratio() { awk -v a="$1" -v b="$2" 'BEGIN { if (b + 0 > 0 && a + 0 > 0) printf "%.1fx", a / b; else print "-" }'; }
+
+# The peer's import of 10 % edited cells of its own export of `$1` into a new drawing, measured:
+# "seconds cpu_seconds peak_MiB" as measure prints them.
+measure_peer_import() {
+    /usr/bin/python3 "$PEER/peer_export.py" "$1" "$WORK/peer.xlsx" >/dev/null 2>&1
+    /usr/bin/python3 "$PEER/edit_xlsx.py" "$WORK/peer.xlsx" "$WORK/peer-edited.xlsx" --fraction 0.1 >/dev/null
+    measure /usr/bin/python3 "$PEER/peer_import.py" "$WORK/peer-edited.xlsx" "$1" "$WORK/peer-out.dxf"
+}

@@ -2,58 +2,30 @@
 // is on: the sample exported, imported with its link saved, the workbook edited, and the links
 // listed, moved and broken.
 
-#include "attbat/links/LinkCommands.h"
+#include "attbat/links/LinksCommand.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
 
 #include "arxutils/ArxUtils.h"
-#include "attbat/export/ExportCommands.h"
-#include "attbat/export/ExportTestSupport.h"
-#include "attbat/frame/CAttBatApp.h"
-#include "attbat/import/ImportCommands.h"
+#include "SampleRun.h"
 #include "base/File.h"
 #include "cad/BlockReference.h"
 #include "cad/Text.h"
-#include "cli/CommandLine.h"
 #include "cli/ExitCodes.h"
 
 namespace attbat {
 namespace {
 
 using arxutils::ExcelUtils;
-using testing::TempFolder;
 namespace excel = arxutils::excel;
 
-struct LinksFixture {
-    TempFolder temp;
-    std::string settings = temp / "settings.ini";
-    std::string drawing = temp / "floor.dxf";
-    std::string workbook = temp / "floor.xlsx";
-
-    // The doors exported, and imported again with their link saved: each door is linked.
+// The doors exported, and imported again with their link saved: each door is linked.
+struct LinksFixture : SampleRun {
     LinksFixture() {
-        std::filesystem::copy_file(std::string(VELMAR_SOURCE_DIR) + "/examples/floor.dxf", drawing);
-        ImplementExportCommands(TheApp());
-        ImplementImportCommands(TheApp());
-        ImplementLinkCommands(TheApp());
         EXPECT_EQ(Run({"--output", workbook, "export", "--block-wildcard", "DOOR"}), cli::exitOk) << Printed();
         EXPECT_EQ(Run({"--workbook", workbook, "import-by-handle", "--save-link", "on"}), cli::exitOk) << Printed();
-    }
-    ~LinksFixture() {
-        host::DocumentManager::Instance().CloseAll();
-        host::CurrentPrinter().Capture(false);
-    }
-    int Run(std::vector<std::string> words) {
-        std::vector<std::string> args = {"--settings", settings, "--drawing", drawing};
-        args.insert(args.end(), words.begin(), words.end());
-        host::CurrentPrinter().Capture(true);
-        host::CurrentPrinter().ClearCaptured();
-        return cli::RunCommandLine(args, TheApp());
-    }
-    std::string Printed() const {
-        return host::CurrentPrinter().Captured() + host::CurrentPrinter().CapturedWarnings();
     }
     // The user edits the cell that shows `value` and saves the workbook `path`.
     void Edit(const std::string& path, const std::string& value, const std::string& edited) {

@@ -1,59 +1,33 @@
 // `velmar upload` end to end: the sample exported, its drawing changed as another program would,
 // and the workbook brought up to date by the command.
 
-#include "attbat/links/LinkCommands.h"
+#include "attbat/links/UploadCommand.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
 
-#include "attbat/export/ExportTestSupport.h"
+#include "SampleRun.h"
 #include "arxutils/ArxUtils.h"
-#include "attbat/export/ExportCommands.h"
-#include "attbat/frame/CAttBatApp.h"
 #include "base/File.h"
 #include "cad/BlockReference.h"
 #include "cad/Text.h"
-#include "cli/CommandLine.h"
 #include "cli/ExitCodes.h"
 
 namespace attbat {
 namespace {
 
 using arxutils::ExcelUtils;
-using testing::TempFolder;
 namespace excel = arxutils::excel;
 
-struct UploadFixture {
-    TempFolder temp;
-    std::string settings = temp / "settings.ini";
-    std::string drawing = temp / "floor.dxf";
-    std::string workbook = temp / "floor.xlsx";
-
+struct UploadFixture : SampleRun {
     UploadFixture() {
-        std::filesystem::copy_file(std::string(VELMAR_SOURCE_DIR) + "/examples/floor.dxf", drawing);
-        ImplementExportCommands(TheApp());
-        ImplementLinkCommands(TheApp());
         EXPECT_EQ(Run({"--output", workbook, "export", "--block-wildcard", "DOOR"}), cli::exitOk) << Printed();
-    }
-    ~UploadFixture() {
-        host::DocumentManager::Instance().CloseAll();
-        host::CurrentPrinter().Capture(false);
-    }
-    int Run(std::vector<std::string> words) {
-        std::vector<std::string> args = {"--settings", settings, "--drawing", drawing};
-        args.insert(args.end(), words.begin(), words.end());
-        host::CurrentPrinter().Capture(true);
-        host::CurrentPrinter().ClearCaptured();
-        return cli::RunCommandLine(args, TheApp());
     }
     int Upload(std::vector<std::string> options) {
         std::vector<std::string> args = {"--workbook", workbook};
         args.insert(args.end(), options.begin(), options.end());
         return Run(args);
-    }
-    std::string Printed() const {
-        return host::CurrentPrinter().Captured() + host::CurrentPrinter().CapturedWarnings();
     }
     // Another program sets an attribute and saves the drawing.
     void SetMark(const std::string& handle, const std::string& value) {
