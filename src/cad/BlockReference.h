@@ -43,6 +43,17 @@ public:
     // Adds an attribute after the last one (making the SEQEND when it is the first).
     Attribute AppendAttribute(std::string_view tag, std::string_view value, Point3 position,
                               double height, int flags = 0);
+    // Adds an attribute made from `def` as the definition stands in its block: its layer and
+    // other properties, text, placement, justification and style, its tag and flags, the
+    // default value as the text; the prompt, the definition's extension dictionary, reactors
+    // and extended data stay behind. Its place is the definition's own, so it sits right once
+    // the reference's block transform is applied to it (see TransformBy). A null view when
+    // either is null.
+    Attribute AppendAttributeFromDefinition(const AttributeDefinition& def);
+
+private:
+    // Appends the ATTRIB `tags` after the last attribute and marks the reference as having some.
+    Attribute AppendAttributeTags(const TagList& tags);
 };
 
 }  // namespace cad

@@ -6,6 +6,9 @@
 #include <gtest/gtest.h>
 
 #include "Fixtures.h"
+#include "cad/BlockRecord.h"
+#include "cad/geometry/Matrix3d.h"
+#include "cad/geometry/TransformBy.h"
 
 namespace {
 
@@ -120,6 +123,72 @@ TEST(BlockReference, EveryCorpusReferenceListsItsAttributesInOrder) {
     }
     EXPECT_EQ(inserts, 192u);
     EXPECT_EQ(attribs, 576u);
+}
+
+}  // namespace
+
+namespace {
+
+// A new reference of `blockName` at the block's base point, with an attribute from each
+// non-constant definition.
+cad::BlockReference ReferenceFromDefinitions(cad::Database& db, const std::string& blockName) {
+    cad::BlockRecord block = db.FindBlock(blockName);
+    auto made = db.ModelSpace().AddBlockReference(block, block.BasePoint());
+    if (!made) return cad::BlockReference();
+    cad::BlockReference ref = made.Value();
+    for (cad::Attribute& a : ref.Attributes()) a.Erase();
+    for (const cad::AttributeDefinition& def : block.AttributeDefinitions())
+        if (!def.IsConstant()) ref.AppendAttributeFromDefinition(def);
+    return ref;
+}
+
+TEST(BlockReference, AnAttributeFromADefinitionTakesItsPropertiesButNotItsPrompt) {
+    auto db = cad::Database::Open(std::string(VELMAR_SOURCE_DIR) + "/examples/floor.dxf");
+    ASSERT_TRUE(db);
+    cad::BlockReference ref = ReferenceFromDefinitions(**db, "DOOR");
+    std::vector<cad::AttributeDefinition> defs = (*db)->FindBlock("DOOR").AttributeDefinitions();
+    std::vector<cad::Attribute> atts = ref.Attributes();
+    ASSERT_EQ(atts.size(), defs.size());
+    for (std::size_t i = 0; i < atts.size(); ++i) {
+        EXPECT_EQ(atts[i].Type(), "ATTRIB");
+        EXPECT_EQ(atts[i].Tag(), defs[i].Tag());
+        EXPECT_EQ(atts[i].TextString(), defs[i].DefaultValue());
+        EXPECT_EQ(atts[i].Position(), defs[i].Position());
+        EXPECT_EQ(atts[i].Height(), defs[i].Height());
+        EXPECT_EQ(atts[i].LayerName(), defs[i].LayerName());
+        EXPECT_EQ(atts[i].GetText(7), defs[i].GetText(7));
+        EXPECT_EQ(atts[i].GetText(3), "");
+        EXPECT_TRUE(atts[i].OwnerBlock() == (*db)->ModelSpace());
+    }
+    auto again = cadtest::Reload(**db);
+    ASSERT_TRUE(again);
+    cad::BlockReference read(again.get(), again->ObjectByHandle(ref.GetHandle()).Index());
+    EXPECT_EQ(read.Attributes().size(), defs.size());
+    EXPECT_EQ(read.GetInt(66, 0), 1);
+}
+
+TEST(BlockReference, AnAttributeFromADefinitionFollowsTheReferencesTransform) {
+    auto db = cadtest::Corpus("entities-attribs-ac1009.dxf");
+    ASSERT_TRUE(db);
+    std::string name;
+    for (const cad::BlockRecord& block : db->Blocks())
+        if (name.empty() && !block.IsLayout() && block.HasAttributeDefinitions()) name = block.Name();
+    ASSERT_FALSE(name.empty());
+    cad::BlockReference ref = ReferenceFromDefinitions(*db, name);
+    ASSERT_TRUE(ref);
+    const cad::Point3 base = db->FindBlock(name).BasePoint();
+    cad::Matrix3d m = cad::Matrix3d::Translation({100 - base.x, 50 - base.y, 0}) * cad::Matrix3d::Scaling(2, base);
+    ASSERT_TRUE(cad::TransformBy(ref, m));
+    std::vector<cad::AttributeDefinition> defs = db->FindBlock(name).AttributeDefinitions();
+    std::size_t i = 0;
+    for (const cad::Attribute& a : ref.Attributes()) {
+        while (defs[i].IsConstant()) ++i;
+        const cad::Point3 want = m.Apply(defs[i].Position());
+        EXPECT_NEAR(a.Position().x, want.x, 1e-9);
+        EXPECT_NEAR(a.Position().y, want.y, 1e-9);
+        EXPECT_NEAR(a.Height(), defs[i].Height() * 2, 1e-9);
+        ++i;
+    }
 }
 
 }  // namespace
