@@ -43,6 +43,26 @@ TEST_F(PrinterTest, QuietSilencesPrintingButNotWarnings) {
     EXPECT_EQ(printer.CapturedWarnings(), "shown\n");
 }
 
+TEST_F(PrinterTest, HeldLinesAndActionsComeOutInTheirOrderOnceSaved) {
+    std::string told;
+    printer.Hold("\nFirst.");
+    printer.HoldAction([&] { told = printer.Captured(); });
+    printer.Hold("\nLast.");
+    EXPECT_EQ(printer.Captured(), "");
+    printer.ReleaseHeld(true);
+    EXPECT_EQ(told, "First.");
+    EXPECT_EQ(printer.Captured(), "First.\nLast.");
+}
+
+TEST_F(PrinterTest, HeldActionsAreForgottenWhenASaveFailed) {
+    bool done = false;
+    printer.HoldAction([&] { done = true; });
+    printer.ReleaseHeld(false);
+    printer.ReleaseHeld(true);
+    EXPECT_FALSE(done);
+    EXPECT_EQ(printer.Captured(), "");
+}
+
 TEST(Printf, FormatsTheSystemsFormatStrings) {
     host::Printer& printer = host::CurrentPrinter();
     printer.Capture(true);
