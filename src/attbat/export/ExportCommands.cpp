@@ -495,7 +495,6 @@ const std::vector<Control>& ExportControls() {
         std::vector<Control> list = CScheduleDialog::Controls();
         list.push_back({"preview", ControlKind::Button,
                         "print the preview table instead of exporting (with --json: one JSON line)"});
-        Append(list, CLinkExternalDataDialog::Controls());
         return list;
     }();
     return controls;
