@@ -63,6 +63,21 @@ TEST_F(PrinterTest, HeldActionsAreForgottenWhenASaveFailed) {
     EXPECT_EQ(printer.Captured(), "");
 }
 
+TEST_F(PrinterTest, ARecordingKeepsHeldActionsInTheirPlaceUntilReplayed) {
+    bool done = false;
+    host::PrintRecording recording;
+    {
+        host::PrintRecording::Scope scope(recording);
+        printer.Hold("\nFirst.");
+        printer.HoldAction([&] { done = printer.Captured() == "First."; });
+    }
+    printer.ReleaseHeld(true);
+    EXPECT_FALSE(done);
+    recording.Replay(printer);
+    printer.ReleaseHeld(true);
+    EXPECT_TRUE(done);
+}
+
 TEST(Printf, FormatsTheSystemsFormatStrings) {
     host::Printer& printer = host::CurrentPrinter();
     printer.Capture(true);
