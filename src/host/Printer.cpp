@@ -16,11 +16,20 @@ PrintRecording::Scope::Scope(PrintRecording& target) : previous_(recording) { re
 PrintRecording::Scope::~Scope() { recording = previous_; }
 
 void PrintRecording::Replay(Printer& printer) {
-    for (auto& [kind, text] : entries_) {
-        switch (kind) {
-        case Kind::Print: printer.Print(text); break;
-        case Kind::Warn: printer.Warn(text); break;
-        case Kind::Hold: printer.Hold(text); break;
+    for (Entry& entry : entries_) {
+        switch (entry.kind) {
+            case Kind::Print:
+                printer.Print(entry.text);
+                break;
+            case Kind::Warn:
+                printer.Warn(entry.text);
+                break;
+            case Kind::Hold:
+                printer.Hold(entry.text);
+                break;
+            case Kind::HoldAction:
+                printer.HoldAction(std::move(entry.action));
+                break;
         }
     }
     entries_.clear();
@@ -28,15 +37,23 @@ void PrintRecording::Replay(Printer& printer) {
 
 void Printer::Hold(std::string_view text) {
     if (recording) {
-        recording->entries_.emplace_back(PrintRecording::Kind::Hold, std::string(text));
+        recording->entries_.push_back({PrintRecording::Kind::Hold, std::string(text), {}});
         return;
     }
-    held_.append(text);
+    held_.push_back([this, line = std::string(text)] { Print(line); });
+}
+
+void Printer::HoldAction(std::function<void()> tell) {
+    if (recording) {
+        recording->entries_.push_back({PrintRecording::Kind::HoldAction, {}, std::move(tell)});
+        return;
+    }
+    held_.push_back(std::move(tell));
 }
 
 void Printer::Print(std::string_view text) {
     if (recording) {
-        recording->entries_.emplace_back(PrintRecording::Kind::Print, std::string(text));
+        recording->entries_.push_back({PrintRecording::Kind::Print, std::string(text), {}});
         return;
     }
     if (quiet_ || text.empty()) return;
@@ -54,7 +71,7 @@ void Printer::FinishLine() {
 
 void Printer::Warn(std::string_view text) {
     if (recording) {
-        recording->entries_.emplace_back(PrintRecording::Kind::Warn, std::string(text));
+        recording->entries_.push_back({PrintRecording::Kind::Warn, std::string(text), {}});
         return;
     }
     if (capturing_) {
@@ -69,9 +86,12 @@ void Printer::Warn(std::string_view text) {
 }
 
 void Printer::ReleaseHeld(bool saved) {
-    std::string held = std::move(held_);
+    std::vector<std::function<void()>> held = std::move(held_);
     held_.clear();
-    if (saved) Print(held);
+    if (!saved)
+        return;
+    for (const auto& tell : held)
+        tell();
 }
 
 void Printer::Capture(bool capture) {

@@ -3,6 +3,7 @@
 // leading "\n" starting a new line. Standard output by default; --quiet silences it and tests
 // capture it.
 
+#include <functional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -36,8 +37,13 @@ public:
 
 private:
     friend class Printer;
-    enum class Kind { Print, Warn, Hold };
-    std::vector<std::pair<Kind, std::string>> entries_;
+    enum class Kind { Print, Warn, Hold, HoldAction };
+    struct Entry {
+        Kind kind;
+        std::string text;
+        std::function<void()> action;  // HoldAction only
+    };
+    std::vector<Entry> entries_;
 };
 
 // Where printed text ends up: standard output, or a string for tests.
@@ -65,6 +71,9 @@ public:
     // Keeps a line that tells of a success which depends on a save still to come (a changed
     // current drawing or workbook is written when the command ends); see ReleaseHeld.
     void Hold(std::string_view text);
+    // Keeps `tell` (a message box, say) in order with the held lines: done when they are
+    // printed, forgotten when they are.
+    void HoldAction(std::function<void()> tell);
     // Prints the held lines once the saves succeeded (`saved`), or forgets them when one failed,
     // so that no success is told of a file that wasn't written.
     void ReleaseHeld(bool saved);
@@ -78,7 +87,7 @@ private:
     bool atLineStart_ = true;
     std::string captured_;
     std::string warnings_;
-    std::string held_;
+    std::vector<std::function<void()>> held_;
 };
 
 // The printer of this run.

@@ -1,5 +1,7 @@
 #include "host/Ui.h"
 
+#include "host/Printer.h"
+
 namespace host {
 
 BoxAnswer RecordingUi::MessageBox(const ShownBox& box) {
@@ -29,6 +31,11 @@ void SetCurrentUi(Ui* ui) { current = ui; }
 
 void ShowMessage(std::string_view text, std::string_view title, BoxIcon icon) {
     CurrentUi().MessageBox({std::string(text), std::string(title), BoxButtons::Ok, icon});
+}
+
+void ShowMessageOnceSaved(std::string_view text, std::string_view title) {
+    CurrentPrinter().HoldAction(
+        [box = std::string(text), caption = std::string(title)] { ShowMessage(box, caption); });
 }
 
 bool AskYesNo(std::string_view text, std::string_view title, BoxIcon icon) {

@@ -56,6 +56,10 @@ void SetCurrentUi(Ui* ui);
 // An information box with an OK button.
 void ShowMessage(std::string_view text, std::string_view title = "Velmar",
                  BoxIcon icon = BoxIcon::Information);
+// An information box that tells of a success depending on the saves at the end of the command
+// (a workbook written then): shown once they succeeded, never when one failed, like the
+// printer's held lines and in order with them.
+void ShowMessageOnceSaved(std::string_view text, std::string_view title = "Velmar");
 // A Yes/No question; true for Yes.
 bool AskYesNo(std::string_view text, std::string_view title = "Velmar",
               BoxIcon icon = BoxIcon::Question);

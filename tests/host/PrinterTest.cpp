@@ -43,6 +43,41 @@ TEST_F(PrinterTest, QuietSilencesPrintingButNotWarnings) {
     EXPECT_EQ(printer.CapturedWarnings(), "shown\n");
 }
 
+TEST_F(PrinterTest, HeldLinesAndActionsComeOutInTheirOrderOnceSaved) {
+    std::string told;
+    printer.Hold("\nFirst.");
+    printer.HoldAction([&] { told = printer.Captured(); });
+    printer.Hold("\nLast.");
+    EXPECT_EQ(printer.Captured(), "");
+    printer.ReleaseHeld(true);
+    EXPECT_EQ(told, "First.");
+    EXPECT_EQ(printer.Captured(), "First.\nLast.");
+}
+
+TEST_F(PrinterTest, HeldActionsAreForgottenWhenASaveFailed) {
+    bool done = false;
+    printer.HoldAction([&] { done = true; });
+    printer.ReleaseHeld(false);
+    printer.ReleaseHeld(true);
+    EXPECT_FALSE(done);
+    EXPECT_EQ(printer.Captured(), "");
+}
+
+TEST_F(PrinterTest, ARecordingKeepsHeldActionsInTheirPlaceUntilReplayed) {
+    bool done = false;
+    host::PrintRecording recording;
+    {
+        host::PrintRecording::Scope scope(recording);
+        printer.Hold("\nFirst.");
+        printer.HoldAction([&] { done = printer.Captured() == "First."; });
+    }
+    printer.ReleaseHeld(true);
+    EXPECT_FALSE(done);
+    recording.Replay(printer);
+    printer.ReleaseHeld(true);
+    EXPECT_TRUE(done);
+}
+
 TEST(Printf, FormatsTheSystemsFormatStrings) {
     host::Printer& printer = host::CurrentPrinter();
     printer.Capture(true);

@@ -53,6 +53,16 @@ bool CAttPreviewPage::SetColumnOrder(const std::vector<int>& order) {
     return true;
 }
 
+CLinkExternalDataDialog::PreviewList CAttPreviewPage::LinkList() const {
+    CLinkExternalDataDialog::PreviewList list;
+    list.columnCount = columnCount_;
+    list.columnOrder = columnOrder_;
+    list.rows.reserve(m_rows.size());
+    for (const ListRow& row : m_rows)
+        list.rows.push_back({&row.texts, row.itemData});
+    return list;
+}
+
 void CAttPreviewPage::RefreshPage() {
     AcadBlockView& view = wizard_.m_view;
     view.headerStyle = m_headerStyle;

@@ -9,6 +9,7 @@
 
 #include "attbat/export/ExportOptions.h"
 #include "attbat/frame/Control.h"
+#include "attbat/links/CLinkExternalDataDialog.h"
 #include "tables/CDataTable.h"
 #include "tables/CStringArrayEx.h"
 
@@ -75,6 +76,9 @@ public:
     // Sets the display order (column indexes by position); false when it isn't a permutation
     // keeping column 0 first.
     bool SetColumnOrder(const std::vector<int>& order);
+    // The list as "Link External Data" is handed it; it points into the rows, so it is good
+    // until the next build or sort.
+    CLinkExternalDataDialog::PreviewList LinkList() const;
 
     int m_drawingColumnKind = 0;  // "Drawing Path", "Drawing With Layout", "Block Ref Handle"
     int m_headerStyle = 0;        // "Header for all blocks", "Header per block"

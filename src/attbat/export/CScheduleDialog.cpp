@@ -2,6 +2,7 @@
 
 #include "attbat/export/CExportOptionsDialog.h"
 #include "attbat/export/CSelectAttributeDialog.h"
+#include "attbat/links/CLinkExternalDataDialog.h"
 
 namespace attbat {
 
@@ -67,6 +68,7 @@ const std::vector<Control>& CScheduleDialog::Controls() {
         Append(list, CSelectAttributeDialog::Controls());
         Append(list, CAttPreviewPage::Controls());
         Append(list, CExportOptionsDialog::Controls());
+        Append(list, CLinkExternalDataDialog::Controls());
         Append(list, {
             {"template", ControlKind::Text, "Load Template: the wizard state to start from", {}, "FILE.vlt"},
             {"save-template", ControlKind::Text, "Save Template: the wizard state as set by the options", {},

@@ -23,8 +23,8 @@ class SettingsStore;
 class CScheduleDialog {
 public:
     static constexpr std::string_view resourceTitle = "Schedule";
-    // The wizard's controls page by page, the "Attributes" and "Export Options" dialogs in the
-    // places their buttons have, then the template buttons.
+    // The wizard's controls page by page, the "Attributes", "Export Options" and "Link External
+    // Data" dialogs in the places their buttons have, then the template buttons.
     static const std::vector<Control>& Controls();
 
     // `drawing` is the working drawing's context (no drawing: an empty one); both outlive the

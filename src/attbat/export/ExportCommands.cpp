@@ -1,6 +1,7 @@
 // `velmar export`: builds the wizard, sets its controls from the values given in the order a
-// user meets them (data source, attribute page, preview page, export options), then previews or
-// exports. Values given are stored where the dialogs' own buttons store them.
+// user meets them (data source, attribute page, preview page, export options), then previews,
+// links a foreign sheet to the rows or exports. Values given are stored where the dialogs' own
+// buttons store them.
 
 #include "attbat/export/ExportCommands.h"
 
@@ -17,13 +18,14 @@
 #include "attbat/frame/CRegistry.h"
 #include "attbat/frame/Refusal.h"
 #include "attbat/frame/RegistrySettingsStore.h"
+#include "attbat/links/CLinkExternalDataDialog.h"
 #include "attbat/model/OuterPolygon.h"
-#include "tables/CellAddress.h"
 #include "base/Format.h"
 #include "base/Text.h"
 #include "base/Wildcard.h"
 #include "host/Document.h"
 #include "host/Printer.h"
+#include "tables/CellAddress.h"
 
 namespace attbat {
 
@@ -280,11 +282,142 @@ void SetExportOptions(CScheduleDialog& wizard, const ControlValues& values) {
     dialog.OnOK();
 }
 
+// The entry of a picker's `choices` that `given` names without regard to case; "" for none.
+std::string Pick(const std::vector<std::string>& choices, const std::string& given) {
+    auto found = std::find_if(choices.begin(), choices.end(), [&](const std::string& choice) {
+        return base::EqualNoCase(choice, given);
+    });
+    return found == choices.end() ? std::string() : *found;
+}
+
+// What can be refused of the "Link External Data" options before anything is read: its
+// controls without the menu item, a run that asks to preview as well, and the key columns.
+// The first refusal is said.
+bool CheckLinkOptions(const ControlValues& values) {
+    Refusal refusal("velmar export: ");
+    const std::vector<Control>& controls = CLinkExternalDataDialog::Controls();
+    if (!values.Has("link-external")) {
+        for (const Control& control : controls) {
+            if (!values.Has(control.key))
+                continue;
+            refusal.Fail(
+                base::Sprintf("--%s is a control of the \"%s\" dialog; give the workbook to link "
+                              "with --link-external BOOK.",
+                              control.key, CLinkExternalDataDialog::title));
+            return false;
+        }
+        return true;
+    }
+    if (values.Pressed("preview")) {
+        refusal.Fail(
+            "--preview and --link-external are two buttons of the preview page; give one of them.");
+        return false;
+    }
+    if (!values.Has("drawing-key-column") || !values.Has("sheet-key-column")) {
+        refusal.Fail(
+            "--link-external needs the columns to match: --drawing-key-column LETTER (the "
+            "preview's column of the keys, see --preview) and --sheet-key-column LETTER (the "
+            "sheet's column of the same keys).");
+        return false;
+    }
+    // The picker offers the letters of columns 1 to 675, and nothing else.
+    const std::string column = values.Text("sheet-key-column");
+    const int number = tables::ColumnNumber(column);
+    if (number < 1 || number > CLinkExternalDataDialog::lastPickerColumn ||
+        !base::EqualNoCase(tables::ColumnLetters(number), column)) {
+        refusal.Fail(base::Sprintf(
+            "--sheet-key-column '%s' is no column: give its letters, A to %s.", column,
+            tables::ColumnLetters(CLinkExternalDataDialog::lastPickerColumn)));
+        return false;
+    }
+    return true;
+}
+
+// What the last OK of "Link External Data" did, for the summary.
+void SummarizeLink(const CLinkExternalDataDialog& dialog, CommandContext& context) {
+    context.Summary("workbook", dialog.workbookPath);
+    context.Summary("sheet", dialog.m_worksheet);
+    context.Summary("matched", dialog.Matched());
+    std::string unmatched;
+    for (const std::string& key : dialog.UnmatchedKeys()) {
+        unmatched += (unmatched.empty() ? "" : ", ") + JsonQuote(key);
+    }
+    context.SummaryJson("unmatched", "[" + unmatched + "]");
+    context.Summary("comments", dialog.CommentsWritten());
+    context.SummaryBool("linked", dialog.Linked());
+}
+
+// "Link External Data" of the Export menu, pressed instead of an export: the dialog opened over
+// the preview list, set from the values in the order a user meets its controls, then OK. The
+// workbook it opened is saved in place when the command ends.
+CommandStatus LinkExternalData(CScheduleDialog& wizard, CommandContext& context) {
+    const ControlValues& values = context.values;
+    CAttPreviewPage& preview = wizard.m_previewPage;
+    Refusal refusal("velmar export: ");
+    if (preview.RowCount() == 0) {
+        host::CurrentPrinter().Warn(
+            "velmar export: nothing to link: no ticked block has a reference that passes "
+            "the filter (see --preview, --tick, --attributes-only).");
+        context.Summary("error", "nothing to link");
+        return CommandStatus::Failed;
+    }
+    const CLinkExternalDataDialog::PreviewList list = preview.LinkList();
+    CLinkExternalDataDialog dialog(&list, &preview.m_commentTable, wizard.m_view);
+    dialog.OnInitDialog();
+    const std::string drawingColumn =
+        Pick(dialog.m_drawingColumns, values.Text("drawing-key-column"));
+    if (drawingColumn.empty()) {
+        refusal.Fail(base::Sprintf(
+            "--drawing-key-column names column '%s', but the preview has columns A to %s "
+            "(see --preview).",
+            values.Text("drawing-key-column"), dialog.m_drawingColumns.back()));
+        dialog.OnCancel();
+        return CommandStatus::BadInput;
+    }
+    if (!dialog.Browse(values.Text("link-external"))) {
+        dialog.OnCancel();
+        context.Summary("error", "the workbook to link could not be opened");
+        return CommandStatus::Failed;
+    }
+    if (values.Has("external-sheet")) {
+        std::string sheet = Pick(dialog.m_worksheets, values.Text("external-sheet"));
+        if (sheet.empty()) {
+            std::string listed;
+            for (const std::string& name : dialog.m_worksheets)
+                listed += (listed.empty() ? "\"" : "\", \"") + name;
+            refusal.Fail(base::Sprintf(
+                "--external-sheet: %s has no sheet named \"%s\"; its sheets are %s\".",
+                dialog.workbookPath, values.Text("external-sheet"), listed));
+            dialog.OnCancel();
+            return CommandStatus::BadInput;
+        }
+        dialog.m_worksheet = sheet;
+    }
+    dialog.m_drawingColumn = drawingColumn;
+    dialog.m_externalColumn = Pick(dialog.m_externalColumns, values.Text("sheet-key-column"));
+    if (auto on = values.Check("case-sensitive"))
+        dialog.caseSensitive = *on ? 1 : 0;
+    if (auto on = values.Check("ignore-first-row"))
+        dialog.ignoreFirstRow = *on ? 1 : 0;
+
+    const bool closed = dialog.OnOK();
+    SummarizeLink(dialog, context);
+    if (!closed) {
+        // The dialog stayed open after its box; the command line has no more to give it.
+        dialog.OnCancel();
+        if (dialog.Declined())
+            context.MarkCancelled();
+        return CommandStatus::Failed;
+    }
+    return dialog.Linked() ? CommandStatus::Done : CommandStatus::Failed;
+}
+
 CommandStatus RunExport(CommandContext& context) {
     // The process-wide switch of the attribute page's polygon controls.
     calcOuterPolygon = CRegistry::GetInt("Velmar", "CalOuterPolygon", calcOuterPolygon);
     RegistrySettingsStore settings;
     const ControlValues& values = context.values;
+    if (!CheckLinkOptions(values)) return CommandStatus::BadInput;
 
     // The run has opened the current document and set up the running spreadsheet's workbooks.
     host::Document* current = host::DocumentManager::Instance().CurDocument();
@@ -337,6 +470,8 @@ CommandStatus RunExport(CommandContext& context) {
         PrintPreview(preview, context.reportAsJson);
         return CommandStatus::Done;
     }
+    if (values.Has("link-external"))
+        return LinkExternalData(wizard, context);
     if (preview.RowCount() == 0) {
         host::CurrentPrinter().Warn("velmar export: nothing to export: no ticked block has a reference "
                                     "that passes the filter (see --preview, --tick, --attributes-only).");
