@@ -210,6 +210,13 @@ void InsertBlocksFromRows(const tables::CStringTable& table, const CInsertBlocks
         for (int k = 0; k < 3; ++k) {
             if (rows.Value(i, *scaleHeaders[k], cell)) *factors[k] = LeadingNumber(cell);
         }
+        if (scale.x == 0 || scale.y == 0 || scale.z == 0) {
+            // The host refuses a zero scale factor (an empty or unreadable cell reads as 0) and
+            // the reference keeps its own.
+            host::Printf("\nInvalid scale factors %g,%g,%g of the block %s; it keeps 1,1,1.", scale.x, scale.y, scale.z,
+                         blockName);
+            scale = {1, 1, 1};
+        }
         cad::BlockRecord space = CurrentSpace(db);
         std::string error;
         cad::BlockReference reference = NewReference(space, block, position, scale, error);
@@ -224,8 +231,10 @@ void InsertBlocksFromRows(const tables::CStringTable& table, const CInsertBlocks
         for (cad::Attribute& attribute : reference.Attributes()) {
             if (rows.Value(i, attribute.Tag(), cell)) attribute.SetValue(cell);
         }
-        if (burst && BurstBlockReference(reference)) {
-            ++report.burst;
+        if (burst) {
+            // A block without attribute definitions isn't burst; it stays, without a row link.
+            if (BurstBlockReference(reference)) ++report.burst;
+            else ++report.inserted;
         } else {
             SetXDataString(reference, kRowLinkApp,
                            RowLinkText(options.workbookPath, options.worksheetName, rows.FirstRow() + i), false);
