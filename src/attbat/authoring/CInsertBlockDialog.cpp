@@ -59,7 +59,7 @@ const std::vector<Control>& CInsertBlockDialog::Controls() {
     return controls;
 }
 
-void CInsertBlockDialog::OnInitDialog() {
+void CInsertBlockDialog::FillPickers() {
     m_columnChoices.clear();
     for (int column = 1; column <= lastPickerNumber; ++column) m_columnChoices.push_back(tables::ColumnLetters(column));
     m_blockNames.clear();
@@ -76,7 +76,10 @@ void CInsertBlockDialog::OnInitDialog() {
     }
     // The fixed names, whatever the header settings say.
     for (const char* header : {"Position X", "Position Y", "Position Z"}) m_tagChoices.push_back(header);
+}
 
+void CInsertBlockDialog::OnInitDialog() {
+    FillPickers();
     m_options = CInsertBlocksOpt{};
     m_options.LoadSettings();
     m_blockNameColumnIndex = m_options.blockNameColumn > 0 ? m_options.blockNameColumn - 1 : -1;

@@ -38,9 +38,11 @@ public:
     // The names and tags are the drawing's `db` (null: none).
     explicit CInsertBlockDialog(cad::Database* db) : db_(db) {}
 
-    // Loads the options, restores the block name column and header row pickers, fills the list
-    // from the column map, the block names and the tag picker from the drawing, and takes the
-    // running spreadsheet's workbook and sheet (and selection, with "Selected Rows"), if any.
+    // Fills the column, block name and tag pickers from the drawing.
+    void FillPickers();
+    // Fills the pickers, loads the options, restores the block name column and header row
+    // pickers, fills the list from the column map, and takes the running spreadsheet's workbook
+    // and sheet (and selection, with "Selected Rows"), if any.
     void OnInitDialog();
     // "...": opens `path` in the spreadsheet; its active sheet fills the sheet field. False when
     // no sheet could be attached.

@@ -6,7 +6,10 @@
 #include <fstream>
 
 #include "AuthoringFixture.h"
+#include "attbat/authoring/CCreateDwgsDialog.h"
 #include "attbat/authoring/ColumnList.h"
+#include "../export/ExportTestSupport.h"
+#include "arxutils/ExcelUtils.h"
 #include "base/File.h"
 
 namespace attbat {
@@ -176,6 +179,45 @@ TEST_F(InsertDialogTest, SaveListAndLoadListGoThroughTheFileAndAMissingFileChang
     ASSERT_TRUE(other.OnLoadList(File("cols.c2a")));
     EXPECT_EQ(other.m_list, (ColumnPairs{{"C", "MARK"}, {"B", "Position X"}}));
     EXPECT_EQ(other.m_options.columnMap.size(), 2u);
+}
+
+}  // namespace
+}  // namespace attbat
+
+namespace attbat {
+namespace {
+
+TEST_F(AuthoringTest, CreateDrawingsOpensWithThePickersAndTheRunningWorkbookAndStartOnlyCloses) {
+    testing::BackendScope made([&] {
+        arxutils::excel::FileBackendOptions o;
+        o.output = File("book.xlsx");
+        return o;
+    }());
+    ASSERT_TRUE(arxutils::ExcelUtils::StartExcel(false) && arxutils::ExcelUtils::AddWorkbook());
+    arxutils::ExcelUtils::Worksheet->SetName("First");
+    ASSERT_TRUE(arxutils::ExcelUtils::AddOrActivateSheet("Second"));
+    arxutils::ExcelUtils::Disconnect();
+    CCreateDwgsDialog dialog(&current->Database());
+    dialog.OnInitDialog();
+    EXPECT_EQ(dialog.m_options.startRows, "1");
+    // A sheet added goes before the active one, as the spreadsheet adds it.
+    EXPECT_EQ(dialog.m_worksheets, (std::vector<std::string>{"Second", "First"}));
+    EXPECT_EQ(dialog.m_worksheet, 0);
+    EXPECT_EQ(dialog.m_options.worksheetName, "Second");
+    EXPECT_EQ(dialog.m_columnChoices.size(), 675u);
+    EXPECT_NE(std::find(dialog.m_blockNames.begin(), dialog.m_blockNames.end(), "DOOR"), dialog.m_blockNames.end());
+    dialog.OnAdd();
+    EXPECT_TRUE(dialog.m_list.empty());
+    EXPECT_TRUE(dialog.OnStart());
+    EXPECT_FALSE(std::filesystem::exists(dialog.m_options.outputFolder));
+}
+
+TEST_F(AuthoringTest, CreateDrawingsWithoutASpreadsheetLeavesItsFieldsEmpty) {
+    CCreateDwgsDialog dialog(&current->Database());
+    dialog.OnInitDialog();
+    EXPECT_TRUE(dialog.m_options.workbookPath.empty());
+    EXPECT_TRUE(dialog.m_worksheets.empty());
+    EXPECT_EQ(dialog.m_worksheet, -1);
 }
 
 }  // namespace
