@@ -14,6 +14,7 @@
 #include "attbat/links/ExcelLinkStore.h"
 #include "base/Text.h"
 #include "base/Path.h"
+#include "cad/AttributeTemplate.h"
 #include "cad/BlockReference.h"
 #include "cad/Database.h"
 #include "cad/geometry/Matrix3d.h"
@@ -119,34 +120,53 @@ private:
 // wcstod: the number the text starts with, 0 when none.
 double LeadingNumber(const std::string& text) { return std::strtod(text.c_str(), nullptr); }
 
-// A reference of `block` at `position` and `scale` in `space`, with an attribute from each
-// non-constant definition placed by the reference's transform.
-cad::BlockReference NewReference(cad::BlockRecord& space, const cad::BlockRecord& block, cad::Point3 position,
+// The attributes a new reference of a block gets: one from each non-constant definition, made
+// once for all the rows of the block.
+class AttributeTemplates {
+public:
+    const std::vector<cad::AttributeTemplate>& Of(const cad::BlockRecord& block) {
+        auto key = std::make_pair(block.Record().GetDatabase(), block.Index());
+        auto found = templates_.find(key);
+        if (found != templates_.end()) return found->second;
+        std::vector<cad::AttributeTemplate> made;
+        for (const cad::AttributeDefinition& def : block.AttributeDefinitions())
+            if (!def.IsConstant()) made.emplace_back(def);
+        return templates_.emplace(key, std::move(made)).first->second;
+    }
+
+private:
+    std::map<std::pair<cad::Database*, std::uint32_t>, std::vector<cad::AttributeTemplate>> templates_;
+};
+
+// A reference of `block` at `position` and `scale` in `space`, with the attributes `templates`
+// placed by the reference's transform.
+cad::BlockReference NewReference(cad::BlockRecord& space, const cad::BlockRecord& block,
+                                 const std::vector<cad::AttributeTemplate>& templates, cad::Point3 position,
                                  cad::Point3 scale, std::string& error) {
     cad::Database& db = *space.Record().GetDatabase();
     const cad::Point3 base = block.BasePoint();
+    // Unscaled, the attributes only move with the position; otherwise the reference is made at
+    // the block's base point, where its transform is the identity, and one transform then places
+    // it with its attributes.
+    const bool unscaled = scale == cad::Point3{1, 1, 1};
+    const cad::Point3 at = unscaled ? position : base;
     auto made = space.AppendEntity("INSERT", db.HeaderText("$CLAYER", "0"),
-                                   {{100, "AcDbBlockReference"}, {2, block.Name()},
-                                    {10, cad::RealText(base.x)}, {20, cad::RealText(base.y)},
-                                    {30, cad::RealText(base.z)}});
+                                   {{100, "AcDbBlockReference"}, {2, block.Name()}, cad::RealTag(10, at.x),
+                                    cad::RealTag(20, at.y), cad::RealTag(30, at.z)});
     if (!made) {
         error = made.GetStatus().Message();
         return cad::BlockReference();
     }
     cad::BlockReference reference(made->GetDatabase(), made->Index());
-    bool attributes = false;
-    for (const cad::AttributeDefinition& def : block.AttributeDefinitions()) {
-        if (def.IsConstant()) continue;
-        reference.AppendAttributeFromDefinition(def);
-        attributes = true;
-    }
-    // Made at the block's base point, the reference's transform is the identity: one transform
-    // then places it and its attributes, and its own values are set exactly afterwards.
-    if (attributes) {
+    const cad::Point3 offset = unscaled ? cad::Point3{position.x - base.x, position.y - base.y, position.z - base.z}
+                                        : cad::Point3{0, 0, 0};
+    for (const cad::AttributeTemplate& attribute : templates) attribute.AppendTo(reference, offset);
+    if (!unscaled && !templates.empty()) {
         cad::Matrix3d m = cad::Matrix3d::Translation(position) * cad::Matrix3d::Scaling(scale) *
                           cad::Matrix3d::Translation({-base.x, -base.y, -base.z});
         cad::TransformBy(reference, m);
     }
+    // Its own values are set exactly, whatever the transform's arithmetic gave.
     reference.SetPosition(position);
     reference.SetScaleFactors(scale);
     return reference;
@@ -165,6 +185,7 @@ void InsertBlocksFromRows(const tables::CStringTable& table, const CInsertBlocks
     const std::unordered_set<int> wanted(rowList.begin(), rowList.end());
     if (rows.FirstRow() < 1) host::Printf("\nError: failed to get the min row from the data table.");
     TargetDrawings drawings(settings.dryRun);
+    AttributeTemplates templates;
     host::ProgressMeter meter("Inserting blocks...", table.GetSize());
     std::string cell;
     for (int i = 0; i < table.GetSize() && !host::ProgressMeter::Cancelled(); ++i, meter.Step()) {
@@ -219,7 +240,7 @@ void InsertBlocksFromRows(const tables::CStringTable& table, const CInsertBlocks
         }
         cad::BlockRecord space = CurrentSpace(db);
         std::string error;
-        cad::BlockReference reference = NewReference(space, block, position, scale, error);
+        cad::BlockReference reference = NewReference(space, block, templates.Of(block), position, scale, error);
         if (!reference) {
             host::Printf("\nCannot insert the block %s. %s", blockName, error);
             ++report.rowsFailed;

@@ -20,7 +20,31 @@ bool RowReader::Cell(int row, int column, std::string& out) const {
 }
 
 bool RowReader::Value(int row, std::string_view name, std::string& out) const {
-    return GetRowValueByName(table_, options_.tagMode, options_.tagHeaderRow, options_.columnMap, name, row, out);
+    // GetRowValueByName's answer, with the column of each name looked up once for all rows.
+    if (row < 0 || row >= table_.GetSize() || firstRow_ < 1 || firstColumn_ < 1) return false;
+    const int index = ColumnOf(name);
+    const tables::CStringArrayEx& cells = table_.GetAt(row);
+    if (index < 0 || index >= cells.GetSize()) return false;
+    out = cells.GetAt(index);
+    return true;
+}
+
+int RowReader::ColumnOf(std::string_view name) const {
+    auto known = columns_.find(std::string(name));
+    if (known != columns_.end()) return known->second;
+    int index = -1;
+    if (options_.tagMode == 1) {
+        int column = -1;
+        for (const auto& [letters, tag] : options_.columnMap)
+            if (tag == name) column = tables::ColumnNumber(letters);
+        const int first = column - firstColumn_;
+        if (column > 0 && first >= 0 && first < table_.GetAt(0).GetSize()) index = first;
+    } else {
+        const int header = options_.tagHeaderRow - firstRow_;
+        if (header >= 0 && header < table_.GetSize()) index = table_.GetAt(header).FindString(name, true);
+    }
+    columns_.emplace(std::string(name), index);
+    return index;
 }
 
 std::string RowReader::BlockName(int row) const {

@@ -3,6 +3,7 @@
 // by name, positions read in the drawing's units, and the space new entities go to.
 #include <string>
 #include <string_view>
+#include <unordered_map>
 
 #include "attbat/authoring/CInsertBlocksOpt.h"
 #include "attbat/authoring/RowValues.h"
@@ -33,11 +34,15 @@ public:
     bool CheckBlockNameColumn() const;
 
 private:
+    // The cell index a name reads from, found once per name; -1 when it reads from none.
+    int ColumnOf(std::string_view name) const;
+
     const tables::CStringTable& table_;
     const CInsertBlocksOpt& options_;
     InsertHeaders headers_;
     int firstRow_ = 0;
     int firstColumn_ = 0;
+    mutable std::unordered_map<std::string, int> columns_;
 };
 
 // The space new entities of `db` go to: model space, or paper space while TILEMODE is 0.
