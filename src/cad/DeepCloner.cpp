@@ -709,6 +709,38 @@ struct DeepCloner::Impl {
         }
     }
 
+    // The CLASS records of a section, by the record type they define.
+    static std::unordered_map<std::string, std::uint32_t> ClassesOf(Database& db) {
+        std::unordered_map<std::string, std::uint32_t> out;
+        const std::uint32_t section = db.SectionRecord(SectionKind::Classes);
+        if (section == kNone) return out;
+        for (std::uint32_t k = db.records_[section].next; k != kNone && !db.TypeIs(k, "ENDSEC"); k = db.records_[k].next)
+            if (db.TypeIs(k, "CLASS")) out.emplace(Object(&db, k).GetText(1), k);
+        return out;
+    }
+
+    // Objects of a type that a CLASS record defines need that record in the target too: readers
+    // that meet a type without one skip the object.
+    void CopyClasses() {
+        if (src.Release() < 1012 || &src == &tgt) return;
+        const auto sourceClasses = ClassesOf(src);
+        if (sourceClasses.empty()) return;
+        auto targetClasses = ClassesOf(tgt);
+        std::uint32_t section = kNone, last = kNone;
+        for (const Job& job : jobs) {
+            const std::string type = src.TypeOf(job.source);
+            auto it = sourceClasses.find(type);
+            if (it == sourceClasses.end() || !targetClasses.emplace(type, kNone).second) continue;
+            if (section == kNone) {
+                section = tgt.EnsureSection(SectionKind::Classes);
+                last = tgt.records_[tgt.SectionEnd(section)].prev;
+            }
+            TagList tags = src.TagsOf(it->second);
+            tags.insert(tags.begin(), Tag{0, "CLASS"});
+            last = tgt.NewRecord(tags, last, SectionKind::Classes, section);
+        }
+    }
+
     void Make(std::vector<Entity>& copies) {
         ResolveEntries();
         std::vector<TagList> tags(jobs.size());
@@ -782,6 +814,7 @@ struct DeepCloner::Impl {
                 entries[job.entry].dict.SetAt(entries[job.entry].name, Object(&tgt, job.made));
         }
 
+        CopyClasses();
         for (const std::string& app : apps) tgt.RegisterApp(app);
         for (const auto& [table, at] : tables) tgt.RaiseTableCount(at.first, table);
         tgt.SyncHandSeed();
@@ -847,9 +880,17 @@ base::Status DeepCloner::Run(const BlockRecord& space) {
 }
 
 BlockRecord DeepCloner::TargetBlock(const BlockRecord& block) const {
-    auto it = impl_->plannedOf.find(block.GetHandle());
-    if (it == impl_->plannedOf.end() || impl_->blocks[it->second].target == kNone) return BlockRecord();
-    return BlockRecord(&impl_->tgt, impl_->blocks[it->second].target);
+    const Impl& impl = *impl_;
+    if (auto it = impl.plannedOf.find(block.GetHandle()); it != impl.plannedOf.end())
+        return impl.blocks[it->second].target == kNone ? BlockRecord() : BlockRecord(&impl.tgt, impl.blocks[it->second].target);
+    // A block the mapping had before this cloner: the target block of its record or BLOCK.
+    const std::uint32_t rec = impl.tgt.Lookup(impl.map.Lookup(block.GetHandle()));
+    if (rec == kNone) return BlockRecord();
+    for (std::uint32_t b = 0; b < impl.tgt.blocks_.size(); ++b) {
+        const auto& info = impl.tgt.blocks_[b];
+        if (!info.erased && (info.record == rec || info.begin == rec)) return BlockRecord(&impl.tgt, b);
+    }
+    return BlockRecord();
 }
 
 }  // namespace cad

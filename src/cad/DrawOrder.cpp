@@ -30,12 +30,14 @@ std::vector<Entity> EntitiesInDrawOrder(const BlockRecord& block) {
     const std::vector<std::pair<Handle, Handle>> pairs = DrawOrderPairs(block);
     if (pairs.empty()) return entities;
     std::unordered_map<Handle, Handle> sortHandle(pairs.begin(), pairs.end());
-    auto key = [&sortHandle](const Entity& e) {
+    std::vector<std::pair<Handle, Entity>> keyed;
+    keyed.reserve(entities.size());
+    for (const Entity& e : entities) {
         auto it = sortHandle.find(e.GetHandle());
-        return it == sortHandle.end() ? e.GetHandle() : it->second;
-    };
-    std::stable_sort(entities.begin(), entities.end(),
-                     [&key](const Entity& a, const Entity& b) { return key(a) < key(b); });
+        keyed.emplace_back(it == sortHandle.end() ? e.GetHandle() : it->second, e);
+    }
+    std::stable_sort(keyed.begin(), keyed.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+    for (std::size_t k = 0; k < keyed.size(); ++k) entities[k] = keyed[k].second;
     return entities;
 }
 

@@ -220,6 +220,16 @@ TEST_P(BlockCloneTest, TextIsReEncodedForTheTarget) {
     EXPECT_EQ(target->FindRecord("STYLE", "Fancy").Name(), "Fancy");
 }
 
+TEST_P(BlockCloneTest, TheClassesOfCopiedObjectsComeAlong) {
+    std::vector<std::string> classes;
+    for (const cad::Object& o : target->Objects())
+        if (o.Type() == "CLASS") classes.push_back(o.GetText(1));
+    EXPECT_EQ(classes, (std::vector<std::string>{"MATERIAL", "SORTENTSTABLE"}));
+    auto back = cadtest::Reload(*target);
+    ASSERT_TRUE(back);
+    EXPECT_EQ(back->Objects()[0].Type(), "SECTION");
+}
+
 TEST_P(BlockCloneTest, TheMappingHoldsEveryCopyAndEveryMatch) {
     EXPECT_EQ(mapping.Lookup(0x30), door.GetHandle());
     EXPECT_TRUE(mapping.IsCloned(0x30));

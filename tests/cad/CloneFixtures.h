@@ -8,10 +8,12 @@
 // extension dictionary (an xrecord pointing at layer "Walls" and, softly, at Knob's circle),
 // extended data of "VELMAR_TEST" naming the LINE, and a reactor naming a group. Door's draw
 // order puts the CIRCLE first and the LINE last. Model space holds a reference to Door and a
-// LINE drawn before it; $INSBASE is (5, 6, 0).
+// LINE drawn before it; $INSBASE is (5, 6, 0). Its classes define SORTENTSTABLE, MATERIAL and
+// ACDBPLACEHOLDER.
 //
 // The target has layer "WALLS", block "KNOB" (another one than the source's) and an anonymous
-// "*U1", no "DASHED", no "Fancy", no materials, and handles that overlap the source's.
+// "*U1", no "DASHED", no "Fancy", no materials, no classes, and handles that overlap the
+// source's.
 
 #include <map>
 #include <string>
@@ -72,9 +74,18 @@ inline Tags Header(const std::string& version, const std::string& seed, bool ins
     return t;
 }
 
+inline Tags Class(const std::string& name, const std::string& cppName) {
+    return {{0, "CLASS"}, {1, name}, {2, cppName}, {3, "ObjectDBX Classes"}, {90, "1153"}, {280, "0"}, {281, "0"}};
+}
+
 // The source drawing in `version`.
 inline std::string Source(const std::string& version) {
     Tags t = Header(version, "A0", true);
+    Add(t, {{0, "SECTION"}, {2, "CLASSES"}});
+    Add(t, Class("SORTENTSTABLE", "AcDbSortentsTable"));
+    Add(t, Class("MATERIAL", "AcDbMaterial"));
+    Add(t, Class("ACDBPLACEHOLDER", "AcDbPlaceHolder"));
+    Add(t, {{0, "ENDSEC"}});
     Add(t, {{0, "SECTION"}, {2, "TABLES"}});
     Add(t, Table("LTYPE", "5", 4));
     Add(t, Record("LTYPE", "14", "5", "AcDbLinetypeTableRecord", "ByBlock", {{3, ""}, {72, "65"}, {73, "0"}, {40, "0.0"}}));

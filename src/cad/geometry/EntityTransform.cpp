@@ -60,13 +60,24 @@ public:
     }
     void SetRealAt(std::size_t i, double value) { t_[i].value = RealText(value); }
     // Sets the point whose x is at `i`: y right behind it, z too when it was written or isn't 0.
-    void SetPointAt(std::size_t i, Point3 p) {
+    // Returns the number of tags it added.
+    std::size_t SetPointAt(std::size_t i, Point3 p) {
         const int code = t_[i].code;
+        std::size_t added = 0;
         SetRealAt(i, p.x);
-        if (i + 1 < t_.size() && t_[i + 1].code == code + 10) SetRealAt(i + 1, p.y);
-        else t_.insert(t_.begin() + static_cast<std::ptrdiff_t>(i + 1), RealTag(code + 10, p.y));
-        if (i + 2 < t_.size() && t_[i + 2].code == code + 20) SetRealAt(i + 2, p.z);
-        else if (p.z != 0) t_.insert(t_.begin() + static_cast<std::ptrdiff_t>(i + 2), RealTag(code + 20, p.z));
+        if (i + 1 < t_.size() && t_[i + 1].code == code + 10) {
+            SetRealAt(i + 1, p.y);
+        } else {
+            t_.insert(t_.begin() + static_cast<std::ptrdiff_t>(i + 1), RealTag(code + 10, p.y));
+            ++added;
+        }
+        if (i + 2 < t_.size() && t_[i + 2].code == code + 20) {
+            SetRealAt(i + 2, p.z);
+        } else if (p.z != 0) {
+            t_.insert(t_.begin() + static_cast<std::ptrdiff_t>(i + 2), RealTag(code + 20, p.z));
+            ++added;
+        }
+        return added;
     }
     // Sets the first `code`, adding it at the end of subclass `subclass` (of the own data when
     // the tags have no such marker) when missing.
@@ -76,8 +87,10 @@ public:
         else t_.insert(t_.begin() + static_cast<std::ptrdiff_t>(SubclassEnd(subclass)), RealTag(code, value));
     }
     void SetPoint(int code, Point3 p, std::string_view subclass) {
-        const std::size_t i = Find(code);
-        if (i != npos) return SetPointAt(i, p);
+        if (const std::size_t i = Find(code); i != npos) {
+            SetPointAt(i, p);
+            return;
+        }
         const auto at = t_.begin() + static_cast<std::ptrdiff_t>(SubclassEnd(subclass));
         t_.insert(at, {RealTag(code, p.x), RealTag(code + 10, p.y), RealTag(code + 20, p.z)});
     }
@@ -176,10 +189,10 @@ void TransformExtrusion(OwnTags& tags, const Matrix3d& m, std::string_view subcl
 
 // Every `code` point of the own data (repeated ones too), as points or as directions.
 void TransformEach(OwnTags& tags, int code, const Matrix3d& m, bool direction) {
-    for (std::size_t i = 1; i < tags.End(); ++i) {
+    for (std::size_t i = 1, end = tags.End(); i < end; ++i) {
         if (tags.CodeAt(i) != code) continue;
         const Point3 p = tags.PointAt(i);
-        tags.SetPointAt(i, direction ? m.ApplyToVector(p) : m.Apply(p));
+        end += tags.SetPointAt(i, direction ? m.ApplyToVector(p) : m.Apply(p));
     }
 }
 
