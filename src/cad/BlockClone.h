@@ -25,6 +25,7 @@ class Database;
 // source's own handles). Fails, leaving the target as it was, for a null view, a layout, a
 // newer source and an R12 target, and entity types the target's release lacks (LWPOLYLINE and
 // HATCH before R14, MLEADER before 2007...).
-base::Result<BlockRecord> CloneBlock(const BlockRecord& source, Database& target, IdMapping* mapping = nullptr);
+base::Result<BlockRecord> CloneBlock(const BlockRecord& source, Database& target,
+                                     IdMapping* mapping = nullptr);
 
 }  // namespace cad

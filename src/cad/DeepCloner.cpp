@@ -22,17 +22,23 @@ constexpr std::size_t npos = std::string::npos;
 // The symbol table `type` names records of, as a view that lives as long as the program; "" for
 // other types.
 std::string_view SymbolTableOf(std::string_view type) {
-    for (std::string_view table : {"LAYER", "LTYPE", "STYLE", "DIMSTYLE", "APPID", "UCS", "VIEW", "VPORT"})
-        if (type == table) return table;
+    for (std::string_view table :
+         {"LAYER", "LTYPE", "STYLE", "DIMSTYLE", "APPID", "UCS", "VIEW", "VPORT"})
+        if (type == table)
+            return table;
     return {};
 }
 
 // The release that brought an entity type; older releases can't read it. 0 for the others.
 int ReleaseOfType(std::string_view type) {
-    static constexpr std::pair<std::string_view, int> kNewer[] = {
-        {"LWPOLYLINE", 1014}, {"HATCH", 1014}, {"MLEADER", 1021}, {"MULTILEADER", 1021}, {"MESH", 1024}};
+    static constexpr std::pair<std::string_view, int> kNewer[] = {{"LWPOLYLINE", 1014},
+                                                                  {"HATCH", 1014},
+                                                                  {"MLEADER", 1021},
+                                                                  {"MULTILEADER", 1021},
+                                                                  {"MESH", 1024}};
     for (const auto& [name, release] : kNewer)
-        if (type == name) return release;
+        if (type == name)
+            return release;
     return 0;
 }
 
@@ -43,21 +49,27 @@ bool Either(std::string_view type, std::initializer_list<std::string_view> types
 // The table a name in the own data of an object of `type` stands for ("BLOCK" for block
 // names); "" for a value that names nothing.
 std::string_view NamedTable(std::string_view type, int code, bool entity) {
-    if (!entity) return type == "LAYER" && code == 6 ? "LTYPE" : "";
+    if (!entity)
+        return type == "LAYER" && code == 6 ? "LTYPE" : "";
     switch (code) {
-        case 8: return "LAYER";
-        case 6: return "LTYPE";
-        case 7: return Either(type, {"TEXT", "ATTDEF", "ATTRIB", "MTEXT"}) ? "STYLE" : "";
+        case 8:
+            return "LAYER";
+        case 6:
+            return "LTYPE";
+        case 7:
+            return Either(type, {"TEXT", "ATTDEF", "ATTRIB", "MTEXT"}) ? "STYLE" : "";
         case 3:
-            return Either(type, {"DIMENSION", "ARC_DIMENSION", "LARGE_RADIAL_DIMENSION", "LEADER", "TOLERANCE"})
+            return Either(type, {"DIMENSION", "ARC_DIMENSION", "LARGE_RADIAL_DIMENSION", "LEADER",
+                                 "TOLERANCE"})
                        ? "DIMSTYLE"
                        : "";
         case 2:
-            return Either(type, {"INSERT", "MINSERT", "DIMENSION", "ARC_DIMENSION", "LARGE_RADIAL_DIMENSION",
-                                 "ACAD_TABLE"})
+            return Either(type, {"INSERT", "MINSERT", "DIMENSION", "ARC_DIMENSION",
+                                 "LARGE_RADIAL_DIMENSION", "ACAD_TABLE"})
                        ? "BLOCK"
                        : "";
-        default: return "";
+        default:
+            return "";
     }
 }
 
@@ -65,27 +77,36 @@ std::string_view NamedTable(std::string_view type, int code, bool entity) {
 enum class Group : std::uint8_t { None, Reactors, ExtensionDictionary, BlockReferences, Other };
 
 Group GroupOf(std::string_view text) {
-    if (text.empty() || text[0] != '{') return Group::None;
-    if (text == "{ACAD_REACTORS") return Group::Reactors;
-    if (text == "{ACAD_XDICTIONARY") return Group::ExtensionDictionary;
-    if (text == "{BLKREFS") return Group::BlockReferences;
+    if (text.empty() || text[0] != '{')
+        return Group::None;
+    if (text == "{ACAD_REACTORS")
+        return Group::Reactors;
+    if (text == "{ACAD_XDICTIONARY")
+        return Group::ExtensionDictionary;
+    if (text == "{BLKREFS")
+        return Group::BlockReferences;
     return Group::Other;
 }
 
 }  // namespace
 
-base::Result<Database*> CloneSource(Database& source, const Database& target, std::unique_ptr<Database>& upgraded) {
+base::Result<Database*> CloneSource(Database& source, const Database& target,
+                                    std::unique_ptr<Database>& upgraded) {
     const bool sourceR12 = source.Release() < 1012, targetR12 = target.Release() < 1012;
-    if (sourceR12 == targetR12) return &source;
+    if (sourceR12 == targetR12)
+        return &source;
     if (targetR12)
-        return base::Status::Error(fmt::format(
-            "{} is an R12 drawing ({}): it has no place for the block records, owners and objects of {} ({}); "
-            "bring it to a newer release first",
-            target.FileName(), target.Version(), source.FileName(), source.Version()));
+        return base::Status::Error(
+            fmt::format("{} is an R12 drawing ({}): it has no place for the block records, owners "
+                        "and objects of {} ({}); "
+                        "bring it to a newer release first",
+                        target.FileName(), target.Version(), source.FileName(), source.Version()));
     auto copy = Database::FromBytes(source.Write(), source.FileName());
-    if (!copy) return copy.GetStatus();
+    if (!copy)
+        return copy.GetStatus();
     base::Status status = (*copy)->UpgradeTo(Database::kNewestRelease);
-    if (!status) return status;
+    if (!status)
+        return status;
     upgraded = std::move(*copy);
     return upgraded.get();
 }
@@ -93,12 +114,22 @@ base::Result<Database*> CloneSource(Database& source, const Database& target, st
 void KeepPairsOf(Database& source, IdMapping& mapping) {
     std::vector<Handle> foreign;
     for (const auto& [handle, pair] : mapping.Pairs())
-        if (source.ObjectByHandle(handle).IsNull()) foreign.push_back(handle);
-    for (Handle h : foreign) mapping.Erase(h);
+        if (source.ObjectByHandle(handle).IsNull())
+            foreign.push_back(handle);
+    for (Handle h : foreign)
+        mapping.Erase(h);
 }
 
 struct DeepCloner::Impl {
-    enum class Kind : std::uint8_t { BlockRecord, BlockBegin, BlockEnd, Entity, SubEntity, TableRecord, Object };
+    enum class Kind : std::uint8_t {
+        BlockRecord,
+        BlockBegin,
+        BlockEnd,
+        Entity,
+        SubEntity,
+        TableRecord,
+        Object
+    };
     struct Job {
         std::uint32_t source = kNone;
         Handle handle = 0;
@@ -134,7 +165,8 @@ struct DeepCloner::Impl {
         Dictionary dict;
     };
 
-    Impl(Database& s, Database& t, IdMapping& m) : src(s), tgt(t), map(m), seedAtStart(t.handSeed_) {}
+    Impl(Database& s, Database& t, IdMapping& m)
+        : src(s), tgt(t), map(m), seedAtStart(t.handSeed_) {}
 
     Database& src;
     Database& tgt;
@@ -146,11 +178,12 @@ struct DeepCloner::Impl {
     std::unordered_map<Handle, std::uint32_t> plannedOf;  // source block handle -> planned block
     std::vector<Entry> entries;
     std::unordered_map<std::string_view, std::unordered_map<std::string, Handle>> targetNames;
-    std::unordered_map<std::string_view, std::unordered_map<std::string, std::uint32_t>> sourceNames;
-    std::unordered_map<std::string, long long> nextAnonymous;  // by prefix: "*U", "*D"...
+    std::unordered_map<std::string_view, std::unordered_map<std::string, std::uint32_t>>
+        sourceNames;
+    std::unordered_map<std::string, long long> nextAnonymous;        // by prefix: "*U", "*D"...
     std::unordered_map<std::uint32_t, std::uint32_t> blockOfRecord;  // source BLOCK_RECORD -> block
-    std::vector<std::string> apps;  // applications the source names without an APPID record
-    std::vector<Handle> assigned;   // source handles this plan added to the mapping
+    std::vector<std::string> apps;     // applications the source names without an APPID record
+    std::vector<Handle> assigned;      // source handles this plan added to the mapping
     std::uint32_t spaceBlock = kNone;  // the planned block of PlanEntities
     std::string error;
     EntityEdit edit;
@@ -158,22 +191,26 @@ struct DeepCloner::Impl {
     // ---- Planning
 
     void Assign(Handle source, Handle target, bool cloned) {
-        if (!map.Contains(source)) assigned.push_back(source);
+        if (!map.Contains(source))
+            assigned.push_back(source);
         map.Assign(source, target, cloned);
     }
 
     void Fail(std::string message) {
-        if (error.empty()) error = std::move(message);
+        if (error.empty())
+            error = std::move(message);
     }
 
     std::uint32_t AddJob(std::uint32_t rec, Kind kind) {
         const Handle handle = tgt.handSeed_++;
-        if (const Handle own = src.records_[rec].handle) Assign(own, handle, true);
+        if (const Handle own = src.records_[rec].handle)
+            Assign(own, handle, true);
         if (kind == Kind::Entity || kind == Kind::SubEntity) {
             const std::string type = src.TypeOf(rec);
             if (ReleaseOfType(type) > tgt.Release())
                 Fail(fmt::format("{} {} cannot go into {}: {} drawings have no {} entities", type,
-                                 HandleText(src.records_[rec].handle), tgt.FileName(), tgt.Version(), type));
+                                 HandleText(src.records_[rec].handle), tgt.FileName(),
+                                 tgt.Version(), type));
         }
         Job job;
         job.source = rec;
@@ -187,7 +224,8 @@ struct DeepCloner::Impl {
         const std::uint32_t job = AddJob(rec, Kind::Entity);
         jobs[job].block = block;
         const auto& records = src.records_;
-        for (std::uint32_t k = records[rec].next; k != kNone && records[k].parent == rec; k = records[k].next) {
+        for (std::uint32_t k = records[rec].next; k != kNone && records[k].parent == rec;
+             k = records[k].next) {
             const std::uint32_t sub = AddJob(k, Kind::SubEntity);
             jobs[sub].block = block;
             jobs[sub].owner = job;
@@ -198,7 +236,8 @@ struct DeepCloner::Impl {
     std::uint32_t AddPlanned(Planned planned, Handle sourceKey) {
         blocks.push_back(std::move(planned));
         const auto index = static_cast<std::uint32_t>(blocks.size() - 1);
-        if (sourceKey) plannedOf.emplace(sourceKey, index);
+        if (sourceKey)
+            plannedOf.emplace(sourceKey, index);
         return index;
     }
 
@@ -206,20 +245,23 @@ struct DeepCloner::Impl {
     // target block of that prefix has.
     std::string AnonymousName(std::string_view name) {
         std::size_t digits = name.size();
-        while (digits > 1 && name[digits - 1] >= '0' && name[digits - 1] <= '9') --digits;
+        while (digits > 1 && name[digits - 1] >= '0' && name[digits - 1] <= '9')
+            --digits;
         std::string prefix = base::FoldCase(name.substr(0, digits));
         auto [it, fresh] = nextAnonymous.emplace(prefix, 1);
         if (fresh) {
             for (const BlockRecord& b : tgt.Blocks()) {
                 const std::string folded = base::FoldCase(b.Name());
-                if (folded.size() <= prefix.size() || folded.compare(0, prefix.size(), prefix) != 0) continue;
+                if (folded.size() <= prefix.size() || folded.compare(0, prefix.size(), prefix) != 0)
+                    continue;
                 long long n = 0;
                 bool number = true;
                 for (std::size_t k = prefix.size(); k < folded.size() && number; ++k) {
                     number = folded[k] >= '0' && folded[k] <= '9' && n < 1'000'000'000'000LL;
                     n = n * 10 + (folded[k] - '0');
                 }
-                if (number) it->second = std::max(it->second, n + 1);
+                if (number)
+                    it->second = std::max(it->second, n + 1);
             }
         }
         return std::string(name.substr(0, digits)) + std::to_string(it->second++);
@@ -229,18 +271,21 @@ struct DeepCloner::Impl {
     // target has none of its name; its handle (the BLOCK's in R12), 0 when there is none.
     Handle ResolveBlock(const BlockRecord& block, bool clone) {
         const Handle key = block.GetHandle();
-        if (key && map.Contains(key)) return map.Lookup(key);
+        if (key && map.Contains(key))
+            return map.Lookup(key);
         const std::string name = block.Name();
         if (block.IsLayout()) {
             // Layouts are never copied: a pointer at one means the target's of that name.
             BlockRecord layout = block.IsModelSpace() ? tgt.ModelSpace() : tgt.FindBlock(name);
-            if (key && layout && layout.GetHandle()) Assign(key, layout.GetHandle(), false);
+            if (key && layout && layout.GetHandle())
+                Assign(key, layout.GetHandle(), false);
             return layout ? layout.GetHandle() : 0;
         }
         const bool anonymous = !name.empty() && name[0] == '*';
         if (!anonymous) {
             if (BlockRecord existing = tgt.FindBlock(name)) {
-                if (key) Assign(key, existing.GetHandle(), false);
+                if (key)
+                    Assign(key, existing.GetHandle(), false);
                 const auto& from = src.blocks_[block.Index()];
                 const auto& to = tgt.blocks_[existing.Index()];
                 if (from.begin != kNone && to.begin != kNone)
@@ -254,12 +299,14 @@ struct DeepCloner::Impl {
                 return existing.GetHandle();
             }
         }
-        if (!clone) return 0;
+        if (!clone)
+            return 0;
         const auto& info = src.blocks_[block.Index()];
         const bool withRecord = tgt.Release() >= 1012;
         if (info.begin == kNone || info.end == kNone || (withRecord && info.record == kNone)) {
-            Fail(fmt::format("block \"{}\" of {} cannot be copied: it has no {}", name, src.FileName(),
-                             info.record == kNone && withRecord ? "block record" : "BLOCK and ENDBLK"));
+            Fail(fmt::format(
+                "block \"{}\" of {} cannot be copied: it has no {}", name, src.FileName(),
+                info.record == kNone && withRecord ? "block record" : "BLOCK and ENDBLK"));
             return 0;
         }
         Planned planned;
@@ -275,14 +322,16 @@ struct DeepCloner::Impl {
         blocks[index].beginJob = AddJob(info.begin, Kind::BlockBegin);
         blocks[index].endJob = AddJob(info.end, Kind::BlockEnd);
         jobs[blocks[index].beginJob].block = jobs[blocks[index].endJob].block = index;
-        for (const Entity& e : block.Entities()) PlanEntity(e.Index(), index);
+        for (const Entity& e : block.Entities())
+            PlanEntity(e.Index(), index);
         return jobs[withRecord ? blocks[index].recordJob : blocks[index].beginJob].handle;
     }
 
     BlockRecord SourceBlockOfRecord(std::uint32_t rec) {
         if (blockOfRecord.empty())
             for (std::uint32_t b = 0; b < src.blocks_.size(); ++b)
-                if (!src.blocks_[b].erased && src.blocks_[b].record != kNone) blockOfRecord.emplace(src.blocks_[b].record, b);
+                if (!src.blocks_[b].erased && src.blocks_[b].record != kNone)
+                    blockOfRecord.emplace(src.blocks_[b].record, b);
         auto it = blockOfRecord.find(rec);
         return it == blockOfRecord.end() ? BlockRecord() : BlockRecord(&src, it->second);
     }
@@ -291,7 +340,8 @@ struct DeepCloner::Impl {
     static std::string SymbolKey(Database& db, std::uint32_t rec, std::string_view table) {
         Object record(&db, rec);
         std::string name = record.GetText(2);
-        if (name.empty() && table == "STYLE") return "\x01" + base::FoldCase(record.GetText(3));
+        if (name.empty() && table == "STYLE")
+            return "\x01" + base::FoldCase(record.GetText(3));
         return base::FoldCase(name);
     }
 
@@ -319,7 +369,8 @@ struct DeepCloner::Impl {
             Assign(handle, it->second, false);
             return it->second;
         }
-        if (!clone) return 0;
+        if (!clone)
+            return 0;
         const std::uint32_t job = AddJob(rec, Kind::TableRecord);
         jobs[job].table = table;
         names.emplace(key, jobs[job].handle);
@@ -329,22 +380,27 @@ struct DeepCloner::Impl {
     // A name in an object's data: the record or block it names comes along unless the target
     // has one of that name.
     void NeedName(std::string_view table, std::string_view name) {
-        if (name.empty()) return;
+        if (name.empty())
+            return;
         if (table == "BLOCK") {
-            if (BlockRecord block = src.FindBlock(name)) ResolveBlock(block, true);
+            if (BlockRecord block = src.FindBlock(name))
+                ResolveBlock(block, true);
             return;
         }
         auto& sources = SourceNames(table);
         auto it = sources.find(base::FoldCase(name));
-        if (it == sources.end()) return;  // the source lacks it too: the name stays as it is
-        if (!map.Contains(src.records_[it->second].handle)) ResolveSymbol(table, it->second, true);
+        if (it == sources.end())
+            return;  // the source lacks it too: the name stays as it is
+        if (!map.Contains(src.records_[it->second].handle))
+            ResolveSymbol(table, it->second, true);
     }
 
     void NeedApp(std::string_view name) {
         auto& sources = SourceNames("APPID");
         auto it = sources.find(base::FoldCase(name));
         if (it != sources.end()) {
-            if (!map.Contains(src.records_[it->second].handle)) ResolveSymbol("APPID", it->second, true);
+            if (!map.Contains(src.records_[it->second].handle))
+                ResolveSymbol("APPID", it->second, true);
             return;
         }
         if (!TargetNames("APPID").count(base::FoldCase(name)) &&
@@ -354,7 +410,8 @@ struct DeepCloner::Impl {
 
     static std::string EntryName(const Dictionary& dict, Handle handle) {
         for (const auto& [name, h] : dict.Entries())
-            if (h == handle) return name;
+            if (h == handle)
+                return name;
         return {};
     }
 
@@ -367,15 +424,19 @@ struct DeepCloner::Impl {
     // below it by dictionaries only (materials, styles, plot style names...).
     bool NamedPath(std::uint32_t rec, std::vector<std::string>& path) {
         const Handle root = src.NamedObjects().GetHandle();
-        if (!root) return false;
+        if (!root)
+            return false;
         Object cur(&src, rec);
         for (int depth = 0; depth < 32; ++depth) {
             Object owner = src.ObjectByHandle(cur.OwnerHandle());
-            if (!owner || !IsDictionary(owner)) return false;
+            if (!owner || !IsDictionary(owner))
+                return false;
             std::string name = EntryName(Dictionary(&src, owner.Index()), cur.GetHandle());
-            if (name.empty()) return false;
+            if (name.empty())
+                return false;
             path.insert(path.begin(), std::move(name));
-            if (owner.GetHandle() == root) return true;
+            if (owner.GetHandle() == root)
+                return true;
             cur = owner;
         }
         return false;
@@ -383,15 +444,18 @@ struct DeepCloner::Impl {
 
     Handle ResolveNamed(std::uint32_t rec, bool clone) {
         std::vector<std::string> path;
-        if (!NamedPath(rec, path)) return 0;
+        if (!NamedPath(rec, path))
+            return 0;
         Object found = tgt.NamedObjects();
-        for (std::size_t k = 0; k < path.size() && found; ++k) found = Dictionary(&tgt, found.Index()).Get(path[k]);
+        for (std::size_t k = 0; k < path.size() && found; ++k)
+            found = Dictionary(&tgt, found.Index()).Get(path[k]);
         const Handle handle = src.records_[rec].handle;
         if (found) {
             Assign(handle, found.GetHandle(), false);
             return found.GetHandle();
         }
-        if (!clone) return 0;
+        if (!clone)
+            return 0;
         Entry entry;
         entry.sourceOwner = Object(&src, rec).OwnerHandle();
         entry.named = true;
@@ -411,23 +475,29 @@ struct DeepCloner::Impl {
         Object cur(&src, rec);
         for (int depth = 0;; ++depth) {
             const Handle owner = cur.OwnerHandle();
-            if (!owner || depth == 32) return false;
-            if (map.IsCloned(owner)) break;
-            if (map.Contains(owner)) return false;
+            if (!owner || depth == 32)
+                return false;
+            if (map.IsCloned(owner))
+                break;
+            if (map.Contains(owner))
+                return false;
             const std::uint32_t r = src.Lookup(owner);
-            if (r == kNone || src.records_[r].section != SectionKind::Objects) return false;
+            if (r == kNone || src.records_[r].section != SectionKind::Objects)
+                return false;
             chain.push_back(r);
             cur = Object(&src, r);
         }
         for (std::size_t k = chain.size(); k-- > 0;)
-            if (!map.Contains(src.records_[chain[k]].handle)) AddJob(chain[k], Kind::Object);
+            if (!map.Contains(src.records_[chain[k]].handle))
+                AddJob(chain[k], Kind::Object);
         return true;
     }
 
     // What the target has, or gets with `clone`, for the source object `rec`; 0 for nothing.
     Handle Resolve(std::uint32_t rec, bool clone) {
         const Handle handle = src.records_[rec].handle;
-        if (map.Contains(handle)) return map.Lookup(handle);
+        if (map.Contains(handle))
+            return map.Lookup(handle);
         const std::string type = src.TypeOf(rec);
         switch (src.records_[rec].section) {
             case SectionKind::Tables: {
@@ -435,10 +505,12 @@ struct DeepCloner::Impl {
                     BlockRecord block = SourceBlockOfRecord(rec);
                     return block ? ResolveBlock(block, clone) : 0;
                 }
-                if (std::string_view table = SymbolTableOf(type); !table.empty()) return ResolveSymbol(table, rec, clone);
+                if (std::string_view table = SymbolTableOf(type); !table.empty())
+                    return ResolveSymbol(table, rec, clone);
                 if (type == "TABLE") {
                     const std::uint32_t table = tgt.FindTable(Object(&src, rec).GetText(2));
-                    if (table == kNone || !tgt.records_[table].handle) return 0;
+                    if (table == kNone || !tgt.records_[table].handle)
+                        return 0;
                     Assign(handle, tgt.records_[table].handle, false);
                     return tgt.records_[table].handle;
                 }
@@ -448,35 +520,45 @@ struct DeepCloner::Impl {
             case SectionKind::Entities: {
                 BlockRecord block;
                 if (type == "BLOCK" || type == "ENDBLK") {
-                    const std::uint32_t b = src.BlockOfBegin(type == "BLOCK" ? rec : src.records_[rec].parent);
-                    if (b != kNone) block = BlockRecord(&src, b);
+                    const std::uint32_t b =
+                        src.BlockOfBegin(type == "BLOCK" ? rec : src.records_[rec].parent);
+                    if (b != kNone)
+                        block = BlockRecord(&src, b);
                 } else {
                     block = Entity(&src, rec).OwnerBlock();
                 }
                 // An entity comes along with its block; one of a layout or of a block the
                 // target has by name has nothing to stand for it.
-                if (block && !block.IsLayout()) ResolveBlock(block, clone);
+                if (block && !block.IsLayout())
+                    ResolveBlock(block, clone);
                 return map.Lookup(handle);
             }
             case SectionKind::Objects: {
-                if (Handle named = ResolveNamed(rec, clone)) return named;
-                if (clone && PlanUnderClonedOwner(rec)) return map.Lookup(handle);
+                if (Handle named = ResolveNamed(rec, clone))
+                    return named;
+                if (clone && PlanUnderClonedOwner(rec))
+                    return map.Lookup(handle);
                 return 0;
             }
-            default: return 0;
+            default:
+                return 0;
         }
     }
 
     void PlanPointer(Handle h, PointerKind kind, Handle self) {
-        if (h == 0 || map.Contains(h)) return;
+        if (h == 0 || map.Contains(h))
+            return;
         const std::uint32_t rec = src.Lookup(h);
-        if (rec == kNone) return;  // a pointer to nothing stays one: it reads as 0 in the copy
+        if (rec == kNone)
+            return;  // a pointer to nothing stays one: it reads as 0 in the copy
         const bool owner = kind == PointerKind::SoftOwner || kind == PointerKind::HardOwner;
-        if (owner && src.records_[rec].section == SectionKind::Objects && Object(&src, rec).OwnerHandle() == self) {
+        if (owner && src.records_[rec].section == SectionKind::Objects &&
+            Object(&src, rec).OwnerHandle() == self) {
             AddJob(rec, Kind::Object);
             return;
         }
-        if (kind == PointerKind::HardPointer || kind == PointerKind::HardOwner) Resolve(rec, true);
+        if (kind == PointerKind::HardPointer || kind == PointerKind::HardOwner)
+            Resolve(rec, true);
     }
 
     // The index of the object's own handle: the first 5 (105 on DIMSTYLE records) before any
@@ -486,14 +568,17 @@ struct DeepCloner::Impl {
         const std::size_t n = db.TagCount(rec);
         for (std::size_t i = 1; i < n; ++i) {
             const int c = db.CodeAt(rec, i);
-            if (c == code) return i;
-            if (c == 100 || c == 1001) break;
+            if (c == code)
+                return i;
+            if (c == 100 || c == 1001)
+                break;
         }
         return npos;
     }
 
     static bool IsEntityJob(Kind kind) {
-        return kind == Kind::Entity || kind == Kind::SubEntity || kind == Kind::BlockBegin || kind == Kind::BlockEnd;
+        return kind == Kind::Entity || kind == Kind::SubEntity || kind == Kind::BlockBegin ||
+               kind == Kind::BlockEnd;
     }
 
     void Scan(std::uint32_t jobIndex) {
@@ -508,26 +593,31 @@ struct DeepCloner::Impl {
         std::string scratch;
         for (std::size_t i = 1; i < n; ++i) {
             const int code = src.CodeAt(rec, i);
-            if (i == own) continue;
+            if (i == own)
+                continue;
             if (code == 1001) {
                 NeedApp(src.TextViewAt(rec, i, scratch));
                 continue;
             }
-            if (code >= 1000) continue;  // extended data: its 1005 is a soft pointer
+            if (code >= 1000)
+                continue;  // extended data: its 1005 is a soft pointer
             if (code == 102) {
                 group = GroupOf(src.TextViewAt(rec, i, scratch));
                 continue;
             }
-            if (code == 101) embedded = true;
+            if (code == 101)
+                embedded = true;
             const PointerKind kind = PointerKindOfCode(code);
             if (kind != PointerKind::None) {
                 if (group != Group::Reactors && group != Group::BlockReferences)
                     PlanPointer(src.HandleAt(rec, i), kind, self);
                 continue;
             }
-            if (group != Group::None || embedded) continue;
+            if (group != Group::None || embedded)
+                continue;
             const std::string_view table = NamedTable(type, code, entity);
-            if (!table.empty()) NeedName(table, src.TextViewAt(rec, i, scratch));
+            if (!table.empty())
+                NeedName(table, src.TextViewAt(rec, i, scratch));
         }
     }
 
@@ -535,8 +625,10 @@ struct DeepCloner::Impl {
 
     // A soft pointer: the copy or the target's record of that name, else 0.
     Handle TranslateSoft(Handle h) {
-        if (h == 0) return 0;
-        if (map.Contains(h)) return map.Lookup(h);
+        if (h == 0)
+            return 0;
+        if (map.Contains(h))
+            return map.Lookup(h);
         const std::uint32_t rec = src.Lookup(h);
         return rec == kNone ? 0 : Resolve(rec, false);
     }
@@ -545,9 +637,12 @@ struct DeepCloner::Impl {
     // copied, else as it stands.
     std::string_view TargetBlockName(std::string_view name) {
         BlockRecord block = src.FindBlock(name);
-        if (!block) return name;
+        if (!block)
+            return name;
         auto it = plannedOf.find(block.GetHandle());
-        return it != plannedOf.end() && blocks[it->second].renamed ? std::string_view(blocks[it->second].name) : name;
+        return it != plannedOf.end() && blocks[it->second].renamed
+                   ? std::string_view(blocks[it->second].name)
+                   : name;
     }
 
     // The (331 entity, 5 sort handle) pairs of a copied draw-order table: the entities that came
@@ -556,14 +651,17 @@ struct DeepCloner::Impl {
         TagList out;
         const std::uint32_t rec = src.Lookup(sourceBlockRecord);
         BlockRecord block = rec == kNone ? BlockRecord() : SourceBlockOfRecord(rec);
-        if (!block) return out;
+        if (!block)
+            return out;
         std::vector<Handle> copies;
         for (const Entity& e : EntitiesInDrawOrder(block))
-            if (map.IsCloned(e.GetHandle())) copies.push_back(map.Lookup(e.GetHandle()));
+            if (map.IsCloned(e.GetHandle()))
+                copies.push_back(map.Lookup(e.GetHandle()));
         std::vector<Handle> sorted = copies;
         std::sort(sorted.begin(), sorted.end());
         std::unordered_map<Handle, Handle> sortHandle;
-        for (std::size_t k = 0; k < copies.size(); ++k) sortHandle.emplace(copies[k], sorted[k]);
+        for (std::size_t k = 0; k < copies.size(); ++k)
+            sortHandle.emplace(copies[k], sorted[k]);
         std::unordered_set<Handle> written;
         auto write = [&](Handle copy) {
             out.push_back({331, HandleText(copy)});
@@ -571,9 +669,11 @@ struct DeepCloner::Impl {
             written.insert(copy);
         };
         for (const auto& [entity, sort] : DrawOrderPairs(block))
-            if (map.IsCloned(entity)) write(map.Lookup(entity));
+            if (map.IsCloned(entity))
+                write(map.Lookup(entity));
         for (Handle copy : copies)
-            if (!written.count(copy) && sortHandle[copy] != copy) write(copy);
+            if (!written.count(copy) && sortHandle[copy] != copy)
+                write(copy);
         return out;
     }
 
@@ -584,13 +684,14 @@ struct DeepCloner::Impl {
         const std::size_t n = src.TagCount(rec);
         const std::size_t own = OwnHandleIndex(src, rec, dimstyle);
         const bool entity = IsEntityJob(job.kind);
-        const bool renamedBlock =
-            (job.kind == Kind::BlockRecord || job.kind == Kind::BlockBegin) && blocks[job.block].renamed;
+        const bool renamedBlock = (job.kind == Kind::BlockRecord || job.kind == Kind::BlockBegin) &&
+                                  blocks[job.block].renamed;
         const bool sortents = type == "SORTENTSTABLE";
         TagList out;
         out.reserve(n + 2);
         out.push_back({0, type});
-        if (own == npos) out.push_back({dimstyle ? 105 : 5, HandleText(job.handle)});
+        if (own == npos)
+            out.push_back({dimstyle ? 105 : 5, HandleText(job.handle)});
         Group group = Group::None;
         std::size_t groupStart = 0;
         bool xdata = false, embedded = false, sortData = false, pairsWritten = false;
@@ -603,8 +704,10 @@ struct DeepCloner::Impl {
             }
             xdata = xdata || code == 1001;
             if (xdata) {
-                if (code == 1005) out.push_back({code, HandleText(TranslateSoft(src.HandleAt(rec, i)))});
-                else out.push_back({code, std::string(src.TextViewAt(rec, i, scratch))});
+                if (code == 1005)
+                    out.push_back({code, HandleText(TranslateSoft(src.HandleAt(rec, i)))});
+                else
+                    out.push_back({code, std::string(src.TextViewAt(rec, i, scratch))});
                 continue;
             }
             if (code == 102) {
@@ -621,23 +724,27 @@ struct DeepCloner::Impl {
                 continue;
             }
             embedded = embedded || code == 101;
-            if (sortData && !embedded && (code == 331 || code == 5)) continue;
+            if (sortData && !embedded && (code == 331 || code == 5))
+                continue;
             const PointerKind kind = PointerKindOfCode(code);
             if (kind != PointerKind::None && kind != PointerKind::Arbitrary) {
                 const Handle h = src.HandleAt(rec, i);
                 if (group == Group::Reactors || group == Group::BlockReferences) {
-                    if (map.Contains(h) && map.Lookup(h)) out.push_back({code, HandleText(map.Lookup(h))});
+                    if (map.Contains(h) && map.Lookup(h))
+                        out.push_back({code, HandleText(map.Lookup(h))});
                     continue;
                 }
                 out.push_back({code, HandleText(TranslateSoft(h))});
                 if (sortents && code == 330 && sortData && !pairsWritten) {
-                    for (Tag& t : SortPairs(h)) out.push_back(std::move(t));
+                    for (Tag& t : SortPairs(h))
+                        out.push_back(std::move(t));
                     pairsWritten = true;
                 }
                 continue;
             }
             std::string_view text = src.TextViewAt(rec, i, scratch);
-            if (sortents && code == 100) sortData = text == "AcDbSortentsTable";
+            if (sortents && code == 100)
+                sortData = text == "AcDbSortentsTable";
             if (group == Group::None && !embedded) {
                 if (renamedBlock && (code == 2 || (code == 3 && job.kind == Kind::BlockBegin)))
                     text = blocks[job.block].name;
@@ -652,20 +759,28 @@ struct DeepCloner::Impl {
     // Entities of paper space carry 67 = 1; those of model space and blocks don't.
     static void SetSpaceFlag(TagList& tags, bool paper) {
         std::size_t at = npos, entityData = npos;
-        for (std::size_t i = 1; i < tags.size() && tags[i].code != 1001 && tags[i].code != 101; ++i) {
-            if (tags[i].code == 67) at = i;
-            if (tags[i].code == 100 && tags[i].value == "AcDbEntity") entityData = i + 1;
+        for (std::size_t i = 1; i < tags.size() && tags[i].code != 1001 && tags[i].code != 101;
+             ++i) {
+            if (tags[i].code == 67)
+                at = i;
+            if (tags[i].code == 100 && tags[i].value == "AcDbEntity")
+                entityData = i + 1;
         }
         if (paper) {
-            if (at != npos) tags[at].value = "1";
-            else tags.insert(tags.begin() + static_cast<std::ptrdiff_t>(entityData != npos ? entityData : 2), Tag{67, "1"});
+            if (at != npos)
+                tags[at].value = "1";
+            else
+                tags.insert(
+                    tags.begin() + static_cast<std::ptrdiff_t>(entityData != npos ? entityData : 2),
+                    Tag{67, "1"});
         } else if (at != npos && tags[at].value != "0") {
             tags.erase(tags.begin() + static_cast<std::ptrdiff_t>(at));
         }
     }
 
     void Place(Planned& p) {
-        if (p.placed) return;
+        if (p.placed)
+            return;
         p.placed = true;
         BlockRecord space(&tgt, p.target);
         p.paper = space.IsPaperSpace();
@@ -690,12 +805,14 @@ struct DeepCloner::Impl {
         for (Entry& entry : entries) {
             if (!entry.named) {
                 Object owner = tgt.ObjectByHandle(map.Lookup(entry.sourceOwner));
-                if (owner) entry.dict = Dictionary(&tgt, owner.Index());
+                if (owner)
+                    entry.dict = Dictionary(&tgt, owner.Index());
                 continue;
             }
             Dictionary dict = tgt.NamedObjects();
             for (const std::string& name : entry.path) {
-                if (!dict) break;
+                if (!dict)
+                    break;
                 Object next = dict.Get(name);
                 if (next) {
                     dict = Dictionary(&tgt, next.Index());
@@ -705,7 +822,8 @@ struct DeepCloner::Impl {
                 }
             }
             entry.dict = dict;
-            if (dict) Assign(entry.sourceOwner, dict.GetHandle(), false);
+            if (dict)
+                Assign(entry.sourceOwner, dict.GetHandle(), false);
         }
     }
 
@@ -713,24 +831,30 @@ struct DeepCloner::Impl {
     static std::unordered_map<std::string, std::uint32_t> ClassesOf(Database& db) {
         std::unordered_map<std::string, std::uint32_t> out;
         const std::uint32_t section = db.SectionRecord(SectionKind::Classes);
-        if (section == kNone) return out;
-        for (std::uint32_t k = db.records_[section].next; k != kNone && !db.TypeIs(k, "ENDSEC"); k = db.records_[k].next)
-            if (db.TypeIs(k, "CLASS")) out.emplace(Object(&db, k).GetText(1), k);
+        if (section == kNone)
+            return out;
+        for (std::uint32_t k = db.records_[section].next; k != kNone && !db.TypeIs(k, "ENDSEC");
+             k = db.records_[k].next)
+            if (db.TypeIs(k, "CLASS"))
+                out.emplace(Object(&db, k).GetText(1), k);
         return out;
     }
 
     // Objects of a type that a CLASS record defines need that record in the target too: readers
     // that meet a type without one skip the object.
     void CopyClasses() {
-        if (src.Release() < 1012 || &src == &tgt) return;
+        if (src.Release() < 1012 || &src == &tgt)
+            return;
         const auto sourceClasses = ClassesOf(src);
-        if (sourceClasses.empty()) return;
+        if (sourceClasses.empty())
+            return;
         auto targetClasses = ClassesOf(tgt);
         std::uint32_t section = kNone, last = kNone;
         for (const Job& job : jobs) {
             const std::string type = src.TypeOf(job.source);
             auto it = sourceClasses.find(type);
-            if (it == sourceClasses.end() || !targetClasses.emplace(type, kNone).second) continue;
+            if (it == sourceClasses.end() || !targetClasses.emplace(type, kNone).second)
+                continue;
             if (section == kNone) {
                 section = tgt.EnsureSection(SectionKind::Classes);
                 last = tgt.records_[tgt.SectionEnd(section)].prev;
@@ -747,38 +871,46 @@ struct DeepCloner::Impl {
         for (std::size_t j = 0; j < jobs.size(); ++j) {
             const Job& job = jobs[j];
             tags[j] = Translate(job);
-            if (job.kind != Kind::Entity && job.kind != Kind::SubEntity) continue;
+            if (job.kind != Kind::Entity && job.kind != Kind::SubEntity)
+                continue;
             Planned& p = blocks[job.block];
-            if (!p.isNew) Place(p);
+            if (!p.isNew)
+                Place(p);
             SetSpaceFlag(tags[j], p.paper);
-            if (edit) edit(Entity(&src, job.source), tags[j]);
+            if (edit)
+                edit(Entity(&src, job.source), tags[j]);
         }
 
         // Table records, the records of new blocks among them, at the end of their tables.
-        std::unordered_map<std::string_view, std::pair<std::uint32_t, std::uint32_t>> tables;  // table, last
+        std::unordered_map<std::string_view, std::pair<std::uint32_t, std::uint32_t>>
+            tables;  // table, last
         for (std::size_t j = 0; j < jobs.size(); ++j) {
             Job& job = jobs[j];
-            if (job.kind != Kind::TableRecord && job.kind != Kind::BlockRecord) continue;
+            if (job.kind != Kind::TableRecord && job.kind != Kind::BlockRecord)
+                continue;
             auto [it, fresh] = tables.try_emplace(job.table);
             if (fresh) {
                 it->second.first = tgt.EnsureTable(job.table);
                 it->second.second = tgt.LastInTable(it->second.first);
             }
-            job.made = tgt.NewRecord(tags[j], it->second.second, SectionKind::Tables, it->second.first);
+            job.made =
+                tgt.NewRecord(tags[j], it->second.second, SectionKind::Tables, it->second.first);
             it->second.second = job.made;
         }
 
         // New blocks at the end of the BLOCKS section.
         std::uint32_t blocksSection = kNone, blocksEnd = kNone;
         for (Planned& p : blocks) {
-            if (!p.isNew) continue;
+            if (!p.isNew)
+                continue;
             if (blocksSection == kNone) {
                 blocksSection = tgt.EnsureSection(SectionKind::Blocks);
                 blocksEnd = tgt.SectionEnd(blocksSection);
             }
             Job& begin = jobs[p.beginJob];
             Job& end = jobs[p.endJob];
-            begin.made = tgt.NewRecord(tags[p.beginJob], tgt.records_[blocksEnd].prev, SectionKind::Blocks, blocksSection);
+            begin.made = tgt.NewRecord(tags[p.beginJob], tgt.records_[blocksEnd].prev,
+                                       SectionKind::Blocks, blocksSection);
             end.made = tgt.NewRecord(tags[p.endJob], begin.made, SectionKind::Blocks, begin.made);
             const std::uint32_t record = p.recordJob != kNone ? jobs[p.recordJob].made : kNone;
             tgt.blocks_.push_back(Database::BlockInfo{record, begin.made, end.made, false});
@@ -792,31 +924,37 @@ struct DeepCloner::Impl {
         // Entities in order, each sub-entity right after its owner's.
         for (std::size_t j = 0; j < jobs.size(); ++j) {
             Job& job = jobs[j];
-            if (job.kind != Kind::Entity && job.kind != Kind::SubEntity) continue;
+            if (job.kind != Kind::Entity && job.kind != Kind::SubEntity)
+                continue;
             Planned& p = blocks[job.block];
             const std::uint32_t parent = job.kind == Kind::Entity ? p.parent : jobs[job.owner].made;
             job.made = tgt.NewRecord(tags[j], p.last, p.section, parent);
             p.last = job.made;
-            if (job.listed) copies.emplace_back(&tgt, job.made);
+            if (job.listed)
+                copies.emplace_back(&tgt, job.made);
         }
 
         // Objects at the end of the OBJECTS section, entered in their dictionaries.
         std::uint32_t objectsSection = kNone, objectsEnd = kNone;
         for (std::size_t j = 0; j < jobs.size(); ++j) {
             Job& job = jobs[j];
-            if (job.kind != Kind::Object) continue;
+            if (job.kind != Kind::Object)
+                continue;
             if (objectsSection == kNone) {
                 objectsSection = tgt.EnsureSection(SectionKind::Objects);
                 objectsEnd = tgt.SectionEnd(objectsSection);
             }
-            job.made = tgt.NewRecord(tags[j], tgt.records_[objectsEnd].prev, SectionKind::Objects, objectsSection);
+            job.made = tgt.NewRecord(tags[j], tgt.records_[objectsEnd].prev, SectionKind::Objects,
+                                     objectsSection);
             if (job.entry != kNone && entries[job.entry].dict)
                 entries[job.entry].dict.SetAt(entries[job.entry].name, Object(&tgt, job.made));
         }
 
         CopyClasses();
-        for (const std::string& app : apps) tgt.RegisterApp(app);
-        for (const auto& [table, at] : tables) tgt.RaiseTableCount(at.first, table);
+        for (const std::string& app : apps)
+            tgt.RegisterApp(app);
+        for (const auto& [table, at] : tables)
+            tgt.RaiseTableCount(at.first, table);
         tgt.SyncHandSeed();
     }
 };
@@ -827,16 +965,20 @@ DeepCloner::DeepCloner(Database& source, Database& target, IdMapping& mapping)
 DeepCloner::~DeepCloner() = default;
 
 void DeepCloner::PlanBlock(const BlockRecord& block) {
-    if (!block || block.GetDatabase() != &impl_->src) return impl_->Fail("no block to copy");
+    if (!block || block.GetDatabase() != &impl_->src)
+        return impl_->Fail("no block to copy");
     if (block.IsLayout())
-        return impl_->Fail(fmt::format("\"{}\" is a layout, not a block: it cannot be copied", block.Name()));
+        return impl_->Fail(
+            fmt::format("\"{}\" is a layout, not a block: it cannot be copied", block.Name()));
     impl_->ResolveBlock(block, true);
 }
 
 void DeepCloner::PlanEntities(const std::vector<Entity>& entities) {
     Impl& impl = *impl_;
-    if (impl.spaceBlock == kNone) impl.spaceBlock = impl.AddPlanned(Impl::Planned{}, 0);
-    for (const Entity& e : entities) impl.jobs[impl.PlanEntity(e.Index(), impl.spaceBlock)].listed = true;
+    if (impl.spaceBlock == kNone)
+        impl.spaceBlock = impl.AddPlanned(Impl::Planned{}, 0);
+    for (const Entity& e : entities)
+        impl.jobs[impl.PlanEntity(e.Index(), impl.spaceBlock)].listed = true;
 }
 
 void DeepCloner::PlanObjectInto(const Object& object, std::string_view name) {
@@ -848,17 +990,23 @@ void DeepCloner::PlanObjectInto(const Object& object, std::string_view name) {
     impl_->jobs[job].entry = static_cast<std::uint32_t>(impl_->entries.size() - 1);
 }
 
-void DeepCloner::SetEntityEdit(EntityEdit edit) { impl_->edit = std::move(edit); }
+void DeepCloner::SetEntityEdit(EntityEdit edit) {
+    impl_->edit = std::move(edit);
+}
 
 base::Status DeepCloner::Check() {
     Impl& impl = *impl_;
     if (impl.src.Release() >= 1012 && impl.tgt.Release() < 1012)
         impl.Fail(fmt::format("{} ({}) cannot take objects of {} ({}): R12 has no place for them",
-                              impl.tgt.FileName(), impl.tgt.Version(), impl.src.FileName(), impl.src.Version()));
-    while (impl.error.empty() && impl.scanned < impl.jobs.size()) impl.Scan(static_cast<std::uint32_t>(impl.scanned++));
-    if (impl.error.empty()) return base::Status::Ok();
+                              impl.tgt.FileName(), impl.tgt.Version(), impl.src.FileName(),
+                              impl.src.Version()));
+    while (impl.error.empty() && impl.scanned < impl.jobs.size())
+        impl.Scan(static_cast<std::uint32_t>(impl.scanned++));
+    if (impl.error.empty())
+        return base::Status::Ok();
     impl.tgt.handSeed_ = impl.seedAtStart;
-    for (Handle h : impl.assigned) impl.map.Erase(h);
+    for (Handle h : impl.assigned)
+        impl.map.Erase(h);
     impl.assigned.clear();
     impl.jobs.clear();
     return base::Status::Error(impl.error);
@@ -867,7 +1015,8 @@ base::Status DeepCloner::Check() {
 void DeepCloner::Make(const BlockRecord& space) {
     Impl& impl = *impl_;
     if (impl.spaceBlock != kNone) {
-        assert(space && space.GetDatabase() == &impl.tgt && "copies of entities need a space of the target");
+        assert(space && space.GetDatabase() == &impl.tgt &&
+               "copies of entities need a space of the target");
         impl.blocks[impl.spaceBlock].target = space.Index();
     }
     impl.Make(copies_);
@@ -875,20 +1024,25 @@ void DeepCloner::Make(const BlockRecord& space) {
 
 base::Status DeepCloner::Run(const BlockRecord& space) {
     base::Status status = Check();
-    if (status) Make(space);
+    if (status)
+        Make(space);
     return status;
 }
 
 BlockRecord DeepCloner::TargetBlock(const BlockRecord& block) const {
     const Impl& impl = *impl_;
     if (auto it = impl.plannedOf.find(block.GetHandle()); it != impl.plannedOf.end())
-        return impl.blocks[it->second].target == kNone ? BlockRecord() : BlockRecord(&impl.tgt, impl.blocks[it->second].target);
+        return impl.blocks[it->second].target == kNone
+                   ? BlockRecord()
+                   : BlockRecord(&impl.tgt, impl.blocks[it->second].target);
     // A block the mapping had before this cloner: the target block of its record or BLOCK.
     const std::uint32_t rec = impl.tgt.Lookup(impl.map.Lookup(block.GetHandle()));
-    if (rec == kNone) return BlockRecord();
+    if (rec == kNone)
+        return BlockRecord();
     for (std::uint32_t b = 0; b < impl.tgt.blocks_.size(); ++b) {
         const auto& info = impl.tgt.blocks_[b];
-        if (!info.erased && (info.record == rec || info.begin == rec)) return BlockRecord(&impl.tgt, b);
+        if (!info.erased && (info.record == rec || info.begin == rec))
+            return BlockRecord(&impl.tgt, b);
     }
     return BlockRecord();
 }

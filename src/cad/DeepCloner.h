@@ -36,7 +36,8 @@ class Database;
 // brought to the newest release, kept in `upgraded` (R12 has no owners, subclass markers or
 // block records that a newer drawing expects). Fails for a newer source and an R12 target,
 // which has no place for what the newer release brought.
-base::Result<Database*> CloneSource(Database& source, const Database& target, std::unique_ptr<Database>& upgraded);
+base::Result<Database*> CloneSource(Database& source, const Database& target,
+                                    std::unique_ptr<Database>& upgraded);
 
 // Drops the pairs whose source handle `source` doesn't have: what only an upgraded copy had.
 void KeepPairsOf(Database& source, IdMapping& mapping);

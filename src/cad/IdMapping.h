@@ -29,7 +29,9 @@ public:
     // True when the clone reached `source`, copied or matched.
     bool Contains(Handle source) const { return pairs_.count(source) != 0; }
     // Records what `source` became; a second call for the same source replaces the first.
-    void Assign(Handle source, Handle target, bool cloned) { pairs_[source] = Pair{target, cloned}; }
+    void Assign(Handle source, Handle target, bool cloned) {
+        pairs_[source] = Pair{target, cloned};
+    }
     // Forgets `source`; nothing when it was not reached.
     void Erase(Handle source) { pairs_.erase(source); }
     std::size_t Size() const { return pairs_.size(); }

@@ -18,7 +18,8 @@ class Database;
 // mapping, given back in `mapping` when not null; the source's model space maps to the new
 // block). The source is never changed. Fails, leaving the target as it was, for an empty name,
 // a name the target has already (the message names it), and what CloneBlock refuses.
-base::Result<BlockRecord> InsertDrawingAsBlock(const Database& source, Database& target, std::string_view blockName,
+base::Result<BlockRecord> InsertDrawingAsBlock(const Database& source, Database& target,
+                                               std::string_view blockName,
                                                IdMapping* mapping = nullptr);
 
 }  // namespace cad

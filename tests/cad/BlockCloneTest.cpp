@@ -17,13 +17,15 @@ using cadtest::Load;
 
 std::vector<std::string> Types(const std::vector<Entity>& entities) {
     std::vector<std::string> out;
-    for (const Entity& e : entities) out.push_back(e.Type());
+    for (const Entity& e : entities)
+        out.push_back(e.Type());
     return out;
 }
 
 Handle MaxHandle(cad::Database& db) {
     Handle max = 0;
-    for (const cad::Object& o : db.Objects()) max = std::max(max, o.GetHandle());
+    for (const cad::Object& o : db.Objects())
+        max = std::max(max, o.GetHandle());
     return max;
 }
 
@@ -31,7 +33,9 @@ struct Versions {
     std::string source, target;
 };
 
-void PrintTo(const Versions& v, std::ostream* os) { *os << v.source << " into " << v.target; }
+void PrintTo(const Versions& v, std::ostream* os) {
+    *os << v.source << " into " << v.target;
+}
 
 class BlockCloneTest : public ::testing::TestWithParam<Versions> {
 protected:
@@ -48,7 +52,8 @@ protected:
     }
     Entity EntityOfType(const std::string& type, int nth = 0) {
         for (const Entity& e : door.Entities())
-            if (e.Type() == type && nth-- == 0) return e;
+            if (e.Type() == type && nth-- == 0)
+                return e;
         return Entity();
     }
 
@@ -62,7 +67,8 @@ protected:
 TEST_P(BlockCloneTest, CopiesTheEntitiesInOrderWithTheirGeometry) {
     EXPECT_EQ(door.Name(), "Door");
     EXPECT_EQ(door, target->FindBlock("door"));
-    EXPECT_EQ(Types(door.Entities()), (std::vector<std::string>{"LINE", "TEXT", "INSERT", "INSERT", "CIRCLE"}));
+    EXPECT_EQ(Types(door.Entities()),
+              (std::vector<std::string>{"LINE", "TEXT", "INSERT", "INSERT", "CIRCLE"}));
     EXPECT_EQ(door.BasePoint(), (cad::Point3{1, 2, 0}));
     cad::Line line(target.get(), EntityOfType("LINE").Index());
     EXPECT_EQ(line.Start(), (cad::Point3{1, 2, 0}));
@@ -71,7 +77,8 @@ TEST_P(BlockCloneTest, CopiesTheEntitiesInOrderWithTheirGeometry) {
     ASSERT_EQ(knob.Attributes().size(), 1u);
     EXPECT_EQ(knob.Attributes()[0].TextString(), "brass");
     EXPECT_EQ(knob.Attributes()[0].OwnerHandle(), knob.GetHandle());
-    for (const Entity& e : door.Entities()) EXPECT_EQ(e.OwnerHandle(), door.GetHandle()) << e.Type();
+    for (const Entity& e : door.Entities())
+        EXPECT_EQ(e.OwnerHandle(), door.GetHandle()) << e.Type();
     EXPECT_EQ(door.BlockBegin().OwnerHandle(), door.GetHandle());
 }
 
@@ -114,8 +121,10 @@ TEST_P(BlockCloneTest, AnExistingNestedBlockIsUsedAndAnAnonymousOneCopiedUnderAN
     ASSERT_TRUE(anonymous.Block());
     EXPECT_EQ(anonymous.Block().BlockBegin().GetText(3), "*U2");
     EXPECT_EQ(Types(anonymous.Block().Entities()), std::vector<std::string>{"LINE"});
-    EXPECT_EQ(cad::Line(target.get(), anonymous.Block().Entities()[0].Index()).End(), (cad::Point3{0, 1, 0}));
-    EXPECT_EQ(Types(target->FindBlock("*U1").Entities()), std::vector<std::string>{"LINE"});  // the target's own
+    EXPECT_EQ(cad::Line(target.get(), anonymous.Block().Entities()[0].Index()).End(),
+              (cad::Point3{0, 1, 0}));
+    EXPECT_EQ(Types(target->FindBlock("*U1").Entities()),
+              std::vector<std::string>{"LINE"});  // the target's own
 }
 
 TEST_P(BlockCloneTest, EveryHandleInsideTheCopiesIsTranslated) {
@@ -125,7 +134,8 @@ TEST_P(BlockCloneTest, EveryHandleInsideTheCopiesIsTranslated) {
     cad::TagList xdata = circle.Xdata("VELMAR_TEST");
     ASSERT_EQ(xdata.size(), 3u);
     EXPECT_EQ(xdata[2], (cad::Tag{1005, line.HandleString()}));
-    for (const cad::Tag& t : circle.Tags()) EXPECT_NE(t.value, "{ACAD_REACTORS");
+    for (const cad::Tag& t : circle.Tags())
+        EXPECT_NE(t.value, "{ACAD_REACTORS");
     // The extension dictionary and what it owns are copies, owned by the copies.
     cad::Dictionary dict = circle.ExtensionDictionary();
     ASSERT_TRUE(dict);
@@ -161,8 +171,10 @@ TEST_P(BlockCloneTest, DrawOrderIsCarriedWithItsHandlesTranslated) {
               (std::vector<std::string>{"CIRCLE", "TEXT", "INSERT", "INSERT", "LINE"}));
     EXPECT_EQ(Types(cad::EntitiesInDrawOrder(door)),
               (std::vector<std::string>{"CIRCLE", "TEXT", "INSERT", "INSERT", "LINE"}));
-    const Handle line = EntityOfType("LINE").GetHandle(), circle = EntityOfType("CIRCLE").GetHandle();
-    EXPECT_EQ(cad::DrawOrderPairs(door), (std::vector<std::pair<Handle, Handle>>{{line, circle}, {circle, line}}));
+    const Handle line = EntityOfType("LINE").GetHandle(),
+                 circle = EntityOfType("CIRCLE").GetHandle();
+    EXPECT_EQ(cad::DrawOrderPairs(door),
+              (std::vector<std::pair<Handle, Handle>>{{line, circle}, {circle, line}}));
     cad::Object table = door.Record().ExtensionDictionary().Get("ACAD_SORTENTS");
     EXPECT_EQ(table.GetHandleValue(330), door.Record().ExtensionDictionary().GetHandle());
 }
@@ -170,7 +182,8 @@ TEST_P(BlockCloneTest, DrawOrderIsCarriedWithItsHandlesTranslated) {
 TEST_P(BlockCloneTest, NewHandlesAreUniqueAndBelowTheHandleSeed) {
     std::set<Handle> seen;
     for (const cad::Object& o : target->Objects()) {
-        if (!o.GetHandle()) continue;
+        if (!o.GetHandle())
+            continue;
         EXPECT_TRUE(seen.insert(o.GetHandle()).second) << o.HandleString();
     }
     EXPECT_GT(target->HandleSeed(), MaxHandle(*target));
@@ -193,7 +206,8 @@ TEST_P(BlockCloneTest, TheTargetReadsBackWithTheBlock) {
     EXPECT_TRUE(back->Warnings().empty()) << back->Warnings().front();
     BlockRecord copy = back->FindBlock("Door");
     ASSERT_TRUE(copy);
-    EXPECT_EQ(Types(copy.Entities()), (std::vector<std::string>{"LINE", "TEXT", "INSERT", "INSERT", "CIRCLE"}));
+    EXPECT_EQ(Types(copy.Entities()),
+              (std::vector<std::string>{"LINE", "TEXT", "INSERT", "INSERT", "CIRCLE"}));
     EXPECT_EQ(copy.GetHandle(), door.GetHandle());
     EXPECT_TRUE(back->FindBlock("*U2"));
 }
@@ -213,7 +227,8 @@ TEST_P(BlockCloneTest, UnchangedObjectsOfTheTargetKeepTheirBytes) {
 }
 
 TEST_P(BlockCloneTest, TextIsReEncodedForTheTarget) {
-    EXPECT_EQ(cad::Text(target.get(), EntityOfType("TEXT").Index()).TextString(), "T\xC3\xBCr \xD0\x96");
+    EXPECT_EQ(cad::Text(target.get(), EntityOfType("TEXT").Index()).TextString(),
+              "T\xC3\xBCr \xD0\x96");
     const std::string written = target->Write();
     const bool utf8 = GetParam().target >= "AC1021";
     EXPECT_NE(written.find(utf8 ? "T\xC3\xBCr \xD0\x96" : "T\xFCr \\U+0416"), std::string::npos);
@@ -223,7 +238,8 @@ TEST_P(BlockCloneTest, TextIsReEncodedForTheTarget) {
 TEST_P(BlockCloneTest, TheClassesOfCopiedObjectsComeAlong) {
     std::vector<std::string> classes;
     for (const cad::Object& o : target->Objects())
-        if (o.Type() == "CLASS") classes.push_back(o.GetText(1));
+        if (o.Type() == "CLASS")
+            classes.push_back(o.GetText(1));
     EXPECT_EQ(classes, (std::vector<std::string>{"MATERIAL", "SORTENTSTABLE"}));
     auto back = cadtest::Reload(*target);
     ASSERT_TRUE(back);
@@ -234,8 +250,8 @@ TEST_P(BlockCloneTest, TheMappingHoldsEveryCopyAndEveryMatch) {
     EXPECT_EQ(mapping.Lookup(0x30), door.GetHandle());
     EXPECT_TRUE(mapping.IsCloned(0x30));
     EXPECT_EQ(mapping.Lookup(0x31), door.BlockBegin().GetHandle());
-    for (Handle h : {0x32, 0x33, 0x34, 0x35, 0x36, 0x37, 0x38, 0x3A, 0x50, 0x52, 0x60, 0x61, 0x62, 0x63, 0x90, 0x17,
-                     0x19, 0x1A, 0x1C})
+    for (Handle h : {0x32, 0x33, 0x34, 0x35, 0x36, 0x37, 0x38, 0x3A, 0x50, 0x52, 0x60, 0x61, 0x62,
+                     0x63, 0x90, 0x17, 0x19, 0x1A, 0x1C})
         EXPECT_TRUE(mapping.IsCloned(h)) << cad::HandleText(h);
     EXPECT_EQ(mapping.Lookup(0x40), target->FindBlock("KNOB").GetHandle());
     EXPECT_FALSE(mapping.IsCloned(0x40));
@@ -248,11 +264,12 @@ TEST_P(BlockCloneTest, TheMappingHoldsEveryCopyAndEveryMatch) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Releases, BlockCloneTest,
-                         ::testing::Values(Versions{"AC1015", "AC1015"}, Versions{"AC1015", "AC1032"},
-                                           Versions{"AC1032", "AC1015"}, Versions{"AC1032", "AC1032"},
-                                           Versions{"AC1027", "AC1018"}),
-                         [](const auto& info) { return info.param.source + "_into_" + info.param.target; });
+INSTANTIATE_TEST_SUITE_P(
+    Releases, BlockCloneTest,
+    ::testing::Values(Versions{"AC1015", "AC1015"}, Versions{"AC1015", "AC1032"},
+                      Versions{"AC1032", "AC1015"}, Versions{"AC1032", "AC1032"},
+                      Versions{"AC1027", "AC1018"}),
+    [](const auto& info) { return info.param.source + "_into_" + info.param.target; });
 
 TEST(BlockClone, ABlockOfThatNameInTheTargetIsReturnedAndNothingCopied) {
     auto source = Load(clonetest::Source("AC1032"));
@@ -332,8 +349,10 @@ TEST(BlockClone, R12IntoANewerDrawingGoesThroughAnUpgradedCopy) {
     }
     EXPECT_EQ(source->Write(), sourceBytes);
     // Only the source's own handles are in the mapping: the BLOCK and its entities.
-    EXPECT_EQ(mapping.Lookup(source->FindBlock("Door").GetHandle()), door->BlockBegin().GetHandle());
-    for (const auto& [from, pair] : mapping.Pairs()) EXPECT_TRUE(source->ObjectByHandle(from)) << cad::HandleText(from);
+    EXPECT_EQ(mapping.Lookup(source->FindBlock("Door").GetHandle()),
+              door->BlockBegin().GetHandle());
+    for (const auto& [from, pair] : mapping.Pairs())
+        EXPECT_TRUE(source->ObjectByHandle(from)) << cad::HandleText(from);
     EXPECT_EQ(target->Version(), "AC1015");
     EXPECT_TRUE(cadtest::Reload(*target)->FindBlock("Door"));
 }
@@ -344,7 +363,8 @@ TEST(BlockClone, ANewerBlockIsRefusedByAnR12DrawingWhichStaysAsItWas) {
     const std::string before = target->Write();
     auto door = cad::CloneBlock(source->FindBlock("Knob"), *target);
     ASSERT_FALSE(door);
-    EXPECT_NE(door.GetStatus().Message().find("r12.dxf is an R12 drawing"), std::string::npos) << door.GetStatus().Message();
+    EXPECT_NE(door.GetStatus().Message().find("r12.dxf is an R12 drawing"), std::string::npos)
+        << door.GetStatus().Message();
     EXPECT_FALSE(target->IsModified());
     EXPECT_EQ(target->Write(), before);
 }
@@ -358,7 +378,8 @@ TEST(BlockClone, EntityTypesTheTargetReleaseLacksAreRefusedWithNothingChanged) {
     cad::IdMapping mapping;
     auto door = cad::CloneBlock(source->FindBlock("Door"), *target, &mapping);
     ASSERT_FALSE(door);
-    EXPECT_NE(door.GetStatus().Message().find("LWPOLYLINE"), std::string::npos) << door.GetStatus().Message();
+    EXPECT_NE(door.GetStatus().Message().find("LWPOLYLINE"), std::string::npos)
+        << door.GetStatus().Message();
     EXPECT_NE(door.GetStatus().Message().find("AC1012"), std::string::npos);
     EXPECT_FALSE(target->IsModified());
     EXPECT_EQ(target->Write(), before);
@@ -383,19 +404,23 @@ TEST(BlockClone, CorpusBlockCarriesGeometryLayersStylesLineTypesAndNestedBlocks)
     for (std::size_t k = 0; k < from.size(); ++k) {
         EXPECT_EQ(to[k].LayerName(), from[k].LayerName());
         EXPECT_TRUE(target->FindLayer(to[k].LayerName())) << to[k].LayerName();
-        for (int code : {10, 20, 11, 21, 40}) EXPECT_EQ(to[k].GetReal(code), from[k].GetReal(code)) << k;
+        for (int code : {10, 20, 11, 21, 40})
+            EXPECT_EQ(to[k].GetReal(code), from[k].GetReal(code)) << k;
         if (from[k].Type() == "TEXT") {
             EXPECT_TRUE(target->FindRecord("STYLE", to[k].GetText(7, "STANDARD")));
         }
         if (from[k].Type() == "LEADER") {
             EXPECT_TRUE(target->FindRecord("DIMSTYLE", to[k].GetText(3)));
         }
-        if (from[k].Type() == "INSERT") nested.insert(from[k].GetText(2));
+        if (from[k].Type() == "INSERT")
+            nested.insert(from[k].GetText(2));
     }
     ASSERT_FALSE(nested.empty());
     for (const std::string& name : nested) {
         ASSERT_TRUE(target->FindBlock(name)) << name;
-        EXPECT_EQ(Types(target->FindBlock(name).Entities()), Types(source->FindBlock(name).Entities())) << name;
+        EXPECT_EQ(Types(target->FindBlock(name).Entities()),
+                  Types(source->FindBlock(name).Entities()))
+            << name;
     }
     EXPECT_EQ(source->Write(), sourceBytes);
     // Every record of the target stands as it was, but the tables that got records, the root
@@ -405,7 +430,8 @@ TEST(BlockClone, CorpusBlockCarriesGeometryLayersStylesLineTypesAndNestedBlocks)
     std::size_t changed = 0;
     for (const auto& [handle, bytes] : before) {
         ASSERT_TRUE(after.count(handle)) << handle;
-        if (after[handle] == bytes) continue;
+        if (after[handle] == bytes)
+            continue;
         ++changed;
         const std::string type = target->ObjectByHandle(cad::ParseHandle(handle)).Type();
         EXPECT_TRUE(type == "TABLE" || type == "DICTIONARY") << handle << " " << type;

@@ -26,56 +26,92 @@ namespace clonetest {
 
 using Tags = std::vector<std::pair<int, std::string>>;
 
-inline void Add(Tags& out, const Tags& more) { out.insert(out.end(), more.begin(), more.end()); }
+inline void Add(Tags& out, const Tags& more) {
+    out.insert(out.end(), more.begin(), more.end());
+}
 
 inline Tags Table(const std::string& name, const std::string& handle, int count) {
-    return {{0, "TABLE"}, {2, name}, {5, handle}, {330, "0"}, {100, "AcDbSymbolTable"}, {70, std::to_string(count)}};
+    return {{0, "TABLE"},
+            {2, name},
+            {5, handle},
+            {330, "0"},
+            {100, "AcDbSymbolTable"},
+            {70, std::to_string(count)}};
 }
 
 inline Tags Record(const std::string& type, const std::string& handle, const std::string& table,
                    const std::string& subclass, const std::string& name, const Tags& data = {}) {
-    Tags t = {{0, type}, {type == "DIMSTYLE" ? 105 : 5, handle}, {330, table}, {100, "AcDbSymbolTableRecord"},
+    Tags t = {{0, type},       {type == "DIMSTYLE" ? 105 : 5, handle},
+              {330, table},    {100, "AcDbSymbolTableRecord"},
               {100, subclass}, {2, name}};
-    if (type != "BLOCK_RECORD") t.push_back({70, "0"});
+    if (type != "BLOCK_RECORD")
+        t.push_back({70, "0"});
     Add(t, data);
     return t;
 }
 
-inline Tags BlockRecordWithDictionary(const std::string& handle, const std::string& name, const std::string& dict) {
-    return {{0, "BLOCK_RECORD"}, {5, handle}, {102, "{ACAD_XDICTIONARY"}, {360, dict}, {102, "}"}, {330, "1"},
-            {100, "AcDbSymbolTableRecord"}, {100, "AcDbBlockTableRecord"}, {2, name}, {340, "0"}};
+inline Tags BlockRecordWithDictionary(const std::string& handle, const std::string& name,
+                                      const std::string& dict) {
+    return {{0, "BLOCK_RECORD"},
+            {5, handle},
+            {102, "{ACAD_XDICTIONARY"},
+            {360, dict},
+            {102, "}"},
+            {330, "1"},
+            {100, "AcDbSymbolTableRecord"},
+            {100, "AcDbBlockTableRecord"},
+            {2, name},
+            {340, "0"}};
 }
 
-inline Tags Begin(const std::string& handle, const std::string& record, const std::string& name, double x = 0,
-                  double y = 0) {
-    return {{0, "BLOCK"}, {5, handle}, {330, record}, {100, "AcDbEntity"}, {8, "0"}, {100, "AcDbBlockBegin"},
-            {2, name}, {70, name[0] == '*' ? "1" : "0"}, {10, cad::RealText(x)}, {20, cad::RealText(y)},
-            {30, "0.0"}, {3, name}, {1, ""}};
+inline Tags Begin(const std::string& handle, const std::string& record, const std::string& name,
+                  double x = 0, double y = 0) {
+    return {{0, "BLOCK"},
+            {5, handle},
+            {330, record},
+            {100, "AcDbEntity"},
+            {8, "0"},
+            {100, "AcDbBlockBegin"},
+            {2, name},
+            {70, name[0] == '*' ? "1" : "0"},
+            {10, cad::RealText(x)},
+            {20, cad::RealText(y)},
+            {30, "0.0"},
+            {3, name},
+            {1, ""}};
 }
 
 inline Tags End(const std::string& handle, const std::string& record) {
-    return {{0, "ENDBLK"}, {5, handle}, {330, record}, {100, "AcDbEntity"}, {8, "0"}, {100, "AcDbBlockEnd"}};
+    return {{0, "ENDBLK"},       {5, handle}, {330, record},
+            {100, "AcDbEntity"}, {8, "0"},    {100, "AcDbBlockEnd"}};
 }
 
-inline Tags Line(const std::string& handle, const std::string& owner, const std::string& layer, double x0, double y0,
-                 double x1, double y1, const Tags& entityData = {}) {
+inline Tags Line(const std::string& handle, const std::string& owner, const std::string& layer,
+                 double x0, double y0, double x1, double y1, const Tags& entityData = {}) {
     Tags t = {{0, "LINE"}, {5, handle}, {330, owner}, {100, "AcDbEntity"}, {8, layer}};
     Add(t, entityData);
-    Add(t, {{100, "AcDbLine"}, {10, cad::RealText(x0)}, {20, cad::RealText(y0)}, {30, "0.0"},
-            {11, cad::RealText(x1)}, {21, cad::RealText(y1)}, {31, "0.0"}});
+    Add(t, {{100, "AcDbLine"},
+            {10, cad::RealText(x0)},
+            {20, cad::RealText(y0)},
+            {30, "0.0"},
+            {11, cad::RealText(x1)},
+            {21, cad::RealText(y1)},
+            {31, "0.0"}});
     return t;
 }
 
 inline Tags Header(const std::string& version, const std::string& seed, bool insbase = false) {
-    Tags t = {{0, "SECTION"}, {2, "HEADER"}, {9, "$ACADVER"}, {1, version}, {9, "$DWGCODEPAGE"}, {3, "ANSI_1252"},
-              {9, "$HANDSEED"}, {5, seed}};
-    if (insbase) Add(t, {{9, "$INSBASE"}, {10, "5.0"}, {20, "6.0"}, {30, "0.0"}});
+    Tags t = {{0, "SECTION"},      {2, "HEADER"},    {9, "$ACADVER"},  {1, version},
+              {9, "$DWGCODEPAGE"}, {3, "ANSI_1252"}, {9, "$HANDSEED"}, {5, seed}};
+    if (insbase)
+        Add(t, {{9, "$INSBASE"}, {10, "5.0"}, {20, "6.0"}, {30, "0.0"}});
     Add(t, {{0, "ENDSEC"}});
     return t;
 }
 
 inline Tags Class(const std::string& name, const std::string& cppName) {
-    return {{0, "CLASS"}, {1, name}, {2, cppName}, {3, "ObjectDBX Classes"}, {90, "1153"}, {280, "0"}, {281, "0"}};
+    return {{0, "CLASS"}, {1, name},  {2, cppName}, {3, "ObjectDBX Classes"},
+            {90, "1153"}, {280, "0"}, {281, "0"}};
 }
 
 // The source drawing in `version`.
@@ -88,26 +124,56 @@ inline std::string Source(const std::string& version) {
     Add(t, {{0, "ENDSEC"}});
     Add(t, {{0, "SECTION"}, {2, "TABLES"}});
     Add(t, Table("LTYPE", "5", 4));
-    Add(t, Record("LTYPE", "14", "5", "AcDbLinetypeTableRecord", "ByBlock", {{3, ""}, {72, "65"}, {73, "0"}, {40, "0.0"}}));
-    Add(t, Record("LTYPE", "15", "5", "AcDbLinetypeTableRecord", "ByLayer", {{3, ""}, {72, "65"}, {73, "0"}, {40, "0.0"}}));
+    Add(t, Record("LTYPE", "14", "5", "AcDbLinetypeTableRecord", "ByBlock",
+                  {{3, ""}, {72, "65"}, {73, "0"}, {40, "0.0"}}));
+    Add(t, Record("LTYPE", "15", "5", "AcDbLinetypeTableRecord", "ByLayer",
+                  {{3, ""}, {72, "65"}, {73, "0"}, {40, "0.0"}}));
     Add(t, Record("LTYPE", "16", "5", "AcDbLinetypeTableRecord", "Continuous",
                   {{3, "Solid line"}, {72, "65"}, {73, "0"}, {40, "0.0"}}));
     Add(t, Record("LTYPE", "17", "5", "AcDbLinetypeTableRecord", "DASHED",
-                  {{3, "__ __"}, {72, "65"}, {73, "2"}, {40, "0.75"}, {49, "0.5"}, {74, "4"}, {75, "0"},
-                   {340, "1A"}, {46, "1.0"}, {50, "0.0"}, {44, "0.0"}, {45, "0.0"}, {49, "-0.25"}, {74, "0"}}));
+                  {{3, "__ __"},
+                   {72, "65"},
+                   {73, "2"},
+                   {40, "0.75"},
+                   {49, "0.5"},
+                   {74, "4"},
+                   {75, "0"},
+                   {340, "1A"},
+                   {46, "1.0"},
+                   {50, "0.0"},
+                   {44, "0.0"},
+                   {45, "0.0"},
+                   {49, "-0.25"},
+                   {74, "0"}}));
     Add(t, {{0, "ENDTAB"}});
     Add(t, Table("LAYER", "2", 3));
     Add(t, Record("LAYER", "10", "2", "AcDbLayerTableRecord", "0", {{62, "7"}, {6, "Continuous"}}));
-    Add(t, Record("LAYER", "11", "2", "AcDbLayerTableRecord", "Walls", {{62, "3"}, {6, "Continuous"}}));
-    Add(t, Record("LAYER", "12", "2", "AcDbLayerTableRecord", "Unused", {{62, "4"}, {6, "Continuous"}}));
+    Add(t, Record("LAYER", "11", "2", "AcDbLayerTableRecord", "Walls",
+                  {{62, "3"}, {6, "Continuous"}}));
+    Add(t, Record("LAYER", "12", "2", "AcDbLayerTableRecord", "Unused",
+                  {{62, "4"}, {6, "Continuous"}}));
     Add(t, {{0, "ENDTAB"}});
     Add(t, Table("STYLE", "3", 3));
-    Add(t, Record("STYLE", "18", "3", "AcDbTextStyleTableRecord", "Standard",
-                  {{40, "0.0"}, {41, "1.0"}, {50, "0.0"}, {71, "0"}, {42, "2.5"}, {3, "txt"}, {4, ""}}));
+    Add(t,
+        Record(
+            "STYLE", "18", "3", "AcDbTextStyleTableRecord", "Standard",
+            {{40, "0.0"}, {41, "1.0"}, {50, "0.0"}, {71, "0"}, {42, "2.5"}, {3, "txt"}, {4, ""}}));
     Add(t, Record("STYLE", "19", "3", "AcDbTextStyleTableRecord", "Fancy",
-                  {{40, "0.0"}, {41, "0.8"}, {50, "0.0"}, {71, "0"}, {42, "2.5"}, {3, "romans.shx"}, {4, ""}}));
+                  {{40, "0.0"},
+                   {41, "0.8"},
+                   {50, "0.0"},
+                   {71, "0"},
+                   {42, "2.5"},
+                   {3, "romans.shx"},
+                   {4, ""}}));
     Tags shapes = Record("STYLE", "1A", "3", "AcDbTextStyleTableRecord", "",
-                         {{40, "0.0"}, {41, "1.0"}, {50, "0.0"}, {71, "0"}, {42, "2.5"}, {3, "ltypeshp.shx"}, {4, ""}});
+                         {{40, "0.0"},
+                          {41, "1.0"},
+                          {50, "0.0"},
+                          {71, "0"},
+                          {42, "2.5"},
+                          {3, "ltypeshp.shx"},
+                          {4, ""}});
     shapes[6].second = "1";  // a shape file
     Add(t, shapes);
     Add(t, {{0, "ENDTAB"}});
@@ -133,27 +199,101 @@ inline std::string Source(const std::string& version) {
     Add(t, End("23", "1E"));
     Add(t, Begin("31", "30", "Door", 1, 2));
     Add(t, Line("32", "30", "Walls", 1, 2, 3, 2, {{6, "DASHED"}, {347, "90"}}));
-    Add(t, {{0, "TEXT"}, {5, "33"}, {330, "30"}, {100, "AcDbEntity"}, {8, "0"}, {100, "AcDbText"}, {10, "1.0"},
-            {20, "3.0"}, {30, "0.0"}, {40, "0.25"}, {1, version >= "AC1021" ? "T\xC3\xBCr \xD0\x96" : "T\xFCr \\U+0416"},
-            {7, "Fancy"}, {100, "AcDbText"}});
-    Add(t, {{0, "INSERT"}, {5, "34"}, {330, "30"}, {100, "AcDbEntity"}, {8, "0"}, {100, "AcDbBlockReference"},
-            {66, "1"}, {2, "Knob"}, {10, "2.0"}, {20, "2.5"}, {30, "0.0"}});
-    Add(t, {{0, "ATTRIB"}, {5, "35"}, {330, "34"}, {100, "AcDbEntity"}, {8, "0"}, {100, "AcDbText"}, {10, "2.0"},
-            {20, "2.5"}, {30, "0.0"}, {40, "0.1"}, {1, "brass"}, {100, "AcDbAttribute"}, {2, "FINISH"}, {70, "0"}});
+    Add(t, {{0, "TEXT"},
+            {5, "33"},
+            {330, "30"},
+            {100, "AcDbEntity"},
+            {8, "0"},
+            {100, "AcDbText"},
+            {10, "1.0"},
+            {20, "3.0"},
+            {30, "0.0"},
+            {40, "0.25"},
+            {1, version >= "AC1021" ? "T\xC3\xBCr \xD0\x96" : "T\xFCr \\U+0416"},
+            {7, "Fancy"},
+            {100, "AcDbText"}});
+    Add(t, {{0, "INSERT"},
+            {5, "34"},
+            {330, "30"},
+            {100, "AcDbEntity"},
+            {8, "0"},
+            {100, "AcDbBlockReference"},
+            {66, "1"},
+            {2, "Knob"},
+            {10, "2.0"},
+            {20, "2.5"},
+            {30, "0.0"}});
+    Add(t, {{0, "ATTRIB"},
+            {5, "35"},
+            {330, "34"},
+            {100, "AcDbEntity"},
+            {8, "0"},
+            {100, "AcDbText"},
+            {10, "2.0"},
+            {20, "2.5"},
+            {30, "0.0"},
+            {40, "0.1"},
+            {1, "brass"},
+            {100, "AcDbAttribute"},
+            {2, "FINISH"},
+            {70, "0"}});
     Add(t, {{0, "SEQEND"}, {5, "36"}, {330, "34"}, {100, "AcDbEntity"}, {8, "0"}});
-    Add(t, {{0, "INSERT"}, {5, "37"}, {330, "30"}, {100, "AcDbEntity"}, {8, "0"}, {100, "AcDbBlockReference"},
-            {2, "*U1"}, {10, "0.0"}, {20, "0.0"}, {30, "0.0"}});
-    Add(t, {{0, "CIRCLE"}, {5, "38"}, {102, "{ACAD_REACTORS"}, {330, "70"}, {102, "}"},
-            {102, "{ACAD_XDICTIONARY"}, {360, "60"}, {102, "}"}, {330, "30"}, {100, "AcDbEntity"}, {8, "0"},
-            {100, "AcDbCircle"}, {10, "2.0"}, {20, "2.0"}, {30, "0.0"}, {40, "0.5"}, {1001, "VELMAR_TEST"},
-            {1000, "door leaf"}, {1005, "32"}});
+    Add(t, {{0, "INSERT"},
+            {5, "37"},
+            {330, "30"},
+            {100, "AcDbEntity"},
+            {8, "0"},
+            {100, "AcDbBlockReference"},
+            {2, "*U1"},
+            {10, "0.0"},
+            {20, "0.0"},
+            {30, "0.0"}});
+    Add(t, {{0, "CIRCLE"},
+            {5, "38"},
+            {102, "{ACAD_REACTORS"},
+            {330, "70"},
+            {102, "}"},
+            {102, "{ACAD_XDICTIONARY"},
+            {360, "60"},
+            {102, "}"},
+            {330, "30"},
+            {100, "AcDbEntity"},
+            {8, "0"},
+            {100, "AcDbCircle"},
+            {10, "2.0"},
+            {20, "2.0"},
+            {30, "0.0"},
+            {40, "0.5"},
+            {1001, "VELMAR_TEST"},
+            {1000, "door leaf"},
+            {1005, "32"}});
     Add(t, End("3A", "30"));
     Add(t, Begin("41", "40", "Knob"));
-    Add(t, {{0, "CIRCLE"}, {5, "42"}, {330, "40"}, {100, "AcDbEntity"}, {8, "0"}, {100, "AcDbCircle"},
-            {10, "0.0"}, {20, "0.0"}, {30, "0.0"}, {40, "0.1"}});
-    Add(t, {{0, "ATTDEF"}, {5, "43"}, {330, "40"}, {100, "AcDbEntity"}, {8, "0"}, {100, "AcDbText"}, {10, "0.0"},
-            {20, "0.0"}, {30, "0.0"}, {40, "0.1"}, {1, "steel"}, {100, "AcDbAttributeDefinition"}, {3, "Finish"},
-            {2, "FINISH"}, {70, "0"}});
+    Add(t, {{0, "CIRCLE"},
+            {5, "42"},
+            {330, "40"},
+            {100, "AcDbEntity"},
+            {8, "0"},
+            {100, "AcDbCircle"},
+            {10, "0.0"},
+            {20, "0.0"},
+            {30, "0.0"},
+            {40, "0.1"}});
+    Add(t, {{0, "ATTDEF"},
+            {5, "43"},
+            {330, "40"},
+            {100, "AcDbEntity"},
+            {8, "0"},
+            {100, "AcDbText"},
+            {10, "0.0"},
+            {20, "0.0"},
+            {30, "0.0"},
+            {40, "0.1"},
+            {1, "steel"},
+            {100, "AcDbAttributeDefinition"},
+            {3, "Finish"},
+            {2, "FINISH"},
+            {70, "0"}});
     Add(t, End("44", "40"));
     Add(t, Begin("51", "50", "*U1"));
     Add(t, Line("52", "50", "0", 0, 0, 0, 1));
@@ -161,34 +301,129 @@ inline std::string Source(const std::string& version) {
     Add(t, {{0, "ENDSEC"}});
 
     Add(t, {{0, "SECTION"}, {2, "ENTITIES"}});
-    Add(t, {{0, "INSERT"}, {5, "80"}, {330, "1F"}, {100, "AcDbEntity"}, {8, "Walls"}, {100, "AcDbBlockReference"},
-            {2, "Door"}, {10, "10.0"}, {20, "0.0"}, {30, "0.0"}});
+    Add(t, {{0, "INSERT"},
+            {5, "80"},
+            {330, "1F"},
+            {100, "AcDbEntity"},
+            {8, "Walls"},
+            {100, "AcDbBlockReference"},
+            {2, "Door"},
+            {10, "10.0"},
+            {20, "0.0"},
+            {30, "0.0"}});
     Add(t, Line("81", "1F", "0", 0, 0, 20, 0));
     Add(t, {{0, "ENDSEC"}});
 
     Add(t, {{0, "SECTION"}, {2, "OBJECTS"}});
-    Add(t, {{0, "DICTIONARY"}, {5, "C"}, {330, "0"}, {100, "AcDbDictionary"}, {281, "1"}, {3, "ACAD_GROUP"},
-            {350, "D"}, {3, "ACAD_MATERIAL"}, {350, "8F"}});
-    Add(t, {{0, "DICTIONARY"}, {5, "D"}, {102, "{ACAD_REACTORS"}, {330, "C"}, {102, "}"}, {330, "C"},
-            {100, "AcDbDictionary"}, {281, "1"}, {3, "*A1"}, {350, "70"}});
-    Add(t, {{0, "GROUP"}, {5, "70"}, {102, "{ACAD_REACTORS"}, {330, "D"}, {102, "}"}, {330, "D"}, {100, "AcDbGroup"},
-            {300, ""}, {70, "1"}, {71, "1"}, {340, "38"}});
-    Add(t, {{0, "DICTIONARY"}, {5, "8F"}, {102, "{ACAD_REACTORS"}, {330, "C"}, {102, "}"}, {330, "C"},
-            {100, "AcDbDictionary"}, {281, "1"}, {3, "Wood"}, {350, "90"}});
-    Add(t, {{0, "MATERIAL"}, {5, "90"}, {102, "{ACAD_REACTORS"}, {330, "8F"}, {102, "}"}, {330, "8F"},
-            {100, "AcDbMaterial"}, {1, "Wood"}, {2, "oak"}});
-    Add(t, {{0, "DICTIONARY"}, {5, "60"}, {330, "38"}, {100, "AcDbDictionary"}, {280, "1"}, {281, "1"},
-            {3, "DATA"}, {360, "63"}});
-    Add(t, {{0, "XRECORD"}, {5, "63"}, {102, "{ACAD_REACTORS"}, {330, "60"}, {102, "}"}, {330, "60"},
-            {100, "AcDbXrecord"}, {280, "1"}, {1, "hello"}, {340, "11"}, {330, "42"}, {320, "99"}});
-    Add(t, {{0, "DICTIONARY"}, {5, "61"}, {330, "30"}, {100, "AcDbDictionary"}, {280, "1"}, {281, "1"},
-            {3, "ACAD_SORTENTS"}, {360, "62"}});
-    Add(t, {{0, "SORTENTSTABLE"}, {5, "62"}, {102, "{ACAD_REACTORS"}, {330, "61"}, {102, "}"}, {330, "61"},
-            {100, "AcDbSortentsTable"}, {330, "30"}, {331, "32"}, {5, "38"}, {331, "38"}, {5, "32"}});
-    Add(t, {{0, "DICTIONARY"}, {5, "64"}, {330, "1F"}, {100, "AcDbDictionary"}, {280, "1"}, {281, "1"},
-            {3, "ACAD_SORTENTS"}, {360, "65"}});
-    Add(t, {{0, "SORTENTSTABLE"}, {5, "65"}, {102, "{ACAD_REACTORS"}, {330, "64"}, {102, "}"}, {330, "64"},
-            {100, "AcDbSortentsTable"}, {330, "1F"}, {331, "80"}, {5, "81"}, {331, "81"}, {5, "80"}});
+    Add(t, {{0, "DICTIONARY"},
+            {5, "C"},
+            {330, "0"},
+            {100, "AcDbDictionary"},
+            {281, "1"},
+            {3, "ACAD_GROUP"},
+            {350, "D"},
+            {3, "ACAD_MATERIAL"},
+            {350, "8F"}});
+    Add(t, {{0, "DICTIONARY"},
+            {5, "D"},
+            {102, "{ACAD_REACTORS"},
+            {330, "C"},
+            {102, "}"},
+            {330, "C"},
+            {100, "AcDbDictionary"},
+            {281, "1"},
+            {3, "*A1"},
+            {350, "70"}});
+    Add(t, {{0, "GROUP"},
+            {5, "70"},
+            {102, "{ACAD_REACTORS"},
+            {330, "D"},
+            {102, "}"},
+            {330, "D"},
+            {100, "AcDbGroup"},
+            {300, ""},
+            {70, "1"},
+            {71, "1"},
+            {340, "38"}});
+    Add(t, {{0, "DICTIONARY"},
+            {5, "8F"},
+            {102, "{ACAD_REACTORS"},
+            {330, "C"},
+            {102, "}"},
+            {330, "C"},
+            {100, "AcDbDictionary"},
+            {281, "1"},
+            {3, "Wood"},
+            {350, "90"}});
+    Add(t, {{0, "MATERIAL"},
+            {5, "90"},
+            {102, "{ACAD_REACTORS"},
+            {330, "8F"},
+            {102, "}"},
+            {330, "8F"},
+            {100, "AcDbMaterial"},
+            {1, "Wood"},
+            {2, "oak"}});
+    Add(t, {{0, "DICTIONARY"},
+            {5, "60"},
+            {330, "38"},
+            {100, "AcDbDictionary"},
+            {280, "1"},
+            {281, "1"},
+            {3, "DATA"},
+            {360, "63"}});
+    Add(t, {{0, "XRECORD"},
+            {5, "63"},
+            {102, "{ACAD_REACTORS"},
+            {330, "60"},
+            {102, "}"},
+            {330, "60"},
+            {100, "AcDbXrecord"},
+            {280, "1"},
+            {1, "hello"},
+            {340, "11"},
+            {330, "42"},
+            {320, "99"}});
+    Add(t, {{0, "DICTIONARY"},
+            {5, "61"},
+            {330, "30"},
+            {100, "AcDbDictionary"},
+            {280, "1"},
+            {281, "1"},
+            {3, "ACAD_SORTENTS"},
+            {360, "62"}});
+    Add(t, {{0, "SORTENTSTABLE"},
+            {5, "62"},
+            {102, "{ACAD_REACTORS"},
+            {330, "61"},
+            {102, "}"},
+            {330, "61"},
+            {100, "AcDbSortentsTable"},
+            {330, "30"},
+            {331, "32"},
+            {5, "38"},
+            {331, "38"},
+            {5, "32"}});
+    Add(t, {{0, "DICTIONARY"},
+            {5, "64"},
+            {330, "1F"},
+            {100, "AcDbDictionary"},
+            {280, "1"},
+            {281, "1"},
+            {3, "ACAD_SORTENTS"},
+            {360, "65"}});
+    Add(t, {{0, "SORTENTSTABLE"},
+            {5, "65"},
+            {102, "{ACAD_REACTORS"},
+            {330, "64"},
+            {102, "}"},
+            {330, "64"},
+            {100, "AcDbSortentsTable"},
+            {330, "1F"},
+            {331, "80"},
+            {5, "81"},
+            {331, "81"},
+            {5, "80"}});
     Add(t, {{0, "ENDSEC"}, {0, "EOF"}});
     return cadtest::Dxf(t);
 }
@@ -198,18 +433,23 @@ inline std::string Target(const std::string& version) {
     Tags t = Header(version, "60");
     Add(t, {{0, "SECTION"}, {2, "TABLES"}});
     Add(t, Table("LTYPE", "5", 3));
-    Add(t, Record("LTYPE", "14", "5", "AcDbLinetypeTableRecord", "ByBlock", {{3, ""}, {72, "65"}, {73, "0"}, {40, "0.0"}}));
-    Add(t, Record("LTYPE", "15", "5", "AcDbLinetypeTableRecord", "ByLayer", {{3, ""}, {72, "65"}, {73, "0"}, {40, "0.0"}}));
+    Add(t, Record("LTYPE", "14", "5", "AcDbLinetypeTableRecord", "ByBlock",
+                  {{3, ""}, {72, "65"}, {73, "0"}, {40, "0.0"}}));
+    Add(t, Record("LTYPE", "15", "5", "AcDbLinetypeTableRecord", "ByLayer",
+                  {{3, ""}, {72, "65"}, {73, "0"}, {40, "0.0"}}));
     Add(t, Record("LTYPE", "16", "5", "AcDbLinetypeTableRecord", "Continuous",
                   {{3, "Solid line"}, {72, "65"}, {73, "0"}, {40, "0.0"}}));
     Add(t, {{0, "ENDTAB"}});
     Add(t, Table("LAYER", "2", 2));
     Add(t, Record("LAYER", "10", "2", "AcDbLayerTableRecord", "0", {{62, "7"}, {6, "Continuous"}}));
-    Add(t, Record("LAYER", "11", "2", "AcDbLayerTableRecord", "WALLS", {{62, "1"}, {6, "Continuous"}}));
+    Add(t, Record("LAYER", "11", "2", "AcDbLayerTableRecord", "WALLS",
+                  {{62, "1"}, {6, "Continuous"}}));
     Add(t, {{0, "ENDTAB"}});
     Add(t, Table("STYLE", "3", 1));
-    Add(t, Record("STYLE", "18", "3", "AcDbTextStyleTableRecord", "Standard",
-                  {{40, "0.0"}, {41, "1.0"}, {50, "0.0"}, {71, "0"}, {42, "2.5"}, {3, "txt"}, {4, ""}}));
+    Add(t,
+        Record(
+            "STYLE", "18", "3", "AcDbTextStyleTableRecord", "Standard",
+            {{40, "0.0"}, {41, "1.0"}, {50, "0.0"}, {71, "0"}, {42, "2.5"}, {3, "txt"}, {4, ""}}));
     Add(t, {{0, "ENDTAB"}});
     Add(t, Table("APPID", "9", 1));
     Add(t, Record("APPID", "1B", "9", "AcDbRegAppTableRecord", "ACAD"));
@@ -236,10 +476,21 @@ inline std::string Target(const std::string& version) {
     Add(t, Line("50", "1F", "WALLS", 0, 0, 9, 9));
     Add(t, {{0, "ENDSEC"}});
     Add(t, {{0, "SECTION"}, {2, "OBJECTS"}});
-    Add(t, {{0, "DICTIONARY"}, {5, "C"}, {330, "0"}, {100, "AcDbDictionary"}, {281, "1"}, {3, "ACAD_GROUP"},
+    Add(t, {{0, "DICTIONARY"},
+            {5, "C"},
+            {330, "0"},
+            {100, "AcDbDictionary"},
+            {281, "1"},
+            {3, "ACAD_GROUP"},
             {350, "D"}});
-    Add(t, {{0, "DICTIONARY"}, {5, "D"}, {102, "{ACAD_REACTORS"}, {330, "C"}, {102, "}"}, {330, "C"},
-            {100, "AcDbDictionary"}, {281, "1"}});
+    Add(t, {{0, "DICTIONARY"},
+            {5, "D"},
+            {102, "{ACAD_REACTORS"},
+            {330, "C"},
+            {102, "}"},
+            {330, "C"},
+            {100, "AcDbDictionary"},
+            {281, "1"}});
     Add(t, {{0, "ENDSEC"}, {0, "EOF"}});
     return cadtest::Dxf(t);
 }
@@ -251,24 +502,29 @@ inline std::map<std::string, std::string> RecordsByHandle(const std::string& dxf
     std::string record, handle;
     bool section = false;  // the header's variables are no handles of it
     auto flush = [&] {
-        if (!handle.empty()) out[handle] = record;
+        if (!handle.empty())
+            out[handle] = record;
         record.clear();
         handle.clear();
     };
     std::size_t at = 0;
     while (at < dxf.size()) {
         std::size_t codeEnd = dxf.find('\n', at);
-        if (codeEnd == std::string::npos) break;
+        if (codeEnd == std::string::npos)
+            break;
         std::size_t valueEnd = dxf.find('\n', codeEnd + 1);
-        if (valueEnd == std::string::npos) valueEnd = dxf.size() - 1;
+        if (valueEnd == std::string::npos)
+            valueEnd = dxf.size() - 1;
         const int code = std::stoi(dxf.substr(at, codeEnd - at));
         std::string value = dxf.substr(codeEnd + 1, valueEnd - codeEnd - 1);
-        if (!value.empty() && value.back() == '\r') value.pop_back();
+        if (!value.empty() && value.back() == '\r')
+            value.pop_back();
         if (code == 0) {
             flush();
             section = value == "SECTION";
         }
-        if ((code == 5 || code == 105) && handle.empty() && !section) handle = value;
+        if ((code == 5 || code == 105) && handle.empty() && !section)
+            handle = value;
         record.append(dxf, at, valueEnd + 1 - at);
         at = valueEnd + 1;
     }

@@ -14,7 +14,8 @@ using cadtest::Load;
 
 std::vector<std::string> Types(const std::vector<Entity>& entities) {
     std::vector<std::string> out;
-    for (const Entity& e : entities) out.push_back(e.Type());
+    for (const Entity& e : entities)
+        out.push_back(e.Type());
     return out;
 }
 
@@ -39,7 +40,8 @@ TEST_P(InsertDrawingTest, TheModelSpaceBecomesABlockBasedAtTheInsertionBase) {
     EXPECT_EQ(plan.Name(), "Plan");
     EXPECT_EQ(plan.BasePoint(), (cad::Point3{5, 6, 0}));
     EXPECT_EQ(Types(plan.Entities()), (std::vector<std::string>{"INSERT", "LINE"}));
-    for (const Entity& e : plan.Entities()) EXPECT_EQ(e.OwnerHandle(), plan.GetHandle());
+    for (const Entity& e : plan.Entities())
+        EXPECT_EQ(e.OwnerHandle(), plan.GetHandle());
     cad::BlockReference door(target.get(), plan.Entities()[0].Index());
     EXPECT_EQ(door.Position(), (cad::Point3{10, 0, 0}));
     EXPECT_EQ(door.LayerName(), "Walls");
@@ -49,7 +51,8 @@ TEST_P(InsertDrawingTest, TheModelSpaceBecomesABlockBasedAtTheInsertionBase) {
 TEST_P(InsertDrawingTest, WhatTheEntitiesNeedComesAlongAsForACloneOfABlock) {
     BlockRecord door = target->FindBlock("Door");
     ASSERT_TRUE(door);
-    EXPECT_EQ(Types(door.Entities()), (std::vector<std::string>{"LINE", "TEXT", "INSERT", "INSERT", "CIRCLE"}));
+    EXPECT_EQ(Types(door.Entities()),
+              (std::vector<std::string>{"LINE", "TEXT", "INSERT", "INSERT", "CIRCLE"}));
     EXPECT_TRUE(target->FindRecord("LTYPE", "DASHED"));
     EXPECT_TRUE(target->FindRecord("STYLE", "Fancy"));
     EXPECT_TRUE(target->FindBlock("*U2"));
@@ -59,7 +62,8 @@ TEST_P(InsertDrawingTest, WhatTheEntitiesNeedComesAlongAsForACloneOfABlock) {
 }
 
 TEST_P(InsertDrawingTest, TheDrawOrderOfTheModelSpaceComesAlong) {
-    EXPECT_EQ(Types(cad::EntitiesInDrawOrder(source->ModelSpace())), (std::vector<std::string>{"LINE", "INSERT"}));
+    EXPECT_EQ(Types(cad::EntitiesInDrawOrder(source->ModelSpace())),
+              (std::vector<std::string>{"LINE", "INSERT"}));
     EXPECT_EQ(Types(cad::EntitiesInDrawOrder(plan)), (std::vector<std::string>{"LINE", "INSERT"}));
     cad::Dictionary dict = plan.Record().ExtensionDictionary();
     ASSERT_TRUE(dict);
@@ -76,7 +80,8 @@ TEST_P(InsertDrawingTest, TheSourceStaysAndTheTargetReadsBack) {
     ASSERT_TRUE(back);
     EXPECT_TRUE(back->Warnings().empty());
     ASSERT_TRUE(back->FindBlock("Plan"));
-    EXPECT_EQ(Types(back->FindBlock("Plan").Entities()), (std::vector<std::string>{"INSERT", "LINE"}));
+    EXPECT_EQ(Types(back->FindBlock("Plan").Entities()),
+              (std::vector<std::string>{"INSERT", "LINE"}));
     EXPECT_EQ(cad::ParseHandle(back->HeaderText("$HANDSEED")), target->HandleSeed());
 }
 
@@ -88,7 +93,8 @@ TEST(InsertDrawing, ANameTheTargetHasIsRefusedNamingIt) {
     const std::string before = target->Write();
     auto block = cad::InsertDrawingAsBlock(*source, *target, "knob");
     ASSERT_FALSE(block);
-    EXPECT_NE(block.GetStatus().Message().find("\"knob\""), std::string::npos) << block.GetStatus().Message();
+    EXPECT_NE(block.GetStatus().Message().find("\"knob\""), std::string::npos)
+        << block.GetStatus().Message();
     EXPECT_NE(block.GetStatus().Message().find("target.dxf"), std::string::npos);
     EXPECT_FALSE(cad::InsertDrawingAsBlock(*source, *target, ""));
     EXPECT_FALSE(target->IsModified());
@@ -132,7 +138,8 @@ TEST(InsertDrawing, AnR12DrawingGoesIntoANewerDrawing) {
     auto block = cad::InsertDrawingAsBlock(*source, *target, "Site");
     ASSERT_TRUE(block) << block.GetStatus().Message();
     EXPECT_EQ(Types(block->Entities()), (std::vector<std::string>{"LINE", "INSERT"}));
-    for (const Entity& e : block->Entities()) EXPECT_EQ(e.OwnerHandle(), block->GetHandle());
+    for (const Entity& e : block->Entities())
+        EXPECT_EQ(e.OwnerHandle(), block->GetHandle());
     EXPECT_TRUE(target->FindLayer("Walls"));
     EXPECT_TRUE(cadtest::Reload(*target)->FindBlock("Site"));
 }

@@ -22,6 +22,7 @@ namespace cad {
 // leaving `tags` as they were, for arcs and widths of polylines, hatches, multi-line text, text
 // it would slant, a nested reference it would skew, and for every other type. The message
 // names the entity by the handle of `tags`.
-base::Status TransformEntityTags(TagList& tags, const Matrix3d& m, const Object& container, int release);
+base::Status TransformEntityTags(TagList& tags, const Matrix3d& m, const Object& container,
+                                 int release);
 
 }  // namespace cad

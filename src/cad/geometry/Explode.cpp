@@ -33,7 +33,9 @@ void TakeFromReference(TagList& tags, const Inherited& from) {
             t.value = from.layer;
         } else if (t.code == 62 && t.Int() == 0) {
             t.value = from.color;
-            if (!from.trueColor.empty()) tags.insert(tags.begin() + static_cast<std::ptrdiff_t>(++i), Tag{420, from.trueColor});
+            if (!from.trueColor.empty())
+                tags.insert(tags.begin() + static_cast<std::ptrdiff_t>(++i),
+                            Tag{420, from.trueColor});
         } else if (t.code == 6 && base::EqualNoCase(t.value, "BYBLOCK")) {
             t.value = from.linetype;
         } else if (t.code == 370 && t.Int() == -2) {
@@ -46,33 +48,41 @@ void TakeFromReference(TagList& tags, const Inherited& from) {
 
 base::Result<std::vector<Entity>> ExplodeInto(const BlockReference& reference, BlockRecord space,
                                               bool withAttributeDefinitions) {
-    if (!reference || reference.IsErased()) return base::Status::Error("no block reference to explode");
+    if (!reference || reference.IsErased())
+        return base::Status::Error("no block reference to explode");
     const std::string what = fmt::format("{} {}", reference.Type(), reference.HandleString());
     auto refuse = [&what](std::string_view why) {
         return base::Status::Error(fmt::format("{} cannot be exploded: {}", what, why));
     };
-    if (reference.IsMInsert()) return refuse("a MINSERT stands for its block in rows and columns");
+    if (reference.IsMInsert())
+        return refuse("a MINSERT stands for its block in rows and columns");
     const BlockRecord block = reference.Block();
-    if (!block) return refuse(fmt::format("the drawing has no block \"{}\"", reference.BlockName()));
+    if (!block)
+        return refuse(fmt::format("the drawing has no block \"{}\"", reference.BlockName()));
     if (block.IsExternalReference())
         return refuse(fmt::format("block \"{}\" is an external reference", block.Name()));
     if (block.Record().GetInt(280, 1) == 0)
         return refuse(fmt::format("block \"{}\" is marked as not explodable", block.Name()));
     // LibreCAD writes a z scale of 0 for flat blocks, which still show: it reads as 1.
     Point3 scale = reference.ScaleFactors();
-    if (scale.z == 0) scale.z = 1;
-    const Matrix3d m =
-        BlockTransform(reference.Position(), scale, reference.Rotation(), reference.Normal(), block.BasePoint());
-    if (std::fabs(m.Determinant()) < 1e-300) return refuse("a scale factor of 0 collapses it");
+    if (scale.z == 0)
+        scale.z = 1;
+    const Matrix3d m = BlockTransform(reference.Position(), scale, reference.Rotation(),
+                                      reference.Normal(), block.BasePoint());
+    if (std::fabs(m.Determinant()) < 1e-300)
+        return refuse("a scale factor of 0 collapses it");
     Database& db = *reference.GetDatabase();
-    if (!space) space = reference.OwnerBlock();
-    if (!space || space.GetDatabase() != &db) return refuse("the pieces need a space of the same drawing");
+    if (!space)
+        space = reference.OwnerBlock();
+    if (!space || space.GetDatabase() != &db)
+        return refuse("the pieces need a space of the same drawing");
 
     // Every piece is tried on its own tags first, so that a refusal changes nothing.
     std::vector<Entity> pieces;
     for (const Entity& e : block.Entities()) {
         const std::string type = e.Type();
-        if (type == "ATTDEF" && !withAttributeDefinitions) continue;
+        if (type == "ATTDEF" && !withAttributeDefinitions)
+            continue;
         auto check = [&](const Entity& entity, const Object& container) {
             TagList tags = entity.Tags();
             tags.insert(tags.begin(), Tag{0, entity.Type()});
@@ -81,26 +91,33 @@ base::Result<std::vector<Entity>> ExplodeInto(const BlockReference& reference, B
         base::Status status = check(e, Object());
         if (status && type == "POLYLINE")
             for (const Vertex& v : Polyline(&db, e.Index()).Vertices())
-                if (status) status = check(v, e);
-        if (!status) return refuse(status.Message());
+                if (status)
+                    status = check(v, e);
+        if (!status)
+            return refuse(status.Message());
         pieces.push_back(e);
     }
 
-    const Inherited inherited{reference.LayerName(), reference.GetText(62, "256"), reference.GetText(420),
-                              reference.GetText(6, "BYLAYER"), reference.GetText(370, "-1")};
+    const Inherited inherited{reference.LayerName(), reference.GetText(62, "256"),
+                              reference.GetText(420), reference.GetText(6, "BYLAYER"),
+                              reference.GetText(370, "-1")};
     IdMapping mapping;
-    if (block.Record() && space.GetHandle()) mapping.Assign(block.GetHandle(), space.GetHandle(), false);
+    if (block.Record() && space.GetHandle())
+        mapping.Assign(block.GetHandle(), space.GetHandle(), false);
     DeepCloner cloner(db, db, mapping);
     cloner.PlanEntities(pieces);
-    cloner.SetEntityEdit([&m, &inherited, release = db.Release()](const Entity& source, TagList& tags) {
-        TransformEntityTags(tags, m, source.Container(), release);  // tried above
-        TakeFromReference(tags, inherited);
-    });
+    cloner.SetEntityEdit(
+        [&m, &inherited, release = db.Release()](const Entity& source, TagList& tags) {
+            TransformEntityTags(tags, m, source.Container(), release);  // tried above
+            TakeFromReference(tags, inherited);
+        });
     base::Status status = cloner.Run(space);
-    if (!status) return refuse(status.Message());
+    if (!status)
+        return refuse(status.Message());
     std::vector<Entity> copies = cloner.Copies();
     for (const Entity& copy : copies) {
-        if (copy.Type() != "INSERT") continue;
+        if (copy.Type() != "INSERT")
+            continue;
         BlockReference nested(copy.GetDatabase(), copy.Index());
         TransformBy(nested, m);
     }

@@ -27,7 +27,8 @@ namespace cad {
 // piece that cannot follow the transform (types it doesn't handle; arcs and widths of polylines
 // and hatches under a scale that differs within their plane...): the message names the reference
 // and the piece.
-base::Result<std::vector<Entity>> ExplodeInto(const BlockReference& reference, BlockRecord space = {},
+base::Result<std::vector<Entity>> ExplodeInto(const BlockReference& reference,
+                                              BlockRecord space = {},
                                               bool withAttributeDefinitions = false);
 
 }  // namespace cad

@@ -18,7 +18,9 @@ using geotest::ExpectPoint;
 
 constexpr double kQuarter = cad::kPi / 2;
 
-Point3 NormalOf(const Entity& e) { return {e.GetReal(210, 0), e.GetReal(220, 0), e.GetReal(230, 1)}; }
+Point3 NormalOf(const Entity& e) {
+    return {e.GetReal(210, 0), e.GetReal(220, 0), e.GetReal(230, 1)};
+}
 
 // A point of an arc or circle of `e` at `angle` (radians), in world coordinates.
 Point3 OnCircle(const Entity& e, double angle) {
@@ -47,7 +49,8 @@ protected:
         ASSERT_TRUE(made);
         parts = *made;
     }
-    BlockReference Insert(Point3 at, Point3 scale = {1, 1, 1}, double rotation = 0, std::string_view layer = "Doors") {
+    BlockReference Insert(Point3 at, Point3 scale = {1, 1, 1}, double rotation = 0,
+                          std::string_view layer = "Doors") {
         auto ref = db->ModelSpace().AddBlockReference(parts, at, scale, rotation, layer);
         EXPECT_TRUE(ref) << ref.GetStatus().Message();
         return *ref;
@@ -69,7 +72,8 @@ protected:
 TEST_F(ExplodeTest, TranslationMovesPiecesByTheInsertionPointLessTheBasePoint) {
     ASSERT_TRUE(parts.AddLine({1, 1, 0}, {2, 1, 0}));
     ASSERT_TRUE(parts.AddCircle({2, 2, 0}, 0.5));
-    Add("POINT", {{100, "AcDbPoint"}, cad::RealTag(10, 1), cad::RealTag(20, 2), cad::RealTag(30, 0)});
+    Add("POINT",
+        {{100, "AcDbPoint"}, cad::RealTag(10, 1), cad::RealTag(20, 2), cad::RealTag(30, 0)});
     auto pieces = Explode(Insert({10, 20, 0}));
     ASSERT_EQ(pieces.size(), 3u);
     cad::Line line(db.get(), pieces[0].Index());
@@ -192,15 +196,28 @@ TEST_F(ExplodeTest, AnObjectCoordinateSystemCarriesPiecesIntoItsPlane) {
     ExpectPoint(line.Start(), {0, 0, 0});
     ExpectPoint(line.End(), {0, 1, 0});
     ExpectPoint(NormalOf(pieces[1]), {1, 0, 0});
-    ExpectPoint(cad::ObjectToWorld({1, 0, 0}).Apply(cad::Circle(db.get(), pieces[1].Index()).Center()), {0, 1, 1});
+    ExpectPoint(
+        cad::ObjectToWorld({1, 0, 0}).Apply(cad::Circle(db.get(), pieces[1].Index()).Center()),
+        {0, 1, 1});
     ExpectPoint(OnCircle(pieces[1], 0), {0, 1.5, 1});
 }
 
 TEST_F(ExplodeTest, LayerZeroAndByBlockTakeTheReferencesProperties) {
-    Add("LINE", {{62, "0"}, {6, "BYBLOCK"}, {370, "-2"}, {100, "AcDbLine"}, cad::RealTag(10, 1), cad::RealTag(20, 1),
-                 cad::RealTag(11, 2), cad::RealTag(21, 1)});
-    Add("LINE", {{62, "1"}, {100, "AcDbLine"}, cad::RealTag(10, 1), cad::RealTag(20, 1), cad::RealTag(11, 2),
-                 cad::RealTag(21, 1)},
+    Add("LINE", {{62, "0"},
+                 {6, "BYBLOCK"},
+                 {370, "-2"},
+                 {100, "AcDbLine"},
+                 cad::RealTag(10, 1),
+                 cad::RealTag(20, 1),
+                 cad::RealTag(11, 2),
+                 cad::RealTag(21, 1)});
+    Add("LINE",
+        {{62, "1"},
+         {100, "AcDbLine"},
+         cad::RealTag(10, 1),
+         cad::RealTag(20, 1),
+         cad::RealTag(11, 2),
+         cad::RealTag(21, 1)},
         "Walls");
     BlockReference ref = Insert({0, 0, 0}, {1, 1, 1}, 0, "Doors");
     ref.SetInt(62, 5, "AcDbEntity");
@@ -248,12 +265,20 @@ TEST_F(ExplodeTest, NestedReferencesStayReferencesTransformed) {
 }
 
 TEST_F(ExplodeTest, PolylineVerticesFollowInTheirPlaneOrInTheWorld) {
-    auto flat = Add("POLYLINE", {{100, "AcDb2dPolyline"}, {66, "1"}, cad::RealTag(10, 0), cad::RealTag(20, 0),
-                                 cad::RealTag(30, 0), {70, "0"}});
+    auto flat = Add("POLYLINE", {{100, "AcDb2dPolyline"},
+                                 {66, "1"},
+                                 cad::RealTag(10, 0),
+                                 cad::RealTag(20, 0),
+                                 cad::RealTag(30, 0),
+                                 {70, "0"}});
     cad::Polyline(db.get(), flat.Index()).AppendVertex({1, 1, 0});
     cad::Polyline(db.get(), flat.Index()).AppendVertex({2, 1, 0}, 0.5);
-    auto spatial = Add("POLYLINE", {{100, "AcDb3dPolyline"}, {66, "1"}, cad::RealTag(10, 0), cad::RealTag(20, 0),
-                                    cad::RealTag(30, 0), {70, "8"}});
+    auto spatial = Add("POLYLINE", {{100, "AcDb3dPolyline"},
+                                    {66, "1"},
+                                    cad::RealTag(10, 0),
+                                    cad::RealTag(20, 0),
+                                    cad::RealTag(30, 0),
+                                    {70, "8"}});
     cad::Polyline(db.get(), spatial.Index()).AppendVertex({1, 1, 3});
     auto pieces = Explode(Insert({10, 20, 0}, {1, 1, 1}, kQuarter));
     ASSERT_EQ(pieces.size(), 2u);
@@ -269,32 +294,87 @@ TEST_F(ExplodeTest, PolylineVerticesFollowInTheirPlaneOrInTheWorld) {
 }
 
 TEST_F(ExplodeTest, EllipsesSplinesSolidsTextAndHatchesFollowARotation) {
-    Add("ELLIPSE", {{100, "AcDbEllipse"}, cad::RealTag(10, 2), cad::RealTag(20, 1), cad::RealTag(30, 0),
-                    cad::RealTag(11, 1), cad::RealTag(21, 0), cad::RealTag(31, 0), cad::RealTag(40, 0.5),
-                    cad::RealTag(41, 0), cad::RealTag(42, 2 * cad::kPi)});
-    Add("SPLINE", {{100, "AcDbSpline"}, {70, "8"}, {71, "1"}, {72, "4"}, {73, "2"}, {74, "0"}, cad::RealTag(40, 0),
-                   cad::RealTag(40, 0), cad::RealTag(40, 1), cad::RealTag(40, 1), cad::RealTag(10, 1),
-                   cad::RealTag(20, 1), cad::RealTag(30, 0), cad::RealTag(10, 2), cad::RealTag(20, 1),
+    Add("ELLIPSE", {{100, "AcDbEllipse"},
+                    cad::RealTag(10, 2),
+                    cad::RealTag(20, 1),
+                    cad::RealTag(30, 0),
+                    cad::RealTag(11, 1),
+                    cad::RealTag(21, 0),
+                    cad::RealTag(31, 0),
+                    cad::RealTag(40, 0.5),
+                    cad::RealTag(41, 0),
+                    cad::RealTag(42, 2 * cad::kPi)});
+    Add("SPLINE", {{100, "AcDbSpline"},
+                   {70, "8"},
+                   {71, "1"},
+                   {72, "4"},
+                   {73, "2"},
+                   {74, "0"},
+                   cad::RealTag(40, 0),
+                   cad::RealTag(40, 0),
+                   cad::RealTag(40, 1),
+                   cad::RealTag(40, 1),
+                   cad::RealTag(10, 1),
+                   cad::RealTag(20, 1),
+                   cad::RealTag(30, 0),
+                   cad::RealTag(10, 2),
+                   cad::RealTag(20, 1),
                    cad::RealTag(30, 0)});
-    Add("SOLID", {{100, "AcDbTrace"}, cad::RealTag(10, 1), cad::RealTag(20, 1), cad::RealTag(30, 0),
-                  cad::RealTag(11, 2), cad::RealTag(21, 1), cad::RealTag(31, 0), cad::RealTag(12, 1),
-                  cad::RealTag(22, 2), cad::RealTag(32, 0), cad::RealTag(13, 2), cad::RealTag(23, 2),
+    Add("SOLID", {{100, "AcDbTrace"},
+                  cad::RealTag(10, 1),
+                  cad::RealTag(20, 1),
+                  cad::RealTag(30, 0),
+                  cad::RealTag(11, 2),
+                  cad::RealTag(21, 1),
+                  cad::RealTag(31, 0),
+                  cad::RealTag(12, 1),
+                  cad::RealTag(22, 2),
+                  cad::RealTag(32, 0),
+                  cad::RealTag(13, 2),
+                  cad::RealTag(23, 2),
                   cad::RealTag(33, 0)});
     ASSERT_TRUE(parts.AddMText({2, 1, 0}, 0.25, 0, "A"));
-    Add("HATCH", {{100, "AcDbHatch"}, cad::RealTag(10, 0), cad::RealTag(20, 0), cad::RealTag(30, 0),
-                  cad::RealTag(210, 0), cad::RealTag(220, 0), cad::RealTag(230, 1), {2, "SOLID"}, {70, "1"},
-                  {71, "0"}, {91, "1"}, {92, "1"}, {93, "2"}, {72, "1"}, cad::RealTag(10, 1), cad::RealTag(20, 1),
-                  cad::RealTag(11, 2), cad::RealTag(21, 1), {72, "2"}, cad::RealTag(10, 1), cad::RealTag(20, 1),
-                  cad::RealTag(40, 1), cad::RealTag(50, 0), cad::RealTag(51, 180), {73, "1"}, {97, "0"}, {75, "0"},
-                  {76, "1"}, {98, "1"}, cad::RealTag(10, 2), cad::RealTag(20, 2)});
+    Add("HATCH", {{100, "AcDbHatch"},
+                  cad::RealTag(10, 0),
+                  cad::RealTag(20, 0),
+                  cad::RealTag(30, 0),
+                  cad::RealTag(210, 0),
+                  cad::RealTag(220, 0),
+                  cad::RealTag(230, 1),
+                  {2, "SOLID"},
+                  {70, "1"},
+                  {71, "0"},
+                  {91, "1"},
+                  {92, "1"},
+                  {93, "2"},
+                  {72, "1"},
+                  cad::RealTag(10, 1),
+                  cad::RealTag(20, 1),
+                  cad::RealTag(11, 2),
+                  cad::RealTag(21, 1),
+                  {72, "2"},
+                  cad::RealTag(10, 1),
+                  cad::RealTag(20, 1),
+                  cad::RealTag(40, 1),
+                  cad::RealTag(50, 0),
+                  cad::RealTag(51, 180),
+                  {73, "1"},
+                  {97, "0"},
+                  {75, "0"},
+                  {76, "1"},
+                  {98, "1"},
+                  cad::RealTag(10, 2),
+                  cad::RealTag(20, 2)});
     auto pieces = Explode(Insert({10, 20, 0}, {1, 1, 1}, kQuarter));
     ASSERT_EQ(pieces.size(), 5u);
     ExpectPoint(OnEllipse(pieces[0], 0), {10, 22, 0});
     cad::TagList spline = pieces[1].Tags();
     std::vector<double> xs, ys;
     for (const cad::Tag& t : spline) {
-        if (t.code == 10) xs.push_back(t.Real());
-        if (t.code == 20) ys.push_back(t.Real());
+        if (t.code == 10)
+            xs.push_back(t.Real());
+        if (t.code == 20)
+            ys.push_back(t.Real());
     }
     EXPECT_EQ(xs, (std::vector<double>{10, 10}));
     EXPECT_EQ(ys, (std::vector<double>{20, 21}));
@@ -304,13 +384,14 @@ TEST_F(ExplodeTest, EllipsesSplinesSolidsTextAndHatchesFollowARotation) {
     ExpectPoint({pieces[3].GetReal(11), pieces[3].GetReal(21), pieces[3].GetReal(31)}, {0, 1, 0});
     std::vector<double> hatch;
     for (const cad::Tag& t : pieces[4].Tags())
-        if (t.code == 10 || t.code == 20 || t.code == 11 || t.code == 21 || t.code == 40 || t.code == 50 ||
-            t.code == 51)
+        if (t.code == 10 || t.code == 20 || t.code == 11 || t.code == 21 || t.code == 40 ||
+            t.code == 50 || t.code == 51)
             hatch.push_back(t.Real());
     // Elevation point, the line edge, the arc edge (centre, radius, angles) and the seed.
     const std::vector<double> expected{0, 0, 10, 20, 10, 21, 10, 20, 1, 90, 270, 9, 21};
     ASSERT_EQ(hatch.size(), expected.size());
-    for (std::size_t k = 0; k < expected.size(); ++k) EXPECT_NEAR(hatch[k], expected[k], 1e-12) << k;
+    for (std::size_t k = 0; k < expected.size(); ++k)
+        EXPECT_NEAR(hatch[k], expected[k], 1e-12) << k;
 }
 
 TEST_F(ExplodeTest, MInsertsExternalReferencesAndBlocksNotExplodableAreRefused) {
@@ -323,7 +404,8 @@ TEST_F(ExplodeTest, MInsertsExternalReferencesAndBlocksNotExplodableAreRefused) 
     parts.Record().SetInt(280, 1);
     ASSERT_TRUE(cad::ExplodeInto(ref));
     auto minsert = db->ModelSpace().AppendEntity(
-        "MINSERT", "0", {{100, "AcDbBlockReference"}, {2, "Parts"}, {10, "0"}, {20, "0"}, {70, "2"}, {44, "1.0"}});
+        "MINSERT", "0",
+        {{100, "AcDbBlockReference"}, {2, "Parts"}, {10, "0"}, {20, "0"}, {70, "2"}, {44, "1.0"}});
     ASSERT_TRUE(minsert);
     auto multiple = cad::ExplodeInto(BlockReference(db.get(), minsert->Index()));
     ASSERT_FALSE(multiple);

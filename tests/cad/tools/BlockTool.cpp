@@ -33,33 +33,42 @@ int Usage() {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc < 2) return Usage();
+    if (argc < 2)
+        return Usage();
     const std::string command = argv[1];
     if (command == "clone-block" && argc == 6) {
         auto source = cad::Database::Open(argv[2]);
-        if (!source) return Fail(source.GetStatus().Message());
+        if (!source)
+            return Fail(source.GetStatus().Message());
         auto target = cad::Database::Open(argv[4]);
-        if (!target) return Fail(target.GetStatus().Message());
+        if (!target)
+            return Fail(target.GetStatus().Message());
         cad::BlockRecord block = (*source)->FindBlock(argv[3]);
-        if (!block) return Fail(std::string(argv[2]) + " has no block \"" + argv[3] + "\"");
+        if (!block)
+            return Fail(std::string(argv[2]) + " has no block \"" + argv[3] + "\"");
         auto copy = cad::CloneBlock(block, **target);
-        if (!copy) return Fail(copy.GetStatus().Message());
+        if (!copy)
+            return Fail(copy.GetStatus().Message());
         base::Status saved = (*target)->Save(argv[5]);
         return saved ? 0 : Fail(saved.Message());
     }
     if (command == "insert-drawing" && argc == 6) {
         auto source = cad::Database::Open(argv[2]);
-        if (!source) return Fail(source.GetStatus().Message());
+        if (!source)
+            return Fail(source.GetStatus().Message());
         auto target = cad::Database::Open(argv[3]);
-        if (!target) return Fail(target.GetStatus().Message());
+        if (!target)
+            return Fail(target.GetStatus().Message());
         auto block = cad::InsertDrawingAsBlock(**source, **target, argv[4]);
-        if (!block) return Fail(block.GetStatus().Message());
+        if (!block)
+            return Fail(block.GetStatus().Message());
         base::Status saved = (*target)->Save(argv[5]);
         return saved ? 0 : Fail(saved.Message());
     }
     if (command == "explode" && argc >= 5) {
         auto db = cad::Database::Open(argv[2]);
-        if (!db) return Fail(db.GetStatus().Message());
+        if (!db)
+            return Fail(db.GetStatus().Message());
         for (int a = 4; a < argc; ++a) {
             cad::Object object = (*db)->ObjectByHandle(cad::ParseHandle(argv[a]));
             if (object.Type() != "INSERT" && object.Type() != "MINSERT")
@@ -72,7 +81,8 @@ int main(int argc, char** argv) {
                 continue;
             }
             reference.Erase();
-            for (const cad::Entity& piece : *pieces) std::printf(" %s", piece.HandleString().c_str());
+            for (const cad::Entity& piece : *pieces)
+                std::printf(" %s", piece.HandleString().c_str());
             std::printf("\n");
         }
         base::Status saved = (*db)->Save(argv[3]);
