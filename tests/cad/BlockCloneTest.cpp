@@ -14,13 +14,7 @@ using cad::BlockRecord;
 using cad::Entity;
 using cad::Handle;
 using cadtest::Load;
-
-std::vector<std::string> Types(const std::vector<Entity>& entities) {
-    std::vector<std::string> out;
-    for (const Entity& e : entities)
-        out.push_back(e.Type());
-    return out;
-}
+using clonetest::Types;
 
 Handle MaxHandle(cad::Database& db) {
     Handle max = 0;

@@ -17,6 +17,7 @@
 
 #include <map>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -100,6 +101,54 @@ inline Tags Line(const std::string& handle, const std::string& owner, const std:
     return t;
 }
 
+// The line types every drawing has, in an LTYPE table of handle 5.
+inline Tags StandardLineTypes() {
+    Tags t;
+    for (auto [handle, name, text] :
+         {std::tuple{"14", "ByBlock", ""}, std::tuple{"15", "ByLayer", ""},
+          std::tuple{"16", "Continuous", "Solid line"}})
+        Add(t, Record("LTYPE", handle, "5", "AcDbLinetypeTableRecord", name,
+                      {{3, text}, {72, "65"}, {73, "0"}, {40, "0.0"}}));
+    return t;
+}
+
+inline Tags Layer(const std::string& handle, const std::string& name, int color) {
+    return Record("LAYER", handle, "2", "AcDbLayerTableRecord", name,
+                  {{62, std::to_string(color)}, {6, "Continuous"}});
+}
+
+inline Tags Style(const std::string& handle, const std::string& name, const std::string& font) {
+    return Record(
+        "STYLE", handle, "3", "AcDbTextStyleTableRecord", name,
+        {{40, "0.0"}, {41, "1.0"}, {50, "0.0"}, {71, "0"}, {42, "2.5"}, {3, font}, {4, ""}});
+}
+
+// BLOCK and ENDBLK of model and paper space, whose records are 1F and 1E.
+inline Tags SpaceBlocks() {
+    Tags t = Begin("20", "1F", "*Model_Space");
+    Add(t, End("21", "1F"));
+    Add(t, Begin("22", "1E", "*Paper_Space"));
+    Add(t, End("23", "1E"));
+    return t;
+}
+
+// The root dictionary C with ACAD_GROUP (D) and `entries`, and D with `groups`.
+inline Tags RootDictionaries(const Tags& entries, const Tags& groups) {
+    Tags t = {{0, "DICTIONARY"}, {5, "C"},          {330, "0"}, {100, "AcDbDictionary"},
+              {281, "1"},        {3, "ACAD_GROUP"}, {350, "D"}};
+    Add(t, entries);
+    Add(t, {{0, "DICTIONARY"},
+            {5, "D"},
+            {102, "{ACAD_REACTORS"},
+            {330, "C"},
+            {102, "}"},
+            {330, "C"},
+            {100, "AcDbDictionary"},
+            {281, "1"}});
+    Add(t, groups);
+    return t;
+}
+
 inline Tags Header(const std::string& version, const std::string& seed, bool insbase = false) {
     Tags t = {{0, "SECTION"},      {2, "HEADER"},    {9, "$ACADVER"},  {1, version},
               {9, "$DWGCODEPAGE"}, {3, "ANSI_1252"}, {9, "$HANDSEED"}, {5, seed}};
@@ -124,12 +173,7 @@ inline std::string Source(const std::string& version) {
     Add(t, {{0, "ENDSEC"}});
     Add(t, {{0, "SECTION"}, {2, "TABLES"}});
     Add(t, Table("LTYPE", "5", 4));
-    Add(t, Record("LTYPE", "14", "5", "AcDbLinetypeTableRecord", "ByBlock",
-                  {{3, ""}, {72, "65"}, {73, "0"}, {40, "0.0"}}));
-    Add(t, Record("LTYPE", "15", "5", "AcDbLinetypeTableRecord", "ByLayer",
-                  {{3, ""}, {72, "65"}, {73, "0"}, {40, "0.0"}}));
-    Add(t, Record("LTYPE", "16", "5", "AcDbLinetypeTableRecord", "Continuous",
-                  {{3, "Solid line"}, {72, "65"}, {73, "0"}, {40, "0.0"}}));
+    Add(t, StandardLineTypes());
     Add(t, Record("LTYPE", "17", "5", "AcDbLinetypeTableRecord", "DASHED",
                   {{3, "__ __"},
                    {72, "65"},
@@ -147,33 +191,14 @@ inline std::string Source(const std::string& version) {
                    {74, "0"}}));
     Add(t, {{0, "ENDTAB"}});
     Add(t, Table("LAYER", "2", 3));
-    Add(t, Record("LAYER", "10", "2", "AcDbLayerTableRecord", "0", {{62, "7"}, {6, "Continuous"}}));
-    Add(t, Record("LAYER", "11", "2", "AcDbLayerTableRecord", "Walls",
-                  {{62, "3"}, {6, "Continuous"}}));
-    Add(t, Record("LAYER", "12", "2", "AcDbLayerTableRecord", "Unused",
-                  {{62, "4"}, {6, "Continuous"}}));
+    Add(t, Layer("10", "0", 7));
+    Add(t, Layer("11", "Walls", 3));
+    Add(t, Layer("12", "Unused", 4));
     Add(t, {{0, "ENDTAB"}});
     Add(t, Table("STYLE", "3", 3));
-    Add(t,
-        Record(
-            "STYLE", "18", "3", "AcDbTextStyleTableRecord", "Standard",
-            {{40, "0.0"}, {41, "1.0"}, {50, "0.0"}, {71, "0"}, {42, "2.5"}, {3, "txt"}, {4, ""}}));
-    Add(t, Record("STYLE", "19", "3", "AcDbTextStyleTableRecord", "Fancy",
-                  {{40, "0.0"},
-                   {41, "0.8"},
-                   {50, "0.0"},
-                   {71, "0"},
-                   {42, "2.5"},
-                   {3, "romans.shx"},
-                   {4, ""}}));
-    Tags shapes = Record("STYLE", "1A", "3", "AcDbTextStyleTableRecord", "",
-                         {{40, "0.0"},
-                          {41, "1.0"},
-                          {50, "0.0"},
-                          {71, "0"},
-                          {42, "2.5"},
-                          {3, "ltypeshp.shx"},
-                          {4, ""}});
+    Add(t, Style("18", "Standard", "txt"));
+    Add(t, Style("19", "Fancy", "romans.shx"));
+    Tags shapes = Style("1A", "", "ltypeshp.shx");
     shapes[6].second = "1";  // a shape file
     Add(t, shapes);
     Add(t, {{0, "ENDTAB"}});
@@ -193,10 +218,7 @@ inline std::string Source(const std::string& version) {
     Add(t, {{0, "ENDTAB"}, {0, "ENDSEC"}});
 
     Add(t, {{0, "SECTION"}, {2, "BLOCKS"}});
-    Add(t, Begin("20", "1F", "*Model_Space"));
-    Add(t, End("21", "1F"));
-    Add(t, Begin("22", "1E", "*Paper_Space"));
-    Add(t, End("23", "1E"));
+    Add(t, SpaceBlocks());
     Add(t, Begin("31", "30", "Door", 1, 2));
     Add(t, Line("32", "30", "Walls", 1, 2, 3, 2, {{6, "DASHED"}, {347, "90"}}));
     Add(t, {{0, "TEXT"},
@@ -315,25 +337,7 @@ inline std::string Source(const std::string& version) {
     Add(t, {{0, "ENDSEC"}});
 
     Add(t, {{0, "SECTION"}, {2, "OBJECTS"}});
-    Add(t, {{0, "DICTIONARY"},
-            {5, "C"},
-            {330, "0"},
-            {100, "AcDbDictionary"},
-            {281, "1"},
-            {3, "ACAD_GROUP"},
-            {350, "D"},
-            {3, "ACAD_MATERIAL"},
-            {350, "8F"}});
-    Add(t, {{0, "DICTIONARY"},
-            {5, "D"},
-            {102, "{ACAD_REACTORS"},
-            {330, "C"},
-            {102, "}"},
-            {330, "C"},
-            {100, "AcDbDictionary"},
-            {281, "1"},
-            {3, "*A1"},
-            {350, "70"}});
+    Add(t, RootDictionaries({{3, "ACAD_MATERIAL"}, {350, "8F"}}, {{3, "*A1"}, {350, "70"}}));
     Add(t, {{0, "GROUP"},
             {5, "70"},
             {102, "{ACAD_REACTORS"},
@@ -433,23 +437,14 @@ inline std::string Target(const std::string& version) {
     Tags t = Header(version, "60");
     Add(t, {{0, "SECTION"}, {2, "TABLES"}});
     Add(t, Table("LTYPE", "5", 3));
-    Add(t, Record("LTYPE", "14", "5", "AcDbLinetypeTableRecord", "ByBlock",
-                  {{3, ""}, {72, "65"}, {73, "0"}, {40, "0.0"}}));
-    Add(t, Record("LTYPE", "15", "5", "AcDbLinetypeTableRecord", "ByLayer",
-                  {{3, ""}, {72, "65"}, {73, "0"}, {40, "0.0"}}));
-    Add(t, Record("LTYPE", "16", "5", "AcDbLinetypeTableRecord", "Continuous",
-                  {{3, "Solid line"}, {72, "65"}, {73, "0"}, {40, "0.0"}}));
+    Add(t, StandardLineTypes());
     Add(t, {{0, "ENDTAB"}});
     Add(t, Table("LAYER", "2", 2));
-    Add(t, Record("LAYER", "10", "2", "AcDbLayerTableRecord", "0", {{62, "7"}, {6, "Continuous"}}));
-    Add(t, Record("LAYER", "11", "2", "AcDbLayerTableRecord", "WALLS",
-                  {{62, "1"}, {6, "Continuous"}}));
+    Add(t, Layer("10", "0", 7));
+    Add(t, Layer("11", "WALLS", 1));
     Add(t, {{0, "ENDTAB"}});
     Add(t, Table("STYLE", "3", 1));
-    Add(t,
-        Record(
-            "STYLE", "18", "3", "AcDbTextStyleTableRecord", "Standard",
-            {{40, "0.0"}, {41, "1.0"}, {50, "0.0"}, {71, "0"}, {42, "2.5"}, {3, "txt"}, {4, ""}}));
+    Add(t, Style("18", "Standard", "txt"));
     Add(t, {{0, "ENDTAB"}});
     Add(t, Table("APPID", "9", 1));
     Add(t, Record("APPID", "1B", "9", "AcDbRegAppTableRecord", "ACAD"));
@@ -461,10 +456,7 @@ inline std::string Target(const std::string& version) {
     Add(t, Record("BLOCK_RECORD", "40", "1", "AcDbBlockTableRecord", "*U1", {{340, "0"}}));
     Add(t, {{0, "ENDTAB"}, {0, "ENDSEC"}});
     Add(t, {{0, "SECTION"}, {2, "BLOCKS"}});
-    Add(t, Begin("20", "1F", "*Model_Space"));
-    Add(t, End("21", "1F"));
-    Add(t, Begin("22", "1E", "*Paper_Space"));
-    Add(t, End("23", "1E"));
+    Add(t, SpaceBlocks());
     Add(t, Begin("31", "30", "KNOB"));
     Add(t, Line("32", "30", "0", 0, 0, 1, 1));
     Add(t, End("33", "30"));
@@ -476,23 +468,16 @@ inline std::string Target(const std::string& version) {
     Add(t, Line("50", "1F", "WALLS", 0, 0, 9, 9));
     Add(t, {{0, "ENDSEC"}});
     Add(t, {{0, "SECTION"}, {2, "OBJECTS"}});
-    Add(t, {{0, "DICTIONARY"},
-            {5, "C"},
-            {330, "0"},
-            {100, "AcDbDictionary"},
-            {281, "1"},
-            {3, "ACAD_GROUP"},
-            {350, "D"}});
-    Add(t, {{0, "DICTIONARY"},
-            {5, "D"},
-            {102, "{ACAD_REACTORS"},
-            {330, "C"},
-            {102, "}"},
-            {330, "C"},
-            {100, "AcDbDictionary"},
-            {281, "1"}});
+    Add(t, RootDictionaries({}, {}));
     Add(t, {{0, "ENDSEC"}, {0, "EOF"}});
     return cadtest::Dxf(t);
+}
+
+inline std::vector<std::string> Types(const std::vector<cad::Entity>& entities) {
+    std::vector<std::string> out;
+    for (const cad::Entity& e : entities)
+        out.push_back(e.Type());
+    return out;
 }
 
 // The records of an ASCII drawing that have a handle, by handle, each as the bytes the file

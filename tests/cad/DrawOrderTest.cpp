@@ -6,12 +6,7 @@
 
 namespace {
 
-std::vector<std::string> Types(const std::vector<cad::Entity>& entities) {
-    std::vector<std::string> out;
-    for (const cad::Entity& e : entities)
-        out.push_back(e.Type());
-    return out;
-}
+using clonetest::Types;
 
 TEST(DrawOrder, SortHandlesOrderTheEntities) {
     auto db = cadtest::Load(clonetest::Source("AC1032"));

@@ -11,13 +11,7 @@ namespace {
 using cad::BlockRecord;
 using cad::Entity;
 using cadtest::Load;
-
-std::vector<std::string> Types(const std::vector<Entity>& entities) {
-    std::vector<std::string> out;
-    for (const Entity& e : entities)
-        out.push_back(e.Type());
-    return out;
-}
+using clonetest::Types;
 
 class InsertDrawingTest : public ::testing::TestWithParam<std::string> {
 protected:

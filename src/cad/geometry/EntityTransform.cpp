@@ -545,15 +545,15 @@ public:
             else if (code == 41 || code == 49)
                 own_.SetRealAt(i_, tags_[i_].Real() * plane_.scale);
             else if (code == 43 && lines > 0)
-                MovePoint(i_, 44);
+                Move(i_, 44, false);
             else if (code == 45 && lines > 0)
-                MoveVector(i_, 46);
+                Move(i_, 46, true);
             else if (code == 78)
                 lines = tags_[i_].Int();
             else if (code == 98)
                 seeds = tags_[i_].Int();
             else if (code == 10 && seeds > 0)
-                MovePoint(i_, 20);
+                Move(i_, 20, false);
             else if (code == 460)
                 own_.SetRealAt(i_, tags_[i_].Real() + plane_.rotation);
         }
@@ -571,32 +571,20 @@ private:
     void SetDegrees(std::size_t i, double degrees) {
         own_.SetRealAt(i, std::fmod(std::fmod(degrees, 360) + 360, 360));
     }
-    // A point (x at `i`, y at `i` + 1 with code `yCode`) of the hatch's plane.
-    void MovePoint(std::size_t i, int yCode) {
+    // A point (x at `i`, y at `i` + 1 with code `yCode`) of the hatch's plane, or a direction.
+    void Move(std::size_t i, int yCode, bool direction) {
         if (i + 1 >= end_ || tags_[i + 1].code != yCode)
             return;
-        const Point3 p = plane_.toNew.Apply({tags_[i].Real(), tags_[i + 1].Real(), elevation_});
-        own_.SetRealAt(i, p.x);
-        own_.SetRealAt(i + 1, p.y);
+        const Point3 p{tags_[i].Real(), tags_[i + 1].Real(), direction ? 0 : elevation_};
+        const Point3 moved = direction ? plane_.toNew.ApplyToVector(p) : plane_.toNew.Apply(p);
+        own_.SetRealAt(i, moved.x);
+        own_.SetRealAt(i + 1, moved.y);
     }
-    void MoveVector(std::size_t i, int yCode) {
-        if (i + 1 >= end_ || tags_[i + 1].code != yCode)
-            return;
-        const Point3 v = plane_.toNew.ApplyToVector({tags_[i].Real(), tags_[i + 1].Real(), 0});
-        own_.SetRealAt(i, v.x);
-        own_.SetRealAt(i + 1, v.y);
-    }
-    bool Point(int code) {
+    // Moves the point or direction that comes next, `code` and `code` + 10; false when it doesn't.
+    bool Take(int code, bool direction = false) {
         if (!At(code) || i_ + 1 >= end_ || tags_[i_ + 1].code != code + 10)
             return false;
-        MovePoint(i_, code + 10);
-        i_ += 2;
-        return true;
-    }
-    bool Vector(int code) {
-        if (!At(code) || i_ + 1 >= end_ || tags_[i_ + 1].code != code + 10)
-            return false;
-        MoveVector(i_, code + 10);
+        Move(i_, code + 10, direction);
         i_ += 2;
         return true;
     }
@@ -614,7 +602,7 @@ private:
             if (!Count(93, count))
                 return false;
             for (long long v = 0; v < count; ++v) {
-                if (!Point(10))
+                if (!Take(10))
                     return false;
                 Skip(42);
             }
@@ -638,9 +626,9 @@ private:
             return false;
         switch (type) {
             case 1:
-                return Point(10) && Point(11);
+                return Take(10) && Take(11);
             case 2: {
-                if (!Point(10) || !At(40))
+                if (!Take(10) || !At(40))
                     return false;
                 own_.SetRealAt(i_, tags_[i_].Real() * plane_.scale);
                 ++i_;
@@ -657,7 +645,7 @@ private:
             }
             case 3:
                 // A similarity keeps the ellipse's parameters: centre and major axis move.
-                if (!Point(10) || !Vector(11))
+                if (!Take(10) || !Take(11, true))
                     return false;
                 Skip(40);
                 Skip(50);
@@ -674,18 +662,18 @@ private:
                 for (long long k = 0; k < knots; ++k)
                     Skip(40);
                 for (long long c = 0; c < controls; ++c) {
-                    if (!Point(10))
+                    if (!Take(10))
                         return false;
                     Skip(42);
                 }
                 if (At(97) && !Count(97, fits))
                     return false;
                 for (long long f = 0; f < fits; ++f)
-                    if (!Point(11))
+                    if (!Take(11))
                         return false;
-                if (At(12) && !Vector(12))
+                if (At(12) && !Take(12, true))
                     return false;
-                if (At(13) && !Vector(13))
+                if (At(13) && !Take(13, true))
                     return false;
                 return true;
             }

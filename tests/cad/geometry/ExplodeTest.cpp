@@ -37,6 +37,19 @@ Point3 OnEllipse(const Entity& e, double t) {
     return center + major * std::cos(t) + minor * std::sin(t);
 }
 
+// The tags of a point: x at `code`, y and z 10 and 20 codes after it.
+cad::TagList XYZ(int code, Point3 p) {
+    return {cad::RealTag(code, p.x), cad::RealTag(code + 10, p.y), cad::RealTag(code + 20, p.z)};
+}
+
+// The tags of `parts` one after the other.
+cad::TagList Join(std::initializer_list<cad::TagList> parts) {
+    cad::TagList out;
+    for (const cad::TagList& part : parts)
+        out.insert(out.end(), part.begin(), part.end());
+    return out;
+}
+
 // The parts block is based at (1, 1): what stands at (1, 1) in it lands on the insertion point.
 class ExplodeTest : public ::testing::Test {
 protected:
@@ -72,8 +85,7 @@ protected:
 TEST_F(ExplodeTest, TranslationMovesPiecesByTheInsertionPointLessTheBasePoint) {
     ASSERT_TRUE(parts.AddLine({1, 1, 0}, {2, 1, 0}));
     ASSERT_TRUE(parts.AddCircle({2, 2, 0}, 0.5));
-    Add("POINT",
-        {{100, "AcDbPoint"}, cad::RealTag(10, 1), cad::RealTag(20, 2), cad::RealTag(30, 0)});
+    Add("POINT", Join({{{100, "AcDbPoint"}}, XYZ(10, {1, 2, 0})}));
     auto pieces = Explode(Insert({10, 20, 0}));
     ASSERT_EQ(pieces.size(), 3u);
     cad::Line line(db.get(), pieces[0].Index());
@@ -203,21 +215,10 @@ TEST_F(ExplodeTest, AnObjectCoordinateSystemCarriesPiecesIntoItsPlane) {
 }
 
 TEST_F(ExplodeTest, LayerZeroAndByBlockTakeTheReferencesProperties) {
-    Add("LINE", {{62, "0"},
-                 {6, "BYBLOCK"},
-                 {370, "-2"},
-                 {100, "AcDbLine"},
-                 cad::RealTag(10, 1),
-                 cad::RealTag(20, 1),
-                 cad::RealTag(11, 2),
-                 cad::RealTag(21, 1)});
-    Add("LINE",
-        {{62, "1"},
-         {100, "AcDbLine"},
-         cad::RealTag(10, 1),
-         cad::RealTag(20, 1),
-         cad::RealTag(11, 2),
-         cad::RealTag(21, 1)},
+    Add("LINE", Join({{{62, "0"}, {6, "BYBLOCK"}, {370, "-2"}, {100, "AcDbLine"}},
+                      XYZ(10, {1, 1, 0}),
+                      XYZ(11, {2, 1, 0})}));
+    Add("LINE", Join({{{62, "1"}, {100, "AcDbLine"}}, XYZ(10, {1, 1, 0}), XYZ(11, {2, 1, 0})}),
         "Walls");
     BlockReference ref = Insert({0, 0, 0}, {1, 1, 1}, 0, "Doors");
     ref.SetInt(62, 5, "AcDbEntity");
@@ -265,20 +266,12 @@ TEST_F(ExplodeTest, NestedReferencesStayReferencesTransformed) {
 }
 
 TEST_F(ExplodeTest, PolylineVerticesFollowInTheirPlaneOrInTheWorld) {
-    auto flat = Add("POLYLINE", {{100, "AcDb2dPolyline"},
-                                 {66, "1"},
-                                 cad::RealTag(10, 0),
-                                 cad::RealTag(20, 0),
-                                 cad::RealTag(30, 0),
-                                 {70, "0"}});
+    auto flat =
+        Add("POLYLINE", Join({{{100, "AcDb2dPolyline"}, {66, "1"}}, XYZ(10, {}), {{70, "0"}}}));
     cad::Polyline(db.get(), flat.Index()).AppendVertex({1, 1, 0});
     cad::Polyline(db.get(), flat.Index()).AppendVertex({2, 1, 0}, 0.5);
-    auto spatial = Add("POLYLINE", {{100, "AcDb3dPolyline"},
-                                    {66, "1"},
-                                    cad::RealTag(10, 0),
-                                    cad::RealTag(20, 0),
-                                    cad::RealTag(30, 0),
-                                    {70, "8"}});
+    auto spatial =
+        Add("POLYLINE", Join({{{100, "AcDb3dPolyline"}, {66, "1"}}, XYZ(10, {}), {{70, "8"}}}));
     cad::Polyline(db.get(), spatial.Index()).AppendVertex({1, 1, 3});
     auto pieces = Explode(Insert({10, 20, 0}, {1, 1, 1}, kQuarter));
     ASSERT_EQ(pieces.size(), 2u);
@@ -294,77 +287,37 @@ TEST_F(ExplodeTest, PolylineVerticesFollowInTheirPlaneOrInTheWorld) {
 }
 
 TEST_F(ExplodeTest, EllipsesSplinesSolidsTextAndHatchesFollowARotation) {
-    Add("ELLIPSE", {{100, "AcDbEllipse"},
-                    cad::RealTag(10, 2),
-                    cad::RealTag(20, 1),
-                    cad::RealTag(30, 0),
-                    cad::RealTag(11, 1),
-                    cad::RealTag(21, 0),
-                    cad::RealTag(31, 0),
-                    cad::RealTag(40, 0.5),
-                    cad::RealTag(41, 0),
-                    cad::RealTag(42, 2 * cad::kPi)});
-    Add("SPLINE", {{100, "AcDbSpline"},
-                   {70, "8"},
-                   {71, "1"},
-                   {72, "4"},
-                   {73, "2"},
-                   {74, "0"},
-                   cad::RealTag(40, 0),
-                   cad::RealTag(40, 0),
-                   cad::RealTag(40, 1),
-                   cad::RealTag(40, 1),
-                   cad::RealTag(10, 1),
-                   cad::RealTag(20, 1),
-                   cad::RealTag(30, 0),
-                   cad::RealTag(10, 2),
-                   cad::RealTag(20, 1),
-                   cad::RealTag(30, 0)});
-    Add("SOLID", {{100, "AcDbTrace"},
-                  cad::RealTag(10, 1),
-                  cad::RealTag(20, 1),
-                  cad::RealTag(30, 0),
-                  cad::RealTag(11, 2),
-                  cad::RealTag(21, 1),
-                  cad::RealTag(31, 0),
-                  cad::RealTag(12, 1),
-                  cad::RealTag(22, 2),
-                  cad::RealTag(32, 0),
-                  cad::RealTag(13, 2),
-                  cad::RealTag(23, 2),
-                  cad::RealTag(33, 0)});
+    using cad::RealTag;
+    Add("ELLIPSE", Join({{{100, "AcDbEllipse"}},
+                         XYZ(10, {2, 1, 0}),
+                         XYZ(11, {1, 0, 0}),
+                         {RealTag(40, 0.5), RealTag(41, 0), RealTag(42, 2 * cad::kPi)}}));
+    Add("SPLINE",
+        Join({{{100, "AcDbSpline"}, {70, "8"}, {71, "1"}, {72, "4"}, {73, "2"}, {74, "0"}},
+              {RealTag(40, 0), RealTag(40, 0), RealTag(40, 1), RealTag(40, 1)},
+              XYZ(10, {1, 1, 0}),
+              XYZ(10, {2, 1, 0})}));
+    Add("SOLID", Join({{{100, "AcDbTrace"}},
+                       XYZ(10, {1, 1, 0}),
+                       XYZ(11, {2, 1, 0}),
+                       XYZ(12, {1, 2, 0}),
+                       XYZ(13, {2, 2, 0})}));
     ASSERT_TRUE(parts.AddMText({2, 1, 0}, 0.25, 0, "A"));
-    Add("HATCH", {{100, "AcDbHatch"},
-                  cad::RealTag(10, 0),
-                  cad::RealTag(20, 0),
-                  cad::RealTag(30, 0),
-                  cad::RealTag(210, 0),
-                  cad::RealTag(220, 0),
-                  cad::RealTag(230, 1),
-                  {2, "SOLID"},
-                  {70, "1"},
-                  {71, "0"},
-                  {91, "1"},
-                  {92, "1"},
-                  {93, "2"},
-                  {72, "1"},
-                  cad::RealTag(10, 1),
-                  cad::RealTag(20, 1),
-                  cad::RealTag(11, 2),
-                  cad::RealTag(21, 1),
-                  {72, "2"},
-                  cad::RealTag(10, 1),
-                  cad::RealTag(20, 1),
-                  cad::RealTag(40, 1),
-                  cad::RealTag(50, 0),
-                  cad::RealTag(51, 180),
-                  {73, "1"},
-                  {97, "0"},
-                  {75, "0"},
-                  {76, "1"},
-                  {98, "1"},
-                  cad::RealTag(10, 2),
-                  cad::RealTag(20, 2)});
+    // One boundary of a line and a half circle about (1,1), and a seed at (2,2).
+    Add("HATCH",
+        Join({{{100, "AcDbHatch"}},
+              XYZ(10, {}),
+              XYZ(210, {0, 0, 1}),
+              {{2, "SOLID"}, {70, "1"}, {71, "0"}, {91, "1"}, {92, "1"}, {93, "2"}},
+              {{72, "1"}, RealTag(10, 1), RealTag(20, 1), RealTag(11, 2), RealTag(21, 1)},
+              {{72, "2"},
+               RealTag(10, 1),
+               RealTag(20, 1),
+               RealTag(40, 1),
+               RealTag(50, 0),
+               RealTag(51, 180),
+               {73, "1"}},
+              {{97, "0"}, {75, "0"}, {76, "1"}, {98, "1"}, RealTag(10, 2), RealTag(20, 2)}}));
     auto pieces = Explode(Insert({10, 20, 0}, {1, 1, 1}, kQuarter));
     ASSERT_EQ(pieces.size(), 5u);
     ExpectPoint(OnEllipse(pieces[0], 0), {10, 22, 0});

@@ -8,6 +8,7 @@
 //                                           and "!" with the reason it was refused
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "cad/BlockClone.h"
 #include "cad/BlockReference.h"
@@ -30,63 +31,71 @@ int Usage() {
     return 2;
 }
 
+int Save(const cad::Database& db, const char* out) {
+    base::Status saved = db.Save(out);
+    return saved ? 0 : Fail(saved.Message());
+}
+
+// Each function reads what it needs, does its one thing and saves; 0, or the exit code of a
+// failure it has told.
+int CloneBlock(const char* sourcePath, const char* name, const char* targetPath, const char* out) {
+    auto source = cad::Database::Open(sourcePath);
+    auto target = cad::Database::Open(targetPath);
+    if (!source || !target)
+        return Fail((source ? target : source).GetStatus().Message());
+    cad::BlockRecord block = (*source)->FindBlock(name);
+    if (!block)
+        return Fail(std::string(sourcePath) + " has no block \"" + name + "\"");
+    auto copy = cad::CloneBlock(block, **target);
+    if (!copy)
+        return Fail(copy.GetStatus().Message());
+    return Save(**target, out);
+}
+
+int InsertDrawing(const char* sourcePath, const char* targetPath, const char* name,
+                  const char* out) {
+    auto source = cad::Database::Open(sourcePath);
+    auto target = cad::Database::Open(targetPath);
+    if (!source || !target)
+        return Fail((source ? target : source).GetStatus().Message());
+    auto block = cad::InsertDrawingAsBlock(**source, **target, name);
+    if (!block)
+        return Fail(block.GetStatus().Message());
+    return Save(**target, out);
+}
+
+int Explode(const char* path, const char* out, const std::vector<const char*>& handles) {
+    auto db = cad::Database::Open(path);
+    if (!db)
+        return Fail(db.GetStatus().Message());
+    for (const char* handle : handles) {
+        cad::Object object = (*db)->ObjectByHandle(cad::ParseHandle(handle));
+        if (object.Type() != "INSERT" && object.Type() != "MINSERT")
+            return Fail(std::string(handle) + " is not a block reference");
+        cad::BlockReference reference((*db).get(), object.Index());
+        auto pieces = cad::ExplodeInto(reference);
+        std::printf("%s", handle);
+        if (!pieces) {
+            std::printf(" ! %s\n", pieces.GetStatus().Message().c_str());
+            continue;
+        }
+        reference.Erase();
+        for (const cad::Entity& piece : *pieces)
+            std::printf(" %s", piece.HandleString().c_str());
+        std::printf("\n");
+    }
+    return Save(**db, out);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc < 2)
-        return Usage();
-    const std::string command = argv[1];
-    if (command == "clone-block" && argc == 6) {
-        auto source = cad::Database::Open(argv[2]);
-        if (!source)
-            return Fail(source.GetStatus().Message());
-        auto target = cad::Database::Open(argv[4]);
-        if (!target)
-            return Fail(target.GetStatus().Message());
-        cad::BlockRecord block = (*source)->FindBlock(argv[3]);
-        if (!block)
-            return Fail(std::string(argv[2]) + " has no block \"" + argv[3] + "\"");
-        auto copy = cad::CloneBlock(block, **target);
-        if (!copy)
-            return Fail(copy.GetStatus().Message());
-        base::Status saved = (*target)->Save(argv[5]);
-        return saved ? 0 : Fail(saved.Message());
-    }
-    if (command == "insert-drawing" && argc == 6) {
-        auto source = cad::Database::Open(argv[2]);
-        if (!source)
-            return Fail(source.GetStatus().Message());
-        auto target = cad::Database::Open(argv[3]);
-        if (!target)
-            return Fail(target.GetStatus().Message());
-        auto block = cad::InsertDrawingAsBlock(**source, **target, argv[4]);
-        if (!block)
-            return Fail(block.GetStatus().Message());
-        base::Status saved = (*target)->Save(argv[5]);
-        return saved ? 0 : Fail(saved.Message());
-    }
-    if (command == "explode" && argc >= 5) {
-        auto db = cad::Database::Open(argv[2]);
-        if (!db)
-            return Fail(db.GetStatus().Message());
-        for (int a = 4; a < argc; ++a) {
-            cad::Object object = (*db)->ObjectByHandle(cad::ParseHandle(argv[a]));
-            if (object.Type() != "INSERT" && object.Type() != "MINSERT")
-                return Fail(std::string(argv[a]) + " is not a block reference");
-            cad::BlockReference reference((*db).get(), object.Index());
-            auto pieces = cad::ExplodeInto(reference);
-            std::printf("%s", argv[a]);
-            if (!pieces) {
-                std::printf(" ! %s\n", pieces.GetStatus().Message().c_str());
-                continue;
-            }
-            reference.Erase();
-            for (const cad::Entity& piece : *pieces)
-                std::printf(" %s", piece.HandleString().c_str());
-            std::printf("\n");
-        }
-        base::Status saved = (*db)->Save(argv[3]);
-        return saved ? 0 : Fail(saved.Message());
-    }
+    const std::string command = argc > 1 ? argv[1] : "";
+    if (command == "clone-block" && argc == 6)
+        return CloneBlock(argv[2], argv[3], argv[4], argv[5]);
+    if (command == "insert-drawing" && argc == 6)
+        return InsertDrawing(argv[2], argv[3], argv[4], argv[5]);
+    if (command == "explode" && argc >= 5)
+        return Explode(argv[2], argv[3], std::vector<const char*>(argv + 4, argv + argc));
     return Usage();
 }
