@@ -367,8 +367,14 @@ base::Status TransformLwPolyline(TagList& tags, OwnTags& own, const Matrix3d& m)
         }
     }
     const double newElevation = plane.toNew.Apply({0, 0, elevation}).z;
-    if (own.Has(38) || newElevation != 0)
+    if (own.Has(38)) {
         own.SetReal(38, newElevation, "AcDbPolyline");
+    } else if (newElevation != 0) {
+        // The elevation goes before the vertices, where AutoCAD writes it.
+        const std::size_t first = own.Find(10);
+        tags.insert(tags.begin() + static_cast<std::ptrdiff_t>(first != npos ? first : own.End()),
+                    RealTag(38, newElevation));
+    }
     SetNormal(own, plane.normal, "AcDbPolyline");
     return base::Status::Ok();
 }
@@ -481,9 +487,10 @@ base::Status TransformText(TagList& tags, OwnTags& own, const Matrix3d& m) {
     if (const std::size_t i = own.Find(11); i != npos)
         own.SetPointAt(i, plane.toNew.Apply(own.PointAt(i)));
     own.Scale(40, sy);
-    if (sx != sy)
+    const bool stretched = !Near(sx, sy, std::fmax(sx, sy));
+    if (stretched)
         own.SetReal(41, own.Real(41, 1) * sx / sy, subclass);
-    if (const std::size_t i = own.Find(51); i != npos && sx != sy)
+    if (const std::size_t i = own.Find(51); i != npos && stretched)
         own.SetRealAt(i, std::atan(std::tan(own.RealAt(i) * kDegree) * sx / sy) / kDegree);
     const double newRotation = Degrees(x);
     if (own.Has(50) || newRotation != 0)

@@ -23,10 +23,9 @@ namespace cad {
 //     if (auto pieces = ExplodeInto(reference)) reference.Erase();
 // Fails, changing nothing, for a null reference, a MINSERT, a missing block, an external
 // reference, a block that is not explodable, an x or y scale of 0 (a z scale of 0, which LibreCAD
-// writes for flat blocks, reads as 1), a space of another drawing, and a
-// piece that cannot follow the transform (types it doesn't handle; arcs and widths of polylines
-// and hatches under a scale that differs within their plane...): the message names the reference
-// and the piece.
+// writes for flat blocks, reads as 1), a space of another drawing, and a piece that cannot
+// follow the transform (types it doesn't handle; arcs and widths of polylines and hatches under a
+// scale that differs within their plane...): the message names the reference and the piece.
 base::Result<std::vector<Entity>> ExplodeInto(const BlockReference& reference,
                                               BlockRecord space = {},
                                               bool withAttributeDefinitions = false);

@@ -170,6 +170,21 @@ TEST_F(ExplodeTest, NonUniformScaleRefusesArcsOfPolylinesAndChangesNothing) {
     EXPECT_EQ(db->HandleSeed(), seed);
 }
 
+TEST_F(ExplodeTest, NonUniformScaleWidensUprightTextAndRefusesToSlantTurnedText) {
+    auto text = parts.AddText({2, 1, 0}, 0.25, "A");
+    ASSERT_TRUE(text);
+    auto pieces = Explode(Insert({10, 20, 0}, {2, 1, 1}));
+    ASSERT_EQ(pieces.size(), 1u);
+    cad::Text wide(db.get(), pieces[0].Index());
+    ExpectPoint(wide.Position(), {12, 20, 0});
+    EXPECT_DOUBLE_EQ(wide.Height(), 0.25);
+    EXPECT_DOUBLE_EQ(wide.GetReal(41), 2);
+    text->SetRotation(cad::kPi / 4);
+    auto refused = cad::ExplodeInto(Insert({10, 20, 0}, {2, 1, 1}));
+    ASSERT_FALSE(refused);
+    EXPECT_NE(refused.GetStatus().Message().find("slanted"), std::string::npos);
+}
+
 TEST_F(ExplodeTest, MirroredScaleTurnsPlanesOverAndKeepsTheShapes) {
     ASSERT_TRUE(parts.AddArc({2, 1, 0}, 1, 0, kQuarter));
     ASSERT_TRUE(parts.AddText({2, 1, 0}, 0.25, "A"));
