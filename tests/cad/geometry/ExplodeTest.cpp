@@ -401,4 +401,38 @@ TEST_F(ExplodeTest, ExplodingAndErasingLeavesThePiecesInTheReferencesSpace) {
     ExpectPoint(cad::Line(reread->get(), entities.back().Index()).End(), {11, 20, 0});
 }
 
+TEST(ExplodeR12, AnR12DrawingExplodesIntoItsEntitiesSectionAndHasNoEllipses) {
+    // A block "B" of a circle, referenced once at (5,5) and once scaled (2,1).
+    std::string dxf;
+    for (const char* line :
+         {"0",  "SECTION", "2",  "HEADER", "9",  "$ACADVER", "1",  "AC1009",  "0",  "ENDSEC",
+          "0",  "SECTION", "2",  "BLOCKS", "0",  "BLOCK",    "8",  "0",       "2",  "B",
+          "70", "0",       "10", "0.0",    "20", "0.0",      "30", "0.0",     "0",  "CIRCLE",
+          "8",  "0",       "10", "1.0",    "20", "0.0",      "30", "0.0",     "40", "1.0",
+          "0",  "ENDBLK",  "8",  "0",      "0",  "ENDSEC",   "0",  "SECTION", "2",  "ENTITIES",
+          "0",  "INSERT",  "8",  "Doors",  "2",  "B",        "10", "5.0",     "20", "5.0",
+          "30", "0.0",     "0",  "INSERT", "8",  "0",        "2",  "B",       "10", "0.0",
+          "20", "0.0",     "30", "0.0",    "41", "2.0",      "42", "1.0",     "0",  "ENDSEC",
+          "0",  "EOF"}) {
+        dxf += line;
+        dxf += "\n";
+    }
+    auto db = cad::Database::FromBytes(dxf, "r12.dxf");
+    ASSERT_TRUE(db) << db.GetStatus().Message();
+    std::vector<Entity> model = (*db)->ModelSpace().Entities();
+    ASSERT_EQ(model.size(), 2u);
+    auto pieces = cad::ExplodeInto(BlockReference(db->get(), model[0].Index()));
+    ASSERT_TRUE(pieces) << pieces.GetStatus().Message();
+    ASSERT_EQ(pieces->size(), 1u);
+    ExpectPoint(cad::Circle(db->get(), (*pieces)[0].Index()).Center(), {6, 5, 0});
+    EXPECT_EQ((*pieces)[0].LayerName(), "Doors");
+    EXPECT_EQ((*db)->ModelSpace().Entities().size(), 3u);
+    const std::string before = (*db)->Write();
+    auto uneven = cad::ExplodeInto(BlockReference(db->get(), model[1].Index()));
+    ASSERT_FALSE(uneven);
+    EXPECT_NE(uneven.GetStatus().Message().find("R12"), std::string::npos)
+        << uneven.GetStatus().Message();
+    EXPECT_EQ((*db)->Write(), before);
+}
+
 }  // namespace
