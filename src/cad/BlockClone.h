@@ -20,7 +20,7 @@ class Database;
 // what each kind of handle does). A record the target has by name, without regard to case,
 // stands for the source's. Text is re-encoded for the target. The source is never changed.
 // A block of that name in the target is returned as it is, nothing copied; an anonymous block
-// (*U, *D...) is always copied, under the next free name of its kind. An R12 source is copied
+// (*U, *D...) of another drawing is always copied, under the next free name of its kind. An R12 source is copied
 // into a newer target through a copy brought to the newest release (the mapping keeps only the
 // source's own handles). Fails, leaving the target as it was, for a null view, a layout, a
 // newer source and an R12 target, and entity types the target's release lacks (LWPOLYLINE and

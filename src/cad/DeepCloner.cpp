@@ -274,6 +274,17 @@ struct DeepCloner::Impl {
         if (key && map.Contains(key))
             return map.Lookup(key);
         const std::string name = block.Name();
+        if (&src == &tgt) {
+            // Within one drawing every block is its own match, anonymous ones too: copies of
+            // references show the same block.
+            Planned same;
+            same.name = name;
+            same.target = block.Index();
+            AddPlanned(std::move(same), key);
+            if (key)
+                Assign(key, key, false);
+            return key;
+        }
         if (block.IsLayout()) {
             // Layouts are never copied: a pointer at one means the target's of that name.
             BlockRecord layout = block.IsModelSpace() ? tgt.ModelSpace() : tgt.FindBlock(name);
@@ -623,12 +634,15 @@ struct DeepCloner::Impl {
 
     // ---- Making
 
-    // A soft pointer: the copy or the target's record of that name, else 0.
+    // A soft pointer: the copy or the target's record of that name, else 0 (itself within one
+    // drawing).
     Handle TranslateSoft(Handle h) {
         if (h == 0)
             return 0;
         if (map.Contains(h))
             return map.Lookup(h);
+        if (&src == &tgt)
+            return h;  // within one drawing what stayed behind is still there
         const std::uint32_t rec = src.Lookup(h);
         return rec == kNone ? 0 : Resolve(rec, false);
     }

@@ -11,7 +11,9 @@
 // 390-399, 480, 481) bring or match what they name; soft pointers (330-339, 1005) are translated
 // when what they name came along or is matched by name, else set to 0; reactors and block
 // reference lists ({ACAD_REACTORS}, {BLKREFS}) keep only what came along; 320-329 stay as they
-// are. The draw-order table of a block is carried with its order kept.
+// are. The draw-order table of a block is carried with its order kept. Within one drawing (source
+// and target the same) every block, record and object outside the copies stands for itself, and
+// a pointer at something that stayed behind keeps pointing at it.
 //
 // Text is read in the source's encoding and written in the target's.
 

@@ -280,6 +280,25 @@ TEST_F(ExplodeTest, NestedReferencesStayReferencesTransformed) {
     ExpectPoint(nested.ScaleFactors(), {2, 2, 2});
 }
 
+TEST_F(ExplodeTest, PiecesKeepNamingWhatStaysInTheDrawing) {
+    auto anonymous = db->CreateBlock("*U7");
+    ASSERT_TRUE(anonymous);
+    ASSERT_TRUE(anonymous->AddLine({0, 0, 0}, {1, 0, 0}));
+    ASSERT_TRUE(parts.AddBlockReference(*anonymous, {1, 1, 0}));
+    auto outside = db->ModelSpace().AddLine({0, 0, 0}, {5, 5, 0});
+    ASSERT_TRUE(outside);
+    auto line = parts.AddLine({1, 1, 0}, {2, 1, 0});
+    ASSERT_TRUE(line);
+    ASSERT_TRUE(line->SetXdata("VELMAR_TEST", {{1005, outside->HandleString()}}));
+    const std::size_t blocks = db->Blocks().size();
+    auto pieces = Explode(Insert({10, 20, 0}));
+    ASSERT_EQ(pieces.size(), 2u);
+    EXPECT_EQ(BlockReference(db.get(), pieces[0].Index()).Block(), *anonymous);
+    EXPECT_EQ(db->Blocks().size(), blocks);
+    EXPECT_EQ(pieces[1].Xdata("VELMAR_TEST"),
+              (cad::TagList{{1001, "VELMAR_TEST"}, {1005, outside->HandleString()}}));
+}
+
 TEST_F(ExplodeTest, PolylineVerticesFollowInTheirPlaneOrInTheWorld) {
     auto flat =
         Add("POLYLINE", Join({{{100, "AcDb2dPolyline"}, {66, "1"}}, XYZ(10, {}), {{70, "0"}}}));
