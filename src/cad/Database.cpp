@@ -1294,27 +1294,41 @@ SymbolRecord Database::FindRecord(std::string_view table, std::string_view name)
     return SymbolRecord();
 }
 
+std::uint32_t Database::EnsureTable(std::string_view table) {
+    std::uint32_t t = FindTable(table);
+    if (t != kNone) return t;
+    std::uint32_t section = EnsureSection(SectionKind::Tables);
+    std::uint32_t end = SectionEnd(section);
+    TagList head = {{0, "TABLE"}, {2, std::string(table)}};
+    if (release_ >= 1012) {
+        head.push_back({5, HandleText(NextHandle())});
+        head.push_back({330, "0"});
+        head.push_back({100, "AcDbSymbolTable"});
+    }
+    head.push_back({70, "0"});
+    t = NewRecord(head, records_[end].prev, SectionKind::Tables, section);
+    NewRecord({{0, "ENDTAB"}}, t, SectionKind::Tables, t);
+    return t;
+}
+
+std::uint32_t Database::LastInTable(std::uint32_t t) const {
+    std::uint32_t last = t;
+    while (records_[last].next != kNone && records_[records_[last].next].parent == t) last = records_[last].next;
+    return TypeIs(last, "ENDTAB") ? records_[last].prev : last;
+}
+
+void Database::RaiseTableCount(std::uint32_t t, std::string_view table) {
+    // The table's count is a hint to readers; keep it no lower than the records it has.
+    Object tableObject(this, t);
+    long long count = static_cast<long long>(TableRecords(table).size());
+    if (tableObject.GetInt(70, 0) < count) tableObject.SetInt(70, count);
+}
+
 base::Result<SymbolRecord> Database::AddRecord(std::string_view table, std::string_view name, const TagList& data) {
     if (name.empty()) return base::Status::Error(fmt::format("a {} record needs a name", table));
     if (SymbolRecord existing = FindRecord(table, name)) return existing;
     bool r13 = release_ >= 1012;
-    std::uint32_t t = FindTable(table);
-    if (t == kNone) {
-        std::uint32_t section = EnsureSection(SectionKind::Tables);
-        std::uint32_t end = SectionEnd(section);
-        TagList head = {{0, "TABLE"}, {2, std::string(table)}};
-        if (r13) {
-            head.push_back({5, HandleText(NextHandle())});
-            head.push_back({330, "0"});
-            head.push_back({100, "AcDbSymbolTable"});
-        }
-        head.push_back({70, "0"});
-        t = NewRecord(head, records_[end].prev, SectionKind::Tables, section);
-        NewRecord({{0, "ENDTAB"}}, t, SectionKind::Tables, t);
-    }
-    std::uint32_t endtab = t;
-    while (records_[endtab].next != kNone && records_[records_[endtab].next].parent == t) endtab = records_[endtab].next;
-    if (TypeIs(endtab, "ENDTAB")) endtab = records_[endtab].prev;
+    std::uint32_t t = EnsureTable(table);
     TagList tags = {{0, std::string(table)}, {table == "DIMSTYLE" ? 105 : 5, HandleText(NextHandle())}};
     if (r13) {
         tags.push_back({330, Object(this, t).HandleString()});
@@ -1324,11 +1338,8 @@ base::Result<SymbolRecord> Database::AddRecord(std::string_view table, std::stri
     tags.push_back({2, std::string(name)});
     if (table != "BLOCK_RECORD") tags.push_back({70, "0"});
     tags.insert(tags.end(), data.begin(), data.end());
-    std::uint32_t rec = NewRecord(tags, endtab, SectionKind::Tables, t);
-    // The table's count is a hint to readers; keep it no lower than the records it has.
-    Object tableObject(this, t);
-    long long count = static_cast<long long>(TableRecords(table).size());
-    if (tableObject.GetInt(70, 0) < count) tableObject.SetInt(70, count);
+    std::uint32_t rec = NewRecord(tags, LastInTable(t), SectionKind::Tables, t);
+    RaiseTableCount(t, table);
     return SymbolRecord(this, rec);
 }
 

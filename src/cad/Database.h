@@ -185,6 +185,7 @@ private:
     friend class Polyline;
     friend class BlockNesting;
     friend class AttributeTemplate;
+    friend class DeepCloner;
 
     // One record of the file: a 0 tag and the tags up to the next 0 tag. Kept at 32 bytes: a
     // drawing has one per entity and attribute.
@@ -285,6 +286,12 @@ private:
     std::uint32_t SectionEnd(std::uint32_t sectionRec) const;
     std::uint32_t EnsureSection(SectionKind kind);
     std::uint32_t FindTable(std::string_view table) const;
+    // The TABLE record of `table`, made (with its ENDTAB) when missing.
+    std::uint32_t EnsureTable(std::string_view table);
+    // The last record of table `t`; `t` itself when the table is empty.
+    std::uint32_t LastInTable(std::uint32_t t) const;
+    // Keeps the count of table `t` (a hint to readers) no lower than the records it has.
+    void RaiseTableCount(std::uint32_t t, std::string_view table);
     std::uint32_t HeaderTagIndex(std::string_view name) const;
     void SyncHandSeed();
     // The unit settings as the header has them now.
