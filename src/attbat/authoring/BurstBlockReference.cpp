@@ -2,6 +2,7 @@
 
 #include "attbat/authoring/PassSupport.h"
 #include "cad/Database.h"
+#include "cad/geometry/Explode.h"
 #include "host/Printer.h"
 
 namespace attbat {
@@ -48,7 +49,23 @@ bool AttributeToText(const cad::AttributeBase& attribute, cad::BlockRecord& spac
 bool BurstBlockReference(cad::BlockReference& reference) {
     cad::BlockRecord block = reference.Block();
     if (!block || !block.HasAttributeDefinitions()) return false;
-    return false;
+    cad::BlockRecord space = reference.OwnerBlock();
+    // The pieces come first: a block the explode refuses leaves the reference as it was.
+    auto pieces = cad::ExplodeInto(reference, space, true);
+    if (!pieces) {
+        host::Printf("\nError in Bust: %s.", pieces.GetStatus().Message());
+        return false;
+    }
+    // Constant definitions show as texts where the reference showed them; the others go.
+    for (cad::Entity& piece : *pieces) {
+        if (piece.Type() != "ATTDEF") continue;
+        cad::AttributeDefinition def(piece.GetDatabase(), piece.Index());
+        if (def.IsConstant()) AttributeToText(def, space);
+        piece.Erase();
+    }
+    for (const cad::Attribute& attribute : reference.Attributes()) AttributeToText(attribute, space);
+    reference.Erase();
+    return true;
 }
 
 }  // namespace attbat

@@ -12,8 +12,10 @@ namespace attbat {
 // its position (left, aligned or fit on the baseline) or its alignment point. A multi-line
 // attribute gives none and says so on the command line. False when no text was made.
 bool AttributeToText(const cad::AttributeBase& attribute, cad::BlockRecord& space);
-// Bursts `reference`; a block without attribute definitions isn't burst and stays a reference
-// (false). An explode failure leaves the reference, and the texts made, as they are.
+// Bursts `reference`: the pieces of its block in its space (constant attribute definitions as
+// texts, the others left out), its attributes as texts, and the reference erased. A block
+// without attribute definitions isn't burst and stays a reference (false); so does one the
+// explode refuses, said on the command line, with nothing made.
 bool BurstBlockReference(cad::BlockReference& reference);
 
 }  // namespace attbat

@@ -186,6 +186,7 @@ void InsertBlocksFromRows(const tables::CStringTable& table, const CInsertBlocks
     if (rows.FirstRow() < 1) host::Printf("\nError: failed to get the min row from the data table.");
     TargetDrawings drawings(settings.dryRun);
     AttributeTemplates templates;
+    BlockImporter importer(options.blockLibraryDwg, settings.searchPath);
     host::ProgressMeter meter("Inserting blocks...", table.GetSize());
     std::string cell;
     for (int i = 0; i < table.GetSize() && !host::ProgressMeter::Cancelled(); ++i, meter.Step()) {
@@ -211,7 +212,7 @@ void InsertBlocksFromRows(const tables::CStringTable& table, const CInsertBlocks
             drawings.EndRow();
             continue;
         }
-        cad::BlockRecord block = FindOrImportBlock(blockName, options.blockLibraryDwg, db, settings.searchPath);
+        cad::BlockRecord block = importer.FindOrImportBlock(blockName, db);
         if (!block) {
             if (drawings.PathGiven()) host::Printf("\nCannot find block %s in %s.", blockName, path);
             else host::Printf("\nCannot find block %s.", blockName);

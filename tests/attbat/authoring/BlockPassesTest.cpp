@@ -218,3 +218,82 @@ TEST_F(UpdatePassTest, ALinkRowAboveTheTablesFirstRowEndsTheCommand) {
 
 }  // namespace
 }  // namespace attbat
+
+namespace attbat {
+namespace {
+
+const std::string kLibrary = std::string(VELMAR_CORPUS) + "/dxf/librecad-arch-library-ac1021.dxf";
+
+TEST_F(AuthoringTest, AMissingBlockComesFromTheLibraryDrawingWithItsGeometry) {
+    options.blockLibraryDwg = kLibrary;
+    Insert(Rows({kHeader, {"SOFA", "10", "20"}, {"SOFA", "30", "20"}}));
+    cad::BlockRecord sofa = current->Database().FindBlock("SOFA");
+    ASSERT_TRUE(sofa);
+    EXPECT_EQ(sofa.Entities().size(), 17u);
+    EXPECT_EQ(NewReferences().size(), 2u);
+    // Read once: the second row finds the block the first brought in.
+    EXPECT_EQ(Printed().find("Can't"), std::string::npos) << Printed();
+}
+
+TEST_F(AuthoringTest, ABlockNeitherInTheDrawingNorInTheLibraryIsADrawingOfItsNameOnTheSearchPath) {
+    std::filesystem::create_directories(File("blocks"));
+    std::filesystem::copy_file(kFloor, File("blocks/PLAN_STAMP.dxf"));
+    options.blockLibraryDwg = kLibrary;
+    Insert(Rows({kHeader, {"PLAN_STAMP", "5", "5"}}));
+    EXPECT_NE(Printed().find("Cannot find block PLAN_STAMP."), std::string::npos);
+    settings.searchPath = {File("blocks")};
+    Insert(Rows({kHeader, {"PLAN_STAMP", "5", "5"}}));
+    cad::BlockRecord stamp = current->Database().FindBlock("PLAN_STAMP");
+    ASSERT_TRUE(stamp);
+    EXPECT_EQ(stamp.Entities().size(), current->Database().ModelSpace().Entities().size() - 1);
+    ASSERT_EQ(NewReferences().size(), 1u);
+}
+
+TEST_F(AuthoringTest, ADrawingOfTheBlocksNameBesideTheDrawingIsFoundFirst) {
+    std::filesystem::copy_file(kFloor, File("BESIDE.dxf"));
+    Insert(Rows({kHeader, {"BESIDE", "5", "5"}}));
+    EXPECT_TRUE(current->Database().FindBlock("BESIDE"));
+}
+
+TEST_F(AuthoringTest, BlockBurstWithNoBurstColumnBurstsEveryReferenceThatHasAttributeDefinitions) {
+    options.blockBurst = 1;
+    options.blockLibraryDwg = kLibrary;
+    const std::size_t before = current->Database().ModelSpace().Entities().size();
+    PassReport report = Insert(Rows({kHeader, {"DOOR", "100", "200", "D10"}, {"SOFA", "10", "20"}}));
+    EXPECT_EQ(report.burst, 1);
+    std::vector<cad::BlockReference> made = NewReferences();
+    // The sofa has no definitions: it stays a reference, and gets no row link.
+    ASSERT_EQ(made.size(), 1u);
+    EXPECT_EQ(made[0].BlockName(), "SOFA");
+    EXPECT_EQ(RowLink(made[0]), "");
+    // The door's pieces and a text for each of its attributes, where the reference showed them.
+    bool found = false;
+    for (const cad::Entity& e : current->Database().ModelSpace().Entities()) {
+        if (e.Type() != "TEXT") continue;
+        cad::Text text(e.GetDatabase(), e.Index());
+        if (text.TextString() == "D10") {
+            found = true;
+            EXPECT_NEAR(text.Position().x, 100, 1e-9);
+            EXPECT_NEAR(text.Position().y, 199.7, 1e-9);
+        }
+    }
+    EXPECT_TRUE(found);
+    EXPECT_GT(current->Database().ModelSpace().Entities().size(), before + 1);
+}
+
+TEST_F(AuthoringTest, ABurstColumnCellOfYesInAnyCaseBurstsAndOneDoesNot) {
+    options.blockBurst = 1;
+    options.useBurstColumn = 1;
+    options.burstColumn = 4;
+    PassReport report = Insert(Rows({{"Block", "Position X", "Position Y", "Burst"},
+                                     {"DOOR", "1", "1", " yEs "},
+                                     {"DOOR", "2", "2", "1"},
+                                     {"DOOR", "3", "3", "TRUE"}}));
+    EXPECT_EQ(report.burst, 2);
+    ASSERT_EQ(NewReferences().size(), 1u);
+    EXPECT_EQ(NewReferences()[0].Position().x, 2);
+    EXPECT_EQ(RowLink(NewReferences()[0]), File("rows.xlsx") + "|Rows|3");
+}
+
+}  // namespace
+}  // namespace attbat
