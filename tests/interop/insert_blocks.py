@@ -126,6 +126,74 @@ def records(path):
     return out
 
 
+def shapes(entities):
+    """(type, point) of each entity, rounded to 1e-9, sorted: what a viewer shows and where."""
+    out = []
+    for e in entities:
+        kind = e.dxftype()
+        if kind in ("LINE",):
+            point = e.dxf.start
+        elif kind in ("ARC", "CIRCLE", "ELLIPSE"):
+            point = e.dxf.center
+        elif kind == "LWPOLYLINE":
+            point = tuple(e.get_points("xy")[0]) + (e.dxf.elevation,)
+        elif e.dxf.is_supported("insert"):
+            point = e.dxf.get("insert", (0, 0, 0))
+        else:
+            point = (0, 0, 0)
+        out.append((kind, tuple(round(c, 9) + 0.0 for c in point)))
+    return sorted(out)
+
+
+def library_and_burst():
+    """A block taken from a corpus library drawing into the sample, and bursts compared with
+    ezdxf's explode of the same references."""
+    library = SOURCE / "tests/corpus/dxf/librecad-arch-library-ac1021.dxf"
+    with tempfile.TemporaryDirectory(prefix="velmar-insert-") as folder:
+        work = Path(folder)
+        for name in ["whole.dxf", "burst.dxf"]:
+            shutil.copy(SAMPLE, work / name)
+        rows = {2: ["SOFA", 10.0, 20.0, "A-WALL", 1, 1, 1, None, None, None, None, ""],
+                3: ["DOOR", 50.0, 60.0, "A-DOOR", 2, 2, 2, "D-BURST", "1200", None, None, ""],
+                4: ["WINDOW", -5.0, 7.5, "0", 1, 1, 1, "W-BURST", "800", None, None, ""]}
+        sheet = work / "rows.xlsx"
+        write_sheet(sheet, rows)
+        common = ["--workbook", sheet, "insert-blocks", "--block-name-column", "A", "--tags-from", "header-row",
+                  "--header-row", "1", "--block-library", library]
+        velmar(work, "--drawing", work / "whole.dxf", *common)
+        velmar(work, "--drawing", work / "burst.dxf", *common, "--block-burst", "on")
+        source = ezdxf.readfile(library)
+        whole = ezdxf.readfile(work / "whole.dxf")
+        if "SOFA" not in whole.blocks:
+            fail("library: SOFA was not brought into the drawing")
+            return
+        if shapes(whole.blocks["SOFA"]) != shapes(source.blocks["SOFA"]):
+            fail("library: SOFA's entities differ from the library's")
+        for layer in {e.dxf.layer for e in source.blocks["SOFA"]}:
+            if layer not in whole.layers:
+                fail(f"library: layer {layer} of SOFA did not come along")
+        if audit_errors(work / "whole.dxf") != audit_errors(SAMPLE):
+            fail(f"library: ezdxf's audit found {audit_errors(work / 'whole.dxf')}")
+        # Bursts: what ezdxf's explode of the whole references gives, texts for attributes included.
+        original = {e.dxf.handle for e in ezdxf.readfile(SAMPLE).modelspace()}
+        expected = []
+        for ref in whole.modelspace().query("INSERT"):
+            if ref.dxf.handle not in original and ref.dxf.name in ("DOOR", "WINDOW"):
+                expected += [e for e in ref.explode() if e.dxftype() != "ATTDEF"]
+        burst = ezdxf.readfile(work / "burst.dxf")
+        pieces = [e for e in burst.modelspace() if e.dxf.handle not in original and e.dxftype() != "INSERT"]
+        if not expected or shapes(pieces) != shapes(expected):
+            fail(f"burst: {shapes(pieces)} differ from ezdxf's explode {shapes(expected)}")
+        texts = sorted(e.dxf.text for e in pieces if e.dxftype() == "TEXT")
+        if "D-BURST" not in texts or "W-BURST" not in texts:
+            fail(f"burst: attribute texts {texts}")
+        left = [e.dxf.name for e in burst.modelspace().query("INSERT") if e.dxf.handle not in original]
+        if left != ["SOFA"]:
+            fail(f"burst: references left {left}, only SOFA (no definitions) should stay")
+        if audit_errors(work / "burst.dxf") != audit_errors(SAMPLE):
+            fail(f"burst: ezdxf's audit found {audit_errors(work / 'burst.dxf')}")
+
+
 def main():
     with tempfile.TemporaryDirectory(prefix="velmar-insert-") as folder:
         work = Path(folder)
@@ -175,6 +243,7 @@ def main():
             fail(f"update: records changed that no changed row names: {sorted(moved - allowed)[:10]}")
         if len(moved & {by_row[n].dxf.handle for n in changed}) != 50:
             fail(f"update: {len(moved & allowed)} of the changed rows' records changed")
+    library_and_burst()
     if failures:
         print(f"{len(failures)} failure(s)")
         return 1
