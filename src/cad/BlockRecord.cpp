@@ -201,7 +201,7 @@ base::Result<Entity> BlockRecord::AppendEntity(std::string_view type, std::strin
     tags.push_back({8, std::string(layer.empty() ? "0" : layer)});
     for (const Tag& t : data)
         if (r13 || t.code != 100) tags.push_back(t);
-    std::uint32_t rec = db.NewRecord(tags, after, section, parent);
+    std::uint32_t rec = db.NewRecord(std::move(tags), after, section, parent);
     return Entity(db_, rec);
 }
 

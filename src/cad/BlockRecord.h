@@ -30,6 +30,8 @@ public:
     bool operator==(const BlockRecord& other) const { return db_ == other.db_ && index_ == other.index_; }
     // Its place among the database's block records, for tables kept beside them.
     std::uint32_t Index() const { return index_; }
+    // The database the block belongs to; null for a null view.
+    Database* GetDatabase() const { return db_; }
 
     // The name as the file writes it ("*Model_Space", "*U12", "Door").
     std::string Name() const;

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <numbers>
 
+#include "cad/AttributeTemplate.h"
 #include "cad/BlockRecord.h"
 #include "cad/Database.h"
 #include "cad/geometry/Matrix3d.h"
@@ -77,41 +78,12 @@ Attribute BlockReference::AppendAttribute(std::string_view tag, std::string_view
     return AppendAttributeTags(tags);
 }
 
-Attribute BlockReference::AppendAttributeFromDefinition(const AttributeDefinition& def) {
-    if (!db_ || !def) return Attribute();
-    const bool r13 = db_->Release() >= 1012;
-    TagList tags = {{0, "ATTRIB"}, {5, HandleText(db_->NextHandle())}};
-    if (r13) tags.push_back({330, HandleString()});
-    bool inDefinition = !r13;  // R12 has no subclass markers: the prompt is the only group 3
-    bool promptDropped = false;
-    const Database& from = *def.GetDatabase();
-    const std::uint32_t rec = def.Index();
-    for (std::size_t i = 1, n = from.TagCount(rec); i < n; ++i) {
-        const int code = from.CodeAt(rec, i);
-        if (code == 1001) break;  // extended data belongs to the definition
-        if (code == 5 || code == 330) continue;
-        if (code == 102) {
-            // Extension dictionary and reactors: the group is skipped up to its closing brace.
-            while (i + 1 < n && !(from.CodeAt(rec, i) == 102 && from.TextAt(rec, i) == "}")) ++i;
-            continue;
-        }
-        std::string text = from.TextAt(rec, i);
-        if (code == 100 && text == "AcDbAttributeDefinition") {
-            tags.push_back({100, "AcDbAttribute"});
-            inDefinition = true;
-            continue;
-        }
-        if (code == 3 && inDefinition && !promptDropped) {
-            promptDropped = true;
-            continue;
-        }
-        tags.push_back({code, std::move(text)});
-    }
-    return AppendAttributeTags(tags);
+Attribute BlockReference::AppendAttributeFromDefinition(const AttributeDefinition& def, Point3 offset) {
+    return AttributeTemplate(def).AppendTo(*this, offset);
 }
 
-Attribute BlockReference::AppendAttributeTags(const TagList& tags) {
-    const std::uint32_t rec = AppendToSequence(tags);
+Attribute BlockReference::AppendAttributeTags(TagList tags) {
+    const std::uint32_t rec = AppendToSequence(std::move(tags));
     if (GetInt(66, 0) != 1) {
         // The flag stands right after the subclass marker, before the block name.
         std::size_t at = Find(2);

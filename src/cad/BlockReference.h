@@ -46,14 +46,15 @@ public:
     // Adds an attribute made from `def` as the definition stands in its block: its layer and
     // other properties, text, placement, justification and style, its tag and flags, the
     // default value as the text; the prompt, the definition's extension dictionary, reactors
-    // and extended data stay behind. Its place is the definition's own, so it sits right once
-    // the reference's block transform is applied to it (see TransformBy). A null view when
-    // either is null.
-    Attribute AppendAttributeFromDefinition(const AttributeDefinition& def);
-
-private:
-    // Appends the ATTRIB `tags` after the last attribute and marks the reference as having some.
-    Attribute AppendAttributeTags(const TagList& tags);
+    // and extended data stay behind. Its place is the definition's own moved by `offset` (world
+    // coordinates): with the reference's position less its block's base point, that is its
+    // place under a reference without scale or rotation; under any other, it sits right once the
+    // reference's block transform is applied to it (see TransformBy). A null view when either
+    // is null.
+    Attribute AppendAttributeFromDefinition(const AttributeDefinition& def, Point3 offset = {});
+    // Appends an ATTRIB of `tags` (its whole record, type, handle and owner included) after the
+    // last attribute, and marks the reference as having some.
+    Attribute AppendAttributeTags(TagList tags);
 };
 
 }  // namespace cad

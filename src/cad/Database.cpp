@@ -745,24 +745,23 @@ void Database::EraseTagsAt(std::uint32_t rec, std::size_t i, std::size_t count) 
     NotifyModified(rec);
 }
 
-std::uint32_t Database::NewRecord(const TagList& tags, std::uint32_t after, SectionKind section,
-                                  std::uint32_t parent) {
+std::uint32_t Database::NewRecord(TagList tags, std::uint32_t after, SectionKind section, std::uint32_t parent) {
     TouchRecords();
     Record r;
     r.section = section;
     r.parent = parent;
     r.owned = static_cast<std::uint32_t>(owned_.size());
-    std::vector<OwnedTag> owned;
-    owned.reserve(tags.size());
-    for (const Tag& t : tags) owned.push_back(NewTag(t.code, t.value));
-    owned_.push_back(std::move(owned));
-    std::uint32_t index = static_cast<std::uint32_t>(records_.size());
     for (const Tag& t : tags) {
         if (t.code == 5 || t.code == 105) {
             r.handle = ParseHandle(t.value);
             break;
         }
     }
+    std::vector<OwnedTag> owned;
+    owned.reserve(tags.size());
+    for (Tag& t : tags) owned.push_back(NewTag(t.code, std::move(t.value)));
+    owned_.push_back(std::move(owned));
+    std::uint32_t index = static_cast<std::uint32_t>(records_.size());
     records_.push_back(r);
     NoteBlockChange(index);
     if (records_.back().handle) IndexHandle(records_.back().handle, index);
@@ -908,8 +907,18 @@ std::uint32_t Database::SectionRecord(SectionKind kind) const {
 }
 
 std::uint32_t Database::SectionEnd(std::uint32_t sectionRec) const {
-    for (std::uint32_t k = records_[sectionRec].next; k != kNone; k = records_[k].next)
-        if (TypeIs(k, "ENDSEC")) return k;
+    // Entities appended one by one each ask for the end of their section: the last answer is
+    // kept while it still is the ENDSEC of that section.
+    auto known = sectionEnds_.find(sectionRec);
+    if (known != sectionEnds_.end() && known->second < records_.size() &&
+        records_[known->second].parent == sectionRec && TypeIs(known->second, "ENDSEC"))
+        return known->second;
+    for (std::uint32_t k = records_[sectionRec].next; k != kNone; k = records_[k].next) {
+        if (TypeIs(k, "ENDSEC")) {
+            sectionEnds_[sectionRec] = k;
+            return k;
+        }
+    }
     return kNone;
 }
 
@@ -932,12 +941,20 @@ std::uint32_t Database::EnsureSection(SectionKind kind) {
 std::uint32_t Database::HeaderTagIndex(std::string_view name) const {
     std::uint32_t rec = SectionRecord(SectionKind::Header);
     if (rec == kNone) return kNone;
-    std::size_t n = TagCount(rec);
-    for (std::size_t i = 2; i < n; ++i) {
-        if (CodeAt(rec, i) != 9) continue;
+    const std::size_t n = TagCount(rec);
+    auto isName = [&](std::size_t i) {
+        if (CodeAt(rec, i) != 9) return false;
         std::string_view raw = IsOriginal(rec, i) ? TrimBlanks(RawAt(rec, i)) : std::string_view();
-        if (IsOriginal(rec, i) ? base::EqualNoCase(raw, name) : base::EqualNoCase(TextAt(rec, i), name))
-            return static_cast<std::uint32_t>(i);
+        return IsOriginal(rec, i) ? base::EqualNoCase(raw, name) : base::EqualNoCase(TextAt(rec, i), name);
+    };
+    // A new handle writes $HANDSEED each time: where a variable was found is kept, and checked
+    // before it is trusted, since variables added earlier in the header move those behind them.
+    auto known = headerIndex_.find(name);
+    if (known != headerIndex_.end() && known->second < n && isName(known->second)) return known->second;
+    for (std::size_t i = 2; i < n; ++i) {
+        if (!isName(i)) continue;
+        headerIndex_.insert_or_assign(std::string(name), static_cast<std::uint32_t>(i));
+        return static_cast<std::uint32_t>(i);
     }
     return kNone;
 }
@@ -1024,6 +1041,34 @@ void Database::WriteTag(std::string& out, int code, std::string_view text) const
     AppendTag(out, code, text, stream_.form, codec_, eol_, paddedCodes_);
 }
 
+namespace {
+
+// A group code as ASCII DXF writes it, right-aligned in three places when `padded`; the codes
+// of a drawing are few, so their texts are made once.
+void AppendGroupCode(std::string& out, int code, bool padded) {
+    constexpr int kCached = 1100;
+    static const std::vector<std::string> texts[2] = {
+        [] {
+            std::vector<std::string> t;
+            for (int c = 0; c < kCached; ++c) t.push_back(fmt::format("{}", c));
+            return t;
+        }(),
+        [] {
+            std::vector<std::string> t;
+            for (int c = 0; c < kCached; ++c) t.push_back(fmt::format("{:>3}", c));
+            return t;
+        }()};
+    if (code >= 0 && code < kCached) {
+        out += texts[padded ? 1 : 0][static_cast<std::size_t>(code)];
+    } else if (padded) {
+        fmt::format_to(std::back_inserter(out), "{:>3}", code);
+    } else {
+        fmt::format_to(std::back_inserter(out), "{}", code);
+    }
+}
+
+}  // namespace
+
 void Database::AppendTag(std::string& out, int code, std::string_view text, DxfForm form,
                          const TextCodec& codec, const char* eol, bool paddedCodes) {
     ValueKind kind = KindOfCode(code);
@@ -1034,8 +1079,7 @@ void Database::AppendTag(std::string& out, int code, std::string_view text, DxfF
         return;
     }
     if (form == DxfForm::Ascii) {
-        if (paddedCodes) fmt::format_to(std::back_inserter(out), "{:>3}", code);
-        else fmt::format_to(std::back_inserter(out), "{}", code);
+        AppendGroupCode(out, code, paddedCodes);
         out += eol;
         if (kind == ValueKind::Text) out += codec.Encode(text);
         else out.append(text);
@@ -1250,27 +1294,41 @@ SymbolRecord Database::FindRecord(std::string_view table, std::string_view name)
     return SymbolRecord();
 }
 
+std::uint32_t Database::EnsureTable(std::string_view table) {
+    std::uint32_t t = FindTable(table);
+    if (t != kNone) return t;
+    std::uint32_t section = EnsureSection(SectionKind::Tables);
+    std::uint32_t end = SectionEnd(section);
+    TagList head = {{0, "TABLE"}, {2, std::string(table)}};
+    if (release_ >= 1012) {
+        head.push_back({5, HandleText(NextHandle())});
+        head.push_back({330, "0"});
+        head.push_back({100, "AcDbSymbolTable"});
+    }
+    head.push_back({70, "0"});
+    t = NewRecord(head, records_[end].prev, SectionKind::Tables, section);
+    NewRecord({{0, "ENDTAB"}}, t, SectionKind::Tables, t);
+    return t;
+}
+
+std::uint32_t Database::LastInTable(std::uint32_t t) const {
+    std::uint32_t last = t;
+    while (records_[last].next != kNone && records_[records_[last].next].parent == t) last = records_[last].next;
+    return TypeIs(last, "ENDTAB") ? records_[last].prev : last;
+}
+
+void Database::RaiseTableCount(std::uint32_t t, std::string_view table) {
+    // The table's count is a hint to readers; keep it no lower than the records it has.
+    Object tableObject(this, t);
+    long long count = static_cast<long long>(TableRecords(table).size());
+    if (tableObject.GetInt(70, 0) < count) tableObject.SetInt(70, count);
+}
+
 base::Result<SymbolRecord> Database::AddRecord(std::string_view table, std::string_view name, const TagList& data) {
     if (name.empty()) return base::Status::Error(fmt::format("a {} record needs a name", table));
     if (SymbolRecord existing = FindRecord(table, name)) return existing;
     bool r13 = release_ >= 1012;
-    std::uint32_t t = FindTable(table);
-    if (t == kNone) {
-        std::uint32_t section = EnsureSection(SectionKind::Tables);
-        std::uint32_t end = SectionEnd(section);
-        TagList head = {{0, "TABLE"}, {2, std::string(table)}};
-        if (r13) {
-            head.push_back({5, HandleText(NextHandle())});
-            head.push_back({330, "0"});
-            head.push_back({100, "AcDbSymbolTable"});
-        }
-        head.push_back({70, "0"});
-        t = NewRecord(head, records_[end].prev, SectionKind::Tables, section);
-        NewRecord({{0, "ENDTAB"}}, t, SectionKind::Tables, t);
-    }
-    std::uint32_t endtab = t;
-    while (records_[endtab].next != kNone && records_[records_[endtab].next].parent == t) endtab = records_[endtab].next;
-    if (TypeIs(endtab, "ENDTAB")) endtab = records_[endtab].prev;
+    std::uint32_t t = EnsureTable(table);
     TagList tags = {{0, std::string(table)}, {table == "DIMSTYLE" ? 105 : 5, HandleText(NextHandle())}};
     if (r13) {
         tags.push_back({330, Object(this, t).HandleString()});
@@ -1280,11 +1338,8 @@ base::Result<SymbolRecord> Database::AddRecord(std::string_view table, std::stri
     tags.push_back({2, std::string(name)});
     if (table != "BLOCK_RECORD") tags.push_back({70, "0"});
     tags.insert(tags.end(), data.begin(), data.end());
-    std::uint32_t rec = NewRecord(tags, endtab, SectionKind::Tables, t);
-    // The table's count is a hint to readers; keep it no lower than the records it has.
-    Object tableObject(this, t);
-    long long count = static_cast<long long>(TableRecords(table).size());
-    if (tableObject.GetInt(70, 0) < count) tableObject.SetInt(70, count);
+    std::uint32_t rec = NewRecord(tags, LastInTable(t), SectionKind::Tables, t);
+    RaiseTableCount(t, table);
     return SymbolRecord(this, rec);
 }
 

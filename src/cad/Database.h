@@ -4,6 +4,7 @@
 // file's own style (version, encoding, line ends, ASCII or binary).
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -183,6 +184,8 @@ private:
     friend class BlockReference;
     friend class Polyline;
     friend class BlockNesting;
+    friend class AttributeTemplate;
+    friend class DeepCloner;
 
     // One record of the file: a 0 tag and the tags up to the next 0 tag. Kept at 32 bytes: a
     // drawing has one per entity and attribute.
@@ -261,7 +264,7 @@ private:
     void SetTagAt(std::uint32_t rec, std::size_t i, std::string value);
     void InsertTagAt(std::uint32_t rec, std::size_t i, Tag tag);
     void EraseTagsAt(std::uint32_t rec, std::size_t i, std::size_t count);
-    std::uint32_t NewRecord(const TagList& tags, std::uint32_t after, SectionKind section,
+    std::uint32_t NewRecord(TagList tags, std::uint32_t after, SectionKind section,
                             std::uint32_t parent);
     void Unlink(std::uint32_t rec);
     void EraseRecord(std::uint32_t rec);
@@ -283,6 +286,12 @@ private:
     std::uint32_t SectionEnd(std::uint32_t sectionRec) const;
     std::uint32_t EnsureSection(SectionKind kind);
     std::uint32_t FindTable(std::string_view table) const;
+    // The TABLE record of `table`, made (with its ENDTAB) when missing.
+    std::uint32_t EnsureTable(std::string_view table);
+    // The last record of table `t`; `t` itself when the table is empty.
+    std::uint32_t LastInTable(std::uint32_t t) const;
+    // Keeps the count of table `t` (a hint to readers) no lower than the records it has.
+    void RaiseTableCount(std::uint32_t t, std::string_view table);
     std::uint32_t HeaderTagIndex(std::string_view name) const;
     void SyncHandSeed();
     // The unit settings as the header has them now.
@@ -329,6 +338,9 @@ private:
     std::uint32_t first_ = kNone;
     std::uint32_t last_ = kNone;
     Handle handSeed_ = 1;
+    // Lookups kept between calls, each checked before use (see SectionEnd, HeaderTagIndex).
+    mutable std::unordered_map<std::uint32_t, std::uint32_t> sectionEnds_;
+    mutable std::map<std::string, std::uint32_t, std::less<>> headerIndex_;
     int release_ = 1009;
     bool modified_ = false;
     bool handlesWereAssigned_ = false;

@@ -78,7 +78,7 @@ TagList Entity::SequenceEntityHead(std::string_view type) {
     return tags;
 }
 
-std::uint32_t Entity::AppendToSequence(const TagList& tags) {
+std::uint32_t Entity::AppendToSequence(TagList tags) {
     Database& db = *db_;
     std::uint32_t last = index_;
     std::uint32_t seqend = Database::kNone;
@@ -88,7 +88,7 @@ std::uint32_t Entity::AppendToSequence(const TagList& tags) {
         else last = k;
     }
     const SectionKind section = db.records_[index_].section;
-    const std::uint32_t rec = db.NewRecord(tags, last, section, index_);
+    const std::uint32_t rec = db.NewRecord(std::move(tags), last, section, index_);
     if (seqend == Database::kNone) db.NewRecord(SequenceEntityHead("SEQEND"), rec, section, index_);
     return rec;
 }

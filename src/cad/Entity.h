@@ -47,7 +47,7 @@ protected:
     TagList SequenceEntityHead(std::string_view type);
     // Appends `tags` (begun by SequenceEntityHead) after the last entity of this entity's
     // sequence, adding the closing SEQEND when there is none yet; returns the new record.
-    std::uint32_t AppendToSequence(const TagList& tags);
+    std::uint32_t AppendToSequence(TagList tags);
 };
 
 }  // namespace cad

@@ -66,9 +66,16 @@ ValueKind KindOfCodeOutside(int code) { return KindOfCodeSlow(code); }
 
 }  // namespace detail
 
-bool IsPointerCode(int code) {
-    return (code >= 320 && code <= 369) || (code >= 390 && code <= 399) || code == 480 ||
-           code == 481 || code == 1005;
+PointerKind PointerKindOfCode(int code) {
+    if (code < 320 || code > 1005) return PointerKind::None;
+    if (code <= 329) return PointerKind::Arbitrary;
+    if (code <= 339) return PointerKind::SoftPointer;
+    if (code <= 349) return PointerKind::HardPointer;
+    if (code <= 359) return PointerKind::SoftOwner;
+    if (code <= 369) return PointerKind::HardOwner;
+    if ((code >= 390 && code <= 399) || code == 480 || code == 481) return PointerKind::HardPointer;
+    if (code == 1005) return PointerKind::SoftPointer;
+    return PointerKind::None;
 }
 
 }  // namespace cad

@@ -6,6 +6,7 @@
 #include "attbat/export/ExportCommands.h"
 #include "attbat/frame/CAttBatApp.h"
 #include "attbat/import/ImportCommands.h"
+#include "attbat/authoring/AuthoringCommands.h"
 #include "attbat/links/LinkCommands.h"
 #include "cli/CommandLine.h"
 #include "cli/DxfTool.h"
@@ -25,5 +26,6 @@ int main(int argc, char** argv) {
     attbat::ImplementExportCommands(app);
     attbat::ImplementImportCommands(app);
     attbat::ImplementLinkCommands(app);
+    attbat::ImplementAuthoringCommands(app);
     return cli::RunCommandLine(args, app, tools);
 }

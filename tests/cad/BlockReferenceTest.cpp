@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include "Fixtures.h"
+#include "cad/AttributeTemplate.h"
 #include "cad/BlockRecord.h"
 #include "cad/geometry/Matrix3d.h"
 #include "cad/geometry/TransformBy.h"
@@ -189,6 +190,31 @@ TEST(BlockReference, AnAttributeFromADefinitionFollowsTheReferencesTransform) {
         EXPECT_NEAR(a.Height(), defs[i].Height() * 2, 1e-9);
         ++i;
     }
+}
+
+}  // namespace
+
+namespace {
+
+TEST(BlockReference, AnAttributeMovedByAnOffsetHasItsPointsMovedAndNothingElse) {
+    auto db = cad::Database::Open(std::string(VELMAR_SOURCE_DIR) + "/examples/floor.dxf");
+    ASSERT_TRUE(db);
+    cad::BlockRecord block = (*db)->FindBlock("DOOR");
+    auto made = (*db)->ModelSpace().AddBlockReference(block, {100, 50, 0});
+    ASSERT_TRUE(made);
+    cad::BlockReference ref = made.Value();
+    for (cad::Attribute& a : ref.Attributes()) a.Erase();
+    const cad::AttributeDefinition def = block.AttributeDefinitions().front();
+    cad::AttributeTemplate once(def);
+    cad::Attribute first = once.AppendTo(ref, {100, 50, 0});
+    cad::Attribute second = ref.AppendAttributeFromDefinition(def, {100, 50, 0});
+    for (const cad::Attribute& a : {first, second}) {
+        EXPECT_EQ(a.Position(), (cad::Point3{def.Position().x + 100, def.Position().y + 50, def.Position().z}));
+        EXPECT_EQ(a.Height(), def.Height());
+        EXPECT_EQ(a.TextString(), def.DefaultValue());
+    }
+    EXPECT_NE(first.GetHandle(), second.GetHandle());
+    EXPECT_EQ(ref.Attributes().size(), 2u);
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "attbat/authoring/AuthoringCommands.h"
 #include "attbat/export/ExportCommands.h"
 #include "attbat/export/ExportTestSupport.h"
 #include "attbat/frame/CAttBatApp.h"
@@ -30,6 +31,7 @@ struct SampleRun {
         ImplementExportCommands(TheApp());
         ImplementImportCommands(TheApp());
         ImplementLinkCommands(TheApp());
+        ImplementAuthoringCommands(TheApp());
     }
     ~SampleRun() {
         host::DocumentManager::Instance().CloseAll();

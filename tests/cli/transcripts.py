@@ -62,6 +62,11 @@ def runs():
     yield "readme-links-update", ["--drawing", "plan.dxf", "--yes", "links", "--link", "plan.xlsx",
                                   "--excel-workbook", "moved/plan.xlsx", "--update-link"]
     yield "readme-links-break", ["--drawing", "plan.dxf", "--yes", "links", "--link", "plan.xlsx", "--break-link"]
+    yield "readme-insert-blocks", ["--drawing", "plan.dxf", "--workbook", "rows.xlsx", "insert-blocks",
+                                   "--block-name-column", "A", "--tags-from", "header-row", "--header-row", "1"]
+    yield "readme-insert-blocks-update", ["--drawing", "plan.dxf", "--workbook", "rows.xlsx", "insert-blocks",
+                                          "--block-name-column", "A", "--tags-from", "header-row", "--header-row",
+                                          "1", "--update"]
     yield "readme-import-by-key-dry-run", ["--drawing", "plan.dxf", "--workbook", "plan.xlsx", "import-by-key",
                                            "--tags-from", "header-row", "--header-row", "1", "--key", "MARK",
                                            "--block", "DOOR", "--dry-run"]
@@ -113,6 +118,7 @@ def main():
         folder = os.path.realpath(folder)
         shutil.copy(os.path.join(SOURCE, "examples", "floor.dxf"), os.path.join(folder, "plan.dxf"))
         shutil.copy(os.path.join(SOURCE, "examples", "floor.dxf"), os.path.join(folder, "plan2.dxf"))
+        shutil.copy(os.path.join(SOURCE, "examples", "rows.xlsx"), os.path.join(folder, "rows.xlsx"))
         with open(os.path.join(folder, "plans.lst"), "w") as listing:
             listing.write("plan2.dxf\nmissing.dxf\n")
         for name, words in runs():

@@ -227,4 +227,21 @@ bool CRegistry::SetMap(std::string_view subsection, const std::vector<std::strin
     });
 }
 
+std::map<std::string, std::string> CRegistry::GetMap(std::string_view subsection) {
+    std::vector<std::string> keys, values;
+    GetMap(subsection, keys, values);
+    std::map<std::string, std::string> map;
+    for (std::size_t i = 0; i < keys.size(); ++i) map.emplace(std::move(keys[i]), std::move(values[i]));
+    return map;
+}
+
+bool CRegistry::SetMap(std::string_view subsection, const std::map<std::string, std::string>& map) {
+    std::vector<std::string> keys, values;
+    for (const auto& [key, value] : map) {
+        keys.push_back(key);
+        values.push_back(value);
+    }
+    return SetMap(subsection, keys, values);
+}
+
 }  // namespace attbat

@@ -4,6 +4,7 @@
 // ("Velmar", "Velmar\DrawingList"). Stateless but for the root and parent set once at start.
 
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -67,6 +68,9 @@ public:
     // Rewrites the map; pairs up to the shorter of the two arrays.
     static bool SetMap(std::string_view subsection, const std::vector<std::string>& keys,
                        const std::vector<std::string>& values);
+    // The same map as one container; a key met twice keeps its first value.
+    static std::map<std::string, std::string> GetMap(std::string_view subsection);
+    static bool SetMap(std::string_view subsection, const std::map<std::string, std::string>& map);
 };
 
 }  // namespace attbat

@@ -26,10 +26,7 @@ void CImportByKeyAttOpt::LoadSettings() {
     IgnoreDwgFolder = CRegistry::GetInt(kSection, "IgnoreDwgFolder", IgnoreDwgFolder);
     Drawings.RemoveAll();
     for (std::string& path : CRegistry::GetList(kDrawingList)) Drawings.Add(std::move(path));
-    std::vector<std::string> columns, tags;
-    CRegistry::GetMap(kColumnMap, columns, tags);
-    ColumnToTag.clear();
-    for (std::size_t i = 0; i < columns.size(); ++i) ColumnToTag[columns[i]] = tags[i];
+    ColumnToTag = CRegistry::GetMap(kColumnMap);
 }
 
 bool CImportByKeyAttOpt::SaveSettings() const {
@@ -50,12 +47,7 @@ bool CImportByKeyAttOpt::SaveDrawings() const {
 }
 
 bool CImportByKeyAttOpt::SaveColumnToTag() const {
-    std::vector<std::string> columns, tags;
-    for (const auto& [column, tag] : ColumnToTag) {
-        columns.push_back(column);
-        tags.push_back(tag);
-    }
-    return CRegistry::SetMap(kColumnMap, columns, tags);
+    return CRegistry::SetMap(kColumnMap, ColumnToTag);
 }
 
 void CImportByKeyAttOpt::Serialize(Archive& archive) {

@@ -1,0 +1,12 @@
+#include "attbat/authoring/AuthoringCommands.h"
+
+#include "attbat/authoring/InsertBlocksCommand.h"
+#include "attbat/frame/CAttBatApp.h"
+
+namespace attbat {
+
+void ImplementAuthoringCommands(CAttBatApp& app) {
+    app.Implement("VelmarInsertBlocks", {InsertBlocksControls(), "", InsertBlocksCommand});
+}
+
+}  // namespace attbat
