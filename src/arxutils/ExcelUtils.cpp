@@ -397,6 +397,20 @@ bool ExcelUtils::ReadCellsSelected(tables::CStringTable& table, const std::strin
         }
         (void)expectedRows;  // only ever a hint for the list's room
         const int width = lastColumn - firstColumn + 1;
+        if (textOnly) {
+            // Hidden rows read as they show: the whole range's texts come at once.
+            auto texts = Sheet().GetRange(address)->Texts();
+            for (int r = firstRow; r <= lastRow; ++r) {
+                tables::CStringArrayEx row;
+                if (filtered && !wanted[static_cast<std::size_t>(r)]) {
+                    row.SetSize(width);
+                } else {
+                    for (std::string& text : texts[static_cast<std::size_t>(r - firstRow)]) row.Add(base::Trim(text));
+                }
+                AddRowTo(table, std::move(row));
+            }
+            return true;
+        }
         long cells = static_cast<long>(lastRow - firstRow + 1) * width;
         host::ProgressMeter meter("Reading Excel data ...", cells + 1);
         auto cellsOf = Sheet().Cells();

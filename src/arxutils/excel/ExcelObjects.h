@@ -212,6 +212,8 @@ public:
     virtual void SetItem(int row, int column, const Variant& value) { Item(row, column)->SetValue(value); }
     // What the cell shows; Empty when the cells of the range show different texts.
     virtual Variant Text() = 0;
+    // What each cell of the first area shows, row by row: the Text of every cell read at once.
+    virtual std::vector<std::vector<std::string>> Texts();
     // A1 form, "$A$1:$B$2" (areas joined by ","); the flags drop the dollars.
     virtual std::string Address(bool rowAbsolute = true, bool columnAbsolute = true) = 0;
     virtual std::unique_ptr<Range> Resize(int rows, int columns) = 0;

@@ -825,6 +825,12 @@ public:
             Fail("Unable to get the Item property of the Range class");
         return Make({{r, c, r, c}});
     }
+    std::vector<std::vector<std::string>> Texts() override {
+        const xl::CellRange& a = First();
+        auto texts = sheet_->Texts(a);
+        if (texts.empty() && a.IsValid()) Fail("Unable to get the Text property of the Range class");
+        return texts;
+    }
     Variant Text() override {
         const xl::CellRange& a = First();
         std::string first = sheet_->Text(a.firstRow, a.firstColumn);
