@@ -155,7 +155,9 @@ Object EvaluationGraph(const BlockRecord& block) {
 }
 
 // One column of a lookup table: the parameter it reads or sets and whether the palette may set
-// the row through it (reverse lookup).
+// the row through it (reverse lookup). Undocumented: 281 is 1 on the columns of lookup
+// parameters and 0 on those of the parameters a row sets in every table AutoCAD wrote that we
+// have, and is taken as that flag.
 struct LookupColumn {
     long long node = -1;
     bool reverse = false;
@@ -187,8 +189,10 @@ void ReadLookupTable(const Object& action, long long parameterNode,
             columns.back().reverse = tag.Int() == 1;
         }
     }
-    if (rows <= 0 || cols <= 0 || static_cast<long long>(cells.size()) != rows * cols ||
-        static_cast<long long>(columns.size()) != cols)
+    // Counts no greater than the cells keep their product from overflowing on a damaged table.
+    const auto cellCount = static_cast<long long>(cells.size());
+    if (rows <= 0 || cols <= 0 || rows > cellCount || cols > cellCount ||
+        cellCount != rows * cols || static_cast<long long>(columns.size()) != cols)
         return;
     for (long long c = 0; c < cols; ++c) {
         if (columns[static_cast<std::size_t>(c)].node != parameterNode)
@@ -225,20 +229,19 @@ std::string LabelOr(const TagList& section, int code, const std::string& element
     return elementName + std::string(suffix);
 }
 
-// Reads the properties of one parameter node into `out`.
-void AddParameterProperties(const Object& node, const std::string& type, long long nodeId,
-                            const NodeState& state,
-                            const std::unordered_map<long long, Object>& nodesById,
-                            std::vector<DynamicBlockProperty>& out) {
-    TagList tags = node.Tags();
-    TagList parameter = Section(tags, "AcDbBlockParameter");
-    if (const Tag* show = FindTag(parameter, 280); show && show->Int() == 0)
-        return;  // hidden
-    std::string elementName = TextOf(Section(tags, "AcDbBlockElement"), 300);
-    std::size_t first = out.size();
+// One parameter of the graph as the readers below see it.
+struct ParameterNode {
+    TagList tags;             // all of the parameter's tags
+    std::string elementName;  // its element name (300), for a parameter without a label
+    long long id = -1;        // its node id in the graph
+    NodeState state;          // what the reference keeps for it
+    const std::unordered_map<long long, Object>* nodesById = nullptr;
 
-    auto twoPoints = [&](Point3& base, Point3& end) {
-        TagList two = Section(tags, "AcDbBlock2PtParameter");
+    TagList Own(std::string_view subclass) const { return Section(tags, subclass); }
+    // The base and end point: the reference's when it keeps a state, else the definition's;
+    // false when either is missing.
+    bool TwoPoints(Point3& base, Point3& end) const {
+        TagList two = Own("AcDbBlock2PtParameter");
         if (!PointOf(two, 1010, base) || !PointOf(two, 1011, end))
             return false;
         if (state.present) {
@@ -248,108 +251,139 @@ void AddParameterProperties(const Object& node, const std::string& type, long lo
             end = state.points[1];
         }
         return true;
-    };
+    }
+};
 
-    if (type == "BLOCKVISIBILITYPARAMETER") {
-        TagList own = Section(tags, "AcDbBlockVisibilityParameter");
-        DynamicBlockProperty p;
-        p.name = LabelOr(own, 301, elementName);
-        for (const Tag& tag : own)
-            if (tag.code == 303)
-                p.allowedValues.push_back(tag.value);
-        if (state.present) {
-            if (state.strings.empty())
-                return;
-            p.text = state.strings.front();
-        } else {
-            if (p.allowedValues.empty())
-                return;
-            p.text = p.allowedValues.front();
-        }
-        out.push_back(std::move(p));
-    } else if (type == "BLOCKLOOKUPPARAMETER") {
-        if (!state.present || state.strings.empty())
-            return;  // no default without evaluating
-        TagList own = Section(tags, "AcDbBlockLookUpParameter");
-        DynamicBlockProperty p;
-        p.name = LabelOr(own, 303, elementName);
-        p.text = state.strings.front();
-        Object action;
-        if (const Tag* actionNode = FindTag(own, 94)) {
-            auto it = nodesById.find(actionNode->Int());
-            if (it != nodesById.end())
-                action = it->second;
-        }
-        ReadLookupTable(action, nodeId, p);
-        out.push_back(std::move(p));
-    } else if (type == "BLOCKLINEARPARAMETER") {
-        Point3 base, end;
-        if (!twoPoints(base, end))
+using PropertyList = std::vector<DynamicBlockProperty>;
+
+void ReadVisibility(const ParameterNode& node, PropertyList& out) {
+    TagList own = node.Own("AcDbBlockVisibilityParameter");
+    DynamicBlockProperty p;
+    p.name = LabelOr(own, 301, node.elementName);
+    for (const Tag& tag : own)
+        if (tag.code == 303)
+            p.allowedValues.push_back(tag.value);
+    if (node.state.present) {
+        if (node.state.strings.empty())
             return;
-        out.push_back(
-            RealProperty(LabelOr(Section(tags, "AcDbBlockLinearParameter"), 305, elementName),
-                         Distance(base, end), DynamicUnitsKind::Distance));
-    } else if (type == "BLOCKROTATIONPARAMETER") {
-        TagList two = Section(tags, "AcDbBlock2PtParameter");
-        TagList own = Section(tags, "AcDbBlockRotationParameter");
-        Point3 defBase, angleBase;
-        if (!PointOf(two, 1010, defBase))
+        p.text = node.state.strings.front();
+    } else {
+        if (p.allowedValues.empty())
             return;
-        // The base angle is the direction of the rotation parameter's own point from the base;
-        // without one it is the X axis.
-        double baseAngle = PointOf(own, 1011, angleBase) ? Direction(defBase, angleBase) : 0.0;
-        Point3 base, end;
-        if (!twoPoints(base, end))
-            return;
-        out.push_back(RealProperty(LabelOr(own, 305, elementName),
-                                   NormalAngle(Direction(base, end) - baseAngle),
-                                   DynamicUnitsKind::Angle));
-    } else if (type == "BLOCKPOINTPARAMETER") {
-        Point3 position;
-        if (!PointOf(Section(tags, "AcDbBlock1PtParameter"), 1010, position))
-            return;
-        if (state.present) {
-            if (state.points.empty())
-                return;
-            position = state.points.front();
-        }
-        std::string label = LabelOr(Section(tags, "AcDbBlockPointParameter"), 303, elementName);
-        out.push_back(RealProperty(label + " X", position.x, DynamicUnitsKind::Distance));
-        out.push_back(RealProperty(label + " Y", position.y, DynamicUnitsKind::Distance));
-    } else if (type == "BLOCKXYPARAMETER") {
-        Point3 base, end;
-        if (!twoPoints(base, end))
-            return;
-        TagList own = Section(tags, "AcDbBlockXYParameter");
-        out.push_back(RealProperty(LabelOr(own, 305, elementName, " X"), end.x - base.x,
-                                   DynamicUnitsKind::Distance));
-        out.push_back(RealProperty(LabelOr(own, 307, elementName, " Y"), end.y - base.y,
-                                   DynamicUnitsKind::Distance));
-    } else if (type == "BLOCKPOLARPARAMETER") {
-        Point3 base, end;
-        if (!twoPoints(base, end))
-            return;
-        TagList own = Section(tags, "AcDbBlockPolarParameter");
-        out.push_back(RealProperty(LabelOr(own, 305, elementName, " Distance"), Distance(base, end),
-                                   DynamicUnitsKind::Distance));
-        out.push_back(RealProperty(LabelOr(own, 307, elementName, " Angle"),
-                                   NormalAngle(Direction(base, end)), DynamicUnitsKind::Angle));
-    } else if (type == "BLOCKFLIPPARAMETER") {
-        if (state.present)
-            return;  // where a reference keeps its flip state is not known
-        TagList own = Section(tags, "AcDbBlockFlipParameter");
-        DynamicBlockProperty p;
-        p.name = LabelOr(own, 305, elementName);
-        p.valueKind = DynamicValueKind::Int16;
-        p.integer = 0;
-        p.allowedValues = {TextOf(own, 307), TextOf(own, 308)};
-        out.push_back(std::move(p));
+        p.text = p.allowedValues.front();
     }
-    for (std::size_t i = first; i < out.size(); ++i) {
-        out[i].parameterType = type;
-        out[i].parameter = node.GetHandle();
-        out[i].fromReference = state.present;
+    out.push_back(std::move(p));
+}
+
+void ReadLookup(const ParameterNode& node, PropertyList& out) {
+    if (!node.state.present || node.state.strings.empty())
+        return;  // no default without evaluating the graph
+    TagList own = node.Own("AcDbBlockLookUpParameter");
+    DynamicBlockProperty p;
+    p.name = LabelOr(own, 303, node.elementName);
+    p.text = node.state.strings.front();
+    Object action;
+    if (const Tag* actionNode = FindTag(own, 94)) {
+        auto it = node.nodesById->find(actionNode->Int());
+        if (it != node.nodesById->end())
+            action = it->second;
     }
+    ReadLookupTable(action, node.id, p);
+    out.push_back(std::move(p));
+}
+
+void ReadLinear(const ParameterNode& node, PropertyList& out) {
+    Point3 base, end;
+    if (!node.TwoPoints(base, end))
+        return;
+    out.push_back(RealProperty(LabelOr(node.Own("AcDbBlockLinearParameter"), 305, node.elementName),
+                               Distance(base, end), DynamicUnitsKind::Distance));
+}
+
+void ReadRotation(const ParameterNode& node, PropertyList& out) {
+    TagList own = node.Own("AcDbBlockRotationParameter");
+    Point3 defBase, angleBase;
+    if (!PointOf(node.Own("AcDbBlock2PtParameter"), 1010, defBase))
+        return;
+    // The base angle is the direction of the rotation parameter's own point from the base;
+    // without one it is the X axis.
+    double baseAngle = PointOf(own, 1011, angleBase) ? Direction(defBase, angleBase) : 0.0;
+    Point3 base, end;
+    if (!node.TwoPoints(base, end))
+        return;
+    out.push_back(RealProperty(LabelOr(own, 305, node.elementName),
+                               NormalAngle(Direction(base, end) - baseAngle),
+                               DynamicUnitsKind::Angle));
+}
+
+void ReadPoint(const ParameterNode& node, PropertyList& out) {
+    Point3 position;
+    if (!PointOf(node.Own("AcDbBlock1PtParameter"), 1010, position))
+        return;
+    if (node.state.present) {
+        if (node.state.points.empty())
+            return;
+        position = node.state.points.front();
+    }
+    std::string label = LabelOr(node.Own("AcDbBlockPointParameter"), 303, node.elementName);
+    out.push_back(RealProperty(label + " X", position.x, DynamicUnitsKind::Distance));
+    out.push_back(RealProperty(label + " Y", position.y, DynamicUnitsKind::Distance));
+}
+
+void ReadXY(const ParameterNode& node, PropertyList& out) {
+    Point3 base, end;
+    if (!node.TwoPoints(base, end))
+        return;
+    TagList own = node.Own("AcDbBlockXYParameter");
+    out.push_back(RealProperty(LabelOr(own, 305, node.elementName, " X"), end.x - base.x,
+                               DynamicUnitsKind::Distance));
+    out.push_back(RealProperty(LabelOr(own, 307, node.elementName, " Y"), end.y - base.y,
+                               DynamicUnitsKind::Distance));
+}
+
+void ReadPolar(const ParameterNode& node, PropertyList& out) {
+    Point3 base, end;
+    if (!node.TwoPoints(base, end))
+        return;
+    TagList own = node.Own("AcDbBlockPolarParameter");
+    out.push_back(RealProperty(LabelOr(own, 305, node.elementName, " Distance"),
+                               Distance(base, end), DynamicUnitsKind::Distance));
+    out.push_back(RealProperty(LabelOr(own, 307, node.elementName, " Angle"),
+                               NormalAngle(Direction(base, end)), DynamicUnitsKind::Angle));
+}
+
+void ReadFlip(const ParameterNode& node, PropertyList& out) {
+    if (node.state.present)
+        return;  // where a reference keeps its flip state is not known
+    TagList own = node.Own("AcDbBlockFlipParameter");
+    DynamicBlockProperty p;
+    p.name = LabelOr(own, 305, node.elementName);
+    p.valueKind = DynamicValueKind::Int16;
+    p.integer = 0;
+    p.allowedValues = {TextOf(own, 307), TextOf(own, 308)};
+    out.push_back(std::move(p));
+}
+
+// The readers by parameter type; types without one show nothing in the palette or aren't read.
+using ParameterReader = void (*)(const ParameterNode&, PropertyList&);
+ParameterReader ReaderOf(std::string_view type) {
+    if (type == "BLOCKVISIBILITYPARAMETER")
+        return ReadVisibility;
+    if (type == "BLOCKLOOKUPPARAMETER")
+        return ReadLookup;
+    if (type == "BLOCKLINEARPARAMETER")
+        return ReadLinear;
+    if (type == "BLOCKROTATIONPARAMETER")
+        return ReadRotation;
+    if (type == "BLOCKPOINTPARAMETER")
+        return ReadPoint;
+    if (type == "BLOCKXYPARAMETER")
+        return ReadXY;
+    if (type == "BLOCKPOLARPARAMETER")
+        return ReadPolar;
+    if (type == "BLOCKFLIPPARAMETER")
+        return ReadFlip;
+    return nullptr;
 }
 
 }  // namespace
@@ -420,15 +454,28 @@ std::vector<DynamicBlockProperty> DynamicBlockReference::Properties() const {
         if (Dictionary cache = AsDictionary(rep.Get("AppDataCache")))
             states = AsDictionary(cache.Get("ACAD_ENHANCEDBLOCKDATA"));
 
-    for (const Object& node : nodes) {
-        std::string type = node.Type();
-        if (type.find("PARAMETER") == std::string::npos)
+    for (const Object& object : nodes) {
+        std::string type = object.Type();
+        ParameterReader reader = ReaderOf(type);
+        if (!reader)
             continue;
-        long long nodeId = node.GetInt(90, -1);
-        NodeState state;
+        ParameterNode node;
+        node.tags = object.Tags();
+        TagList common = Section(node.tags, "AcDbBlockParameter");
+        if (const Tag* show = FindTag(common, 280); show && show->Int() == 0)
+            continue;  // hidden from the palette
+        node.elementName = TextOf(Section(node.tags, "AcDbBlockElement"), 300);
+        node.id = object.GetInt(90, -1);
+        node.nodesById = &nodesById;
         if (states)
-            state = ReadNodeState(states.Get(std::to_string(nodeId)));
-        AddParameterProperties(node, type, nodeId, state, nodesById, out);
+            node.state = ReadNodeState(states.Get(std::to_string(node.id)));
+        std::size_t first = out.size();
+        reader(node, out);
+        for (std::size_t i = first; i < out.size(); ++i) {
+            out[i].parameterType = type;
+            out[i].parameter = object.GetHandle();
+            out[i].fromReference = node.state.present;
+        }
     }
     return out;
 }
