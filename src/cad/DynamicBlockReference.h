@@ -14,7 +14,7 @@
 //
 // What is read, and from where (the reference's own data first, else the definition's default):
 // - visibility: the state names (allowed values) and the current state, a string; the default
-//   is the first state of the list, as AutoCAD makes it.
+//   is the first state of the list, the one CAD programs give a new reference.
 // - lookup: the current value, a string, and the values of its column in the lookup table; no
 //   default (AutoCAD computes it from the other parameters), so a reference without its own
 //   value leaves the property out. Read-only unless its column allows reverse lookup.
@@ -22,12 +22,14 @@
 //   from the base angle, in radians in [0, 2 pi); point: the position's X and Y.
 // - XY: the end point less the base point, X and Y; polar: their distance and the angle from the
 //   block's X axis. Both are read as linear and rotation are (every two-point parameter seen
-//   keeps its base and end point first); no drawing we have holds one, so their labels (305,
-//   307) are taken as the other parameters place theirs, the element name standing in.
+//   keeps its base and end point first). No drawing we have holds one: their labels are
+//   assumed in 305 and 307 (linear, rotation and flip keep their first label in 305), the
+//   element name standing in when those are empty.
 // - flip: 0 or 1 with the two state labels as allowed values, but only from the definition: no
 //   drawing we have shows where a reference keeps its flip state, so a reference with data of
 //   its own leaves it out rather than guess.
-// Alignment, base point and parameters hidden from the palette (280 = 0) show nothing.
+// Alignment, base point and constraint parameters, and any parameter hidden from the palette
+// (280 = 0), show nothing.
 
 #include <string>
 #include <vector>
