@@ -1,13 +1,16 @@
 #include "cli/DxfTool.h"
 
 #include <cstdio>
+#include <numbers>
 
 #include <fmt/format.h>
 
+#include "attbat/frame/CommandContext.h"
 #include "cad/BlockRecord.h"
 #include "cad/BlockReference.h"
 #include "cad/BlockNesting.h"
 #include "cad/Database.h"
+#include "cad/DynamicBlockReference.h"
 
 namespace cli {
 
@@ -25,7 +28,8 @@ const char* FormName(cad::DxfForm form) {
 int Usage() {
     std::fprintf(stderr,
                  "usage: velmar dxf info FILE\n"
-                 "       velmar dxf resave FILE OUT\n");
+                 "       velmar dxf resave FILE OUT\n"
+                 "       velmar dxf dynamic FILE [HANDLE] [--json]\n");
     return 2;
 }
 
@@ -99,12 +103,199 @@ int Resave(const std::string& path, const std::string& out) {
     return 0;
 }
 
+const char* ValueKindName(cad::DynamicValueKind kind) {
+    switch (kind) {
+        case cad::DynamicValueKind::String:
+            return "string";
+        case cad::DynamicValueKind::Real:
+            return "real";
+        case cad::DynamicValueKind::Int16:
+            return "int16";
+        case cad::DynamicValueKind::Int32:
+            return "int32";
+        case cad::DynamicValueKind::Point:
+            return "point";
+    }
+    return "";
+}
+
+const char* UnitsName(cad::DynamicUnitsKind units) {
+    switch (units) {
+        case cad::DynamicUnitsKind::None:
+            return "none";
+        case cad::DynamicUnitsKind::Distance:
+            return "distance";
+        case cad::DynamicUnitsKind::Angle:
+            return "angle";
+        case cad::DynamicUnitsKind::Area:
+            return "area";
+    }
+    return "";
+}
+
+// The value as JSON: a string, a number or [x, y, z].
+std::string JsonValue(const cad::DynamicBlockProperty& p) {
+    switch (p.valueKind) {
+        case cad::DynamicValueKind::String:
+            return attbat::JsonQuote(p.text);
+        case cad::DynamicValueKind::Real:
+            return cad::RealText(p.real);
+        case cad::DynamicValueKind::Int16:
+        case cad::DynamicValueKind::Int32:
+            return std::to_string(p.integer);
+        case cad::DynamicValueKind::Point:
+            return "[" + cad::RealText(p.point.x) + ", " + cad::RealText(p.point.y) + ", " +
+                   cad::RealText(p.point.z) + "]";
+    }
+    return "null";
+}
+
+// The value as the text listing shows it; angles in radians with their degrees beside them.
+std::string TextValue(const cad::DynamicBlockProperty& p) {
+    switch (p.valueKind) {
+        case cad::DynamicValueKind::String:
+            return "\"" + p.text + "\"";
+        case cad::DynamicValueKind::Real:
+            if (p.units == cad::DynamicUnitsKind::Angle)
+                return fmt::format("{} ({:.10g} degrees)", cad::RealText(p.real),
+                                   p.real * 180 / std::numbers::pi);
+            return cad::RealText(p.real);
+        case cad::DynamicValueKind::Int16:
+        case cad::DynamicValueKind::Int32: {
+            std::string text = std::to_string(p.integer);
+            if (p.integer >= 0 && static_cast<std::size_t>(p.integer) < p.allowedValues.size())
+                text += " (\"" + p.allowedValues[static_cast<std::size_t>(p.integer)] + "\")";
+            return text;
+        }
+        case cad::DynamicValueKind::Point:
+            return cad::RealText(p.point.x) + "," + cad::RealText(p.point.y) + "," +
+                   cad::RealText(p.point.z);
+    }
+    return "";
+}
+
+void PrintDynamicText(const cad::DynamicBlockReference& dyn) {
+    const cad::BlockReference& ref = dyn.Reference();
+    cad::BlockRecord block = dyn.DynamicBlock();
+    if (!block) {
+        fmt::print("{} {} of {}: not a dynamic block reference\n", ref.Type(), ref.HandleString(),
+                   ref.BlockName());
+        return;
+    }
+    std::vector<cad::DynamicBlockProperty> properties = dyn.Properties();
+    fmt::print("{} {} of {}: dynamic block {} [{}], {} {}\n", ref.Type(), ref.HandleString(),
+               ref.BlockName(), block.Name(), block.HandleString(), properties.size(),
+               properties.size() == 1 ? "property" : "properties");
+    for (const cad::DynamicBlockProperty& p : properties) {
+        fmt::print("  {} = {}\n", p.name, TextValue(p));
+        std::string about = fmt::format("{}, {}", ValueKindName(p.valueKind), UnitsName(p.units));
+        about += p.fromReference ? ", the reference's own" : ", the definition's default";
+        if (p.readOnly)
+            about += ", read-only";
+        fmt::print("    {} [{}] ({})\n", p.parameterType, cad::HandleText(p.parameter), about);
+        if (!p.allowedValues.empty()) {
+            std::string list;
+            for (const std::string& v : p.allowedValues)
+                list += (list.empty() ? "\"" : ", \"") + v + "\"";
+            fmt::print("    allowed: {}\n", list);
+        }
+    }
+}
+
+std::string DynamicJson(const cad::DynamicBlockReference& dyn) {
+    const cad::BlockReference& ref = dyn.Reference();
+    cad::BlockRecord block = dyn.DynamicBlock();
+    std::string json = "{\"handle\": " + attbat::JsonQuote(ref.HandleString()) +
+                       ", \"block\": " + attbat::JsonQuote(ref.BlockName()) +
+                       ", \"dynamic\": " + (block ? "true" : "false");
+    if (block) {
+        json += ", \"dynamicBlock\": " + attbat::JsonQuote(block.Name()) +
+                ", \"dynamicBlockHandle\": " + attbat::JsonQuote(block.HandleString()) +
+                ", \"properties\": [";
+        bool firstProperty = true;
+        for (const cad::DynamicBlockProperty& p : dyn.Properties()) {
+            json += firstProperty ? "" : ", ";
+            firstProperty = false;
+            json += "{\"name\": " + attbat::JsonQuote(p.name) + ", \"value\": " + JsonValue(p) +
+                    ", \"type\": \"" + ValueKindName(p.valueKind) + "\", \"units\": \"" +
+                    UnitsName(p.units) + "\", \"readOnly\": " + (p.readOnly ? "true" : "false") +
+                    ", \"source\": \"" + (p.fromReference ? "reference" : "definition") +
+                    "\", \"parameter\": " + attbat::JsonQuote(cad::HandleText(p.parameter)) +
+                    ", \"parameterType\": " + attbat::JsonQuote(p.parameterType) +
+                    ", \"allowedValues\": [";
+            for (std::size_t i = 0; i < p.allowedValues.size(); ++i)
+                json += (i ? ", " : "") + attbat::JsonQuote(p.allowedValues[i]);
+            json += "]}";
+        }
+        json += "]";
+    }
+    return json + "}";
+}
+
+// The dynamic properties of the reference `handle`, or of every dynamic reference of the drawing
+// (in file order, block definitions included) when it is empty.
+int Dynamic(const std::string& path, const std::string& handle, bool json) {
+    auto opened = cad::Database::Open(path);
+    if (!opened) {
+        fmt::print(stderr, "{}\n", opened.GetStatus().Message());  // it names the file
+        return 1;
+    }
+    cad::Database& db = **opened;
+    std::vector<cad::DynamicBlockReference> chosen;
+    if (!handle.empty()) {
+        cad::Object object = db.ObjectByHandle(cad::ParseHandle(handle));
+        if (!object || (object.Type() != "INSERT" && object.Type() != "MINSERT")) {
+            fmt::print(
+                stderr,
+                "{} has no block reference with handle {}; 'velmar dxf dynamic {}' lists those of "
+                "dynamic blocks.\n",
+                path, handle, path);
+            return 1;
+        }
+        chosen.emplace_back(cad::BlockReference(object.GetDatabase(), object.Index()));
+    } else {
+        for (const cad::Object& object : db.Objects()) {
+            if (object.Type() != "INSERT" && object.Type() != "MINSERT")
+                continue;
+            cad::DynamicBlockReference dyn(
+                cad::BlockReference(object.GetDatabase(), object.Index()));
+            if (dyn.IsDynamic())
+                chosen.push_back(dyn);
+        }
+    }
+    if (json) {
+        std::string out = "{\"file\": " + attbat::JsonQuote(path) + ", \"references\": [";
+        for (std::size_t i = 0; i < chosen.size(); ++i)
+            out += (i ? ", " : "") + DynamicJson(chosen[i]);
+        out += "]}\n";
+        std::fwrite(out.data(), 1, out.size(), stdout);
+        return 0;
+    }
+    if (chosen.empty())
+        fmt::print("{} has no references of dynamic blocks.\n", path);
+    for (const cad::DynamicBlockReference& dyn : chosen)
+        PrintDynamicText(dyn);
+    return 0;
+}
+
 }  // namespace
 
 int RunDxfTool(const std::vector<std::string>& args) {
     if (args.empty()) return Usage();
     if (args[0] == "info" && args.size() == 2) return Info(args[1]);
     if (args[0] == "resave" && args.size() == 3) return Resave(args[1], args[2]);
+    if (args[0] == "dynamic") {
+        std::vector<std::string> words;
+        bool json = false;
+        for (std::size_t i = 1; i < args.size(); ++i) {
+            if (args[i] == "--json")
+                json = true;
+            else
+                words.push_back(args[i]);
+        }
+        if (words.size() == 1 || words.size() == 2)
+            return Dynamic(words[0], words.size() == 2 ? words[1] : std::string(), json);
+    }
     return Usage();
 }
 
