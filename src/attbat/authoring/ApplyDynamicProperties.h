@@ -17,10 +17,9 @@ class CInsertBlocksOpt;
 // from, carries the definition's evaluation graph).
 bool IsDynamicBlockReference(const cad::BlockReference& reference);
 // The dynamic properties of `reference` that the row names, set from the row's texts. The
-// drawing library reads no dynamic properties yet: for a dynamic block, every value the row
-// holds under a name that is no attribute tag of the reference and no position, scale or layer
-// header is said on the command line as not set, never passed over in silence. A plain block
-// is left alone.
+// drawing library reads dynamic properties but can't set them yet: a row value that differs from
+// the property's present one is said on the command line as not set, never passed over in
+// silence. A plain block is left alone.
 void ApplyDynamicProperties(cad::BlockReference& reference, const tables::CStringTable& table,
                             const CInsertBlocksOpt& options, int rowIndex, bool update);
 

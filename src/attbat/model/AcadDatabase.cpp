@@ -10,6 +10,7 @@
 #include "base/Format.h"
 #include "base/Path.h"
 #include "base/Text.h"
+#include "cad/DynamicBlockReference.h"
 #include "cad/BlockRecord.h"
 #include "cad/SymbolRecord.h"
 #include "cad/units/NearlyEqual.h"
@@ -661,9 +662,28 @@ cad::BlockRecord DynamicSourceOf(cad::Database& db, const cad::BlockRecord& reco
 
 }  // namespace
 
-std::vector<DynamicProperty> DynamicPropertiesOf(const cad::BlockReference&) {
-    // The drawing library keeps evaluated dynamic properties opaque; none are offered yet.
-    return {};
+std::vector<DynamicProperty> DynamicPropertiesOf(const cad::BlockReference& reference) {
+    std::vector<DynamicProperty> out;
+    for (const cad::DynamicBlockProperty& read : cad::DynamicBlockReference(reference).Properties()) {
+        DynamicProperty property;
+        property.name = read.name;
+        switch (read.valueKind) {
+        case cad::DynamicValueKind::String: property.type = 1; property.text = read.text; break;
+        case cad::DynamicValueKind::Real: property.type = 40; property.real = read.real; break;
+        case cad::DynamicValueKind::Int16: property.type = 70; property.integer = static_cast<long>(read.integer); break;
+        case cad::DynamicValueKind::Int32: property.type = 90; property.integer = static_cast<long>(read.integer); break;
+        case cad::DynamicValueKind::Point: continue;  // no cell shows a point
+        }
+        switch (read.units) {
+        case cad::DynamicUnitsKind::None: property.units = DynamicProperty::Units::None; break;
+        case cad::DynamicUnitsKind::Distance: property.units = DynamicProperty::Units::Distance; break;
+        case cad::DynamicUnitsKind::Angle: property.units = DynamicProperty::Units::Angle; break;
+        case cad::DynamicUnitsKind::Area: property.units = DynamicProperty::Units::Area; break;
+        }
+        property.readOnly = read.readOnly;
+        out.push_back(std::move(property));
+    }
+    return out;
 }
 
 std::string PropertyText(const DynamicProperty& property, int lunits, int aunits, const cad::Database* db) {

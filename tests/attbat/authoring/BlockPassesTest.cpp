@@ -297,3 +297,31 @@ TEST_F(AuthoringTest, ABurstColumnCellOfYesInAnyCaseBurstsAndOneDoesNot) {
 
 }  // namespace
 }  // namespace attbat
+
+namespace attbat {
+namespace {
+
+TEST_F(AuthoringTest, APlainBlocksReferenceIsLeftAloneAndADynamicPropertyTheRowChangesIsSaidAsNotSet) {
+    Insert(Rows({{"Block", "Test visibility"}, {"DOOR", "HideAll"}}));
+    EXPECT_EQ(Printed().find("dynamic property"), std::string::npos);
+    host::DocumentManager::Instance().CloseAll();
+    const std::string dynamic = File("dynamic.dxf");
+    std::filesystem::copy_file(std::string(VELMAR_CORPUS) + "/dxf/dynblock-visibility-ac1032.dxf", dynamic);
+    auto doc = host::DocumentManager::Instance().OpenCurrent(dynamic);
+    ASSERT_TRUE(doc);
+    current = doc.Value();
+    host::CurrentPrinter().ClearCaptured();
+    Insert(Rows({{"Block", "Test visibility"},
+                 {"block_visibility_parameter", "HideAll"},
+                 {"block_visibility_parameter", "visibilitystate0"}}));
+    const std::string printed = Printed();
+    EXPECT_NE(printed.find("The dynamic property Test visibility of block block_visibility_parameter"),
+              std::string::npos)
+        << printed;
+    EXPECT_NE(printed.find("was not set to 'HideAll'"), std::string::npos);
+    // The second row asks for the state the reference has already: nothing to say.
+    EXPECT_EQ(printed.find("'visibilitystate0'"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace attbat

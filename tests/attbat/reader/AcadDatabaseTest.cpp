@@ -1,5 +1,6 @@
 #include "attbat/model/AcadDatabase.h"
 
+#include <algorithm>
 #include <filesystem>
 
 #include <fmt/format.h>
@@ -285,6 +286,20 @@ TEST_F(AcadDatabaseTest, AnonymousCopyOfADynamicBlockLandsUnderItsTrueName) {
         if (!block.refs.IsEmpty()) sawCopy = true;
     }
     EXPECT_TRUE(sawCopy);
+}
+
+TEST_F(AcadDatabaseTest, EachReferenceOfADynamicBlockCarriesTheStateTheHostLeftIt) {
+    AcadBlockArray blocks = Read(std::string(VELMAR_CORPUS) + "/dxf/dynblock-visibility-ac1032.dxf");
+    std::vector<std::string> states;
+    for (const AcadBlock& block : blocks) {
+        if (block.name != "block_visibility_parameter") continue;
+        for (const auto& row : block.refs) {
+            for (const auto& value : row.attributes)
+                if (value.tag == "Test visibility") states.push_back(value.value);
+        }
+    }
+    std::sort(states.begin(), states.end());
+    EXPECT_EQ(states, (std::vector<std::string>{"HideAll", "ShowAll", "VisibilityState0", "VisibilityState1"}));
 }
 
 TEST_F(AcadDatabaseTest, EveryCorpusDrawingReadsOrSaysWhy) {
