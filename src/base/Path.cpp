@@ -2,6 +2,8 @@
 
 #include <sys/stat.h>
 
+#include <filesystem>
+
 namespace base {
 
 namespace {
@@ -79,6 +81,12 @@ bool FileExists(const std::string& path) {
 bool IsDirectory(const std::string& path) {
     struct stat st {};
     return ::stat(path.c_str(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+std::string FullPath(std::string_view path) {
+    std::error_code error;
+    auto full = std::filesystem::absolute(std::filesystem::path(path), error);
+    return error ? std::string(path) : full.lexically_normal().string();
 }
 
 }  // namespace base

@@ -24,6 +24,10 @@ std::string JoinPath(std::string_view folder, std::string_view name);
 // Turns '\' into '/', so that a Windows path can be looked up here.
 std::string ToNativeSeparators(std::string_view path);
 
+// The absolute, normalised path a file box would give for `path`, relative to the working
+// folder; `path` as it stands when the working folder can't be had.
+std::string FullPath(std::string_view path);
+
 bool FileExists(const std::string& path);
 bool IsDirectory(const std::string& path);
 

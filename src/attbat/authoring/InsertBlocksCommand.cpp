@@ -1,7 +1,6 @@
 #include "attbat/authoring/InsertBlocksCommand.h"
 
 #include <cstdlib>
-#include <filesystem>
 
 #include "arxutils/ExcelUtils.h"
 #include "arxutils/excel/AutomationError.h"
@@ -11,6 +10,7 @@
 #include "attbat/frame/CRegistry.h"
 #include "attbat/frame/Refusal.h"
 #include "base/Format.h"
+#include "base/Path.h"
 #include "base/Text.h"
 #include "cad/Database.h"
 #include "host/Document.h"
@@ -26,11 +26,6 @@ namespace {
 
 using arxutils::ExcelUtils;
 
-std::string FullPath(const std::string& path) {
-    std::error_code error;
-    auto full = std::filesystem::absolute(path, error);
-    return error ? path : full.lexically_normal().string();
-}
 
 // A column option's picker index (column - 1); false, refused, for text that is no column.
 bool ColumnIndex(const std::string& key, const std::string& text, int& index, Refusal& refusal) {
@@ -97,7 +92,7 @@ bool SetControls(CInsertBlockDialog& dialog, const ControlValues& values, Refusa
         o.useBurstColumn = 1;
         if (!ColumnIndex("burst-column", values.Text("burst-column"), dialog.m_burstColumnIndex, refusal)) return false;
     }
-    if (values.Has("block-library")) o.blockLibraryDwg = FullPath(values.Text("block-library"));
+    if (values.Has("block-library")) o.blockLibraryDwg = base::FullPath(values.Text("block-library"));
     return true;
 }
 

@@ -1,6 +1,5 @@
 // The insertion pass: one block reference for each worksheet row.
 
-#include <filesystem>
 #include <map>
 #include <memory>
 #include <unordered_set>
@@ -29,11 +28,6 @@ namespace attbat {
 
 namespace {
 
-std::string FullPath(const std::string& path) {
-    std::error_code error;
-    auto full = std::filesystem::absolute(path, error);
-    return error ? path : full.lexically_normal().string();
-}
 
 // The drawings rows go to: the open documents, and drawing files read once and saved once at the
 // end. The one in hand stays from row to row until a row names another.
@@ -51,7 +45,7 @@ public:
         lock_.reset();
         pathGiven_ = !path.empty();
         if (path.empty()) return inHand_ != nullptr;
-        const std::string full = FullPath(path);
+        const std::string full = base::FullPath(path);
         if (host::Document* doc = host::DocumentManager::Instance().Find(full)) {
             inHand_ = &doc->Database();
             if (doc != host::DocumentManager::Instance().CurDocument()) lock_ = std::make_unique<host::DocumentLock>(doc);

@@ -1,7 +1,5 @@
 #include "attbat/links/CLinksDialog.h"
 
-#include <filesystem>
-
 #include "attbat/frame/CRegistry.h"
 #include "attbat/links/ExcelLinkStore.h"
 #include "base/Path.h"
@@ -55,11 +53,7 @@ void CLinksDialog::OnSelectLink(int index) {
     m_workbook = m_links[static_cast<std::size_t>(index)];
 }
 
-void CLinksDialog::OnBrowse(const std::string& path) {
-    std::error_code error;
-    auto full = std::filesystem::absolute(path, error);
-    m_workbook = error ? path : full.lexically_normal().string();
-}
+void CLinksDialog::OnBrowse(const std::string& path) { m_workbook = base::FullPath(path); }
 
 CLinksDialog::Result CLinksDialog::OnUpdateLink() {
     Result result;
