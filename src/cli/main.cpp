@@ -8,6 +8,7 @@
 #include "attbat/import/ImportCommands.h"
 #include "attbat/authoring/AuthoringCommands.h"
 #include "attbat/links/LinkCommands.h"
+#include "attbat/schedules/ScheduleCommands.h"
 #include "cli/CommandLine.h"
 #include "cli/DxfTool.h"
 #include "cli/WatchTool.h"
@@ -27,5 +28,6 @@ int main(int argc, char** argv) {
     attbat::ImplementImportCommands(app);
     attbat::ImplementLinkCommands(app);
     attbat::ImplementAuthoringCommands(app);
+    attbat::ImplementScheduleCommands(app);
     return cli::RunCommandLine(args, app, tools);
 }

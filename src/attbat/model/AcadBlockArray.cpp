@@ -190,7 +190,7 @@ void AcadBlockArray::ValuesOfTag(std::string_view blockName, std::string_view ta
 int AcadBlockArray::CountValue(std::string_view blockName, std::string_view layer,
                                std::string_view tag, std::string_view value,
                                bool excludeCurrentDrawing, std::string_view currentFile) const {
-    const bool anyLayer = layer.empty() || layer == "*All*";
+    const bool anyLayer = layer.empty() || base::EqualNoCase(layer, "*All*");
     int count = 0;
     for (const AcadBlock& block : *this) {
         if (!base::EqualNoCase(block.name, blockName)) continue;
@@ -203,7 +203,7 @@ int AcadBlockArray::CountValue(std::string_view blockName, std::string_view laye
             continue;
         }
         for (const AcadBlockRef& row : block.refs) {
-            if (!anyLayer && row.layer.name != layer) continue;
+            if (!anyLayer && !base::EqualNoCase(row.layer.name, layer)) continue;
             for (const AcadAttribute& attribute : row.attributes) {
                 if (attribute.tag == tag && attribute.value == value) ++count;
             }

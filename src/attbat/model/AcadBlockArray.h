@@ -49,7 +49,7 @@ public:
     void ValuesOfTag(std::string_view blockName, std::string_view tag, tables::CStringArrayEx& out) const;
     // An empty tag counts the rows of the blocks named `blockName`, on any layer; otherwise the
     // attributes of that tag whose value equals `value` exactly, on rows of layer `layer`
-    // ("*All*" or empty: any layer). `excludeCurrentDrawing` passes over blocks whose drawing is empty
+    // (without regard to case; "*All*" or empty: any layer). `excludeCurrentDrawing` passes over blocks whose drawing is empty
     // or equals `currentFile` without regard to case.
     int CountValue(std::string_view blockName, std::string_view layer, std::string_view tag,
                    std::string_view value, bool excludeCurrentDrawing,

@@ -1,0 +1,12 @@
+#include "attbat/schedules/ScheduleCommands.h"
+
+#include "attbat/frame/CAttBatApp.h"
+#include "attbat/schedules/CountBlocksCommand.h"
+
+namespace attbat {
+
+void ImplementScheduleCommands(CAttBatApp& app) {
+    app.Implement("Velmar_CountBlocks", {CountBlocksControls(), "", CountBlocksCommand});
+}
+
+}  // namespace attbat
