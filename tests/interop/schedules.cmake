@@ -1,3 +1,5 @@
 # The small schedules end to end: block counts over the sample and corpus drawings against
-# counts made with ezdxf, and a recount after ezdxf added references.
+# counts made with ezdxf, and a recount after ezdxf added references; new attributes added to
+# blocks and their references, as ezdxf sees them.
 velmar_interop(count_blocks SCRIPT count_blocks.py DEPENDS velmar)
+velmar_interop(add_new_atts SCRIPT add_new_atts.py DEPENDS velmar)

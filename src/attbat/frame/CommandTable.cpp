@@ -40,7 +40,7 @@ constexpr CommandEntry table[] = {
      "Count blocks into a worksheet"},
     {"Velmar", "_Velmar_ExportPoints", "Velmar_ExportPoints", ACRX_CMD_MODAL, "export-points", "",
      "Export point coordinates to a worksheet or a text file"},
-    {"Velmar", "_Velmar_AddNewAtts", "Velmar_AddNewAtts", ACRX_CMD_MODAL, "add-attributes", "",
+    {"Velmar", "_Velmar_AddNewAtts", "Velmar_AddNewAtts", ACRX_CMD_MODAL, "add-attributes", "add-new-atts",
      "Add attribute definitions to blocks"},
     {"Velmar", "_Velmar_FindEntByHandle", "Velmar_FindEntByHandle", ACRX_CMD_MODAL, "find", "",
      "Find an entity by its handle"},
