@@ -48,18 +48,18 @@ def chairs():
 def attdefs():
     doc = ezdxf.new("R2018")
     msp = doc.modelspace()
-    msp.add_attdef("ROOM_NO", (0, 0), dxfattribs={"prompt": "Room number", "text": "101", "height": 2.5})
-    msp.add_attdef("ROOM_NAME", (0, -5), dxfattribs={"prompt": "Room name", "text": "Office", "height": 2.5})
-    msp.add_attdef("AREA", (0, -10), dxfattribs={"prompt": "Area", "text": "", "height": 2.5})
+    msp.add_attdef("ROOM_NO", (0, 0), "101", dxfattribs={"prompt": "Room number", "height": 2.5})
+    msp.add_attdef("ROOM_NAME", (0, -5), "Office", dxfattribs={"prompt": "Room name", "height": 2.5})
+    msp.add_attdef("AREA", (0, -10), "", dxfattribs={"prompt": "Area", "height": 2.5})
     inner = doc.blocks.new("TAGGED")
-    inner.add_attdef("INSIDE", (0, 0), dxfattribs={"prompt": "Inside", "text": "x"})
+    inner.add_attdef("INSIDE", (0, 0), "x", dxfattribs={"prompt": "Inside"})
     doc.saveas(os.path.join(OUT, "attdefs.dxf"))
 
 
 def blockdefs():
     doc = ezdxf.new("R2018")
     block = doc.blocks.new("ONLY")
-    block.add_attdef("HIDDEN_TAG", (0, 0), dxfattribs={"prompt": "Hidden", "text": "1"})
+    block.add_attdef("HIDDEN_TAG", (0, 0), "1", dxfattribs={"prompt": "Hidden"})
     doc.modelspace().add_blockref("ONLY", (0, 0))
     doc.saveas(os.path.join(OUT, "blockdefs.dxf"))
 

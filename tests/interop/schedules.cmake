@@ -3,3 +3,4 @@
 # blocks and their references, as ezdxf sees them.
 velmar_interop(count_blocks SCRIPT count_blocks.py DEPENDS velmar)
 velmar_interop(add_new_atts SCRIPT add_new_atts.py DEPENDS velmar)
+velmar_interop(attdefs SCRIPT attdefs.py DEPENDS velmar)
