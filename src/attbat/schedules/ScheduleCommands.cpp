@@ -3,6 +3,7 @@
 #include "attbat/frame/CAttBatApp.h"
 #include "attbat/schedules/AttDefCommands.h"
 #include "attbat/schedules/CountBlocksCommand.h"
+#include "attbat/schedules/ExportPointsCommand.h"
 
 namespace attbat {
 
@@ -10,6 +11,7 @@ void ImplementScheduleCommands(CAttBatApp& app) {
     app.Implement("Velmar_CountBlocks", {CountBlocksControls(), "", CountBlocksCommand});
     app.Implement("Velmar_ExportAttDefs", {ExportAttDefsControls(), "", ExportAttDefsCommand});
     app.Implement("Velmar_importAttDefs", {ImportAttDefsControls(), "", ImportAttDefsCommand});
+    app.Implement("Velmar_ExportPoints", {ExportPointsControls(), "", ExportPointsCommand});
 }
 
 }  // namespace attbat
