@@ -9,39 +9,22 @@ find nothing the drawing didn't have. A second run adds nothing."""
 import math
 import os
 import shutil
-import subprocess
 import sys
 import tempfile
 from pathlib import Path
 
-import ezdxf
-import openpyxl
-from ezdxf.math import Matrix44
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+from schedules_common import SAMPLE, TOOL, fail, finish, velmar  # noqa: E402
 
-BUILD = Path(os.environ["VELMAR_BUILD_DIR"])
-SOURCE = Path(os.environ["VELMAR_SOURCE_DIR"])
-TOOL = BUILD / "src/cli/velmar"
-SAMPLE = SOURCE / "examples/floor.dxf"
+import ezdxf  # noqa: E402
+import openpyxl  # noqa: E402
+from ezdxf.math import Matrix44  # noqa: E402
+
 ROWS = [["X", "Y", "Z", "Height", "Layer", "Style", "Tag", "Prompt"],
         [0.5, 1.25, 0, 0.2, "A-DOOR", "Standard", "COST", "Cost"],
         [-1, 2, 0, 0.3, "NO-SUCH-LAYER", "NoSuchStyle", "SUPPLIER", "Supplier"],
         [0, 0, 0, 0.1, "0", "", None, "no tag"]]
 NEW = {"COST": (0.5, 1.25, 0, 0.2, "A-DOOR"), "SUPPLIER": (-1, 2, 0, 0.3, "0")}
-failures = []
-
-
-def fail(text):
-    failures.append(text)
-    print("FAIL:", text)
-
-
-def velmar(work, *args, expect=0):
-    command = [str(TOOL), "--settings", str(work / "settings.ini"), *map(str, args)]
-    result = subprocess.run(command, capture_output=True, text=True, timeout=600)
-    if expect is not None and result.returncode != expect:
-        fail("velmar %s: exit %d\n%s%s" % (" ".join(map(str, args)), result.returncode, result.stdout[-2000:],
-                                           result.stderr[-2000:]))
-    return result.stdout + result.stderr
 
 
 def block_transform(ref, base):
@@ -129,11 +112,7 @@ def main():
             fail("a second run added definitions: %s" % out[-500:])
     finally:
         shutil.rmtree(work, ignore_errors=True)
-    if failures:
-        print("%d failure(s)" % len(failures))
-        return 1
-    print("new attributes as ezdxf sees them")
-    return 0
+    return finish("new attributes as ezdxf sees them")
 
 
 if __name__ == "__main__":

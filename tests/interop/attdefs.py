@@ -6,33 +6,15 @@ edit back, and ezdxf sees the new prompt, the old default value, and every other
 drawing's definitions as before."""
 import os
 import shutil
-import subprocess
 import sys
 import tempfile
 from pathlib import Path
 
-import ezdxf
-import openpyxl
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+from schedules_common import DATA, TOOL, fail, finish, velmar  # noqa: E402
 
-BUILD = Path(os.environ["VELMAR_BUILD_DIR"])
-SOURCE = Path(os.environ["VELMAR_SOURCE_DIR"])
-TOOL = BUILD / "src/cli/velmar"
-DATA = SOURCE / "tests/data/schedules"
-failures = []
-
-
-def fail(text):
-    failures.append(text)
-    print("FAIL:", text)
-
-
-def velmar(work, *args, expect=0):
-    command = [str(TOOL), "--settings", str(work / "settings.ini"), *map(str, args)]
-    result = subprocess.run(command, capture_output=True, text=True, timeout=600)
-    if expect is not None and result.returncode != expect:
-        fail("velmar %s: exit %d\n%s%s" % (" ".join(map(str, args)), result.returncode, result.stdout[-2000:],
-                                           result.stderr[-2000:]))
-    return result.stdout + result.stderr
+import ezdxf  # noqa: E402
+import openpyxl  # noqa: E402
 
 
 def loose(path):
@@ -94,11 +76,7 @@ def main():
             fail("audit: %s" % [str(e) for e in audit.errors])
     finally:
         shutil.rmtree(work, ignore_errors=True)
-    if failures:
-        print("%d failure(s)" % len(failures))
-        return 1
-    print("attribute definitions went out and came back")
-    return 0
+    return finish("attribute definitions went out and came back")
 
 
 if __name__ == "__main__":

@@ -8,39 +8,19 @@ must leave the formula as the comment and its count as the value. Then ezdxf add
 a listed drawing, and a recount updates the cell."""
 import os
 import shutil
-import subprocess
 import sys
 import tempfile
 from collections import Counter, defaultdict
 from pathlib import Path
 
-import ezdxf
-import openpyxl
-from openpyxl.comments import Comment
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+from schedules_common import CORPUS, SAMPLE, TOOL, fail, finish, velmar  # noqa: E402
 
-BUILD = Path(os.environ["VELMAR_BUILD_DIR"])
-SOURCE = Path(os.environ["VELMAR_SOURCE_DIR"])
-TOOL = BUILD / "src/cli/velmar"
-SAMPLE = SOURCE / "examples/floor.dxf"
-CORPUS = SOURCE.parent / "shared/corpus/dxf"
-if not CORPUS.is_dir():
-    CORPUS = Path("/work/shared/corpus/dxf")
+import ezdxf  # noqa: E402
+import openpyxl  # noqa: E402
+from openpyxl.comments import Comment  # noqa: E402
+
 LISTED = ["arch-plan-attribs-ac1018.dxf", "bricscad-xclip-inserts-ac1027.dxf", "entities-attribs-ac1006.dxf"]
-failures = []
-
-
-def fail(text):
-    failures.append(text)
-    print("FAIL:", text)
-
-
-def velmar(work, *args, expect=0):
-    command = [str(TOOL), "--settings", str(work / "settings.ini"), *map(str, args)]
-    result = subprocess.run(command, capture_output=True, text=True, timeout=600)
-    if expect is not None and result.returncode != expect:
-        fail("velmar %s: exit %d\n%s%s" % (" ".join(map(str, args)), result.returncode, result.stdout[-2000:],
-                                           result.stderr[-2000:]))
-    return result.stdout + result.stderr
 
 
 def references(path):
@@ -185,11 +165,7 @@ def main():
             fail("recount: D2 holds %r, expected %d" % (result["D2"].value, want + 3))
     finally:
         shutil.rmtree(work, ignore_errors=True)
-    if failures:
-        print("%d failure(s)" % len(failures))
-        return 1
-    print("block counts agree with ezdxf")
-    return 0
+    return finish("block counts agree with ezdxf")
 
 
 if __name__ == "__main__":

@@ -8,37 +8,18 @@ no more than 1024 columns."""
 import os
 import random
 import shutil
-import subprocess
 import sys
 import tempfile
 from pathlib import Path
 
-import ezdxf
-import openpyxl
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+from schedules_common import CORPUS, TOOL, fail, finish, velmar  # noqa: E402
 
-BUILD = Path(os.environ["VELMAR_BUILD_DIR"])
-SOURCE = Path(os.environ["VELMAR_SOURCE_DIR"])
-TOOL = BUILD / "src/cli/velmar"
-CORPUS = SOURCE.parent / "shared/corpus/dxf"
-if not CORPUS.is_dir():
-    CORPUS = Path("/work/shared/corpus/dxf")
+import ezdxf  # noqa: E402
+import openpyxl  # noqa: E402
+
 DRAWINGS = ["arch-plan-attribs-ac1018.dxf", "curtainwall-details-mleader-dynblocks-ac1027.dxf",
             "libredwg-example-ac1015.dxf"]
-failures = []
-
-
-def fail(text):
-    failures.append(text)
-    print("FAIL:", text)
-
-
-def velmar(work, *args, expect=0):
-    command = [str(TOOL), "--settings", str(work / "settings.ini"), *map(str, args)]
-    result = subprocess.run(command, capture_output=True, text=True, timeout=600)
-    if expect is not None and result.returncode != expect:
-        fail("velmar %s: exit %d\n%s%s" % (" ".join(map(str, args)), result.returncode, result.stdout[-2000:],
-                                           result.stderr[-2000:]))
-    return result.stdout + result.stderr
 
 
 def number(value, precision, dimzin):
@@ -129,11 +110,7 @@ def main():
             print("%s: %d rows, %d columns checked" % (drawing.name, len(rows), width))
     finally:
         shutil.rmtree(work, ignore_errors=True)
-    if failures:
-        print("%d failure(s)" % len(failures))
-        return 1
-    print("point texts agree with ezdxf")
-    return 0
+    return finish("point texts agree with ezdxf")
 
 
 if __name__ == "__main__":

@@ -6,6 +6,7 @@
 #include "attbat/frame/Refusal.h"
 #include "attbat/schedules/AttDefImport.h"
 #include "attbat/schedules/CExportAttDefDialog.h"
+#include "attbat/schedules/DrawingListControls.h"
 #include "base/Format.h"
 #include "base/Path.h"
 #include "base/Text.h"
@@ -37,33 +38,7 @@ bool SetControls(CExportAttDefDialog& dialog, const ControlValues& values, Refus
         refusal.Fail("the drawing list belongs to \"Select Drawings\": give --data-source select.");
         return false;
     }
-    if (values.Has("load-list")) {
-        if (base::Status loaded = dialog.LoadList(values.Text("load-list")); !loaded) {
-            refusal.Fail(loaded.Message());
-            return false;
-        }
-    }
-    for (const std::string& path : values.List("add")) {
-        if (!base::FileExists(path)) {
-            refusal.Fail(base::Sprintf("--add %s: there is no such drawing.", path));
-            return false;
-        }
-        if (!dialog.AddDrawing(base::FullPath(path))) return false;
-    }
-    const std::vector<std::string> removed = values.List("remove");
-    for (const std::string& path : removed) {
-        if (!dialog.m_drawingList.Select(base::FullPath(path))) {
-            refusal.Fail(base::Sprintf("--remove %s: the list has no such drawing.", path));
-            return false;
-        }
-    }
-    if (!removed.empty()) dialog.Remove();
-    if (values.Has("save-list")) {
-        if (base::Status saved = dialog.SaveList(values.Text("save-list")); !saved) {
-            refusal.Fail(saved.Message());
-            return false;
-        }
-    }
+    if (!PressDrawingListButtons(dialog, values, refusal)) return false;
     const std::vector<std::string> ticks = values.List("tick");
     if (!ticks.empty()) {
         for (const std::string& tag : dialog.m_tagList) dialog.SetTick(tag, false);

@@ -136,6 +136,13 @@ bool CExportAttDefDialog::AddDrawing(const std::string& path) {
     return true;
 }
 
+bool CExportAttDefDialog::AddPaths(const std::vector<std::string>& paths) {
+    for (const std::string& path : paths) {
+        if (!AddDrawing(path)) return false;
+    }
+    return true;
+}
+
 void CExportAttDefDialog::Remove() {
     m_drawingList.RemoveSelected([this](const std::string& path) {
         for (int i = m_drawingDefs.GetUpperBound(); i >= 0; --i) {

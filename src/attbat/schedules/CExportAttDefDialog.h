@@ -51,6 +51,8 @@ public:
     // drawing is read as it stands; another is read from its file, and one that can't be read
     // says "Failed to read %s: %s" and stays out of the list (false).
     bool AddDrawing(const std::string& path);
+    // "Add" with the chosen files: AddDrawing for each; false at the first that fails.
+    bool AddPaths(const std::vector<std::string>& paths);
     // "Remove": the selected rows, with their drawings' definitions; then FillTags.
     void Remove();
     // "Load List": the list emptied, then AddDrawing for each line of the file.

@@ -3,6 +3,7 @@
 #include "arxutils/ExcelUtils.h"
 #include "attbat/frame/Refusal.h"
 #include "attbat/schedules/CCountBlockDialog.h"
+#include "attbat/schedules/DrawingListControls.h"
 #include "base/Format.h"
 #include "base/Path.h"
 #include "host/Printer.h"
@@ -20,41 +21,6 @@ std::string JsonList(const tables::CStringArrayEx& items) {
 std::string JsonResult(const CCountBlockDialog::Result& r) {
     return base::Sprintf("{\"sheet\": %s, \"cell\": %s, \"before\": %s, \"after\": %s}", JsonQuote(r.sheet),
                          JsonQuote(r.address), JsonQuote(r.before), JsonQuote(r.after));
-}
-
-// The list's buttons in a user's order: load, add, remove, save. False when the command ends.
-bool SetList(CCountBlockDialog& dialog, const ControlValues& values, Refusal& refusal) {
-    if (values.Has("load-list")) {
-        if (base::Status loaded = dialog.LoadList(values.Text("load-list")); !loaded) {
-            refusal.Fail(loaded.Message());
-            return false;
-        }
-    }
-    std::vector<std::string> added;
-    for (const std::string& path : values.List("add")) {
-        if (!base::FileExists(path)) {
-            refusal.Fail(base::Sprintf("--add %s: there is no such drawing.", path));
-            return false;
-        }
-        added.push_back(base::FullPath(path));
-    }
-    if (!added.empty() && !dialog.AddPaths(added)) return false;
-    const std::vector<std::string> removed = values.List("remove");
-    for (const std::string& path : removed) {
-        if (!dialog.m_drawingList.Select(base::FullPath(path))) {
-            refusal.Fail(base::Sprintf("--remove %s: the list has no such drawing.", path));
-            return false;
-        }
-    }
-    if (!removed.empty()) dialog.Remove();
-    if (values.Has("save-list")) {
-        if (base::Status saved = dialog.SaveList(values.Text("save-list")); !saved) {
-            refusal.Fail(saved.Message());
-            return false;
-        }
-        host::Printf("\nDrawing list saved as %s.", values.Text("save-list"));
-    }
-    return true;
 }
 
 // What the dialog shows: the drawings and the choices of the four combo boxes.
@@ -95,7 +61,7 @@ CommandStatus RunCountBlocks(CommandContext& context) {
     CCountBlockDialog dialog;
     dialog.OnInitDialog();
     if (auto on = values.Check("include-current-drawing")) dialog.OnIncludeCurrent(*on);
-    if (!SetList(dialog, values, refusal)) return refusal.ok ? CommandStatus::Failed : CommandStatus::BadInput;
+    if (!PressDrawingListButtons(dialog, values, refusal)) return refusal.ok ? CommandStatus::Failed : CommandStatus::BadInput;
     dialog.m_blockName = values.Text("block-name", dialog.m_blockName);
     dialog.m_layer = values.Text("layer", dialog.m_layer);
     dialog.m_tag = values.Text("attribute-tag", dialog.m_tag);
