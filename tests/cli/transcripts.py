@@ -81,6 +81,16 @@ def runs():
     yield "readme-dxf-resave", ["dxf", "resave", "plan.dxf", "out.dxf"]
     yield "readme-xlsx-info", ["xlsx", "info", "book.xlsx"]
     yield "readme-xlsx-resave", ["xlsx", "resave", "book.xlsx", "out.xlsx"]
+    yield "readme-count-blocks", ["--drawing", "plan.dxf", "--workbook", "plan.xlsx", "--active-cell", "H2",
+                                  "count-blocks", "--block-name", "DOOR", "--insert-function"]
+    yield "readme-count-blocks-update", ["--drawing", "plan.dxf", "--workbook", "plan.xlsx", "count-blocks",
+                                         "--add", "plan2.dxf", "--update-results"]
+    yield "readme-export-attdefs", ["--drawing", "plan.dxf", "--output", "defs.xlsx", "export-attdefs"]
+    yield "readme-import-attdefs", ["--drawing", "plan.dxf", "--workbook", "defs.xlsx", "--yes", "import-attdefs"]
+    yield "readme-export-points", ["--drawing", "plan.dxf", "--output", "points.xlsx", "export-points",
+                                   "--separator", ";", "--z", "off"]
+    yield "readme-add-attributes", ["--drawing", "plan.dxf", "--workbook", "attributes.xlsx", "add-attributes",
+                                    "--block", "DOOR"]
     # Usage errors of the options of each kind.
     yield "bad-switch", ["--drawing", "plan.dxf", "export", "--border", "maybe"]
     yield "bad-choice", ["--drawing", "plan.dxf", "export", "--source", "elsewhere"]
@@ -119,6 +129,7 @@ def main():
         shutil.copy(os.path.join(SOURCE, "examples", "floor.dxf"), os.path.join(folder, "plan.dxf"))
         shutil.copy(os.path.join(SOURCE, "examples", "floor.dxf"), os.path.join(folder, "plan2.dxf"))
         shutil.copy(os.path.join(SOURCE, "examples", "rows.xlsx"), os.path.join(folder, "rows.xlsx"))
+        shutil.copy(os.path.join(SOURCE, "examples", "attributes.xlsx"), os.path.join(folder, "attributes.xlsx"))
         with open(os.path.join(folder, "plans.lst"), "w") as listing:
             listing.write("plan2.dxf\nmissing.dxf\n")
         for name, words in runs():
