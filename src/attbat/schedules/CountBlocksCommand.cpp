@@ -59,8 +59,10 @@ CommandStatus RunCountBlocks(CommandContext& context) {
         return CommandStatus::BadInput;
     }
     CCountBlockDialog dialog;
-    dialog.OnInitDialog();
+    // The box is stored at once, and only an opening reads the current drawing: given on the
+    // command line it stands as ticked before this opening, as if from an earlier one.
     if (auto on = values.Check("include-current-drawing")) dialog.OnIncludeCurrent(*on);
+    dialog.OnInitDialog();
     if (!PressDrawingListButtons(dialog, values, refusal)) return refusal.ok ? CommandStatus::Failed : CommandStatus::BadInput;
     dialog.m_blockName = values.Text("block-name", dialog.m_blockName);
     dialog.m_layer = values.Text("layer", dialog.m_layer);
