@@ -92,7 +92,8 @@ BlockRecord DefinitionOfCopy(const BlockRecord& block) {
 }
 
 base::Result<BlockRecord> AnonymousCopyOf(const BlockRecord& definition,
-                                          const BlockEvaluation& evaluation) {
+                                          const BlockEvaluation& evaluation,
+                                          const BlockRecord& current) {
     if (!definition)
         return base::Status::Error("no dynamic block");
     Database& db = *definition.GetDatabase();
@@ -106,7 +107,12 @@ base::Result<BlockRecord> AnonymousCopyOf(const BlockRecord& definition,
         wanted.push_back(Comparable(std::move(tags)));
     }
 
-    for (const BlockRecord& block : db.Blocks()) {
+    std::vector<BlockRecord> candidates;
+    if (current)
+        candidates.push_back(current);
+    for (const BlockRecord& block : db.Blocks())
+        candidates.push_back(block);
+    for (const BlockRecord& block : candidates) {
         if (block.IsErased() || !(DefinitionOfCopy(block) == definition))
             continue;
         const std::vector<Entity> shown = block.Entities();

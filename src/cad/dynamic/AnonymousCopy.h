@@ -12,10 +12,12 @@ namespace cad::dynamic {
 // The dynamic block an anonymous block was copied from; a null view for any other block.
 BlockRecord DefinitionOfCopy(const BlockRecord& block);
 // The anonymous copy of `definition` that shows `evaluation`: an existing copy whose entities
-// are equal (same types, values within 1e-9, same visibility), else a new one under the next
-// free "*U" name. Fails, leaving the drawing as it was, when an entity can't be evaluated.
+// are equal (same types, values within 1e-9, same visibility), `current` first when it is one,
+// else a new one under the next free "*U" name. Fails, leaving the drawing as it was, when an
+// entity can't be evaluated.
 base::Result<BlockRecord> AnonymousCopyOf(const BlockRecord& definition,
-                                          const BlockEvaluation& evaluation);
+                                          const BlockEvaluation& evaluation,
+                                          const BlockRecord& current = {});
 // Erases `block` when it is an anonymous copy of a dynamic block and nothing shows it any
 // more; any other block stays.
 void EraseUnusedCopy(BlockRecord block);

@@ -110,10 +110,18 @@ public:
         if (base::Status status = Assign(node, value); !status)
             return status;
 
+        // The value it has already: nothing to do, not a byte to change.
+        bool same = true;
+        for (const auto& [id, state] : states_)
+            same = same && state.points == before.at(id).points && state.strings == before.at(id).strings;
+        if (same && stored && ReadParameterState(stored.Get(std::to_string(EvaluationGraph::IdOf(node)))).present)
+            return base::Status::Ok();
+
         auto evaluation = BlockEvaluation::Evaluate(graph_, defaults_, states_);
         if (!evaluation)
             return Refuse(evaluation.GetStatus().Message());
-        auto copy = AnonymousCopyOf(definition_, *evaluation);
+        BlockRecord shown = reference_.Block();
+        auto copy = AnonymousCopyOf(definition_, *evaluation, shown);
         if (!copy)
             return Refuse(copy.GetStatus().Message());
 
@@ -126,7 +134,6 @@ public:
                 id == EvaluationGraph::IdOf(node))
                 changed[id] = state;
         }
-        BlockRecord shown = reference_.Block();
         if (!(shown == *copy))
             reference_.SetText(2, copy->Name(), "AcDbBlockReference");
         if (base::Status status = WriteStates(reference_, definition_, changed); !status)

@@ -131,3 +131,135 @@ TEST(DynamicBlockWriteTest, RotationAngleTurnsAsTheHostDid) {
     ExpectPairsMatch("curtainwall-details-mleader-dynblocks-ac1027.dxf", {"2204", "225C", "2275", "2299", "22B6"},
                      "Angle");
 }
+
+TEST(DynamicBlockWriteTest, LinearDistanceScalesAsTheHostDid) {
+    // The second reference of the ACadSharp sample keeps a circle AutoCAD didn't scale about
+    // the block's base point (its data was edited after): only the first is a reference.
+    auto db = Corpus("acadsharp-sample-ac1032.dxf");
+    BlockReference a = InsertOf(*db, "AC5");
+    BlockReference b = InsertOf(*db, "ABA");
+    const std::vector<Shape> want = ShapesOf(b.Block());
+    const double value = PropertyOf(b, "dynamic-diameter").real;
+    ASSERT_TRUE(db->EraseBlock(b.Block()));
+    ASSERT_TRUE(DynamicBlockReference(a).SetValue("dynamic-diameter", DynamicValue::Real(value)));
+    ExpectSameShapes(ShapesOf(a.Block()), want, "AC5 set like ABA");
+}
+
+TEST(DynamicBlockWriteTest, LookupRowSetsTheParametersOfItsRow) {
+    auto db = Corpus("dynblock-lookup-ac1032.dxf");
+    BlockReference a = InsertOf(*db, "254");
+    BlockReference like = InsertOf(*db, "38C");  // its distance is 6
+    const std::vector<Shape> want = ShapesOf(like.Block());
+    ASSERT_TRUE(DynamicBlockReference(a).SetValue("Lookup Label Name", DynamicValue::Text("Size 6 ")));
+    EXPECT_EQ(PropertyOf(a, "Lookup Label Name").text, "Size 6 ");
+    EXPECT_NEAR(PropertyOf(a, "my_distance_label").real, 6, 1e-12);
+    EXPECT_NEAR(PropertyOf(a, "Position1 X").real, 3, 1e-12);
+    EXPECT_NEAR(PropertyOf(a, "Position1 Y").real, 3, 1e-12);
+    EXPECT_EQ(PropertyOf(a, "Lookup1").text, "Alt size 6");
+    std::vector<Shape> got = ShapesOf(a.Block());
+    ASSERT_EQ(got.size(), 3u);
+    // The polyline is stretched to the row's distance as AutoCAD stretched the other reference;
+    // the cross follows the point parameter, which the row moves to (3, 3).
+    ExpectSameShapes({got[0]}, {want[0]}, "polyline");
+    const double dx = 3 - 0.5353643034168593, dy = 3 - -0.6616789453847974;
+    for (std::size_t i = 1; i < 3; ++i)
+        for (std::size_t k = 0; k < 6; k += 3) {
+            EXPECT_NEAR(got[i].numbers[k], want[i].numbers[k] + dx, 1e-9);
+            EXPECT_NEAR(got[i].numbers[k + 1], want[i].numbers[k + 1] + dy, 1e-9);
+        }
+}
+
+TEST(DynamicBlockWriteTest, LookupValueOutsideTheTableIsRefused) {
+    auto db = Corpus("dynblock-lookup-ac1032.dxf");
+    const std::string before = db->Write();
+    BlockReference a = InsertOf(*db, "254");
+    base::Status status = DynamicBlockReference(a).SetValue("Lookup Label Name", DynamicValue::Text("Size 7"));
+    ASSERT_FALSE(status);
+    EXPECT_NE(status.Message().find("\"Lookup Label Name\" (lookup parameter)"), std::string::npos) << status.Message();
+    EXPECT_TRUE(db->Write() == before) << "the drawing changed";
+}
+
+TEST(DynamicBlockWriteTest, PointPositionMovesItsEntities) {
+    auto db = Corpus("dynblock-lookup-ac1032.dxf");
+    BlockReference a = InsertOf(*db, "395");
+    const std::vector<Shape> before = ShapesOf(a.Block());
+    ASSERT_TRUE(DynamicBlockReference(a).SetValue("Position1 X", DynamicValue::Real(2)));
+    ASSERT_TRUE(DynamicBlockReference(a).SetValue("Position1 Y", DynamicValue::Real(-1)));
+    EXPECT_NEAR(PropertyOf(a, "Position1 X").real, 2, 1e-12);
+    EXPECT_NEAR(PropertyOf(a, "Position1 Y").real, -1, 1e-12);
+    std::vector<Shape> got = ShapesOf(a.Block());
+    ExpectSameShapes({got[0]}, {before[0]}, "the polyline stays");
+    const double dx = 2 - 0.5353643034168593, dy = -1 - -0.6616789453847974;
+    for (std::size_t i = 1; i < 3; ++i)
+        for (std::size_t k = 0; k < 6; k += 3) {
+            EXPECT_NEAR(got[i].numbers[k], before[i].numbers[k] + dx, 1e-9);
+            EXPECT_NEAR(got[i].numbers[k + 1], before[i].numbers[k + 1] + dy, 1e-9);
+        }
+}
+
+TEST(DynamicBlockWriteTest, EqualStateReusesTheExistingAnonymousBlockAndDropsTheUnusedOne) {
+    auto db = Corpus("dynblock-visibility-ac1032.dxf");
+    BlockReference a = InsertOf(*db, "252");
+    ASSERT_EQ(a.BlockName(), "*U16");
+    ASSERT_TRUE(DynamicBlockReference(a).SetValue("Test visibility", DynamicValue::Text("HideAll")));
+    EXPECT_EQ(a.BlockName(), "*U18");  // what reference 268 shows
+    EXPECT_FALSE(db->FindBlock("*U16"));  // nothing shows it any more
+}
+
+TEST(DynamicBlockWriteTest, SameValueAgainChangesNothing) {
+    auto db = Corpus("dynblock-visibility-ac1032.dxf");
+    BlockReference a = InsertOf(*db, "284");
+    const std::string before = db->Write();
+    ASSERT_TRUE(DynamicBlockReference(a).SetValue("Test visibility", DynamicValue::Text("VisibilityState1")));
+    EXPECT_EQ(a.BlockName(), "*U19");
+    EXPECT_TRUE(db->Write() == before) << "the drawing changed";
+}
+
+TEST(DynamicBlockWriteTest, VisibilityStateIsMatchedWithoutRegardToCase) {
+    auto db = Corpus("dynblock-visibility-ac1032.dxf");
+    BlockReference a = InsertOf(*db, "252");
+    ASSERT_TRUE(DynamicBlockReference(a).SetValue("Test visibility", DynamicValue::Text("showall")));
+    EXPECT_EQ(PropertyOf(a, "Test visibility").text, "ShowAll");
+}
+
+TEST(DynamicBlockWriteTest, UnknownVisibilityStateIsRefusedAndChangesNothing) {
+    auto db = Corpus("dynblock-visibility-ac1032.dxf");
+    const std::string before = db->Write();
+    BlockReference a = InsertOf(*db, "252");
+    base::Status status = DynamicBlockReference(a).SetValue("Test visibility", DynamicValue::Text("Open"));
+    ASSERT_FALSE(status);
+    EXPECT_NE(status.Message().find("\"Open\" is not one of its values"), std::string::npos) << status.Message();
+    EXPECT_TRUE(db->Write() == before) << "the drawing changed";
+}
+
+TEST(DynamicBlockWriteTest, ValueOfTheWrongTypeIsRefused) {
+    auto db = Corpus("dynblock-lookup-ac1032.dxf");
+    BlockReference a = InsertOf(*db, "254");
+    EXPECT_FALSE(DynamicBlockReference(a).SetValue("my_distance_label", DynamicValue::Text("wide")));
+    EXPECT_FALSE(DynamicBlockReference(a).SetValue("Lookup1", DynamicValue::Real(5)));
+    EXPECT_FALSE(DynamicBlockReference(a).SetValue("my_distance_label", DynamicValue::Real(-1)));
+}
+
+TEST(DynamicBlockWriteTest, MissingPropertyIsRefused) {
+    auto db = Corpus("dynblock-lookup-ac1032.dxf");
+    BlockReference a = InsertOf(*db, "254");
+    base::Status status = DynamicBlockReference(a).SetValue("Width", DynamicValue::Real(5));
+    ASSERT_FALSE(status);
+    EXPECT_NE(status.Message().find("no dynamic property \"Width\""), std::string::npos) << status.Message();
+}
+
+TEST(DynamicBlockWriteTest, ReferenceWithoutRepresentationDataGetsOne) {
+    // A program that knows nothing of dynamic blocks inserts the definition itself.
+    auto db = Corpus("dynblock-visibility-ac1032.dxf");
+    auto made = db->ModelSpace().AddBlockReference(db->FindBlock("block_visibility_parameter"), Point3{9, 9, 0});
+    ASSERT_TRUE(made);
+    BlockReference ref = *made;
+    ASSERT_TRUE(DynamicBlockReference(ref).SetValue("Test visibility", DynamicValue::Text("HideAll")));
+    EXPECT_EQ(ref.BlockName(), "*U18");
+    DynamicBlockProperty p = PropertyOf(ref, "Test visibility");
+    EXPECT_EQ(p.text, "HideAll");
+    EXPECT_TRUE(p.fromReference);
+    EXPECT_EQ(DynamicBlockReference(ref).DynamicBlock().Name(), "block_visibility_parameter");
+    // The definition itself stays: it is no anonymous copy.
+    EXPECT_TRUE(db->FindBlock("block_visibility_parameter"));
+}
