@@ -1,5 +1,6 @@
 #include "attbat/authoring/AuthoringCommands.h"
 
+#include "attbat/authoring/DynamicBlockUpdate.h"
 #include "attbat/authoring/InsertBlocksCommand.h"
 #include "attbat/frame/CAttBatApp.h"
 
@@ -7,6 +8,7 @@ namespace attbat {
 
 void ImplementAuthoringCommands(CAttBatApp& app) {
     app.Implement("VelmarInsertBlocks", {InsertBlocksControls(), "", InsertBlocksCommand});
+    app.Implement("Velmar_UpdateParamsInDynamicBlocks", {{}, "", UpdateParamsInDynamicBlocksCommand});
 }
 
 }  // namespace attbat

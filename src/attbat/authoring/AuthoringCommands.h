@@ -5,7 +5,7 @@ namespace attbat {
 
 class CAttBatApp;
 
-// Gives VelmarInsertBlocks its work.
+// Gives VelmarInsertBlocks and Velmar_UpdateParamsInDynamicBlocks their work.
 void ImplementAuthoringCommands(CAttBatApp& app);
 
 }  // namespace attbat

@@ -321,40 +321,37 @@ private:
         return base::Status::Ok();
     }
 
-    base::Status Rotate(const Object& action) {
-        if (!Listens(action, {92, 93, 94}, "AcDbBlockRotationAction") &&
+    // A rotation or scale about the action's base point, by the value of the connection its
+    // 94 and 303 name (an angle, a factor).
+    using AboutPoint = Matrix3d (*)(double value, Point3 base);
+    base::Status AboutBasePoint(const Object& action, std::string_view subclass, AboutPoint make) {
+        if (!Listens(action, {92, 93, 94, 95, 96}, subclass) &&
             !Listens(action, {92, 93}, "AcDbBlockActionWithBasePt"))
             return base::Status::Ok();
-        TagList own = Section(action.Tags(), "AcDbBlockRotationAction");
+        TagList own = Section(action.Tags(), subclass);
         const Tag* node = FindTag(own, 94);
-        double angle = 0;
+        double value = 0;
         if (!node)
             return Fail(action, base::Status::Error("it names no parameter"));
-        if (auto s = Connection(node->Int(), TextOf(own, 303), angle); !s)
+        if (auto s = Connection(node->Int(), TextOf(own, 303), value); !s)
             return Fail(action, s);
         Point3 base;
         if (auto s = BasePoint(Section(action.Tags(), "AcDbBlockActionWithBasePt"), base); !s)
             return Fail(action, s);
-        AddMatrix(action, Matrix3d::Rotation(angle, Point3{0, 0, 1}, base));
+        AddMatrix(action, make(value, base));
         return base::Status::Ok();
     }
 
+    base::Status Rotate(const Object& action) {
+        return AboutBasePoint(action, "AcDbBlockRotationAction", [](double angle, Point3 base) {
+            return Matrix3d::Rotation(angle, Point3{0, 0, 1}, base);
+        });
+    }
+
     base::Status Scale(const Object& action) {
-        if (!Listens(action, {94, 95, 96}, "AcDbBlockScaleAction") &&
-            !Listens(action, {92, 93}, "AcDbBlockActionWithBasePt"))
-            return base::Status::Ok();
-        TagList own = Section(action.Tags(), "AcDbBlockScaleAction");
-        const Tag* node = FindTag(own, 94);
-        double factor = 1;
-        if (!node)
-            return Fail(action, base::Status::Error("it names no parameter"));
-        if (auto s = Connection(node->Int(), TextOf(own, 303), factor); !s)
-            return Fail(action, s);
-        Point3 base;
-        if (auto s = BasePoint(Section(action.Tags(), "AcDbBlockActionWithBasePt"), base); !s)
-            return Fail(action, s);
-        AddMatrix(action, Matrix3d::Scaling(factor, base));
-        return base::Status::Ok();
+        return AboutBasePoint(action, "AcDbBlockScaleAction", [](double factor, Point3 base) {
+            return Matrix3d::Scaling(factor, base);
+        });
     }
 
     // A flip mirrors its entities in the flip parameter's line when its state is 1.
