@@ -23,11 +23,12 @@ struct WriteTrace {
     int transforms = 0;          // transforms applied to references (identity ones included)
     int identityTransforms = 0;  // of those, the ones that changed nothing
     int leaderWrites = 0;        // multileader attribute values set
+    int dynamicWrites = 0;       // dynamic properties set
 };
 
-// Writes one row into `db`: attribute values (kind 0, by tag, else the text(handle) form),
-// position, scale, rotation and layer by the property kinds, or a multileader's block
-// attribute values. Units -1 take the drawing's. False when the row has no handle or no values,
+// Writes one row into `db`: attribute values (kind 0, by tag, else a dynamic property of that
+// name, else the text(handle) form), position, scale, rotation and layer by the property
+// kinds, or a multileader's block attribute values. Units -1 take the drawing's. False when the row has no handle or no values,
 // or its handle names no block reference or multileader in `db`.
 bool WriteTo(const AcadBlockRef& row, cad::Database& db, int lunits, int aunits,
              WriteTrace* trace = nullptr);
