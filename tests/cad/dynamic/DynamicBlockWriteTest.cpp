@@ -3,6 +3,7 @@
 // values must give geometry equal to the second's anonymous block.
 #include "cad/DynamicBlockReference.h"
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 #include <string>
@@ -10,11 +11,13 @@
 
 #include <gtest/gtest.h>
 
+#include "../DynamicFixtures.h"
 #include "../Fixtures.h"
 #include "cad/dynamic/AnonymousCopy.h"
 
 using namespace cad;
 using cadtest::Corpus;
+using cadtest::LookupDrawingWith;
 
 namespace {
 
@@ -262,4 +265,83 @@ TEST(DynamicBlockWriteTest, ReferenceWithoutRepresentationDataGetsOne) {
     EXPECT_EQ(DynamicBlockReference(ref).DynamicBlock().Name(), "block_visibility_parameter");
     // The definition itself stays: it is no anonymous copy.
     EXPECT_TRUE(db->FindBlock("block_visibility_parameter"));
+}
+
+namespace {
+
+// The x of the polyline's corners in the block `ref` shows, sorted, without repeats.
+std::vector<double> PolylineXs(const BlockReference& ref) {
+    std::vector<double> xs;
+    for (const Shape& s : ShapesOf(ref.Block()))
+        if (s.type == "LWPOLYLINE")
+            for (std::size_t i = 0; i < s.numbers.size(); i += 2)
+                if (std::find_if(xs.begin(), xs.end(), [&](double x) { return std::fabs(x - s.numbers[i]) < 1e-9; }) == xs.end())
+                    xs.push_back(s.numbers[i]);
+    std::sort(xs.begin(), xs.end());
+    return xs;
+}
+
+}  // namespace
+
+TEST(DynamicBlockWriteTest, XYParameterStretchesByItsHorizontalAndVerticalDistances) {
+    auto db = LookupDrawingWith("BLOCKXYPARAMETER", "AcDbBlockXYParameter",
+                                "305\nHorizontal\n306\n\n307\nVertical\n308\n\n");
+    BlockReference ref = InsertOf(*db, "254");
+    ASSERT_TRUE(DynamicBlockReference(ref).SetValue("Horizontal", DynamicValue::Real(6.5)));
+    EXPECT_DOUBLE_EQ(PropertyOf(ref, "Horizontal").real, 6.5);
+    EXPECT_EQ(PolylineXs(ref), (std::vector<double>{0, 6.5}));
+    ASSERT_TRUE(DynamicBlockReference(ref).SetValue("Vertical", DynamicValue::Real(2)));
+    EXPECT_DOUBLE_EQ(PropertyOf(ref, "Vertical").real, 2);
+    // The corners the stretch frame holds go up by 2 with the end point.
+    std::vector<Shape> shapes = ShapesOf(ref.Block());
+    EXPECT_EQ(shapes[0].numbers, (std::vector<double>{0, 0, 6.5, 2, 6.5, 3, 0, 1}));
+}
+
+TEST(DynamicBlockWriteTest, PolarParameterStretchesByItsDistanceAndTurnsByItsAngle) {
+    auto db = LookupDrawingWith("BLOCKPOLARPARAMETER", "AcDbBlockPolarParameter",
+                                "305\nDistance\n306\n\n307\nAngle\n308\n\n");
+    BlockReference ref = InsertOf(*db, "38C");
+    ASSERT_TRUE(DynamicBlockReference(ref).SetValue("Distance", DynamicValue::Real(7)));
+    EXPECT_DOUBLE_EQ(PropertyOf(ref, "Distance").real, 7);
+    EXPECT_EQ(PolylineXs(ref), (std::vector<double>{0, 7}));
+    ASSERT_TRUE(DynamicBlockReference(ref).SetValue("Angle", DynamicValue::Real(std::numbers::pi / 2)));
+    EXPECT_NEAR(PropertyOf(ref, "Angle").real, std::numbers::pi / 2, 1e-12);
+    // The end point goes from (7, 1) to (0, 8): the corners in the frame follow it.
+    std::vector<Shape> shapes = ShapesOf(ref.Block());
+    const std::vector<double> want{0, 0, 0, 7, 0, 8, 0, 1};
+    ASSERT_EQ(shapes[0].numbers.size(), want.size());
+    for (std::size_t i = 0; i < want.size(); ++i)
+        EXPECT_NEAR(shapes[0].numbers[i], want[i], 1e-9) << i;
+}
+
+TEST(DynamicBlockWriteTest, AParameterKindThatCantBeSetIsRefusedNamingThePropertyAndTheKind) {
+    auto db = LookupDrawingWith("BLOCKFLIPPARAMETER", "AcDbBlockFlipParameter",
+                                "305\nFlip state\n306\n\n307\nNot flipped\n308\nFlipped\n");
+    auto made = db->ModelSpace().AddBlockReference(db->FindBlock("My_Look_Block"), Point3{100, 100, 0});
+    ASSERT_TRUE(made);
+    const std::string before = db->Write();
+    base::Status status = DynamicBlockReference(*made).SetValue("Flip state", DynamicValue::Integer(1));
+    ASSERT_FALSE(status);
+    EXPECT_NE(status.Message().find("\"Flip state\" (flip parameter)"), std::string::npos) << status.Message();
+    EXPECT_TRUE(db->Write() == before) << "the drawing changed";
+}
+
+TEST(DynamicBlockWriteTest, AnActionKindThatCantBeEvaluatedIsRefusedWhenItsParameterChanges) {
+    // The stretch turned into an array: no corpus drawing has one, and arrays aren't evaluated.
+    std::string bytes = cadtest::CorpusBytes("dynblock-lookup-ac1032.dxf");
+    bytes = cadtest::ReplaceOnce(bytes, "  0\nBLOCKSTRETCHACTION\n  5\n602\n", "  0\nBLOCKARRAYACTION\n  5\n602\n");
+    auto db = cadtest::Load(bytes, "array.dxf");
+    const std::string before = db->Write();
+    BlockReference ref = InsertOf(*db, "254");
+    base::Status status = DynamicBlockReference(ref).SetValue("my_distance_label", DynamicValue::Real(3));
+    ASSERT_FALSE(status);
+    EXPECT_NE(status.Message().find("\"my_distance_label\" (linear parameter)"), std::string::npos) << status.Message();
+    EXPECT_NE(status.Message().find("BLOCKARRAYACTION"), std::string::npos) << status.Message();
+    EXPECT_TRUE(db->Write() == before) << "the drawing changed";
+    // A parameter the array doesn't listen to can still be set while the array's stays at the
+    // definition's value: every state is worked out from the definition.
+    auto plain = db->ModelSpace().AddBlockReference(db->FindBlock("My_Look_Block"), Point3{100, 100, 0});
+    ASSERT_TRUE(plain);
+    EXPECT_TRUE(DynamicBlockReference(*plain).SetValue("Position1 X", DynamicValue::Real(1)));
+    EXPECT_FALSE(DynamicBlockReference(ref).SetValue("Position1 X", DynamicValue::Real(1)));
 }
