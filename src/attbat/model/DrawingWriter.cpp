@@ -75,21 +75,35 @@ bool DynamicValueOfText(const cad::DynamicBlockProperty& property, const std::st
 // the block can't take is said on the command line.
 bool WriteDynamicProperty(cad::BlockReference& ref, const AcadAttribute& cell, cad::Database& db, int lunits,
                           int aunits, WriteTrace* trace) {
+    cad::DynamicBlockProperty property;
+    cad::DynamicValue value;
+    bool change = false;
+    if (!FindDynamicPropertyChange(ref, cell, db, lunits, aunits, property, value, change)) return false;
+    if (!change) return true;
+    if (base::Status status = cad::DynamicBlockReference(ref).SetValue(property.name, value); !status)
+        host::Printf("\n%s", status.Message());
+    else if (trace)
+        ++trace->dynamicWrites;
+    return true;
+}
+
+}  // namespace
+
+bool FindDynamicPropertyChange(const cad::BlockReference& ref, const AcadAttribute& cell, cad::Database& db,
+                               int lunits, int aunits, cad::DynamicBlockProperty& property, cad::DynamicValue& value,
+                               bool& change) {
     cad::DynamicBlockReference dynamic(ref);
     if (!dynamic.IsDynamic()) return false;
-    for (const cad::DynamicBlockProperty& property : dynamic.Properties()) {
-        if (!base::EqualNoCase(property.name, cell.tag) || property.valueKind == cad::DynamicValueKind::Point)
-            continue;
-        cad::DynamicValue value;
-        if (!DynamicValueOfText(property, cell.value, db, lunits, aunits, value)) return true;
-        if (base::Status status = dynamic.SetValue(property.name, value); !status)
-            host::Printf("\n%s", status.Message());
-        else if (trace)
-            ++trace->dynamicWrites;
+    for (const cad::DynamicBlockProperty& p : dynamic.Properties()) {
+        if (!base::EqualNoCase(p.name, cell.tag) || p.valueKind == cad::DynamicValueKind::Point) continue;
+        property = p;
+        change = DynamicValueOfText(p, cell.value, db, lunits, aunits, value);
         return true;
     }
     return false;
 }
+
+namespace {
 
 void WriteAttribute(cad::BlockReference& ref, const AcadAttribute& value, cad::Database& db, int lunits,
                     int aunits, WriteTrace* trace) {
