@@ -304,6 +304,13 @@ std::vector<DynamicBlockProperty> DynamicBlockReference::Properties() const {
     return out;
 }
 
+std::optional<DynamicBlockProperty> DynamicBlockReference::Property(std::string_view name) const {
+    for (DynamicBlockProperty& p : Properties())
+        if (p.name == name)
+            return std::move(p);
+    return std::nullopt;
+}
+
 base::Status DynamicBlockReference::SetValue(std::string_view name, const DynamicValue& value) {
     return dynamic::SetPropertyValue(reference_, DynamicBlock(), Properties(), name, value);
 }

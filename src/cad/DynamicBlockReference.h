@@ -31,6 +31,7 @@
 // Alignment, base point and constraint parameters, and any parameter hidden from the palette
 // (280 = 0), show nothing.
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -101,6 +102,8 @@ public:
     // The properties in the order of the definition's graph; empty when the reference isn't
     // dynamic. A property whose value can't be read with confidence is left out.
     std::vector<DynamicBlockProperty> Properties() const;
+    // The property named `name` (exactly, as Properties names it); nothing when there is none.
+    std::optional<DynamicBlockProperty> Property(std::string_view name) const;
 
     // Sets the property `name` (as Properties names it) to `value`, as the palette would: the
     // actions that depend on it are evaluated on the definition's entities, the reference then

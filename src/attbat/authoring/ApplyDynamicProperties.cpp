@@ -6,6 +6,7 @@
 #include "attbat/authoring/CInsertBlocksOpt.h"
 #include "attbat/authoring/DynamicBlockUpdate.h"
 #include "attbat/authoring/RowValues.h"
+#include "attbat/model/DynamicValueText.h"
 #include "base/Format.h"
 #include "base/Text.h"
 #include "cad/DynamicBlockReference.h"
@@ -40,13 +41,7 @@ bool ValueToAssign(const cad::DynamicBlockProperty& property, const std::string&
             return true;
         }
     case cad::DynamicValueKind::Int16:
-        if (base::EqualNoCase(base::Sprintf("%d", static_cast<int>(property.integer)), text)) return false;
-        value = cad::DynamicValue::Integer(std::atoi(text.c_str()));
-        return true;
-    case cad::DynamicValueKind::Int32:
-        if (base::EqualNoCase(base::Sprintf("%ld", static_cast<long>(property.integer)), text)) return false;
-        value = cad::DynamicValue::Integer(std::atol(text.c_str()));
-        return true;
+    case cad::DynamicValueKind::Int32: return IntegerValueOfText(property, text, value);
     case cad::DynamicValueKind::Point: return false;  // values of other types are left alone
     }
     return false;

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "arxutils/ArxUtils.h"
+#include "attbat/model/DynamicValueText.h"
 #include "base/Format.h"
 #include "base/Path.h"
 #include "base/Text.h"
@@ -58,13 +59,7 @@ bool DynamicValueOfText(const cad::DynamicBlockProperty& property, const std::st
         return true;
     }
     case cad::DynamicValueKind::Int16:
-        if (base::EqualNoCase(base::Sprintf("%d", static_cast<int>(property.integer)), text)) return false;
-        value = cad::DynamicValue::Integer(std::atoi(text.c_str()));
-        return true;
-    case cad::DynamicValueKind::Int32:
-        if (base::EqualNoCase(base::Sprintf("%ld", static_cast<long>(property.integer)), text)) return false;
-        value = cad::DynamicValue::Integer(std::atol(text.c_str()));
-        return true;
+    case cad::DynamicValueKind::Int32: return IntegerValueOfText(property, text, value);
     case cad::DynamicValueKind::Point: return false;
     }
     return false;

@@ -26,11 +26,9 @@ protected:
         cad::Object o = db->ObjectByHandle(cad::ParseHandle(handle));
         return cad::BlockReference(o.GetDatabase(), o.Index());
     }
-    cad::DynamicBlockProperty Property(const cad::BlockReference& ref, std::string_view name) {
-        for (const cad::DynamicBlockProperty& p : cad::DynamicBlockReference(ref).Properties())
-            if (p.name == name) return p;
-        ADD_FAILURE() << "no property " << name;
-        return {};
+    // The property `name` of `ref`; the test fails (and goes no further) when there is none.
+    static cad::DynamicBlockProperty Property(const cad::BlockReference& ref, std::string_view name) {
+        return cad::DynamicBlockReference(ref).Property(name).value();
     }
     bool Write(std::string_view handle, const std::string& tag, const std::string& value) {
         AcadBlockRef row;

@@ -27,12 +27,9 @@ BlockReference InsertOf(Database& db, std::string_view handle) {
     return BlockReference(object.GetDatabase(), object.Index());
 }
 
+// The property `name` of `ref`; throws (failing the test) when there is none.
 DynamicBlockProperty PropertyOf(const BlockReference& ref, std::string_view name) {
-    for (const DynamicBlockProperty& p : DynamicBlockReference(ref).Properties())
-        if (p.name == name)
-            return p;
-    ADD_FAILURE() << "no property " << name << " on " << ref.HandleString();
-    return {};
+    return DynamicBlockReference(ref).Property(name).value();
 }
 
 // What a viewer shows of one entity: its type, visibility and defining numbers.
