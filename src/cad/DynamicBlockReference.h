@@ -1,6 +1,7 @@
 #pragma once
-// Dynamic blocks, read side: whether a reference's block is dynamic, the block behind the
-// anonymous copy it points at, and the properties a CAD program's property palette shows for it.
+// Dynamic blocks: whether a reference's block is dynamic, the block behind the anonymous copy it
+// points at, the properties a CAD program's property palette shows for it, and setting them
+// (the evaluation is in cad/dynamic/).
 //
 // A dynamic block keeps its parameters in the evaluation graph of its block record (extension
 // dictionary, "ACAD_ENHANCEDBLOCK"). A reference whose state differs from the definition points
