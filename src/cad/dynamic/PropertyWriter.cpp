@@ -6,6 +6,7 @@
 
 #include "cad/Database.h"
 #include "cad/dynamic/AnonymousCopy.h"
+#include "cad/dynamic/AttributeFollow.h"
 #include "cad/dynamic/BlockEvaluation.h"
 #include "cad/dynamic/EvaluationGraph.h"
 #include "cad/dynamic/GraphTags.h"
@@ -136,6 +137,10 @@ public:
         }
         if (!(shown == *copy))
             reference_.SetText(2, copy->Name(), "AcDbBlockReference");
+        // The attributes follow their definitions; from a state that can't be worked out there
+        // is nothing to follow from.
+        if (auto was = BlockEvaluation::Evaluate(graph_, defaults_, before))
+            FollowAttributes(reference_, definition_, *was, *evaluation);
         if (base::Status status = WriteStates(reference_, definition_, changed); !status)
             return Refuse(status.Message());
         if (!(shown == *copy))

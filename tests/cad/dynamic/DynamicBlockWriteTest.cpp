@@ -342,3 +342,32 @@ TEST(DynamicBlockWriteTest, AnActionKindThatCantBeEvaluatedIsRefusedWhenItsParam
     EXPECT_TRUE(DynamicBlockReference(*plain).SetValue("Position1 X", DynamicValue::Real(1)));
     EXPECT_FALSE(DynamicBlockReference(ref).SetValue("Position1 X", DynamicValue::Real(1)));
 }
+
+TEST(DynamicBlockWriteTest, AttributesFollowTheDefinitionsTheActionsMove) {
+    // The lookup block with an attribute definition that the point parameter's move action
+    // moves with the cross; no corpus drawing has an attribute in an action.
+    std::string bytes = cadtest::CorpusBytes("dynblock-lookup-ac1032.dxf");
+    bytes = cadtest::ReplaceOnce(bytes, "$HANDSEED\n  5\n6DA\n", "$HANDSEED\n  5\n6DB\n");
+    bytes = cadtest::ReplaceOnce(bytes, "  0\nENDBLK\n  5\n252\n",
+                                 "  0\nATTDEF\n  5\n6DA\n330\n250\n100\nAcDbEntity\n  8\n0\n100\nAcDbText\n"
+                                 " 10\n1.0\n 20\n-1.0\n 30\n0.0\n 40\n0.25\n  1\nD1\n100\nAcDbAttributeDefinition\n"
+                                 "  3\nMark\n  2\nMARK\n 70\n     0\n  0\nENDBLK\n  5\n252\n");
+    bytes = cadtest::ReplaceOnce(bytes, " 71\n     2\n330\n5FD\n330\n5FE\n", " 71\n     3\n330\n5FD\n330\n5FE\n330\n6DA\n");
+    auto db = cadtest::Load(bytes, "attribute.dxf");
+    BlockRecord definition = db->FindBlock("My_Look_Block");
+    ASSERT_EQ(definition.AttributeDefinitions().size(), 1u);
+    auto made = db->ModelSpace().AddBlockReference(definition, Point3{100, 50, 0});
+    ASSERT_TRUE(made);
+    BlockReference ref = *made;
+    ASSERT_EQ(ref.Attributes().size(), 1u);
+    const Point3 before = ref.Attributes()[0].Position();
+
+    ASSERT_TRUE(DynamicBlockReference(ref).SetValue("Position1 X", DynamicValue::Real(2.5353643034168593)));
+    const Point3 after = ref.Attributes()[0].Position();
+    EXPECT_NEAR(after.x - before.x, 2, 1e-9);
+    EXPECT_NEAR(after.y - before.y, 0, 1e-9);
+    // The definition's copy in the anonymous block moved alike.
+    for (const Entity& e : ref.Block().Entities())
+        if (e.Type() == "ATTDEF")
+            EXPECT_NEAR(e.GetReal(10), 3.0, 1e-9);
+}
