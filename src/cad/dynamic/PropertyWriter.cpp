@@ -110,6 +110,8 @@ public:
         const StateMap before = states_;
         if (base::Status status = Assign(node, value); !status)
             return status;
+        if (node.Type() != "BLOCKLOOKUPPARAMETER")
+            UpdateLookups();
 
         // The value it has already: nothing to do, not a byte to change.
         bool same = true;
@@ -288,6 +290,72 @@ private:
                 return Refuse("its lookup table sets \"" + col.connection + "\", which can't be set");
         }
         return base::Status::Ok();
+    }
+
+    // The value a lookup column reads from a parameter's state; false when it can't be read.
+    static bool ColumnValue(const LookupTable::Column& column, const ParameterState& state, std::string& text,
+                            double& number) {
+        const std::size_t points = state.points.size();
+        if (column.connection == "lookupString") {
+            if (state.strings.empty())
+                return false;
+            text = state.strings.front();
+            return true;
+        }
+        if (column.connection == "UpdatedDistance" && points >= 2)
+            number = std::hypot(state.points[1].x - state.points[0].x, state.points[1].y - state.points[0].y,
+                                state.points[1].z - state.points[0].z);
+        else if (column.connection == "UpdatedAngle" && points >= 2)
+            number = Angle(state.points[0], state.points[1]);
+        else if ((column.connection == "UpdatedX" || column.connection == "UpdatedY") && points >= 1) {
+            const Point3 p = points >= 2 ? state.points[1] - state.points[0] : state.points[0];
+            number = column.connection == "UpdatedX" ? p.x : p.y;
+        } else
+            return false;
+        return true;
+    }
+
+    // After another parameter changed, each lookup parameter shows the row its table's other
+    // columns now match, or its label for no row ("Custom"), as the palette does.
+    void UpdateLookups() {
+        for (const Object& action : graph_.Nodes()) {
+            const LookupTable table = LookupTable::Read(action);
+            if (table.rows.empty())
+                continue;
+            const std::vector<std::string>* match = nullptr;
+            for (const std::vector<std::string>& row : table.rows) {
+                bool all = true;
+                for (std::size_t c = 0; all && c < table.columns.size(); ++c) {
+                    const LookupTable::Column& column = table.columns[c];
+                    if (graph_.Node(column.node).Type() == "BLOCKLOOKUPPARAMETER")
+                        continue;
+                    auto it = states_.find(column.node);
+                    std::string text;
+                    double number = 0;
+                    if (it == states_.end() || !ColumnValue(column, it->second, text, number)) {
+                        all = false;
+                    } else if (column.connection == "lookupString") {
+                        all = text == row[c];
+                    } else {
+                        char* end = nullptr;
+                        const double cell = std::strtod(row[c].c_str(), &end);
+                        all = end != row[c].c_str() && std::fabs(cell - number) <= 1e-6;
+                    }
+                }
+                if (all) {
+                    match = &row;
+                    break;
+                }
+            }
+            for (std::size_t c = 0; c < table.columns.size(); ++c) {
+                const LookupTable::Column& column = table.columns[c];
+                if (graph_.Node(column.node).Type() != "BLOCKLOOKUPPARAMETER")
+                    continue;
+                auto it = states_.find(column.node);
+                if (it != states_.end())
+                    it->second.strings.assign(1, match ? (*match)[c] : column.customLabel);
+            }
+        }
     }
 
     BlockReference& reference_;

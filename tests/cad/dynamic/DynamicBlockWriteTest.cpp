@@ -371,3 +371,18 @@ TEST(DynamicBlockWriteTest, AttributesFollowTheDefinitionsTheActionsMove) {
         if (e.Type() == "ATTDEF")
             EXPECT_NEAR(e.GetReal(10), 3.0, 1e-9);
 }
+
+TEST(DynamicBlockWriteTest, ALookupShowsTheRowItsParametersMatchOrItsCustomLabel) {
+    auto db = Corpus("dynblock-lookup-ac1032.dxf");
+    BlockReference ref = InsertOf(*db, "254");
+    ASSERT_TRUE(DynamicBlockReference(ref).SetValue("Lookup Label Name", DynamicValue::Text("Size 6 ")));
+    // Another distance: no row has it with the point at (3, 3).
+    ASSERT_TRUE(DynamicBlockReference(ref).SetValue("my_distance_label", DynamicValue::Real(5)));
+    EXPECT_EQ(PropertyOf(ref, "Lookup Label Name").text, "my_custom");
+    EXPECT_EQ(PropertyOf(ref, "Lookup1").text, "Custom");
+    // The point of the row of size 5 too: that row.
+    ASSERT_TRUE(DynamicBlockReference(ref).SetValue("Position1 X", DynamicValue::Real(2.5)));
+    ASSERT_TRUE(DynamicBlockReference(ref).SetValue("Position1 Y", DynamicValue::Real(2.5)));
+    EXPECT_EQ(PropertyOf(ref, "Lookup Label Name").text, "Size 5");
+    EXPECT_EQ(PropertyOf(ref, "Lookup1").text, "Alt size 5");
+}
