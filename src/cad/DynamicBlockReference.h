@@ -110,11 +110,13 @@ public:
     // actions that depend on it are evaluated on the definition's entities, the reference then
     // shows an anonymous copy of the block with the result (an existing, equal one when there
     // is one; a copy nothing shows any more is erased) and keeps the new values in its
-    // representation data. Visibility, lookup, linear, polar, point, XY and rotation parameters
-    // can be set, through move, stretch, rotate, scale and lookup actions. Fails, changing
-    // nothing, for a missing or read-only property, a value of another type, a state or lookup
-    // row the block doesn't have, a parameter or action of another kind, and an entity an
-    // action can't transform; the message names the property and the parameter's kind.
+    // representation data, and its attributes follow their definitions. Visibility, lookup,
+    // linear, polar, point, XY and rotation parameters can be set, through move, stretch,
+    // rotate, scale and lookup actions; a flip parameter, whose state no drawing we have shows
+    // a reference keeping, can't. Fails, changing nothing, for a missing or read-only property,
+    // a value of another type, a state or lookup row the block doesn't have, a parameter or
+    // action of another kind, and an entity an action can't transform; the message names the
+    // property and the parameter's kind.
     base::Status SetValue(std::string_view name, const DynamicValue& value);
 
     // True when `block` has an evaluation graph ("ACAD_ENHANCEDBLOCK" in its extension

@@ -20,15 +20,6 @@ const ParameterState* StateIn(const StateMap& map, long long id) {
 double Angle(Point3 from, Point3 to) { return std::atan2(to.y - from.y, to.x - from.x); }
 double Distance(Point3 a, Point3 b) { return std::hypot(b.x - a.x, b.y - a.y, b.z - a.z); }
 
-// A mirror in the line through `a` and `b`.
-Matrix3d MirrorIn(Point3 a, Point3 b) {
-    const double t = 2 * Angle(a, b);
-    const double rows[3][4] = {{std::cos(t), std::sin(t), 0, 0},
-                               {std::sin(t), -std::cos(t), 0, 0},
-                               {0, 0, 1, 0}};
-    return Matrix3d::Translation(a) * Matrix3d::FromRows(rows) * Matrix3d::Translation(-a);
-}
-
 // A nested reference keeps its transform as position, rotation and scales: a similarity (or a
 // mirrored one) in its plane is carried over onto them; its attributes go with the ATTRIBs.
 base::Status TransformInsertTags(TagList& tags, const Matrix3d& m) {
@@ -127,8 +118,6 @@ public:
                 status = Rotate(node);
             else if (type == "BLOCKSCALEACTION")
                 status = Scale(node);
-            else if (type == "BLOCKFLIPACTION")
-                status = Flip(node);
             else if (EndsWith(type, "ACTION") && type != "BLOCKLOOKUPACTION")
                 status = Unsupported(node);
             if (!status)
@@ -352,23 +341,6 @@ private:
         return AboutBasePoint(action, "AcDbBlockScaleAction", [](double factor, Point3 base) {
             return Matrix3d::Scaling(factor, base);
         });
-    }
-
-    // A flip mirrors its entities in the flip parameter's line when its state is 1.
-    base::Status Flip(const Object& action) {
-        TagList own = Section(action.Tags(), "AcDbBlockFlipAction");
-        const Tag* node = FindTag(own, 92);
-        if (!node || !Changed(node->Int()))
-            return base::Status::Ok();
-        const ParameterState *def, *cur;
-        Pair(node->Int(), def, cur);
-        if (cur->points.size() < 2 || def->points.size() < 2)
-            return Fail(action, base::Status::Error("its flip line is not known"));
-        const bool was = !def->strings.empty() && def->strings.front() == "1";
-        const bool is = !cur->strings.empty() && cur->strings.front() == "1";
-        if (was != is)
-            AddMatrix(action, MirrorIn(cur->points[0], cur->points[1]));
-        return base::Status::Ok();
     }
 
     base::Status Unsupported(const Object& action) {

@@ -1,7 +1,9 @@
 #pragma once
 // What the actions of a dynamic block do to its entities when its parameters go from the
-// definition's defaults to other states: moves, stretches, polar stretches, rotations, scales,
-// and flips worked out once, then applied to each entity's tags as its copy is made.
+// definition's defaults to other states: moves, stretches, rotations and scales worked out once,
+// then applied to each entity's tags as its copy is made. Other actions (polar stretch, array,
+// flip: no drawing we have holds one to check against) fail as soon as a parameter they follow
+// changes.
 //
 // The definition's entities show the definition's default state; every action works on them
 // by the difference between a parameter's state and its default (a move by the displacement of
