@@ -109,7 +109,7 @@ public:
     // Sets the property `name` (as Properties names it) to `value`, as the palette would: the
     // actions that depend on it are evaluated on the definition's entities, the reference then
     // shows an anonymous copy of the block with the result (an existing, equal one when there
-    // is one; a copy nothing shows any more is erased) and keeps the new values in its
+    // is one; the copy it showed stays, as AutoCAD leaves them) and keeps the new values in its
     // representation data, and its attributes follow their definitions. Visibility, lookup,
     // linear, polar, point, XY and rotation parameters can be set, through move, stretch,
     // rotate, scale and lookup actions; a flip parameter, whose state no drawing we have shows

@@ -152,12 +152,4 @@ base::Result<BlockRecord> AnonymousCopyOf(const BlockRecord& definition,
     return copy;
 }
 
-void EraseUnusedCopy(BlockRecord block) {
-    if (!DefinitionOfCopy(block))
-        return;
-    if (!block.References().empty())
-        return;
-    block.GetDatabase()->EraseBlock(block);
-}
-
 }  // namespace cad::dynamic

@@ -1,7 +1,8 @@
 #pragma once
 // The anonymous blocks ("*U") a dynamic block's references show: one per state of the block,
 // each a copy of the definition's entities with the actions applied, its block record naming
-// the definition (extended data "AcDbBlockRepBTag", handle 1005).
+// the definition (extended data "AcDbBlockRepBTag", handle 1005). A copy no reference shows any
+// more stays, as AutoCAD leaves its own (the corpus drawings hold several).
 
 #include "base/Status.h"
 #include "cad/BlockRecord.h"
@@ -18,8 +19,4 @@ BlockRecord DefinitionOfCopy(const BlockRecord& block);
 base::Result<BlockRecord> AnonymousCopyOf(const BlockRecord& definition,
                                           const BlockEvaluation& evaluation,
                                           const BlockRecord& current = {});
-// Erases `block` when it is an anonymous copy of a dynamic block and nothing shows it any
-// more; any other block stays.
-void EraseUnusedCopy(BlockRecord block);
-
 }  // namespace cad::dynamic

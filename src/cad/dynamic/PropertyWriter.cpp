@@ -145,8 +145,6 @@ public:
             FollowAttributes(reference_, definition_, *was, *evaluation);
         if (base::Status status = WriteStates(reference_, definition_, changed); !status)
             return Refuse(status.Message());
-        if (!(shown == *copy))
-            EraseUnusedCopy(shown);
         return base::Status::Ok();
     }
 
