@@ -26,7 +26,8 @@ Placing PlacingOf(const TagList& tags) {
     Placing out;
     TagList text = Section(tags, "AcDbText");
     const Tag* horizontal = FindTag(text, 72);
-    const Tag* vertical = FindTag(Section(tags, "AcDbAttributeDefinition"), 74);
+    const TagList own = Section(tags, "AcDbAttributeDefinition");
+    const Tag* vertical = FindTag(own, 74);
     const bool aligned = (horizontal && horizontal->Int() != 0) || (vertical && vertical->Int() != 0);
     if (!(aligned && PointOf(text, 11, out.point)))
         PointOf(text, 10, out.point);
@@ -34,7 +35,8 @@ Placing PlacingOf(const TagList& tags) {
         out.rotation = rotation->Real() * std::acos(-1.0) / 180;
     if (const Tag* height = FindTag(text, 40))
         out.height = height->Real();
-    const Tag* hidden = FindTag(Section(tags, "AcDbEntity"), 60);
+    const TagList entity = Section(tags, "AcDbEntity");
+    const Tag* hidden = FindTag(entity, 60);
     out.visible = !hidden || hidden->Int() == 0;
     return out;
 }

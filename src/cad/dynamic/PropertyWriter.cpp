@@ -54,8 +54,7 @@ ParameterState DefaultState(const Object& node) {
         state.points.push_back(p);
     }
     if (type == "BLOCKVISIBILITYPARAMETER")
-        if (const Tag* first = FindTag(Section(tags, "AcDbBlockVisibilityParameter"), 303))
-            state.strings.push_back(first->value);
+        state.strings.push_back(TextOf(Section(tags, "AcDbBlockVisibilityParameter"), 303));
     return state;
 }
 
@@ -244,7 +243,8 @@ private:
     // Picks the row of the lookup table whose column of `node` says `text` and sets every other
     // parameter of the row.
     base::Status ApplyLookupRow(const Object& node, const std::string& text) {
-        const Tag* actionNode = FindTag(Section(node.Tags(), "AcDbBlockLookUpParameter"), 94);
+        const TagList own = Section(node.Tags(), "AcDbBlockLookUpParameter");
+        const Tag* actionNode = FindTag(own, 94);
         const LookupTable table = LookupTable::Read(actionNode ? graph_.Node(actionNode->Int()) : Object());
         const long long id = EvaluationGraph::IdOf(node);
         const int column = table.ColumnOf(id);

@@ -386,3 +386,25 @@ TEST(DynamicBlockWriteTest, ALookupShowsTheRowItsParametersMatchOrItsCustomLabel
     EXPECT_EQ(PropertyOf(ref, "Lookup Label Name").text, "Size 5");
     EXPECT_EQ(PropertyOf(ref, "Lookup1").text, "Alt size 5");
 }
+
+TEST(DynamicBlockWriteTest, AttributesHideWithTheDefinitionsAVisibilityStateHides) {
+    // The visibility block with an attribute definition that only the first state shows.
+    std::string bytes = cadtest::CorpusBytes("dynblock-visibility-ac1032.dxf");
+    bytes = cadtest::ReplaceOnce(bytes, "$HANDSEED\n  5\n378\n", "$HANDSEED\n  5\n379\n");
+    bytes = cadtest::ReplaceOnce(bytes, "  0\nENDBLK\n  5\n251\n330\n24F\n",
+                                 "  0\nATTDEF\n  5\n378\n330\n24F\n100\nAcDbEntity\n  8\n0\n100\nAcDbText\n"
+                                 " 10\n1.0\n 20\n-1.0\n 30\n0.0\n 40\n0.25\n  1\nD1\n100\nAcDbAttributeDefinition\n"
+                                 "  3\nMark\n  2\nMARK\n 70\n     0\n  0\nENDBLK\n  5\n251\n330\n24F\n");
+    bytes = cadtest::ReplaceOnce(bytes, " 93\n        5\n331\n338\n", " 93\n        6\n331\n378\n331\n338\n");
+    bytes = cadtest::ReplaceOnce(bytes, "303\nVisibilityState0\n 94\n        4\n", "303\nVisibilityState0\n 94\n        5\n332\n378\n");
+    auto db = cadtest::Load(bytes, "visibility-attribute.dxf");
+    auto made = db->ModelSpace().AddBlockReference(db->FindBlock("block_visibility_parameter"), Point3{9, 9, 0});
+    ASSERT_TRUE(made);
+    BlockReference ref = *made;
+    ASSERT_EQ(ref.Attributes().size(), 1u);
+    ASSERT_TRUE(ref.Attributes()[0].IsVisible());
+    ASSERT_TRUE(DynamicBlockReference(ref).SetValue("Test visibility", DynamicValue::Text("HideAll")));
+    EXPECT_FALSE(ref.Attributes()[0].IsVisible());
+    ASSERT_TRUE(DynamicBlockReference(ref).SetValue("Test visibility", DynamicValue::Text("VisibilityState0")));
+    EXPECT_TRUE(ref.Attributes()[0].IsVisible());
+}
