@@ -117,6 +117,28 @@ void ExpectPairsMatch(const std::string& file, const std::vector<std::string>& h
     }
 }
 
+// The two lines of the lookup block's cross (entities 1 and 2) in `got` are those of `want`
+// moved by (dx, dy).
+void ExpectCrossMovedBy(const std::vector<Shape>& got, const std::vector<Shape>& want, double dx, double dy) {
+    ASSERT_EQ(got.size(), 3u);
+    for (std::size_t i = 1; i < 3; ++i)
+        for (std::size_t k = 0; k < 6; k += 3) {
+            EXPECT_NEAR(got[i].numbers[k], want[i].numbers[k] + dx, 1e-9);
+            EXPECT_NEAR(got[i].numbers[k + 1], want[i].numbers[k + 1] + dy, 1e-9);
+        }
+}
+
+// Setting `name` of reference `handle` to `value` is refused with a message that holds `says`,
+// and the drawing stays as it was.
+void ExpectRefused(Database& db, std::string_view handle, std::string_view name, const DynamicValue& value,
+                   std::string_view says) {
+    const std::string before = db.Write();
+    base::Status status = DynamicBlockReference(InsertOf(db, handle)).SetValue(name, value);
+    ASSERT_FALSE(status);
+    EXPECT_NE(status.Message().find(says), std::string::npos) << status.Message();
+    EXPECT_TRUE(db.Write() == before) << "the drawing changed";
+}
+
 }  // namespace
 
 TEST(DynamicBlockWriteTest, VisibilityStateShowsTheHostsGeometry) {
@@ -162,21 +184,13 @@ TEST(DynamicBlockWriteTest, LookupRowSetsTheParametersOfItsRow) {
     // the cross follows the point parameter, which the row moves to (3, 3).
     ExpectSameShapes({got[0]}, {want[0]}, "polyline");
     const double dx = 3 - 0.5353643034168593, dy = 3 - -0.6616789453847974;
-    for (std::size_t i = 1; i < 3; ++i)
-        for (std::size_t k = 0; k < 6; k += 3) {
-            EXPECT_NEAR(got[i].numbers[k], want[i].numbers[k] + dx, 1e-9);
-            EXPECT_NEAR(got[i].numbers[k + 1], want[i].numbers[k + 1] + dy, 1e-9);
-        }
+    ExpectCrossMovedBy(got, want, dx, dy);
 }
 
 TEST(DynamicBlockWriteTest, LookupValueOutsideTheTableIsRefused) {
     auto db = Corpus("dynblock-lookup-ac1032.dxf");
-    const std::string before = db->Write();
-    BlockReference a = InsertOf(*db, "254");
-    base::Status status = DynamicBlockReference(a).SetValue("Lookup Label Name", DynamicValue::Text("Size 7"));
-    ASSERT_FALSE(status);
-    EXPECT_NE(status.Message().find("\"Lookup Label Name\" (lookup parameter)"), std::string::npos) << status.Message();
-    EXPECT_TRUE(db->Write() == before) << "the drawing changed";
+    ExpectRefused(*db, "254", "Lookup Label Name", DynamicValue::Text("Size 7"),
+                  "\"Lookup Label Name\" (lookup parameter)");
 }
 
 TEST(DynamicBlockWriteTest, PointPositionMovesItsEntities) {
@@ -190,11 +204,7 @@ TEST(DynamicBlockWriteTest, PointPositionMovesItsEntities) {
     std::vector<Shape> got = ShapesOf(a.Block());
     ExpectSameShapes({got[0]}, {before[0]}, "the polyline stays");
     const double dx = 2 - 0.5353643034168593, dy = -1 - -0.6616789453847974;
-    for (std::size_t i = 1; i < 3; ++i)
-        for (std::size_t k = 0; k < 6; k += 3) {
-            EXPECT_NEAR(got[i].numbers[k], before[i].numbers[k] + dx, 1e-9);
-            EXPECT_NEAR(got[i].numbers[k + 1], before[i].numbers[k + 1] + dy, 1e-9);
-        }
+    ExpectCrossMovedBy(got, before, dx, dy);
 }
 
 TEST(DynamicBlockWriteTest, EqualStateReusesTheExistingAnonymousBlock) {
@@ -224,12 +234,7 @@ TEST(DynamicBlockWriteTest, VisibilityStateIsMatchedWithoutRegardToCase) {
 
 TEST(DynamicBlockWriteTest, UnknownVisibilityStateIsRefusedAndChangesNothing) {
     auto db = Corpus("dynblock-visibility-ac1032.dxf");
-    const std::string before = db->Write();
-    BlockReference a = InsertOf(*db, "252");
-    base::Status status = DynamicBlockReference(a).SetValue("Test visibility", DynamicValue::Text("Open"));
-    ASSERT_FALSE(status);
-    EXPECT_NE(status.Message().find("\"Open\" is not one of its values"), std::string::npos) << status.Message();
-    EXPECT_TRUE(db->Write() == before) << "the drawing changed";
+    ExpectRefused(*db, "252", "Test visibility", DynamicValue::Text("Open"), "\"Open\" is not one of its values");
 }
 
 TEST(DynamicBlockWriteTest, ValueOfTheWrongTypeIsRefused) {
