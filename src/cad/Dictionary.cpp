@@ -124,6 +124,17 @@ base::Result<Xrecord> Dictionary::SetXrecord(std::string_view name, const TagLis
     return record;
 }
 
+base::Result<Object> Dictionary::SetObject(std::string_view name, std::string_view type, const TagList& data) {
+    if (!db_) return base::Status::Error("no dictionary");
+    std::uint32_t section = db_->EnsureSection(SectionKind::Objects);
+    std::uint32_t end = db_->SectionEnd(section);
+    TagList tags = ObjectHead(type, db_->NextHandle(), GetHandle());
+    tags.insert(tags.end(), data.begin(), data.end());
+    Object object(db_, db_->NewRecord(tags, db_->records_[end].prev, SectionKind::Objects, section));
+    SetAt(name, object);
+    return object;
+}
+
 std::size_t Xrecord::DataStart() const {
     const std::size_t n = TagCount();
     std::size_t i = 1;

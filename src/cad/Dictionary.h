@@ -42,6 +42,9 @@ public:
     base::Result<Dictionary> GetOrAddDictionary(std::string_view name);
     // A new xrecord with `data` under `name`, replacing an older entry.
     base::Result<Xrecord> SetXrecord(std::string_view name, const TagList& data);
+    // A new object of `type` under `name`, its `data` (subclass markers included) after the
+    // common head, replacing an older entry; for the objects no typed view makes.
+    base::Result<Object> SetObject(std::string_view name, std::string_view type, const TagList& data);
 
 private:
     std::size_t EntryTag(std::string_view name) const;

@@ -1,5 +1,6 @@
 #include "cad/DynamicBlockReference.h"
 
+#include <algorithm>
 #include <cmath>
 #include <numbers>
 #include <string_view>
@@ -7,56 +8,18 @@
 
 #include "cad/Database.h"
 #include "cad/Dictionary.h"
+#include "cad/dynamic/AnonymousCopy.h"
+#include "cad/dynamic/EvaluationGraph.h"
+#include "cad/dynamic/GraphTags.h"
+#include "cad/dynamic/LookupTable.h"
+#include "cad/dynamic/ParameterState.h"
+#include "cad/dynamic/PropertyWriter.h"
 
 namespace cad {
 
 namespace {
 
-// The tags of subclass `subclass` (from its 100 marker up to the next marker or the extended
-// data); empty when the object has no such subclass.
-TagList Section(const TagList& tags, std::string_view subclass) {
-    TagList out;
-    bool inside = false;
-    for (const Tag& tag : tags) {
-        if (tag.code == 1001)
-            break;
-        if (tag.code == 100) {
-            if (inside)
-                break;
-            inside = SameNameNoCase(tag.value, subclass);
-            continue;
-        }
-        if (inside)
-            out.push_back(tag);
-    }
-    return out;
-}
-
-// The first value of `code` in `tags`; `fallback` when missing.
-std::string TextOf(const TagList& tags, int code, std::string_view fallback = {}) {
-    for (const Tag& tag : tags)
-        if (tag.code == code)
-            return tag.value;
-    return std::string(fallback);
-}
-
-const Tag* FindTag(const TagList& tags, int code) {
-    for (const Tag& tag : tags)
-        if (tag.code == code)
-            return &tag;
-    return nullptr;
-}
-
-// The point of `code`, code + 10, code + 20 (the first of each); nothing when `code` is missing.
-bool PointOf(const TagList& tags, int code, Point3& out) {
-    const Tag* x = FindTag(tags, code);
-    if (!x)
-        return false;
-    const Tag* y = FindTag(tags, code + 10);
-    const Tag* z = FindTag(tags, code + 20);
-    out = Point3{x->Real(), y ? y->Real() : 0, z ? z->Real() : 0};
-    return true;
-}
+using namespace dynamic;
 
 double Distance(Point3 a, Point3 b) {
     return std::hypot(b.x - a.x, b.y - a.y, b.z - a.z);
@@ -78,57 +41,6 @@ double NormalAngle(double radians) {
     return a;
 }
 
-// What a reference keeps for one parameter, in order: points, strings and reals.
-struct NodeState {
-    bool present = false;
-    std::vector<Point3> points;
-    std::vector<std::string> strings;
-};
-
-NodeState ReadNodeState(const Object& object) {
-    NodeState state;
-    if (!object || object.Type() != "XRECORD")
-        return state;
-    TagList data = Xrecord(object.GetDatabase(), object.Index()).Data();
-    std::size_t i = 0;
-    // AutoCAD begins every record with two 1071 and two 70 values (the same for every
-    // reference of a parameter type); the state follows them.
-    while (i < data.size() && data[i].code == 1071)
-        ++i;
-    while (i < data.size() && data[i].code == 70)
-        ++i;
-    state.present = true;
-    for (; i < data.size(); ++i) {
-        const Tag& tag = data[i];
-        if (tag.code == 10) {
-            state.points.push_back(Point3{tag.Real(), 0, 0});
-        } else if (tag.code == 20 && !state.points.empty()) {
-            state.points.back().y = tag.Real();
-        } else if (tag.code == 30 && !state.points.empty()) {
-            state.points.back().z = tag.Real();
-        } else if (tag.code == 1) {
-            state.strings.push_back(tag.value);
-        }
-    }
-    return state;
-}
-
-Dictionary AsDictionary(const Object& object) {
-    if (!object || object.Type() != "DICTIONARY")
-        return {};
-    return Dictionary(object.GetDatabase(), object.Index());
-}
-
-// The reference's "AcDbBlockRepresentation" dictionary; a null view when it has none.
-Dictionary Representation(const BlockReference& reference) {
-    if (!reference)
-        return {};
-    Dictionary xdict = reference.ExtensionDictionary();
-    if (!xdict)
-        return {};
-    return AsDictionary(xdict.Get("AcDbBlockRepresentation"));
-}
-
 // The block record with `handle`, found by its name; a null view when there is none.
 BlockRecord BlockByRecordHandle(Database& db, Handle handle) {
     if (handle == 0)
@@ -140,75 +52,21 @@ BlockRecord BlockByRecordHandle(Database& db, Handle handle) {
     return block && block.GetHandle() == handle ? block : BlockRecord();
 }
 
-// The evaluation graph of `block`; a null view when it has none.
-Object EvaluationGraph(const BlockRecord& block) {
-    if (!block)
-        return {};
-    Object record = block.Record();
-    if (!record)
-        return {};
-    Dictionary xdict = record.ExtensionDictionary();
-    if (!xdict)
-        return {};
-    Object graph = xdict.Get("ACAD_ENHANCEDBLOCK");
-    return graph && graph.Type() == "ACAD_EVALUATION_GRAPH" ? graph : Object();
-}
-
-// One column of a lookup table: the parameter it reads or sets and whether the palette may set
-// the row through it (reverse lookup). Undocumented: 281 is 1 on the columns of lookup
-// parameters and 0 on those of the parameters a row sets in every table AutoCAD wrote that we
-// have, and is taken as that flag.
-struct LookupColumn {
-    long long node = -1;
-    bool reverse = false;
-};
-
 // The values a lookup parameter's column holds, row by row, and whether it may be set.
 void ReadLookupTable(const Object& action, long long parameterNode,
                      DynamicBlockProperty& property) {
     property.readOnly = true;
-    if (!action || action.Type() != "BLOCKLOOKUPACTION")
+    const LookupTable table = LookupTable::Read(action);
+    const int column = table.ColumnOf(parameterNode);
+    if (column < 0)
         return;
-    TagList tags = Section(action.Tags(), "AcDbBlockLookupAction");
-    const Tag* rowsTag = FindTag(tags, 92);
-    const Tag* colsTag = FindTag(tags, 93);
-    if (!rowsTag || !colsTag)
-        return;
-    long long rows = rowsTag->Int();
-    long long cols = colsTag->Int();
-    std::vector<std::string> cells;
-    std::vector<LookupColumn> columns;
-    for (const Tag& tag : tags) {
-        if (tag.code == 302 && columns.empty()) {
-            cells.push_back(tag.value);
-        } else if (tag.code == 303) {
-            columns.emplace_back();  // each column's description starts with its 303
-        } else if (!columns.empty() && tag.code == 94) {
-            columns.back().node = tag.Int();
-        } else if (!columns.empty() && tag.code == 281) {
-            columns.back().reverse = tag.Int() == 1;
-        }
+    for (const std::vector<std::string>& row : table.rows) {
+        const std::string& cell = row[static_cast<std::size_t>(column)];
+        if (std::find(property.allowedValues.begin(), property.allowedValues.end(), cell) ==
+            property.allowedValues.end())
+            property.allowedValues.push_back(cell);
     }
-    // Counts no greater than the cells keep their product from overflowing on a damaged table.
-    const auto cellCount = static_cast<long long>(cells.size());
-    if (rows <= 0 || cols <= 0 || rows > cellCount || cols > cellCount ||
-        cellCount != rows * cols || static_cast<long long>(columns.size()) != cols)
-        return;
-    for (long long c = 0; c < cols; ++c) {
-        if (columns[static_cast<std::size_t>(c)].node != parameterNode)
-            continue;
-        for (long long r = 0; r < rows; ++r) {
-            const std::string& cell = cells[static_cast<std::size_t>(r * cols + c)];
-            bool seen = false;
-            for (const std::string& v : property.allowedValues)
-                seen = seen || v == cell;
-            if (!seen)
-                property.allowedValues.push_back(cell);
-        }
-        if (columns[static_cast<std::size_t>(c)].reverse)
-            property.readOnly = false;
-        return;
-    }
+    property.readOnly = !table.columns[static_cast<std::size_t>(column)].reverse;
 }
 
 DynamicBlockProperty RealProperty(std::string name, double value, DynamicUnitsKind units) {
@@ -234,8 +92,8 @@ struct ParameterNode {
     TagList tags;             // all of the parameter's tags
     std::string elementName;  // its element name (300), for a parameter without a label
     long long id = -1;        // its node id in the graph
-    NodeState state;          // what the reference keeps for it
-    const std::unordered_map<long long, Object>* nodesById = nullptr;
+    ParameterState state;     // what the reference keeps for it
+    const EvaluationGraph* graph = nullptr;
 
     TagList Own(std::string_view subclass) const { return Section(tags, subclass); }
     // The base and end point: the reference's when it keeps a state, else the definition's;
@@ -284,9 +142,7 @@ void ReadLookup(const ParameterNode& node, PropertyList& out) {
     p.text = node.state.strings.front();
     Object action;
     if (const Tag* actionNode = FindTag(own, 94)) {
-        auto it = node.nodesById->find(actionNode->Int());
-        if (it != node.nodesById->end())
-            action = it->second;
+        action = node.graph->Node(actionNode->Int());
     }
     ReadLookupTable(action, node.id, p);
     out.push_back(std::move(p));
@@ -389,14 +245,14 @@ ParameterReader ReaderOf(std::string_view type) {
 }  // namespace
 
 bool DynamicBlockReference::IsDynamicBlock(const BlockRecord& block) {
-    return static_cast<bool>(EvaluationGraph(block));
+    return static_cast<bool>(EvaluationGraph::Of(block));
 }
 
 BlockRecord DynamicBlockReference::DynamicBlock() const {
     if (!reference_ || reference_.IsErased())
         return {};
     Database& db = *reference_.GetDatabase();
-    if (Dictionary rep = Representation(reference_)) {
+    if (Dictionary rep = RepresentationOf(reference_)) {
         Object data = rep.Get("AcDbRepData");
         if (data && data.Type() == "ACDB_BLOCKREPRESENTATION_DATA") {
             BlockRecord named = BlockByRecordHandle(db, data.GetHandleValue(340));
@@ -407,54 +263,22 @@ BlockRecord DynamicBlockReference::DynamicBlock() const {
     BlockRecord block = reference_.Block();
     if (!block)
         return {};
-    if (block.IsAnonymous()) {
-        if (Object record = block.Record()) {
-            for (const Tag& tag : record.Xdata("AcDbBlockRepBTag")) {
-                if (tag.code != 1005)
-                    continue;
-                BlockRecord named = BlockByRecordHandle(db, tag.AsHandle());
-                if (IsDynamicBlock(named))
-                    return named;
-                break;
-            }
-        }
-    }
+    if (BlockRecord named = DefinitionOfCopy(block); IsDynamicBlock(named))
+        return named;
     return IsDynamicBlock(block) ? block : BlockRecord();
 }
 
 std::vector<DynamicBlockProperty> DynamicBlockReference::Properties() const {
     std::vector<DynamicBlockProperty> out;
     BlockRecord block = DynamicBlock();
-    Object graph = EvaluationGraph(block);
+    const EvaluationGraph graph = EvaluationGraph::Of(block);
     if (!graph)
         return out;
-    Database& db = *graph.GetDatabase();
-
-    // The graph's nodes, by node id: a lookup parameter names its lookup action by id.
-    std::vector<Object> nodes;
-    std::unordered_map<long long, Object> nodesById;
-    bool inGroup = false;  // 102 groups (reactors, extension dictionary) hold no nodes
-    for (const Tag& tag : graph.Tags()) {
-        if (tag.code == 1001)
-            break;
-        if (tag.code == 102)
-            inGroup = !tag.value.empty() && tag.value[0] == '{';
-        if (inGroup || tag.code != 360)
-            continue;
-        Object node = db.ObjectByHandle(tag.AsHandle());
-        if (!node)
-            continue;
-        nodes.push_back(node);
-        nodesById.emplace(node.GetInt(90, -1), node);
-    }
 
     // The reference's own state, one xrecord per parameter under its node id.
-    Dictionary states;
-    if (Dictionary rep = Representation(reference_))
-        if (Dictionary cache = AsDictionary(rep.Get("AppDataCache")))
-            states = AsDictionary(cache.Get("ACAD_ENHANCEDBLOCKDATA"));
+    Dictionary states = StatesOf(reference_);
 
-    for (const Object& object : nodes) {
+    for (const Object& object : graph.Nodes()) {
         std::string type = object.Type();
         ParameterReader reader = ReaderOf(type);
         if (!reader)
@@ -466,9 +290,9 @@ std::vector<DynamicBlockProperty> DynamicBlockReference::Properties() const {
             continue;  // hidden from the palette
         node.elementName = TextOf(Section(node.tags, "AcDbBlockElement"), 300);
         node.id = object.GetInt(90, -1);
-        node.nodesById = &nodesById;
+        node.graph = &graph;
         if (states)
-            node.state = ReadNodeState(states.Get(std::to_string(node.id)));
+            node.state = ReadParameterState(states.Get(std::to_string(node.id)));
         std::size_t first = out.size();
         reader(node, out);
         for (std::size_t i = first; i < out.size(); ++i) {
@@ -478,6 +302,17 @@ std::vector<DynamicBlockProperty> DynamicBlockReference::Properties() const {
         }
     }
     return out;
+}
+
+std::optional<DynamicBlockProperty> DynamicBlockReference::Property(std::string_view name) const {
+    for (DynamicBlockProperty& p : Properties())
+        if (p.name == name)
+            return std::move(p);
+    return std::nullopt;
+}
+
+base::Status DynamicBlockReference::SetValue(std::string_view name, const DynamicValue& value) {
+    return dynamic::SetPropertyValue(reference_, DynamicBlock(), Properties(), name, value);
 }
 
 }  // namespace cad

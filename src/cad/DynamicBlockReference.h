@@ -1,6 +1,7 @@
 #pragma once
-// Dynamic blocks, read side: whether a reference's block is dynamic, the block behind the
-// anonymous copy it points at, and the properties a CAD program's property palette shows for it.
+// Dynamic blocks: whether a reference's block is dynamic, the block behind the anonymous copy it
+// points at, the properties a CAD program's property palette shows for it, and setting them
+// (the evaluation is in cad/dynamic/).
 //
 // A dynamic block keeps its parameters in the evaluation graph of its block record (extension
 // dictionary, "ACAD_ENHANCEDBLOCK"). A reference whose state differs from the definition points
@@ -31,9 +32,12 @@
 // Alignment, base point and constraint parameters, and any parameter hidden from the palette
 // (280 = 0), show nothing.
 
+#include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "base/Status.h"
 #include "cad/BlockRecord.h"
 #include "cad/BlockReference.h"
 #include "cad/Entity.h"
@@ -69,6 +73,18 @@ struct DynamicBlockProperty {
     bool fromReference = false;
 };
 
+// A value for a property: `text` for strings, `real` for reals, `integer` for integers.
+struct DynamicValue {
+    DynamicValueKind kind = DynamicValueKind::String;
+    std::string text;
+    double real = 0;
+    long long integer = 0;
+
+    static DynamicValue Text(std::string value) { return {DynamicValueKind::String, std::move(value), 0, 0}; }
+    static DynamicValue Real(double value) { return {DynamicValueKind::Real, {}, value, 0}; }
+    static DynamicValue Integer(long long value) { return {DynamicValueKind::Int32, {}, 0, value}; }
+};
+
 // A view of a block reference as a dynamic block reference. Cheap to copy; valid as long as the
 // reference's database lives.
 class DynamicBlockReference {
@@ -87,6 +103,21 @@ public:
     // The properties in the order of the definition's graph; empty when the reference isn't
     // dynamic. A property whose value can't be read with confidence is left out.
     std::vector<DynamicBlockProperty> Properties() const;
+    // The property named `name` (exactly, as Properties names it); nothing when there is none.
+    std::optional<DynamicBlockProperty> Property(std::string_view name) const;
+
+    // Sets the property `name` (as Properties names it) to `value`, as the palette would: the
+    // actions that depend on it are evaluated on the definition's entities, the reference then
+    // shows an anonymous copy of the block with the result (an existing, equal one when there
+    // is one; the copy it showed stays, as AutoCAD leaves them) and keeps the new values in its
+    // representation data, and its attributes follow their definitions. Visibility, lookup,
+    // linear, polar, point, XY and rotation parameters can be set, through move, stretch,
+    // rotate, scale and lookup actions; a flip parameter, whose state no drawing we have shows
+    // a reference keeping, can't. Fails, changing nothing, for a missing or read-only property,
+    // a value of another type, a state or lookup row the block doesn't have, a parameter or
+    // action of another kind, and an entity an action can't transform; the message names the
+    // property and the parameter's kind.
+    base::Status SetValue(std::string_view name, const DynamicValue& value);
 
     // True when `block` has an evaluation graph ("ACAD_ENHANCEDBLOCK" in its extension
     // dictionary); false for a null view and in R12 drawings.

@@ -7,12 +7,16 @@
 
 #include <gtest/gtest.h>
 
+#include "DynamicFixtures.h"
 #include "Fixtures.h"
 #include "base/File.h"
 
 using namespace cad;
 using cadtest::Corpus;
 using cadtest::Load;
+using cadtest::CorpusBytes;
+using cadtest::LookupDrawingWith;
+using cadtest::ReplaceOnce;
 
 namespace {
 
@@ -40,43 +44,12 @@ bool HasProperty(const DynamicBlockReference& ref, std::string_view name) {
     return false;
 }
 
-std::string CorpusBytes(const std::string& name) {
-    auto bytes = base::ReadFile(std::string(VELMAR_CORPUS) + "/dxf/" + name);
-    EXPECT_TRUE(bytes) << name;
-    return bytes ? *bytes : std::string();
-}
-
-// `text` with `from` replaced by `to`, which must occur exactly once.
-std::string ReplaceOnce(std::string text, const std::string& from, const std::string& to) {
-    std::size_t at = text.find(from);
-    EXPECT_NE(at, std::string::npos) << from;
-    if (at == std::string::npos)
-        return text;
-    EXPECT_EQ(text.find(from, at + 1), std::string::npos) << from;
-    return text.replace(at, from.size(), to);
-}
-
 // A reference of the dynamic block itself, without representation data of its own, as a
 // program that knows nothing of dynamic blocks inserts one.
 DynamicBlockReference PlainReferenceOf(Database& db, std::string_view block) {
     auto made = db.ModelSpace().AddBlockReference(db.FindBlock(block), Point3{100, 100, 0});
     EXPECT_TRUE(made) << made.GetStatus().Message();
     return DynamicBlockReference(made ? *made : BlockReference());
-}
-
-// The lookup drawing with its linear parameter turned into another two-point parameter of
-// `type` and `subclass` whose own data starts with `labels` (these parameters are in no drawing
-// of the corpus).
-std::unique_ptr<Database> LookupDrawingWith(const std::string& type, const std::string& subclass,
-                                            const std::string& labels) {
-    std::string bytes = CorpusBytes("dynblock-lookup-ac1032.dxf");
-    bytes = ReplaceOnce(bytes, "  0\nBLOCKLINEARPARAMETER\n  5\n601\n",
-                        "  0\n" + type + "\n  5\n601\n");
-    bytes = ReplaceOnce(
-        bytes,
-        "100\nAcDbBlockLinearParameter\n305\nmy_distance_label\n306\nMy Distance1 description\n",
-        "100\n" + subclass + "\n" + labels);
-    return Load(bytes, "lookup-variant.dxf");
 }
 
 }  // namespace

@@ -7,3 +7,8 @@ velmar_interop(import_by_handle_roundtrip SCRIPT import_roundtrip.py DEPENDS vel
 # drawings, title blocks by "DWG File" and layout, and multileaders; ezdxf and a record by
 # record comparison show that exactly the matched attributes changed.
 velmar_interop(import_by_key SCRIPT import_by_key.py DEPENDS velmar)
+
+# Dynamic properties the road back: a drawing of dynamic blocks exported with its dynamic
+# properties, a distance and a visibility state changed with openpyxl, imported by handle; the
+# drawing reads back the new values, ezdxf shows the new geometry and audits it clean.
+velmar_interop(import_dynamic_properties SCRIPT import_dynamic.py DEPENDS velmar)

@@ -1,6 +1,7 @@
 #include "attbat/authoring/AuthoringCommands.h"
 
 #include "attbat/authoring/AddNewAttsCommand.h"
+#include "attbat/authoring/DynamicBlockUpdate.h"
 #include "attbat/authoring/InsertBlocksCommand.h"
 #include "attbat/frame/CAttBatApp.h"
 
@@ -9,6 +10,7 @@ namespace attbat {
 void ImplementAuthoringCommands(CAttBatApp& app) {
     app.Implement("VelmarInsertBlocks", {InsertBlocksControls(), "", InsertBlocksCommand});
     app.Implement("Velmar_AddNewAtts", {AddNewAttsControls(), "", AddNewAttsCommand});
+    app.Implement("Velmar_UpdateParamsInDynamicBlocks", {{}, "", UpdateParamsInDynamicBlocksCommand});
 }
 
 }  // namespace attbat

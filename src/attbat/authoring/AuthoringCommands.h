@@ -5,7 +5,7 @@ namespace attbat {
 
 class CAttBatApp;
 
-// Gives VelmarInsertBlocks and Velmar_AddNewAtts their work.
+// Gives VelmarInsertBlocks, Velmar_AddNewAtts and Velmar_UpdateParamsInDynamicBlocks their work.
 void ImplementAuthoringCommands(CAttBatApp& app);
 
 }  // namespace attbat

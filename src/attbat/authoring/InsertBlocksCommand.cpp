@@ -7,6 +7,7 @@
 #include "arxutils/excel/ExcelServer.h"
 #include "attbat/authoring/BlockPasses.h"
 #include "attbat/authoring/CInsertBlockDialog.h"
+#include "attbat/authoring/DynamicBlockUpdate.h"
 #include "attbat/frame/CRegistry.h"
 #include "attbat/frame/Refusal.h"
 #include "base/Format.h"
@@ -213,6 +214,7 @@ CommandStatus RunInsertBlocks(CommandContext& context) {
         InsertBlocksFromRows(table, o, selectedRows, settings, report);
     } else {
         UpdateBlocksFromRows(table, o, selectedRows, report);
+        if (!DynamicBlockUpdateList().empty()) current->SendStringToExecute("Velmar_UpdateParamsInDynamicBlocks\n");
         if (!settings.dryRun) host::PrintfOnceSaved("\nUpdate the blocks successfully.");
     }
     if (settings.dryRun) {

@@ -48,6 +48,17 @@ std::string PropertyText(const cad::BlockReference& ref, int kind, cad::Database
     }
 }
 
+// A dynamic property's present value as a cell would show it.
+std::string DynamicPropertyText(const cad::DynamicBlockProperty& property, cad::Database& db) {
+    switch (property.valueKind) {
+    case cad::DynamicValueKind::String: return property.text;
+    case cad::DynamicValueKind::Real:
+        return property.units == cad::DynamicUnitsKind::Angle ? arxutils::AngleText(&db, property.real)
+                                                              : base::Sprintf("%g", property.real);
+    default: return std::to_string(property.integer);
+    }
+}
+
 // The changes of one row against the drawing `db`.
 void RowChanges(const AcadBlockRef& row, cad::Database& db, const std::string& drawing,
                 std::vector<ImportChange>& changes) {
@@ -58,7 +69,15 @@ void RowChanges(const AcadBlockRef& row, cad::Database& db, const std::string& d
         std::string old;
         if (value.kind == 0) {
             cad::Attribute att = ref.FindAttribute(value.tag);
-            if (!att) continue;  // the writer passes over tags the reference lacks
+            if (!att) {
+                // Else a dynamic property of that name, as the writer sets it.
+                cad::DynamicBlockProperty property;
+                cad::DynamicValue wanted;
+                bool change = false;
+                if (FindDynamicPropertyChange(ref, value, db, -1, -1, property, wanted, change) && change)
+                    changes.push_back({drawing, row.handle, value.tag, DynamicPropertyText(property, db), value.value});
+                continue;
+            }
             old = att.TextString();
         } else if (value.kind == kLayer && !db.FindLayer(value.value)) {
             continue;  // a layer the drawing lacks can't be set

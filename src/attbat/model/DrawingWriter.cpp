@@ -5,9 +5,12 @@
 #include <vector>
 
 #include "arxutils/ArxUtils.h"
+#include "attbat/model/DynamicValueText.h"
+#include "base/Format.h"
 #include "base/Path.h"
 #include "base/Text.h"
 #include "cad/BlockReference.h"
+#include "cad/DynamicBlockReference.h"
 #include "cad/geometry/GeomExtents.h"
 #include "cad/geometry/MLeader.h"
 #include "cad/geometry/Matrix3d.h"
@@ -28,14 +31,83 @@ std::string HandleOfTag(const std::string& tag) {
     return base::Trim(tag.substr(open + 1), ")");
 }
 
-void WriteAttribute(cad::BlockReference& ref, const AcadAttribute& value, cad::Database& db,
-                    WriteTrace* trace) {
+// The value a dynamic property takes from the cell text `text`, by its type; false when the
+// text says its present value already or the type is one a cell doesn't set.
+bool DynamicValueOfText(const cad::DynamicBlockProperty& property, const std::string& text, cad::Database& db,
+                        int lunits, int aunits, cad::DynamicValue& value) {
+    switch (property.valueKind) {
+    case cad::DynamicValueKind::String:
+        if (base::EqualNoCase(property.text, text)) return false;
+        value = cad::DynamicValue::Text(text);
+        return true;
+    case cad::DynamicValueKind::Real: {
+        double number = 0;
+        if (property.units == cad::DynamicUnitsKind::Angle) {
+            if (base::EqualNoCase(arxutils::AngleText(&db, property.real, aunits, -1), text)) return false;
+            arxutils::TryTextToAngle(&db, text, aunits, number);
+            value = cad::DynamicValue::Real(number);
+            return true;
+        }
+        if (property.units == cad::DynamicUnitsKind::Distance) {
+            if (arxutils::TryTextToDistance(&db, text, lunits, number) && arxutils::NearlyEqual(number, property.real))
+                return false;
+        } else if (arxutils::NearlyEqual(std::strtod(text.c_str(), nullptr), property.real)) {
+            return false;
+        }
+        if (!arxutils::TryTextToDistance(&db, text, -1, number)) number = std::strtod(text.c_str(), nullptr);
+        value = cad::DynamicValue::Real(number);
+        return true;
+    }
+    case cad::DynamicValueKind::Int16:
+    case cad::DynamicValueKind::Int32: return IntegerValueOfText(property, text, value);
+    case cad::DynamicValueKind::Point: return false;
+    }
+    return false;
+}
+
+// The dynamic property of `ref` named by the row's tag (without regard to case), set when the
+// text says another value; false when the reference has none of that name and type. A value
+// the block can't take is said on the command line.
+bool WriteDynamicProperty(cad::BlockReference& ref, const AcadAttribute& cell, cad::Database& db, int lunits,
+                          int aunits, WriteTrace* trace) {
+    cad::DynamicBlockProperty property;
+    cad::DynamicValue value;
+    bool change = false;
+    if (!FindDynamicPropertyChange(ref, cell, db, lunits, aunits, property, value, change)) return false;
+    if (!change) return true;
+    if (base::Status status = cad::DynamicBlockReference(ref).SetValue(property.name, value); !status)
+        host::Printf("\n%s", status.Message());
+    else if (trace)
+        ++trace->dynamicWrites;
+    return true;
+}
+
+}  // namespace
+
+bool FindDynamicPropertyChange(const cad::BlockReference& ref, const AcadAttribute& cell, cad::Database& db,
+                               int lunits, int aunits, cad::DynamicBlockProperty& property, cad::DynamicValue& value,
+                               bool& change) {
+    cad::DynamicBlockReference dynamic(ref);
+    if (!dynamic.IsDynamic()) return false;
+    for (const cad::DynamicBlockProperty& p : dynamic.Properties()) {
+        if (!base::EqualNoCase(p.name, cell.tag) || p.valueKind == cad::DynamicValueKind::Point) continue;
+        property = p;
+        change = DynamicValueOfText(p, cell.value, db, lunits, aunits, value);
+        return true;
+    }
+    return false;
+}
+
+namespace {
+
+void WriteAttribute(cad::BlockReference& ref, const AcadAttribute& value, cad::Database& db, int lunits,
+                    int aunits, WriteTrace* trace) {
     for (cad::Attribute& attribute : ref.Attributes()) {
         if (attribute.Tag() != value.tag) continue;
         SetAttributeText(attribute, value.value, trace);
         return;
     }
-    // Dynamic properties would be matched here; the drawing library doesn't expose them.
+    if (WriteDynamicProperty(ref, value, db, lunits, aunits, trace)) return;
     std::string handle = HandleOfTag(value.tag);
     if (handle.empty()) return;
     cad::Object target = arxutils::HandleToId(db, handle);
@@ -119,7 +191,7 @@ bool WriteTo(const AcadBlockRef& row, cad::Database& db, int lunits, int aunits,
     for (const AcadAttribute& value : row.attributes) {
         switch (value.kind) {
         case 0:
-            WriteAttribute(ref, value, db, trace);
+            WriteAttribute(ref, value, db, lunits, aunits, trace);
             break;
         case 1: case 2: case 4: {
             int axis = value.kind == 1 ? 0 : value.kind == 2 ? 1 : 2;

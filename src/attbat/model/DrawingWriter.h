@@ -9,6 +9,7 @@
 #include "attbat/model/AcadBlockRef.h"
 #include "attbat/model/AcadBlockRefArray.h"
 #include "cad/Database.h"
+#include "cad/DynamicBlockReference.h"
 #include "cad/Text.h"
 
 namespace attbat {
@@ -23,11 +24,20 @@ struct WriteTrace {
     int transforms = 0;          // transforms applied to references (identity ones included)
     int identityTransforms = 0;  // of those, the ones that changed nothing
     int leaderWrites = 0;        // multileader attribute values set
+    int dynamicWrites = 0;       // dynamic properties set
 };
 
-// Writes one row into `db`: attribute values (kind 0, by tag, else the text(handle) form),
-// position, scale, rotation and layer by the property kinds, or a multileader's block
-// attribute values. Units -1 take the drawing's. False when the row has no handle or no values,
+// The dynamic property of `ref` that the row's tag names (without regard to case, points left
+// out) into `property`, and whether the cell's text asks for another value (`change`, then the
+// value in `value`): texts compared without regard to case, angles by their text in `aunits`,
+// distances by the number `lunits` reads, other reals and integers by their numbers. False when
+// the reference isn't dynamic or has no such property.
+bool FindDynamicPropertyChange(const cad::BlockReference& ref, const AcadAttribute& cell, cad::Database& db,
+                               int lunits, int aunits, cad::DynamicBlockProperty& property, cad::DynamicValue& value,
+                               bool& change);
+// Writes one row into `db`: attribute values (kind 0, by tag, else a dynamic property of that
+// name, else the text(handle) form), position, scale, rotation and layer by the property
+// kinds, or a multileader's block attribute values. Units -1 take the drawing's. False when the row has no handle or no values,
 // or its handle names no block reference or multileader in `db`.
 bool WriteTo(const AcadBlockRef& row, cad::Database& db, int lunits, int aunits,
              WriteTrace* trace = nullptr);

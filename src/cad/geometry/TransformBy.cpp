@@ -80,6 +80,8 @@ private:
     }
 };
 
+}  // namespace
+
 void TransformAttribute(Attribute& a, const Matrix3d& m) {
     Point3 oldNormal{a.GetReal(210, 0), a.GetReal(220, 0), a.GetReal(230, 1)};
     Matrix3d ocs = ObjectToWorld(oldNormal);
@@ -105,8 +107,6 @@ void TransformAttribute(Attribute& a, const Matrix3d& m) {
     if (Differs(widthFactor, a.GetReal(41, 1))) a.SetReal(41, widthFactor, "AcDbText");
     if (Differs(std::remainder(rotation - a.Rotation(), 2 * kPi), 0)) a.SetRotation(rotation < 0 ? rotation + 2 * kPi : rotation);
 }
-
-}  // namespace
 
 base::Status TransformBy(BlockReference& reference, const Matrix3d& m) {
     if (!reference) return base::Status::Error("no block reference to transform");

@@ -15,5 +15,9 @@ namespace cad {
 // A transform within 1e-12 of the identity changes nothing, not a byte; values that come out
 // equal are not rewritten. Fails for a null reference and a singular `m`.
 base::Status TransformBy(BlockReference& reference, const Matrix3d& m);
+// Applies `m` to one attribute as TransformBy does to each of a reference's: position,
+// alignment point, height, width factor, rotation and normal follow it; values that come out
+// equal are not rewritten.
+void TransformAttribute(Attribute& attribute, const Matrix3d& m);
 
 }  // namespace cad
