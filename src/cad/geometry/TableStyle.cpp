@@ -2,6 +2,7 @@
 
 #include "cad/Database.h"
 #include "cad/Dictionary.h"
+#include "cad/SymbolRecord.h"
 #include "cad/geometry/Table.h"
 
 namespace cad {
@@ -53,6 +54,48 @@ std::string TableStyle::SectionValue(TableRowKind kind, int code) const {
         if (section == wanted && CodeAt(i) == code) return TextAt(i);
     }
     return {};
+}
+
+base::Result<TableStyle> TableStyle::AddStandard(Database& db) {
+    if (db.Release() < 1021)
+        return base::Status::Error(db.FileName() + " is a drawing of version " + db.Version() +
+                                   "; table styles are made in drawings of AutoCAD 2007 (AC1021) or later");
+    Dictionary root = db.NamedObjects();
+    if (!root) return base::Status::Error(db.FileName() + " has no named object dictionary");
+    auto styles = root.GetOrAddDictionary("ACAD_TABLESTYLE");
+    if (!styles) return styles.GetStatus();
+    if (Object existing = styles->Get("Standard"); existing && existing.Type() == "TABLESTYLE")
+        return TableStyle(&db, existing.Index());
+    // AutoCAD's new drawings: text 0.18 (4.5 metric) in data and header rows, 0.25 (6) in the
+    // title, margins 0.06 (1.5); data top centre, title and header middle centre.
+    const bool metric = db.HeaderInt("$MEASUREMENT", 0) == 1;
+    const double margin = metric ? 1.5 : 0.06;
+    const double text = metric ? 4.5 : 0.18, title = metric ? 6.0 : 0.25;
+    std::string textStyle = "Standard";
+    if (!db.FindRecord("STYLE", textStyle)) {
+        std::vector<SymbolRecord> all = db.TableRecords("STYLE");
+        if (!all.empty()) textStyle = all.front().Name();
+    }
+    const Handle owner = styles->GetHandle();
+    TagList tags = {{0, "TABLESTYLE"}, {5, HandleText(db.NextHandle())}, {102, "{ACAD_REACTORS"},
+                    {330, HandleText(owner)}, {102, "}"}, {330, HandleText(owner)}, {100, "AcDbTableStyle"},
+                    {3, "Standard"}, IntTag(70, 0), IntTag(71, 0), RealTag(40, margin), RealTag(41, margin),
+                    IntTag(280, 0), IntTag(281, 0)};
+    for (auto [height, alignment] : {std::pair{text, 2}, std::pair{title, 5}, std::pair{text, 5}}) {
+        TagList section = {{7, textStyle}, RealTag(140, height), IntTag(170, alignment), IntTag(62, 0),
+                           IntTag(63, 257), IntTag(283, 0), IntTag(90, 4), IntTag(91, 0), {1, ""}};
+        for (int edge = 0; edge < 6; ++edge) {
+            section.push_back(IntTag(274 + edge, -2));
+            section.push_back(IntTag(284 + edge, 1));
+            section.push_back(IntTag(64 + edge, 0));
+        }
+        tags.insert(tags.end(), section.begin(), section.end());
+    }
+    std::uint32_t section = db.EnsureSection(SectionKind::Objects);
+    std::uint32_t end = db.SectionEnd(section);
+    TableStyle style(&db, db.NewRecord(tags, db.records_[end].prev, SectionKind::Objects, section));
+    styles->SetAt("Standard", style);
+    return style;
 }
 
 double TableStyle::TextHeight(TableRowKind kind) const {

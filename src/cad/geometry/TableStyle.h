@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "base/Status.h"
+
 #include "cad/Object.h"
 
 namespace cad {
@@ -21,6 +23,10 @@ public:
     // the variable dictionary from 2007 on), else "Standard", else the first style; a null view
     // when the drawing has no table style at all.
     static TableStyle Current(Database& db);
+    // Makes the "Standard" table style AutoCAD gives every new drawing, metric or imperial by
+    // $MEASUREMENT, in the ACAD_TABLESTYLE dictionary (made when missing); returns the one there
+    // when it exists. Fails before AutoCAD 2007 (AC1021), whose drawings get no tables here.
+    static base::Result<TableStyle> AddStandard(Database& db);
 
     // The style's name (3).
     std::string Name() const { return GetText(3); }

@@ -77,6 +77,27 @@ TEST(TableStyle, DrawingWithoutTableStylesHasNoCurrentOne) {
     EXPECT_FALSE(cad::TableStyle::Current(*db));
 }
 
+TEST(TableStyle, DrawingWithoutTableStylesGetsAutoCadsStandardOne) {
+    auto db = Corpus("gdal-additional-entities-long-line-ac1027.dxf");
+    ASSERT_FALSE(cad::TableStyle::Current(*db));
+    auto made = cad::TableStyle::AddStandard(*db);
+    ASSERT_TRUE(made) << made.GetStatus().Message();
+    auto again = Reread(*db);
+    cad::TableStyle style = cad::TableStyle::Current(*again);
+    ASSERT_TRUE(style);
+    EXPECT_EQ(style.Name(), "Standard");
+    const bool metric = again->HeaderInt("$MEASUREMENT", 0) == 1;
+    EXPECT_DOUBLE_EQ(style.TextHeight(TableRowKind::Data), metric ? 4.5 : 0.18);
+    EXPECT_DOUBLE_EQ(style.TextHeight(TableRowKind::Title), metric ? 6 : 0.25);
+    EXPECT_EQ(style.Alignment(TableRowKind::Data), 2);
+    EXPECT_EQ(style.Alignment(TableRowKind::Header), 5);
+    EXPECT_DOUBLE_EQ(style.HorizontalMargin(), metric ? 1.5 : 0.06);
+    // A second call finds it.
+    auto twice = cad::TableStyle::AddStandard(*again);
+    ASSERT_TRUE(twice);
+    EXPECT_EQ(twice->GetHandle(), style.GetHandle());
+}
+
 TEST(TableWrite, NewTableReadsBackCellForCellWithOneTextPerCellInsideItsRectangle) {
     auto db = Corpus("acad-table-blockref-ac1032.dxf");
     cad::TableStyle style = cad::TableStyle::Current(*db);
