@@ -1,5 +1,8 @@
+// New tables, the edits of their grid, the block drawn from the cells, and table styles.
+
 #include <gtest/gtest.h>
 
+#include "TableFixtures.h"
 #include "cad/Database.h"
 #include "cad/Text.h"
 #include "cad/geometry/Table.h"
@@ -10,17 +13,8 @@ namespace {
 using cad::Table;
 using cad::TableRowKind;
 
-std::unique_ptr<cad::Database> Corpus(const char* name) {
-    auto db = cad::Database::Open(std::string(VELMAR_CORPUS) + "/dxf/" + name);
-    EXPECT_TRUE(db) << db.GetStatus().Message();
-    return db ? std::move(*db) : nullptr;
-}
-
-Table FirstTable(cad::Database& db) {
-    auto found = db.Select({{0, "ACAD_TABLE"}});
-    EXPECT_FALSE(found.empty());
-    return found.empty() ? Table() : Table(&db, found[0].Index());
-}
+using tabletest::Corpus;
+using tabletest::FirstTable;
 
 std::unique_ptr<cad::Database> Reread(const cad::Database& db) {
     auto again = cad::Database::FromBytes(db.Write(), "again.dxf");
