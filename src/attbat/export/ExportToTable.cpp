@@ -84,8 +84,9 @@ bool CAttPreviewPage::ExportToTable() {
     if (!title.empty()) cells.push_back({0, 0, title});
     base::Status written = table.SetCellTexts(cells);
     if (written && title.empty()) {
-        written = table.DeleteRows(0, 1);
+        // Without its title row the table's first row is the header, drawn as one.
         table.SuppressTitle();
+        written = table.DeleteRows(0, 1);
     }
     if (written) written = WriteTemplateToTable(table);
     if (!written) {
