@@ -71,18 +71,18 @@ bool CAttPreviewPage::ExportToTable() {
         widths[c] = widest + spacing;
     }
 
-    auto made = cad::Table::Create(arxutils::CurrentSpace(db), style, rows + 1, widths, {0, 0, 0}, true);
-    if (!made) {
-        m_tableFailure = made.GetStatus().Message();
-        return false;
-    }
-    cad::Table table = *made;
     std::vector<cad::TableCellText> cells;
     cells.reserve(static_cast<std::size_t>(rows) * columns + 1);
     for (int r = 0; r < rows; ++r)
         for (int c = 0; c < columns; ++c) cells.push_back({r + 1, c, TextAt(r, c)});
     if (!title.empty()) cells.push_back({0, 0, title});
-    base::Status written = table.SetCellTexts(cells);
+    auto made = cad::Table::Create(arxutils::CurrentSpace(db), style, rows + 1, widths, {0, 0, 0}, true, cells);
+    if (!made) {
+        m_tableFailure = made.GetStatus().Message();
+        return false;
+    }
+    cad::Table table = *made;
+    base::Status written = base::Status::Ok();
     if (written && title.empty()) {
         // Without its title row the table's first row is the header, drawn as one.
         table.SuppressTitle();

@@ -14,8 +14,10 @@ constexpr const char* kStyleNames[] = {"_DATA", "_TITLE", "_HEADER"};
 }  // namespace
 
 std::size_t Table::TableData() const {
-    std::size_t end = OwnDataEnd();
-    for (std::size_t i = 1; i < end; ++i)
+    // The marker stands near the start; the entity's own end isn't looked for, as finding it
+    // reads every cell.
+    const std::size_t end = TagCount();
+    for (std::size_t i = 1; i < end && CodeAt(i) != 1001; ++i)
         if (CodeAt(i) == 100 && TextAt(i) == "AcDbTable") return i;
     return 1;
 }
@@ -57,8 +59,8 @@ Object Table::Style() const {
 TableRowKind Table::RowType(int row) const {
     // The table's own override (280, 281 before the cells) wins over its style's.
     auto flag = [&](int code) {
-        std::size_t end = OwnDataEnd();
-        for (std::size_t i = TableData(); i < end && CodeAt(i) != 171; ++i)
+        const std::size_t end = TagCount();
+        for (std::size_t i = TableData(); i < end && CodeAt(i) != 171 && CodeAt(i) != 1001; ++i)
             if (CodeAt(i) == code) return IntAt(i) != 0;
         Object style = Style();
         return style && style.GetInt(code, 0) != 0;

@@ -44,13 +44,14 @@ class Table : public Entity {
 public:
     using Entity::Entity;
 
-    // Makes a table of empty text cells in `space` at `position` with `style`, one column for
-    // each of `columnWidths`, its row heights from the style's text heights, with a new
-    // anonymous block ("*T<n>"). With `titleRow` the first row is one cell across all columns.
-    // Fails before AutoCAD 2007 (AC1021), whose tables keep their cells in another form, and
-    // for an empty grid.
+    // Makes a table of text cells in `space` at `position` with `style`, one column for each of
+    // `columnWidths`, its row heights from the style's text heights, holding `texts` (cells
+    // outside the grid are passed over, the others stay empty), with a new anonymous block
+    // ("*T<n>"). With `titleRow` the first row is one cell across all columns. Fails before
+    // AutoCAD 2007 (AC1021), whose tables keep their cells in another form, and for an empty grid.
     static base::Result<Table> Create(BlockRecord space, const TableStyle& style, int rows,
-                                      const std::vector<double>& columnWidths, Point3 position, bool titleRow);
+                                      const std::vector<double>& columnWidths, Point3 position, bool titleRow,
+                                      const std::vector<TableCellText>& texts = {});
 
     // The number of rows (91) and columns (92) of the table's own data; 0 when missing.
     int Rows() const;
@@ -109,8 +110,9 @@ public:
 private:
     // The index of each cell's first tag (171), row by row; fewer when the data is short.
     std::vector<std::size_t> CellStarts() const;
-    // The tag after a cell's last one.
-    std::size_t CellEnd(std::size_t begin) const;
+    // The tag after a cell's last one; `dataEnd` is OwnDataEnd(), found here when not given
+    // (loops over the cells give it: finding it reads the whole entity).
+    std::size_t CellEnd(std::size_t begin, std::size_t dataEnd = std::string::npos) const;
     // Writes a cell's text without drawing the block.
     base::Status WriteCellText(std::size_t begin, std::size_t end, int row, int column, std::string_view text);
     // The style of a row's kind as its table style gives it.

@@ -78,6 +78,7 @@ base::Status Table::RegenerateBlock() {
 
     // Which cell covers each position: a merged cell (175 columns, 176 rows) covers its span.
     std::vector<std::size_t> starts = CellStarts();
+    const std::size_t dataEnd = OwnDataEnd();
     std::vector<int> owner(static_cast<std::size_t>(rows) * columns);
     for (std::size_t n = 0; n < owner.size(); ++n) owner[n] = static_cast<int>(n);
     std::vector<CellSpan> spans(owner.size());
@@ -87,7 +88,7 @@ base::Status Table::RegenerateBlock() {
             if (n >= starts.size()) continue;
             CellSpan span;
             bool mergedAway = false;
-            const std::size_t end = CellEnd(starts[n]);
+            const std::size_t end = CellEnd(starts[n], dataEnd);
             for (std::size_t i = starts[n]; i < end && CodeAt(i) != 301; ++i) {
                 if (CodeAt(i) == 173) mergedAway = IntAt(i) != 0;
                 else if (CodeAt(i) == 175) span.columns = std::max(1, static_cast<int>(IntAt(i)));
@@ -128,7 +129,7 @@ base::Status Table::RegenerateBlock() {
         for (int c = 0; c < columns; ++c) {
             const std::size_t n = static_cast<std::size_t>(r) * columns + c;
             if (n >= starts.size() || owner[n] != static_cast<int>(n) || IntAt(starts[n]) == 2) continue;
-            const std::size_t cellEnd = CellEnd(starts[n]);
+            const std::size_t cellEnd = CellEnd(starts[n], dataEnd);
             const std::string text = CellTextAt(starts[n], cellEnd);
             if (text.empty()) continue;
             const CellSpan span = spans[n];

@@ -36,6 +36,9 @@ std::string FreeTableBlockName(Database& db) {
     return "*T" + std::to_string(next);
 }
 
+// Up to this many cells are changed in place, keeping every other tag as it was read.
+constexpr std::size_t kFewCells = 64;
+
 }  // namespace
 
 TagList TableCellValueTags(std::string_view text) {
@@ -45,7 +48,8 @@ TagList TableCellValueTags(std::string_view text) {
 }
 
 base::Result<Table> Table::Create(BlockRecord space, const TableStyle& style, int rows,
-                                  const std::vector<double>& columnWidths, Point3 position, bool titleRow) {
+                                  const std::vector<double>& columnWidths, Point3 position, bool titleRow,
+                                  const std::vector<TableCellText>& texts) {
     const int columns = static_cast<int>(columnWidths.size());
     Database* db = space.GetDatabase();
     if (!db) return base::Status::Error("no space to put the table in");
@@ -63,10 +67,16 @@ base::Result<Table> Table::Create(BlockRecord space, const TableStyle& style, in
     // Heights start at nothing; the block's drawing grows them to fit their text.
     for (int r = 0; r < rows; ++r) tags.push_back(RealTag(141, 0.0));
     for (double width : columnWidths) tags.push_back(RealTag(142, width));
+    // The texts go in with the cells: one pass over the grid, whatever its size.
+    std::vector<std::string> grid(static_cast<std::size_t>(std::max(0, rows)) * std::max(0, columns));
+    for (const TableCellText& cell : texts)
+        if (cell.row >= 0 && cell.row < rows && cell.column >= 0 && cell.column < columns)
+            grid[static_cast<std::size_t>(cell.row) * columns + cell.column] = cell.text;
     for (int r = 0; r < rows; ++r) {
         for (int c = 0; c < columns; ++c) {
             bool title = titleRow && r == 0;
-            TagList cell = TextCellTags("", title && c > 0, title && c == 0 ? columns : 1);
+            TagList cell = TextCellTags(grid[static_cast<std::size_t>(r) * columns + c], title && c > 0,
+                                        title && c == 0 ? columns : 1);
             tags.insert(tags.end(), cell.begin(), cell.end());
         }
     }
@@ -97,8 +107,8 @@ std::vector<std::size_t> Table::CellStarts() const {
     return starts;
 }
 
-std::size_t Table::CellEnd(std::size_t begin) const {
-    const std::size_t end = OwnDataEnd();
+std::size_t Table::CellEnd(std::size_t begin, std::size_t dataEnd) const {
+    const std::size_t end = dataEnd == std::string::npos ? OwnDataEnd() : dataEnd;
     std::size_t i = begin + 1;
     while (i < end && CodeAt(i) != 171) ++i;
     return i;
@@ -114,25 +124,60 @@ bool Table::IsMergedAway(int row, int column) const {
 
 base::Status Table::SetCellTexts(const std::vector<TableCellText>& cells) {
     const int columns = Columns();
-    base::Status result = base::Status::Ok();
-    // Written from the last cell back, so that the tag positions of the cells before stay.
-    std::vector<TableCellText> ordered = cells;
-    std::stable_sort(ordered.begin(), ordered.end(), [](const TableCellText& a, const TableCellText& b) {
-        return a.row != b.row ? a.row > b.row : a.column > b.column;
-    });
     std::vector<std::size_t> starts = CellStarts();
-    for (const TableCellText& cell : ordered) {
+    // Every cell is checked before any changes, so that a failure changes nothing.
+    const std::size_t dataEnd = OwnDataEnd();
+    std::vector<const std::string*> wanted(starts.size(), nullptr);
+    std::size_t changed = 0;
+    bool cellValues = true;
+    for (const TableCellText& cell : cells) {
         const std::size_t n = static_cast<std::size_t>(cell.row) * columns + cell.column;
-        if (cell.row < 0 || cell.column < 0 || cell.column >= columns || n >= starts.size()) {
-            result = base::Status::Error("table " + HandleString() + " has no cell at row " + std::to_string(cell.row) +
-                                         ", column " + std::to_string(cell.column));
-            break;
-        }
-        result = WriteCellText(starts[n], CellEnd(starts[n]), cell.row, cell.column, cell.text);
-        if (!result) break;
+        if (cell.row < 0 || cell.column < 0 || cell.column >= columns || n >= starts.size())
+            return base::Status::Error("table " + HandleString() + " has no cell at row " + std::to_string(cell.row) +
+                                       ", column " + std::to_string(cell.column));
+        if (IntAt(starts[n]) == 2)
+            return base::Status::Error("cell " + std::to_string(cell.row) + "," + std::to_string(cell.column) +
+                                       " of table " + HandleString() + " holds a block");
+        if (!wanted[n]) ++changed;
+        wanted[n] = &cell.text;
+        const std::size_t end = CellEnd(starts[n], dataEnd);
+        bool found = false;
+        for (std::size_t k = starts[n]; k < end && !found; ++k) found = CodeAt(k) == 301 && TextAt(k) == "CELL_VALUE";
+        cellValues = cellValues && found;
     }
-    base::Status drawn = RegenerateBlock();
-    return result ? drawn : result;
+    if (changed == 0) return base::Status::Ok();
+    if (!cellValues || changed < kFewCells) {
+        // A few cells change in place, from the last back so that the positions before stay.
+        for (std::size_t n = starts.size(); n-- > 0;) {
+            if (!wanted[n]) continue;
+            const int row = static_cast<int>(n / columns), column = static_cast<int>(n % columns);
+            base::Status written = WriteCellText(starts[n], CellEnd(starts[n], dataEnd), row, column, *wanted[n]);
+            if (!written) return written;
+        }
+        return RegenerateBlock();
+    }
+    // Many cells: the cells are written anew in one pass, as moving the tags behind each cell
+    // for each cell would take the square of a large table's size.
+    const std::size_t begin = starts.front(), end = CellEnd(starts.back(), dataEnd);
+    TagList region;
+    region.reserve(end - begin + changed * 4);
+    for (std::size_t n = 0; n < starts.size(); ++n) {
+        const std::size_t cellEnd = n + 1 < starts.size() ? starts[n + 1] : end;
+        bool inValue = false;
+        for (std::size_t k = starts[n]; k < cellEnd; ++k) {
+            const int code = CodeAt(k);
+            if (wanted[n] && inValue && !(code == 304 && TextAt(k) == "ACVALUE_END")) continue;
+            if (wanted[n] && inValue) inValue = false;
+            region.push_back({code, TextAt(k)});
+            if (wanted[n] && code == 301 && region.back().value == "CELL_VALUE") {
+                for (Tag& tag : TableCellValueTags(*wanted[n])) region.push_back(std::move(tag));
+                inValue = true;
+            }
+        }
+    }
+    EraseTags(begin, end - begin);
+    for (std::size_t k = 0; k < region.size(); ++k) InsertTag(begin + k, std::move(region[k]));
+    return RegenerateBlock();
 }
 
 void Table::ClearCells(int firstRow, int firstColumn, int lastRow, int lastColumn) {
@@ -140,14 +185,16 @@ void Table::ClearCells(int firstRow, int firstColumn, int lastRow, int lastColum
     std::vector<std::size_t> starts = CellStarts();
     lastRow = std::min(lastRow, Rows() - 1);
     lastColumn = std::min(lastColumn, columns - 1);
-    for (int r = lastRow; r >= std::max(0, firstRow); --r) {
-        for (int c = lastColumn; c >= std::max(0, firstColumn); --c) {
+    const std::size_t dataEnd = OwnDataEnd();
+    std::vector<TableCellText> cells;
+    for (int r = std::max(0, firstRow); r <= lastRow; ++r) {
+        for (int c = std::max(0, firstColumn); c <= lastColumn; ++c) {
             const std::size_t n = static_cast<std::size_t>(r) * columns + c;
-            if (n >= starts.size() || IntAt(starts[n]) == 2) continue;
-            WriteCellText(starts[n], CellEnd(starts[n]), r, c, "");
+            if (n < starts.size() && IntAt(starts[n]) != 2 && !CellTextAt(starts[n], CellEnd(starts[n], dataEnd)).empty())
+                cells.push_back({r, c, ""});
         }
     }
-    RegenerateBlock();
+    SetCellTexts(cells);
 }
 
 base::Status Table::SetColumnWidth(int column, double width) {

@@ -193,6 +193,33 @@ TEST(TableWrite, RowsAddedAreEmptyAndRowsDeletedGo) {
     EXPECT_FALSE(t.SetColumnWidth(2, 10));
 }
 
+TEST(TableWrite, ManyCellsAtOnceAreWrittenInOnePassAndReadBack) {
+    auto db = Corpus("acad-table-blockref-ac1032.dxf");
+    auto made = Table::Create(db->ModelSpace(), cad::TableStyle::Current(*db), 60, {20, 20, 20}, {}, false,
+                              {{0, 0, "first"}, {59, 2, "last"}});
+    ASSERT_TRUE(made);
+    Table t = *made;
+    EXPECT_EQ(t.CellText(0, 0), "first");
+    EXPECT_EQ(t.CellText(59, 2), "last");
+    std::vector<cad::TableCellText> cells;
+    for (int r = 0; r < 60; ++r)
+        for (int c = 0; c < 3; ++c) cells.push_back({r, c, r % 2 ? "" : std::to_string(r) + "/" + std::to_string(c)});
+    ASSERT_TRUE(t.SetCellTexts(cells));
+    auto again = Reread(*db);
+    Table reread(again.get(), again->ObjectByHandle(t.GetHandle()).Index());
+    EXPECT_EQ(reread.CellText(0, 0), "0/0");
+    EXPECT_EQ(reread.CellText(58, 2), "58/2");
+    EXPECT_EQ(reread.CellText(59, 2), "");
+    EXPECT_EQ(reread.CellText(1, 1), "");
+    EXPECT_EQ(Drawn(reread).texts.size(), 90u);
+    EXPECT_EQ(TextInCell(reread, 58, 1), "58/1");
+    // A cell outside the grid refuses the whole change.
+    cells.push_back({60, 0, "x"});
+    cells[0].text = "changed";
+    EXPECT_FALSE(t.SetCellTexts(cells));
+    EXPECT_EQ(t.CellText(0, 0), "0/0");
+}
+
 TEST(TableWrite, TitleSuppressedMakesTheFirstRowAHeader) {
     auto db = Corpus("acad-table-blockref-ac1032.dxf");
     auto made = Table::Create(db->ModelSpace(), cad::TableStyle::Current(*db), 3, {20}, {}, true);
