@@ -35,9 +35,14 @@ bool CAttPreviewPage::ExportToTable() {
     }
     cad::Database& db = document->Database();
     cad::TableStyle style = cad::TableStyle::Current(db);
+
+    std::string title;
+    if (host::CurrentEditor().GetString(true, "\nEnter the title of the table:", title) != host::RTNORM) return false;
+    if (base::Length(title) > kMaxTitleLength) return false;
+
     if (!style) {
         // Every drawing AutoCAD makes has its Standard table style; drawings other programs
-        // wrote often have none, and get AutoCAD's.
+        // wrote often have none, and get AutoCAD's, once the user has gone on past the title.
         auto standard = cad::TableStyle::AddStandard(db);
         if (!standard) {
             m_tableFailure = standard.GetStatus().Message();
@@ -49,10 +54,6 @@ bool CAttPreviewPage::ExportToTable() {
     const double headerHeight = style.TextHeight(cad::TableRowKind::Header);
     const double spacing = style.HorizontalMargin();
     TableTextExtents extents(db, style.TextStyleName(cad::TableRowKind::Data));
-
-    std::string title;
-    if (host::CurrentEditor().GetString(true, "\nEnter the title of the table:", title) != host::RTNORM) return false;
-    if (base::Length(title) > kMaxTitleLength) return false;
 
     // Widths by display position: the widest text of the column, or (characters + 2) times the
     // row's text height where the style measures nothing, and the spacing once.

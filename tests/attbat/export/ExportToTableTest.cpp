@@ -201,6 +201,11 @@ TEST(ExportToTable, DrawingWithoutATableStyleGetsAutoCadsStandardOne) {
     f.db = &doc.Value()->Database();
     ASSERT_FALSE(cad::TableStyle::Current(*f.db));
     f.Preview({BlockWithRows("DOOR", {"D1"})});
+    // Cancelled at the title: the drawing stays as it was, without a style.
+    host::CurrentConsole().SetAnswers(host::Answers::Parse(""));
+    EXPECT_FALSE(f.wizard.m_previewPage.ExportToTable());
+    EXPECT_FALSE(cad::TableStyle::Current(*f.db));
+    EXPECT_FALSE(f.db->IsModified());
     cad::Table table = f.Export("T");
     ASSERT_TRUE(table) << f.wizard.m_previewPage.m_tableFailure;
     EXPECT_EQ(cad::TableStyle::Current(*f.db).Name(), "Standard");
