@@ -535,8 +535,6 @@ const std::vector<Control>& ExportControls() {
         std::vector<Control> list = CScheduleDialog::Controls();
         list.push_back({"preview", ControlKind::Button,
                         "print the preview table instead of exporting (with --json: one JSON line)"});
-        list.push_back({"to-table", ControlKind::Button,
-                        "Export to AutoCAD Table: the rows as a table of the drawing, its title asked"});
         list.push_back({"insertion-point", ControlKind::Text, "where the table's upper left corner goes", {},
                         "X,Y[,Z]"});
         return list;
