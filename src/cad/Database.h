@@ -186,6 +186,7 @@ private:
     friend class BlockNesting;
     friend class AttributeTemplate;
     friend class DeepCloner;
+    friend class TableStyle;
 
     // One record of the file: a 0 tag and the tags up to the next 0 tag. Kept at 32 bytes: a
     // drawing has one per entity and attribute.

@@ -26,7 +26,7 @@ ALIASES = [
     "update-dynamic-blocks", "count-blocks", "export-points", "add-attributes", "find",
     "create-cell-block", "update-cell-block", "cell-block-info", "upload-cell-block", "website",
     "about", "support", "faq", "whats-new", "demo", "help", "live-update", "load-menu",
-    "import-options",
+    "import-options", "refresh-table",
 ]
 
 
@@ -91,6 +91,10 @@ def runs():
                                    "--separator", ";", "--z", "off"]
     yield "readme-add-attributes", ["--drawing", "plan.dxf", "--workbook", "attributes.xlsx", "add-attributes",
                                     "--block", "DOOR"]
+    # The table changes plan.dxf: after every other look at it.
+    yield "readme-export-to-table", ["--drawing", "plan.dxf", "--answers", "title.txt", "export", "--to-table",
+                                     "--insertion-point", "0,-50"]
+    yield "readme-refresh-table", ["--drawing", "plan.dxf", "refresh-table"]
     # Usage errors of the options of each kind.
     yield "bad-switch", ["--drawing", "plan.dxf", "export", "--border", "maybe"]
     yield "bad-choice", ["--drawing", "plan.dxf", "export", "--source", "elsewhere"]
@@ -132,6 +136,8 @@ def main():
         shutil.copy(os.path.join(SOURCE, "examples", "attributes.xlsx"), os.path.join(folder, "attributes.xlsx"))
         with open(os.path.join(folder, "plans.lst"), "w") as listing:
             listing.write("plan2.dxf\nmissing.dxf\n")
+        with open(os.path.join(folder, "title.txt"), "w") as answers:
+            answers.write("Enter the title of the table: = Door and window schedule\n")
         for name, words in runs():
             got = transcript(velmar, folder, words)
             if name == "readme-export-new":

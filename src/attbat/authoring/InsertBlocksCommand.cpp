@@ -9,6 +9,7 @@
 #include "attbat/authoring/CInsertBlockDialog.h"
 #include "attbat/authoring/DynamicBlockUpdate.h"
 #include "attbat/frame/CRegistry.h"
+#include "attbat/frame/PointOption.h"
 #include "attbat/frame/Refusal.h"
 #include "base/Format.h"
 #include "base/Path.h"
@@ -99,26 +100,7 @@ bool SetControls(CInsertBlockDialog& dialog, const ControlValues& values, Refusa
 
 // --insertion-point X,Y[,Z]; false, refused, for anything else.
 bool InsertionPoint(const ControlValues& values, PassSettings& settings, Refusal& refusal) {
-    if (!values.Has("insertion-point")) return true;
-    const std::string text = values.Text("insertion-point");
-    std::vector<double> coordinates;
-    bool readable = true;
-    for (std::size_t start = 0; readable;) {
-        const std::size_t comma = text.find(',', start);
-        const std::string part = base::Trim(text.substr(start, comma == std::string::npos ? std::string::npos : comma - start));
-        char* end = nullptr;
-        coordinates.push_back(std::strtod(part.c_str(), &end));
-        readable = !part.empty() && *end == '\0';
-        if (comma == std::string::npos) break;
-        start = comma + 1;
-    }
-    if (!readable || coordinates.size() < 2 || coordinates.size() > 3) {
-        refusal.Fail(base::Sprintf("--insertion-point %s: give X,Y or X,Y,Z in drawing units.", text));
-        return false;
-    }
-    coordinates.resize(3, 0.0);
-    settings.insertionPoint = cad::Point3{coordinates[0], coordinates[1], coordinates[2]};
-    return true;
+    return ReadPointOption(values, "insertion-point", settings.insertionPoint, refusal);
 }
 
 // The folders a block drawing is looked for in: --search-path, then the stored support path;

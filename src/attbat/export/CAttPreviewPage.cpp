@@ -164,6 +164,8 @@ const std::vector<Control>& CAttPreviewPage::Controls() {
         {"column-sort", ControlKind::Choice, "Column sort:", {"a-z", "z-a", "none"}},
         {"column-order", ControlKind::List, "columns in the order to show, by letters (\"A,C,B\")", {}, "LETTERS"},
         {"row-sort", ControlKind::Text, "sort the rows by the column under that letter", {}, "LETTER[:desc]"},
+        {"to-table", ControlKind::Button,
+         "Export to AutoCAD Table: the rows as a table of the drawing, its title asked"},
     };
     return controls;
 }

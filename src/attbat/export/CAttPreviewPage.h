@@ -3,6 +3,7 @@
 // active collection, shown with spreadsheet column letters, shaped by the user (column order,
 // row sort) and exported from here.
 
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -10,8 +11,14 @@
 #include "attbat/export/ExportOptions.h"
 #include "attbat/frame/Control.h"
 #include "attbat/links/CLinkExternalDataDialog.h"
+#include "base/Status.h"
+#include "cad/Entity.h"
 #include "tables/CDataTable.h"
 #include "tables/CStringArrayEx.h"
+
+namespace cad {
+class Table;
+}
 
 namespace attbat {
 
@@ -57,6 +64,21 @@ public:
     // (the last filled row, found once). Throws the object model's error.
     void ExportRowsToActiveSheet(int first, int rowCount, ExportOptions& options);
 
+    // "Export to AutoCAD Table": the list as a new table of the current drawing with its
+    // current table style (AutoCAD's Standard one, made, when it has none), a title row when the title asked for isn't empty, the wizard's state
+    // hung on it, placed at m_tableInsertionPoint (else left at the origin). False when nothing
+    // was made: an empty list, a cancelled or too long title, a failed append
+    // (the reason in m_tableFailure where there is one to tell).
+    bool ExportToTable();
+    // Refills `table` with the list: from row 1 when row 0 is a title row, else from row 0;
+    // columns and widths stay.
+    void WriteRowsToTable(cad::Table& table);
+    // Stores the wizard's template stream (version 4) on `table`, in its extension dictionary.
+    base::Status WriteTemplateToTable(cad::Table& table);
+    // A stream as the chain of binary chunks (310) it is kept in on a table: 127 bytes each but
+    // the last, which is shorter and empty for a stream of whole chunks.
+    static std::vector<std::string> TemplateChunks(std::string_view stream);
+
     // The template's preview part: the display order (version 3 on) and the row sort (version 4
     // on); a load also shows the view's header style and column sort in the combo boxes.
     void SerializePreviewPage(Archive& archive, int version);
@@ -95,6 +117,11 @@ public:
     // The workbook choice of this export only, whatever is stored (a run that names just an
     // output file means a new workbook); -1 keeps the stored choice.
     int m_workbookOptionForRun = -1;
+    // Where the user placed a new table (the drag's point); none leaves it where it was made.
+    std::optional<cad::Point3> m_tableInsertionPoint;
+    // The handle of the last table made, and why the last ExportToTable made none.
+    std::string m_tableHandle;
+    std::string m_tableFailure;
 
 private:
     CScheduleDialog& wizard_;

@@ -13,6 +13,10 @@
 #include "attbat/model/AcadBlockView.h"
 #include "base/Status.h"
 
+namespace cad {
+class Table;
+}
+
 namespace attbat {
 
 class AcadBlockArray;
@@ -23,6 +27,8 @@ class SettingsStore;
 class CScheduleDialog {
 public:
     static constexpr std::string_view resourceTitle = "Schedule";
+    // What a template stream begins with, and the key of its record on a table.
+    static constexpr std::string_view templateSignature = "D947AC3F-6E41-49e9-8CB6-A508362E9A4C";
     // The wizard's controls page by page, the "Attributes", "Export Options" and "Link External
     // Data" dialogs in the places their buttons have, then the template buttons.
     static const std::vector<Control>& Controls();
@@ -50,6 +56,14 @@ public:
     // Reads a .vlt file and replays "Next" up to its page; a bad file shows "Invalid Velmar
     // template file: N." and leaves the wizard as far as it got. False when nothing was loaded.
     bool LoadTemplate(const std::string& path);
+    // Reads the template stream stored on `table` and replays "Next" up to its page. 0 when the
+    // table has no stream (none made by the wizard); a bad signature or version shows "Invalid
+    // Velmar template data: N." and gives 0 as well.
+    int LoadTemplateFromTable(const cad::Table& table);
+    // "Update AutoCAD Table" on a table already picked: loads its template and refills it from
+    // the drawings as they are now. False, with the host's message shown, when the table holds
+    // no template.
+    bool UpdateTable(cad::Table& table);
     // The stream of a template, in either direction; loading returns false on a bad signature,
     // version or stream, with the number of the message in `failure`.
     bool SerializeTemplate(Archive& archive, int& failure);

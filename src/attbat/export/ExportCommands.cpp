@@ -14,8 +14,10 @@
 #include "attbat/export/CScheduleDialog.h"
 #include "attbat/export/CSelectAttributeDialog.h"
 #include "attbat/export/DocumentDrawingContext.h"
+#include "attbat/export/RefreshTableCommand.h"
 #include "attbat/frame/CAttBatApp.h"
 #include "attbat/frame/CRegistry.h"
+#include "attbat/frame/PointOption.h"
 #include "attbat/frame/Refusal.h"
 #include "attbat/frame/RegistrySettingsStore.h"
 #include "attbat/links/CLinkExternalDataDialog.h"
@@ -412,12 +414,49 @@ CommandStatus LinkExternalData(CScheduleDialog& wizard, CommandContext& context)
     return dialog.Linked() ? CommandStatus::Done : CommandStatus::Failed;
 }
 
+// "Export to AutoCAD Table" of the Export menu: the title asked on the command line, the table
+// added to the current drawing (saved when the command ends) at --insertion-point.
+CommandStatus ExportTable(CScheduleDialog& wizard, CommandContext& context, std::optional<cad::Point3> point) {
+    CAttPreviewPage& preview = wizard.m_previewPage;
+    host::Document* current = host::DocumentManager::Instance().CurDocument();
+    if (!current) {
+        host::CurrentPrinter().Warn("velmar export: --to-table puts the table in the drawing; give it with --drawing FILE.dxf.");
+        return CommandStatus::BadInput;
+    }
+    preview.m_tableInsertionPoint = point;
+    const bool made = preview.ExportToTable();
+    context.SummaryBool("exported", made);
+    if (!made) {
+        if (!preview.m_tableFailure.empty()) {
+            host::CurrentPrinter().Warn("velmar export: no table was made: " + preview.m_tableFailure + ".");
+            context.Summary("error", preview.m_tableFailure);
+        } else {
+            context.Summary("error", "the title was not given");
+            context.MarkCancelled();
+        }
+        return CommandStatus::Failed;
+    }
+    context.Summary("table", preview.m_tableHandle);
+    host::PrintfOnceSaved("\nTable %s added to %s.", preview.m_tableHandle, current->FileName());
+    return CommandStatus::Done;
+}
+
 CommandStatus RunExport(CommandContext& context) {
     // The process-wide switch of the attribute page's polygon controls.
     calcOuterPolygon = CRegistry::GetInt("Velmar", "CalOuterPolygon", calcOuterPolygon);
     RegistrySettingsStore settings;
     const ControlValues& values = context.values;
     if (!CheckLinkOptions(values)) return CommandStatus::BadInput;
+    const bool toTable = values.Pressed("to-table");
+    std::optional<cad::Point3> insertionPoint;
+    {
+        Refusal pointRefusal("velmar export: ");
+        if (!ReadPointOption(values, "insertion-point", insertionPoint, pointRefusal)) return CommandStatus::BadInput;
+        if (insertionPoint && !toTable) {
+            pointRefusal.Fail("--insertion-point places the table of --to-table; give both.");
+            return CommandStatus::BadInput;
+        }
+    }
 
     // The run has opened the current document and set up the running spreadsheet's workbooks.
     host::Document* current = host::DocumentManager::Instance().CurDocument();
@@ -448,8 +487,8 @@ CommandStatus RunExport(CommandContext& context) {
     }
     wizard.GoNext();
     // The blocks are read: the current drawing's memory goes back for the rest of the road
-    // (rows, workbook); the export never changes the drawing.
-    if (current) current->Release();
+    // (rows, workbook); only the export to a table changes the drawing, so it keeps it.
+    if (current && !toTable) current->Release();
     if (!SetAttributePage(wizard, values, refusal)) return CommandStatus::BadInput;
     wizard.GoNext();
     if (!SetPreviewPage(wizard, values, refusal)) return CommandStatus::BadInput;
@@ -478,6 +517,7 @@ CommandStatus RunExport(CommandContext& context) {
         context.Summary("error", "nothing to export");
         return CommandStatus::Failed;
     }
+    if (toTable) return ExportTable(wizard, context, insertionPoint);
     // Only a place for a new workbook was given: this run makes one, and the stored choice of the
     // active one waits for a run that has a workbook to attach to.
     if (arxutils::excel::CurrentServer().OffersOnlyANewWorkbook() && !values.Has("workbook-mode")) {
@@ -495,6 +535,8 @@ const std::vector<Control>& ExportControls() {
         std::vector<Control> list = CScheduleDialog::Controls();
         list.push_back({"preview", ControlKind::Button,
                         "print the preview table instead of exporting (with --json: one JSON line)"});
+        list.push_back({"insertion-point", ControlKind::Text, "where the table's upper left corner goes", {},
+                        "X,Y[,Z]"});
         return list;
     }();
     return controls;
@@ -502,6 +544,7 @@ const std::vector<Control>& ExportControls() {
 
 void ImplementExportCommands(CAttBatApp& app) {
     app.Implement("VelmarOut", {ExportControls(), "[DRAWING.dxf ...]", RunExport});
+    ImplementRefreshTableCommand(app);
 }
 
 }  // namespace attbat

@@ -14,7 +14,7 @@ namespace attbat {
 
 namespace {
 
-constexpr std::string_view kSignature = "D947AC3F-6E41-49e9-8CB6-A508362E9A4C";
+constexpr std::string_view kSignature = CScheduleDialog::templateSignature;
 constexpr int kTemplateVersion = 4;
 
 }  // namespace

@@ -76,6 +76,9 @@ constexpr CommandEntry table[] = {
 constexpr CommandEntry dialogs[] = {
     {"Dialogs", "", "CImpExOptDialog", ACRX_CMD_MODAL, "import-options", "",
      "Set the header texts of the position, layer and scale columns"},
+    // The wizard's "Update AutoCAD Table", for tables the export made.
+    {"Dialogs", "", "UpdateTable", ACRX_CMD_MODAL, "refresh-table", "",
+     "Refill the tables the export made from the drawings as they are now"},
 };
 
 constexpr std::string_view groups[] = {"Velmar", "CellBlock", "Orvane"};

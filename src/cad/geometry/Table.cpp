@@ -2,20 +2,22 @@
 
 #include "cad/Database.h"
 #include "cad/Text.h"
+#include "cad/geometry/TableStyle.h"
 
 namespace cad {
 
 namespace {
 
-// The cell style sections of a TABLESTYLE come in this order (data, title, header, as AutoCAD
-// writes them: its Standard style has the 6-high title second), each opened by its text style (7).
+// The names of the cell styles of data, title and header rows.
 constexpr const char* kStyleNames[] = {"_DATA", "_TITLE", "_HEADER"};
 
 }  // namespace
 
 std::size_t Table::TableData() const {
-    std::size_t end = OwnDataEnd();
-    for (std::size_t i = 1; i < end; ++i)
+    // The marker stands near the start; the entity's own end isn't looked for, as finding it
+    // reads every cell.
+    const std::size_t end = TagCount();
+    for (std::size_t i = 1; i < end && CodeAt(i) != 1001; ++i)
         if (CodeAt(i) == 100 && TextAt(i) == "AcDbTable") return i;
     return 1;
 }
@@ -57,8 +59,8 @@ Object Table::Style() const {
 TableRowKind Table::RowType(int row) const {
     // The table's own override (280, 281 before the cells) wins over its style's.
     auto flag = [&](int code) {
-        std::size_t end = OwnDataEnd();
-        for (std::size_t i = TableData(); i < end && CodeAt(i) != 171; ++i)
+        const std::size_t end = TagCount();
+        for (std::size_t i = TableData(); i < end && CodeAt(i) != 171 && CodeAt(i) != 1001; ++i)
             if (CodeAt(i) == code) return IntAt(i) != 0;
         Object style = Style();
         return style && style.GetInt(code, 0) != 0;
@@ -99,25 +101,21 @@ std::size_t Table::CellTextTag(std::size_t begin, std::size_t end) const {
     return one;
 }
 
-TableCellStyle Table::CellStyle(int row, int column) const {
+TableCellStyle Table::RowStyle(int row) const {
     TableCellStyle style;
     TableRowKind kind = RowType(row);
-    int section = kind == TableRowKind::Data ? 0 : kind == TableRowKind::Title ? 1 : 2;
-    style.name = kStyleNames[section];
+    style.name = kStyleNames[kind == TableRowKind::Data ? 0 : kind == TableRowKind::Title ? 1 : 2];
     style.textStyle = "Standard";
-    if (Object tableStyle = Style()) {
-        TagList tags = tableStyle.Tags();
-        int seen = -1;
-        for (const Tag& t : tags) {
-            if (t.code == 7) ++seen;
-            if (seen != section) continue;
-            if (t.code == 7) style.textStyle = t.value;
-            else if (t.code == 140) style.textHeight = t.Real();
-            else if (t.code == 170) style.alignment = static_cast<int>(t.Int());
-        }
+    if (Object styleObject = Style()) {
+        TableStyle tableStyle(styleObject.GetDatabase(), styleObject.Index());
+        style.textStyle = tableStyle.TextStyleName(kind);
+        style.textHeight = tableStyle.TextHeight(kind);
+        style.alignment = tableStyle.Alignment(kind);
     }
-    std::size_t begin = 0, end = 0;
-    if (!CellRange(row, column, begin, end)) return style;
+    return style;
+}
+
+TableCellStyle Table::CellStyleAt(TableCellStyle style, std::size_t begin, std::size_t end) const {
     for (std::size_t i = begin; i < end && !(CodeAt(i) == 301 && TextAt(i) == "CELL_VALUE"); ++i) {
         int code = CodeAt(i);
         if (code == 7) style.textStyle = TextAt(i);
@@ -127,6 +125,13 @@ TableCellStyle Table::CellStyle(int row, int column) const {
     return style;
 }
 
+TableCellStyle Table::CellStyle(int row, int column) const {
+    std::size_t begin = 0, end = 0;
+    TableCellStyle style = RowStyle(row);
+    if (!CellRange(row, column, begin, end)) return style;
+    return CellStyleAt(style, begin, end);
+}
+
 int Table::CellType(int row, int column) const {
     std::size_t begin = 0, end = 0;
     return CellRange(row, column, begin, end) ? static_cast<int>(IntAt(begin)) : 0;
@@ -134,7 +139,12 @@ int Table::CellType(int row, int column) const {
 
 std::string Table::CellText(int row, int column) const {
     std::size_t begin = 0, end = 0;
-    if (!CellRange(row, column, begin, end) || IntAt(begin) == 2) return {};
+    if (!CellRange(row, column, begin, end)) return {};
+    return CellTextAt(begin, end);
+}
+
+std::string Table::CellTextAt(std::size_t begin, std::size_t end) const {
+    if (IntAt(begin) == 2) return {};
     std::size_t i = CellTextTag(begin, end);
     if (i == std::string::npos) return {};
     if (CodeAt(i) == 302) return TextAt(i);
@@ -164,17 +174,29 @@ base::Status Table::SetCellText(int row, int column, std::string_view text) {
     if (!CellRange(row, column, begin, end))
         return base::Status::Error("table " + HandleString() + " has no cell at row " + std::to_string(row) +
                                    ", column " + std::to_string(column));
+    if (CellText(row, column) == text) return base::Status::Ok();
+    base::Status written = WriteCellText(begin, end, row, column, text);
+    if (!written) return written;
+    return RegenerateBlock();
+}
+
+base::Status Table::WriteCellText(std::size_t begin, std::size_t end, int row, int column, std::string_view text) {
     if (IntAt(begin) == 2) return base::Status::Error("cell " + std::to_string(row) + "," + std::to_string(column) +
                                                       " of table " + HandleString() + " holds a block");
-    if (CellText(row, column) == text) return base::Status::Ok();
-    std::size_t i = CellTextTag(begin, end);
-    if (i != std::string::npos && CodeAt(i) == 302) {
-        SetTagText(i, std::string(text));
-        // The cell value keeps the string a second time (1) when it is a string value.
-        for (std::size_t k = begin; k < i; ++k)
-            if (CodeAt(k) == 1) SetTagText(k, std::string(text));
+    // From 2007 on the cell keeps a value between CELL_VALUE and ACVALUE_END; it is written
+    // whole, as AutoCAD writes a string value (or an empty one).
+    std::size_t valueBegin = std::string::npos, valueEnd = std::string::npos;
+    for (std::size_t k = begin; k < end; ++k) {
+        if (CodeAt(k) == 301 && TextAt(k) == "CELL_VALUE") valueBegin = k + 1;
+        else if (CodeAt(k) == 304 && TextAt(k) == "ACVALUE_END" && valueBegin != std::string::npos) valueEnd = k;
+    }
+    if (valueEnd != std::string::npos) {
+        EraseTags(valueBegin, valueEnd - valueBegin);
+        std::size_t at = valueBegin;
+        for (Tag& tag : TableCellValueTags(text)) InsertTag(at++, std::move(tag));
         return base::Status::Ok();
     }
+    std::size_t i = CellTextTag(begin, end);
     // Older tables: replace the chunks and the last piece with AutoCAD's chunking.
     std::size_t at = end;
     if (i != std::string::npos) {

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "GeometryFixtures.h"
+#include "TableFixtures.h"
 #include "cad/Database.h"
 
 namespace {
@@ -10,17 +11,8 @@ namespace {
 using cad::Table;
 using cad::TableRowKind;
 
-std::unique_ptr<cad::Database> Corpus(const char* name) {
-    auto db = cad::Database::Open(std::string(VELMAR_CORPUS) + "/dxf/" + name);
-    EXPECT_TRUE(db) << db.GetStatus().Message();
-    return db ? std::move(*db) : nullptr;
-}
-
-Table FirstTable(cad::Database& db) {
-    auto found = db.Select({{0, "ACAD_TABLE"}});
-    EXPECT_FALSE(found.empty());
-    return found.empty() ? Table() : Table(&db, found[0].Index());
-}
+using tabletest::Corpus;
+using tabletest::FirstTable;
 
 TEST(Table, GridOfAutoCadTable) {
     auto db = Corpus("acad-table-blockref-ac1032.dxf");
