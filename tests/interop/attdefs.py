@@ -11,7 +11,7 @@ import tempfile
 from pathlib import Path
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from schedules_common import DATA, TOOL, fail, finish, velmar  # noqa: E402
+from velmar_checks import DATA, TOOL, fail, finish, velmar  # noqa: E402
 
 import ezdxf  # noqa: E402
 import openpyxl  # noqa: E402

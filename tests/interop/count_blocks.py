@@ -14,7 +14,7 @@ from collections import Counter, defaultdict
 from pathlib import Path
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from schedules_common import CORPUS, SAMPLE, TOOL, fail, finish, velmar  # noqa: E402
+from velmar_checks import CORPUS, SAMPLE, TOOL, fail, finish, velmar  # noqa: E402
 
 import ezdxf  # noqa: E402
 import openpyxl  # noqa: E402

@@ -13,7 +13,7 @@ import tempfile
 from pathlib import Path
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from schedules_common import CORPUS, TOOL, fail, finish, velmar  # noqa: E402
+from velmar_checks import CORPUS, TOOL, fail, finish, velmar  # noqa: E402
 
 import ezdxf  # noqa: E402
 import openpyxl  # noqa: E402

@@ -24,30 +24,16 @@ import ezdxf
 import openpyxl
 from openpyxl.comments import Comment
 
-BUILD = Path(os.environ["VELMAR_BUILD_DIR"])
-SOURCE = Path(os.environ["VELMAR_SOURCE_DIR"])
-TOOL = BUILD / "src/cli/velmar"
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+from velmar_checks import SOURCE, fail, failures  # noqa: E402
+from velmar_checks import run as velmar  # noqa: E402
+
 CORPUS = [SOURCE / "tests/corpus/dxf/arch-plan-attribs-ac1018.dxf",
           SOURCE / "tests/corpus/dxf/ezdxf-192-inserts-576-attribs-ac1018.dxf"]
 # "<drawing><HANDLE_TAG>", "<drawing><HANDLE_TAG(ATTRIBHANDLE)>", "<drawing><HANDLE:Property>".
 KEY = re.compile(r"^(?P<drawing>.*)<(?P<field>(?P<handle>[0-9A-F]+)[_:].+)>$")
 PROMPT = "Do you want to remove the rows ("
 SUCCESS = "Upload the attributes and properties of the block references to"
-failures = []
-
-
-def fail(text):
-    failures.append(text)
-    print("FAIL:", text)
-
-
-def velmar(work, *args, expect=0):
-    command = [str(TOOL), "--settings", str(work / "settings.ini"), *map(str, args)]
-    result = subprocess.run(command, capture_output=True, text=True, timeout=300)
-    if expect is not None and result.returncode != expect:
-        fail("velmar %s: exit %d\n%s%s" % (" ".join(map(str, args)), result.returncode, result.stdout,
-                                           result.stderr))
-    return result
 
 
 def upload(work, drawing, workbook, *options, expect=0):

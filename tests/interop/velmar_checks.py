@@ -1,5 +1,5 @@
-"""Helpers of the small schedules' interop checks: where things are, running velmar in a work
-folder of its own, and the failures gathered on the way."""
+"""Helpers of the interop checks: where things are, running velmar in a work folder of its own,
+and the failures gathered on the way."""
 import os
 import subprocess
 from pathlib import Path
@@ -18,13 +18,19 @@ def fail(text):
     print("FAIL:", text)
 
 
-def velmar(work, *args, expect=0):
-    """Runs velmar with the work folder's own settings; its output, stdout then stderr."""
+def run(work, *args, expect=0):
+    """Runs velmar with the work folder's own settings; a run whose exit status isn't `expect` fails."""
     command = [str(TOOL), "--settings", str(work / "settings.ini"), *map(str, args)]
     result = subprocess.run(command, capture_output=True, text=True, timeout=600)
     if expect is not None and result.returncode != expect:
         fail("velmar %s: exit %d\n%s%s" % (" ".join(map(str, args)), result.returncode, result.stdout[-2000:],
                                            result.stderr[-2000:]))
+    return result
+
+
+def velmar(work, *args, expect=0):
+    """As run; the output, stdout then stderr."""
+    result = run(work, *args, expect=expect)
     return result.stdout + result.stderr
 
 
