@@ -572,7 +572,7 @@ std::string_view Database::TextViewAt(std::uint32_t rec, std::size_t i, std::str
 
 std::string Database::TextAt(std::uint32_t rec, std::size_t i) const {
     const Record& r = records_[rec];
-    if (r.owned != kNone && !owned_[r.owned][i].IsOriginal()) return NewValue(owned_[r.owned][i]);
+    if (r.owned != kNone && !owned_[r.owned][i].IsOriginal()) return std::string(NewValue(owned_[r.owned][i]));
     int code = CodeAt(rec, i);
     std::string_view raw = RawAt(rec, i);
     ValueKind kind = KindOfCode(code);
@@ -703,20 +703,18 @@ void Database::SetTagAt(std::uint32_t rec, std::size_t i, std::string value) {
     if (IsOriginal(rec, i) && TextAt(rec, i) == value) return;  // unchanged values keep their bytes
     OwnedTag& tag = Own(rec)[i];
     if (tag.IsOriginal()) tag = NewTag(tag.code, std::move(value), tag.ref);
-    else newValues_[tag.ref & ~kNewValue] = std::move(value);
+    else newValues_.Set(tag.ref & ~kNewValue, value);
     NotifyModified(rec);
 }
 
-Database::OwnedTag Database::NewTag(int code, std::string value, std::uint32_t replaces) {
-    newValues_.push_back(std::move(value));
-    replacedTags_.push_back(replaces);
-    return OwnedTag{code, kNewValue | static_cast<std::uint32_t>(newValues_.size() - 1)};
+Database::OwnedTag Database::NewTag(int code, std::string_view value, std::uint32_t replaces) {
+    return OwnedTag{code, kNewValue | newValues_.Add(value, replaces)};
 }
 
 void Database::InsertTagAt(std::uint32_t rec, std::size_t i, Tag tag) {
     auto& tags = Own(rec);
     tags.insert(tags.begin() + static_cast<std::ptrdiff_t>(std::min(i, tags.size())),
-                NewTag(tag.code, std::move(tag.value)));
+                NewTag(tag.code, tag.value));
     NotifyModified(rec);
 }
 
@@ -740,7 +738,7 @@ std::uint32_t Database::NewRecord(TagList tags, std::uint32_t after, SectionKind
     }
     std::vector<OwnedTag> owned;
     owned.reserve(tags.size());
-    for (Tag& t : tags) owned.push_back(NewTag(t.code, std::move(t.value)));
+    for (Tag& t : tags) owned.push_back(NewTag(t.code, t.value));
     owned_.push_back(std::move(owned));
     std::uint32_t index = static_cast<std::uint32_t>(records_.size());
     records_.push_back(r);
@@ -1148,7 +1146,7 @@ void Database::AppendOriginalTags(std::string& out, std::uint32_t from, std::uin
 // lines as they were.
 bool Database::WriteReplacedTag(std::string& out, const OwnedTag& tag) const {
     if (stream_.form != DxfForm::Ascii) return false;
-    const std::uint32_t original = replacedTags_[tag.ref & ~kNewValue];
+    const std::uint32_t original = newValues_.Replaced(tag.ref & ~kNewValue);
     if (original == kNone || stream_.tags.Code(original) != tag.code) return false;
     const std::string_view raw = RawValue(bytes_, stream_, original);
     const std::size_t valueStart = static_cast<std::size_t>(raw.data() - bytes_.data());

@@ -20,6 +20,7 @@
 #include "cad/Tag.h"
 #include "cad/Tagger.h"
 #include "cad/TextCodec.h"
+#include "cad/ValueStore.h"
 #include "cad/units/UnitSettings.h"
 
 namespace cad {
@@ -209,7 +210,7 @@ private:
     static constexpr std::uint32_t kNewValue = 0x80000000u;  // tags stay below: 2 bytes at least
     struct OwnedTag {
         int code;
-        std::uint32_t ref;  // the original tag's index, or kNewValue | index into newValues_
+        std::uint32_t ref;  // the original tag's index, or kNewValue | its number in newValues_
         bool IsOriginal() const { return (ref & kNewValue) == 0; }
     };
     // A block: its BLOCK_RECORD (R13+), its BLOCK and ENDBLK; model space of R12 files and
@@ -259,8 +260,8 @@ private:
     // Notes that `rec` changes, for the block name index when it is a BLOCK or BLOCK_RECORD.
     void NoteBlockChange(std::uint32_t rec);
     // `replaces` is the original tag a new value stands for, kNone for an added tag.
-    OwnedTag NewTag(int code, std::string value, std::uint32_t replaces = kNone);
-    const std::string& NewValue(const OwnedTag& tag) const { return newValues_[tag.ref & ~kNewValue]; }
+    OwnedTag NewTag(int code, std::string_view value, std::uint32_t replaces = kNone);
+    std::string_view NewValue(const OwnedTag& tag) const { return newValues_.Value(tag.ref & ~kNewValue); }
     std::vector<OwnedTag>& Own(std::uint32_t rec);
     void SetTagAt(std::uint32_t rec, std::size_t i, std::string value);
     void InsertTagAt(std::uint32_t rec, std::size_t i, Tag tag);
@@ -318,8 +319,7 @@ private:
     TextCodec codec_;
     std::vector<Record> records_;
     std::vector<std::vector<OwnedTag>> owned_;
-    std::vector<std::string> newValues_;
-    std::vector<std::uint32_t> replacedTags_;  // by new value: the original tag it replaced, or kNone
+    ValueStore newValues_;  // with the original tag each replaced, or kNone
     std::vector<BlockInfo> blocks_;
     // Blocks by folded name, the first of a name winning; rebuilt when blockNamesAt_ falls
     // behind blockNamesChanges_.
