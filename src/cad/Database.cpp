@@ -782,7 +782,15 @@ Handle Database::NextHandle() {
 }
 
 void Database::SyncHandSeed() {
-    if (HeaderTagIndex("$HANDSEED") != kNone) SetHeader("$HANDSEED", {Tag{5, HandleText(handSeed_)}});
+    if (const std::uint32_t at = HeaderTagIndex("$HANDSEED"); at != kNone) {
+        // Every new object comes here: the seed's one tag is set in place where it has one.
+        const std::uint32_t rec = SectionRecord(SectionKind::Header);
+        const std::size_t n = TagCount(rec);
+        if (at + 1 < n && CodeAt(rec, at + 1) == 5 && (at + 2 == n || CodeAt(rec, at + 2) == 9))
+            SetTagAt(rec, at + 1, HandleText(handSeed_));
+        else
+            SetHeader("$HANDSEED", {Tag{5, HandleText(handSeed_)}});
+    }
     // Handles given on reading only mean something to readers once the header says so.
     if (handlesWereAssigned_ && HeaderTagIndex("$HANDLING") != kNone && HeaderInt("$HANDLING") == 0) {
         SetHeader("$HANDLING", {Tag{70, "1"}});
@@ -1060,7 +1068,7 @@ void Database::AppendTag(std::string& out, int code, std::string_view text, DxfF
     if (form == DxfForm::Ascii) {
         AppendGroupCode(out, code, paddedCodes);
         out += eol;
-        if (kind == ValueKind::Text) out += codec.Encode(text);
+        if (kind == ValueKind::Text) codec.EncodeTo(out, text);
         else out.append(text);
         out += eol;
         return;
@@ -1075,7 +1083,7 @@ void Database::AppendTag(std::string& out, int code, std::string_view text, DxfF
     }
     Tag tag{code, std::string(text)};
     switch (kind) {
-        case ValueKind::Text: out += codec.Encode(text); out += '\0'; break;
+        case ValueKind::Text: codec.EncodeTo(out, text); out += '\0'; break;
         case ValueKind::Handle: out.append(text); out += '\0'; break;
         case ValueKind::Double: AppendLe<double>(out, tag.Real()); break;
         case ValueKind::Int16: AppendLe<std::int16_t>(out, static_cast<std::int16_t>(tag.Int())); break;
@@ -1155,7 +1163,7 @@ bool Database::WriteReplacedTag(std::string& out, const OwnedTag& tag) const {
     if (valueEnd == tagEnd) return false;
     const std::uint32_t start = stream_.tags.Start(original);
     out.append(bytes_, start, valueStart - start);
-    if (KindOfCode(tag.code) == ValueKind::Text) out += codec_.Encode(NewValue(tag));
+    if (KindOfCode(tag.code) == ValueKind::Text) codec_.EncodeTo(out, NewValue(tag));
     else out += NewValue(tag);
     out.append(bytes_, valueEnd, tagEnd - valueEnd);
     return true;

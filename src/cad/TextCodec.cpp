@@ -142,6 +142,11 @@ std::string TextCodec::Decode(std::string_view raw) const {
 std::string TextCodec::Encode(std::string_view utf8) const {
     std::string out;
     out.reserve(utf8.size());
+    EncodeTo(out, utf8);
+    return out;
+}
+
+void TextCodec::EncodeTo(std::string& out, std::string_view utf8) const {
     auto escape = [&out](char32_t c) {
         if (c > 0xFFFF) {  // outside the basic plane: a surrogate pair, as AutoCAD writes it
             c -= 0x10000;
@@ -152,12 +157,12 @@ std::string TextCodec::Encode(std::string_view utf8) const {
     };
     std::size_t pos = 0;
     while (pos < utf8.size()) {
-        unsigned char b = static_cast<unsigned char>(utf8[pos]);
-        if (b < 0x80) {
-            out += static_cast<char>(b);
-            ++pos;
-            continue;
-        }
+        // ASCII is the same in every code page: a run of it goes out in one piece.
+        std::size_t run = pos;
+        while (run < utf8.size() && static_cast<unsigned char>(utf8[run]) < 0x80) ++run;
+        out.append(utf8, pos, run - pos);
+        pos = run;
+        if (pos == utf8.size()) break;
         std::size_t begin = pos;
         char32_t c = base::DecodeUtf8(utf8, pos);
         if (!state_) {
@@ -176,7 +181,6 @@ std::string TextCodec::Encode(std::string_view utf8) const {
                 escape(c);
         }
     }
-    return out;
 }
 
 std::string DecodeEscapes(std::string_view s) {

@@ -22,6 +22,8 @@ public:
     std::string Decode(std::string_view raw) const;
     // UTF-8 to file text; characters the code page lacks become \U+XXXX escapes.
     std::string Encode(std::string_view utf8) const;
+    // The same, appended to `out`.
+    void EncodeTo(std::string& out, std::string_view utf8) const;
 
     // True when text is stored as UTF-8.
     bool IsUtf8() const { return !state_; }
