@@ -3,7 +3,9 @@
 #include <spawn.h>
 #include <sys/wait.h>
 
+#include <cstdio>
 #include <cstdlib>
+#include <vector>
 
 #include "base/Path.h"
 #include "host/Printer.h"
@@ -33,17 +35,22 @@ std::string FindInPath(const std::string& program) {
     return {};
 }
 
-bool XdgOpen(const std::string& address) {
-    std::string program = FindInPath("xdg-open");
+// Runs `program` (found in $PATH) with `arguments` and waits: true when it ran and exited 0.
+bool RunAndWait(const std::string& name, std::vector<std::string> arguments) {
+    std::string program = FindInPath(name);
     if (program.empty()) return false;
+    std::vector<char*> argv = {program.data()};
+    for (std::string& argument : arguments) argv.push_back(argument.data());
+    argv.push_back(nullptr);
     pid_t pid = 0;
-    char* argv[] = {program.data(), const_cast<char*>(address.c_str()), nullptr};
-    if (posix_spawn(&pid, program.c_str(), nullptr, nullptr, argv, environ) != 0) return false;
+    if (posix_spawn(&pid, program.c_str(), nullptr, nullptr, argv.data(), environ) != 0) return false;
     int status = 0;
-    // xdg-open hands the address to the desktop and returns; its status says whether it could.
     if (waitpid(pid, &status, 0) != pid) return false;
     return WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
+
+// xdg-open hands the address to the desktop and returns; its status says whether it could.
+bool XdgOpen(const std::string& address) { return RunAndWait("xdg-open", {address}); }
 
 }  // namespace
 
@@ -55,6 +62,20 @@ bool OpenAddress(const std::string& address) {
         Printf("\nOpen this address in your browser: %s", address);
     }
     return opened;
+}
+
+bool ShowManualPage(const std::string& page) {
+    // Lines printed so far must stand before the page.
+    CurrentPrinter().FinishLine();
+    std::fflush(stdout);
+    bool isFile = page.find('/') != std::string::npos;
+    if (FindInPath("man").empty()) {
+        Printf("\nThere is no 'man' program to show the manual page%s %s.", isFile ? "; it is" : "", page);
+        return false;
+    }
+    bool shown = isFile ? RunAndWait("man", {"-l", page}) : RunAndWait("man", {page});
+    if (!shown) Printf("\nThe manual page %s could not be shown.", page);
+    return shown;
 }
 
 void SetAddressOpener(std::function<bool(const std::string&)> opener) {
