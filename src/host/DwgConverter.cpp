@@ -88,6 +88,10 @@ const DwgConverters& CurrentDwgConverters() { return Converters(); }
 
 bool IsDwgPath(std::string_view path) { return base::EqualNoCase(base::Extension(path), ".dwg"); }
 
+bool IsReadableDrawingName(std::string_view path) {
+    return base::EqualNoCase(base::Extension(path), ".dxf") || (IsDwgPath(path) && !Converters().toDxf.empty());
+}
+
 base::Status RefuseUnconvertibleDwg(const std::string& path) {
     if (!IsDwgPath(path) || !Converters().toDxf.empty()) return base::Status::Ok();
     return base::Status::Error(path + ": DWG files can't be read here; convert the drawing to "

@@ -24,6 +24,9 @@ const DwgConverters& CurrentDwgConverters();
 
 // True for a path ending in ".dwg", without regard to case.
 bool IsDwgPath(std::string_view path);
+// True for a drawing this run can read by its name: a .dxf file, or a .dwg one while a DWG
+// converter is set (a folder's drawings are gathered by it).
+bool IsReadableDrawingName(std::string_view path);
 // Why a DWG drawing can't be read: no DWG-to-DXF converter is set. Ok for any other path, or
 // when one is set.
 base::Status RefuseUnconvertibleDwg(const std::string& path);

@@ -24,6 +24,14 @@ struct DwgConverterTest : ::testing::Test {
         std::filesystem::copy_file(std::string(VELMAR_CORPUS) + "/dxf/attribute-ac1032.dxf", target);
         return target;
     }
+    // The drawing read through the converters, with one header value changed.
+    static std::unique_ptr<cad::Database> ReadAndChange(const std::string& dwg) {
+        auto db = host::ReadSideDatabase(dwg);
+        EXPECT_TRUE(db) << db.GetStatus().Message();
+        if (!db) return nullptr;
+        EXPECT_TRUE(db.Value()->SetHeader("$LUNITS", {{70, "4"}}));
+        return std::move(db.Value());
+    }
     static std::string Bytes(const std::string& path) {
         auto bytes = base::ReadFile(path);
         return bytes ? bytes.Value() : std::string();
@@ -92,10 +100,9 @@ TEST_F(DwgConverterTest, ChangedDwgWithoutAWayBackIsRefusedAndLeftAsItWas) {
     std::string dwg = Dwg();
     std::string before = Bytes(dwg);
     host::SetDwgConverters({copyConverter, ""});
-    auto db = host::ReadSideDatabase(dwg);
+    auto db = ReadAndChange(dwg);
     ASSERT_TRUE(db);
-    ASSERT_TRUE(db.Value()->SetHeader("$LUNITS", {{70, "4"}}));
-    base::Status saved = host::SaveSideDatabase(*db.Value());
+    base::Status saved = host::SaveSideDatabase(*db);
     ASSERT_FALSE(saved);
     EXPECT_NE(saved.Message().find("no DXF to DWG converter is set (--dxf-to-dwg-converter"), std::string::npos);
     EXPECT_EQ(Bytes(dwg), before);
@@ -106,10 +113,9 @@ TEST_F(DwgConverterTest, ChangedDwgIsWrittenBackThroughTheReverseConverterKeepin
     std::string dwg = Dwg();
     std::string before = Bytes(dwg);
     host::SetDwgConverters({copyConverter, copyConverter});
-    auto db = host::ReadSideDatabase(dwg);
+    auto db = ReadAndChange(dwg);
     ASSERT_TRUE(db);
-    ASSERT_TRUE(db.Value()->SetHeader("$LUNITS", {{70, "4"}}));
-    ASSERT_TRUE(host::SaveSideDatabase(*db.Value())) << host::SaveSideDatabase(*db.Value()).Message();
+    ASSERT_TRUE(host::SaveSideDatabase(*db)) << host::SaveSideDatabase(*db).Message();
     EXPECT_EQ(Bytes(dir.File("plan.bak")), before);
     auto reread = cad::Database::Open(dwg);
     ASSERT_TRUE(reread);
@@ -124,13 +130,20 @@ TEST_F(DwgConverterTest, FailingReverseConverterLeavesTheDwgAsItWas) {
     std::string dwg = Dwg();
     std::string before = Bytes(dwg);
     host::SetDwgConverters({copyConverter, "echo broken >&2; exit 1; {in} {out}"});
-    auto db = host::ReadSideDatabase(dwg);
+    auto db = ReadAndChange(dwg);
     ASSERT_TRUE(db);
-    ASSERT_TRUE(db.Value()->SetHeader("$LUNITS", {{70, "4"}}));
-    base::Status saved = host::SaveSideDatabase(*db.Value());
+    base::Status saved = host::SaveSideDatabase(*db);
     ASSERT_FALSE(saved);
     EXPECT_NE(saved.Message().find("the DXF to DWG converter failed"), std::string::npos);
     EXPECT_EQ(Bytes(dwg), before);
+}
+
+TEST_F(DwgConverterTest, DwgDrawingsCountAsReadableOnlyWhileAConverterIsSet) {
+    EXPECT_TRUE(host::IsReadableDrawingName("/plans/a.DXF"));
+    EXPECT_FALSE(host::IsReadableDrawingName("/plans/a.dwg"));
+    EXPECT_FALSE(host::IsReadableDrawingName("/plans/a.bak"));
+    host::SetDwgConverters({copyConverter, ""});
+    EXPECT_TRUE(host::IsReadableDrawingName("/plans/a.DWG"));
 }
 
 }  // namespace

@@ -46,6 +46,7 @@ void CLiveUpdateDlg::OnCheckUp() {
     listedVersion.clear();
     failure.clear();
     Show("Connecting...");
+    // A plain GET: the empty header line added "only if new" adds nothing a server sees.
     HttpAnswer answer = fetch_(ListAddress(), timeouts);
     if (!answer.answered) {
         failure = answer.error;
