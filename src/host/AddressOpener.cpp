@@ -1,16 +1,10 @@
 #include "host/AddressOpener.h"
 
-#include <spawn.h>
-#include <sys/wait.h>
-
 #include <cstdio>
-#include <cstdlib>
 #include <vector>
 
-#include "base/Path.h"
 #include "host/Printer.h"
-
-extern char** environ;
+#include "host/Program.h"
 
 namespace host {
 
@@ -21,32 +15,10 @@ std::function<bool(const std::string&)>& Opener() {
     return opener;
 }
 
-std::string FindInPath(const std::string& program) {
-    const char* path = std::getenv("PATH");
-    std::string list = path ? path : "/usr/bin:/bin";
-    std::size_t pos = 0;
-    while (pos <= list.size()) {
-        std::size_t end = list.find(':', pos);
-        if (end == std::string::npos) end = list.size();
-        std::string candidate = base::JoinPath(list.substr(pos, end - pos), program);
-        if (end > pos && base::FileExists(candidate)) return candidate;
-        pos = end + 1;
-    }
-    return {};
-}
-
-// Runs `program` (found in $PATH) with `arguments` and waits: true when it ran and exited 0.
+// Runs `name` (found in $PATH) with `arguments`: true when it ran and exited 0.
 bool RunAndWait(const std::string& name, std::vector<std::string> arguments) {
     std::string program = FindInPath(name);
-    if (program.empty()) return false;
-    std::vector<char*> argv = {program.data()};
-    for (std::string& argument : arguments) argv.push_back(argument.data());
-    argv.push_back(nullptr);
-    pid_t pid = 0;
-    if (posix_spawn(&pid, program.c_str(), nullptr, nullptr, argv.data(), environ) != 0) return false;
-    int status = 0;
-    if (waitpid(pid, &status, 0) != pid) return false;
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    return !program.empty() && RunProgram(program, std::move(arguments)).Succeeded();
 }
 
 // xdg-open hands the address to the desktop and returns; its status says whether it could.

@@ -1,17 +1,13 @@
 #include "host/DwgConverter.h"
 
-#include <spawn.h>
 #include <stdlib.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <filesystem>
 
 #include "base/File.h"
 #include "base/Path.h"
 #include "base/Text.h"
-
-extern char** environ;
+#include "host/Program.h"
 
 namespace host {
 
@@ -51,23 +47,16 @@ std::string CommandLine(std::string_view command, const std::string& in, const s
     return base::Replace(base::Replace(command, "{in}", ShellQuoted(in)), "{out}", ShellQuoted(out));
 }
 
-// Runs `command` through /bin/sh; its output goes to standard error, so that a report on
+// Runs `command` through /bin/sh; what it prints goes to standard error, so that a report on
 // standard output stays whole. Ok when it exited 0 and made `out`.
 base::Status Convert(std::string_view which, std::string_view command, const std::string& in,
                      const std::string& out, const std::string& drawing) {
     std::string line = CommandLine(command, in, out);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, STDERR_FILENO, STDOUT_FILENO);
-    char* argv[] = {const_cast<char*>("sh"), const_cast<char*>("-c"), line.data(), nullptr};
-    pid_t pid = 0;
-    int started = posix_spawn(&pid, "/bin/sh", &actions, nullptr, argv, environ);
-    posix_spawn_file_actions_destroy(&actions);
-    int status = 0;
-    if (started != 0 || waitpid(pid, &status, 0) != pid)
+    ProgramEnd end = RunProgram("/bin/sh", {"-c", line}, true);
+    if (!end.started)
         return base::Status::Error(drawing + ": the " + std::string(which) + " could not be started: " + line);
-    if (!WIFEXITED(status) || WEXITSTATUS(status) != 0) {
-        std::string how = WIFEXITED(status) ? "exit status " + std::to_string(WEXITSTATUS(status)) : "killed";
+    if (!end.Succeeded()) {
+        std::string how = end.exited ? "exit status " + std::to_string(end.status) : "killed";
         return base::Status::Error(drawing + ": the " + std::string(which) + " failed (" + how + "): " + line);
     }
     if (!base::FileExists(out))
