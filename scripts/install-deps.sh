@@ -14,6 +14,8 @@ packages=(
   libfreetype-dev libfontconfig-dev fonts-dejavu-core
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev
+  # the Debian package and its test (cpack's dependency list, dpkg -x)
+  dpkg-dev
   # fuzzing (scripts/fuzz.sh builds with clang and libFuzzer)
   clang-14 libfuzzer-14-dev libclang-rt-14-dev
   # interop checks: independent readers of our drawings and workbooks
