@@ -8,10 +8,14 @@ packages=(
   cmake ninja-build g++ pkg-config
   # libraries
   libfmt-dev libutf8proc-dev libpugixml-dev libzip-dev zlib1g-dev libisal-dev libcli11-dev
+  # the update check's HTTP request
+  libcurl4-openssl-dev
   # font files and their metrics, for the widths of table columns
   libfreetype-dev libfontconfig-dev fonts-dejavu-core
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev
+  # the Debian package and its test (cpack's dependency list, dpkg -x)
+  dpkg-dev
   # fuzzing (scripts/fuzz.sh builds with clang and libFuzzer)
   clang-14 libfuzzer-14-dev libclang-rt-14-dev
   # interop checks: independent readers of our drawings and workbooks

@@ -14,6 +14,8 @@ constexpr GlobalOptionInfo globalOptions[] = {
     {"settings", "FILE", "the settings file (default $XDG_CONFIG_HOME/velmar/settings.ini)"},
     {"log", "FILE", "the session log (default $XDG_STATE_HOME/velmar/Velmar.log)"},
     {"answers", "FILE", "answers to prompts and questions, given in advance"},
+    {"dwg-converter", "CMD", "read .dwg drawings through your converter, 'COMMAND {in} {out}' (kept)"},
+    {"dxf-to-dwg-converter", "CMD", "write changed .dwg drawings back through one (kept; else refused)"},
     {"yes", "", "answer Yes (or OK) to every question"},
     {"no", "", "answer No (or Cancel) to every question"},
     {"json", "", "print one machine-readable summary on standard output"},
@@ -45,6 +47,8 @@ void SetGlobalOption(GlobalOptions& global, std::string_view name, const std::st
     else if (name == "settings") global.settings = value;
     else if (name == "log") global.log = value;
     else if (name == "answers") global.answers = value;
+    else if (name == "dwg-converter") global.dwgConverter = value;
+    else if (name == "dxf-to-dwg-converter") global.dxfToDwgConverter = value;
     else if (name == "yes") global.yes = true;
     else if (name == "no") global.no = true;
     else if (name == "json") global.json = true;
@@ -63,6 +67,8 @@ attbat::RunSetup MakeRunSetup(const GlobalOptions& global) {
     setup.quiet = global.quiet;
     setup.printToStandardError = global.json;
     setup.debug = global.debug;
+    setup.dwgConverter = global.dwgConverter;
+    setup.dxfToDwgConverter = global.dxfToDwgConverter;
     return setup;
 }
 

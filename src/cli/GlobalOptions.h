@@ -3,6 +3,7 @@
 // current document and of the running spreadsheet's workbook and selection, and the run's
 // settings, log, answers and output form.
 
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -22,6 +23,8 @@ struct GlobalOptions {
     std::string settings;    // the settings file
     std::string log;         // the session log
     std::string answers;     // the answers file
+    std::optional<std::string> dwgConverter;       // DWG -> DXF command, kept
+    std::optional<std::string> dxfToDwgConverter;  // DXF -> DWG command, kept
     bool yes = false;
     bool no = false;
     bool json = false;

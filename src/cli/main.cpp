@@ -9,6 +9,7 @@
 #include "attbat/authoring/AuthoringCommands.h"
 #include "attbat/links/LinkCommands.h"
 #include "attbat/schedules/ScheduleCommands.h"
+#include "attbat/update/UpdateCommands.h"
 #include "cli/CommandLine.h"
 #include "cli/DxfTool.h"
 #include "cli/WatchTool.h"
@@ -29,5 +30,6 @@ int main(int argc, char** argv) {
     attbat::ImplementLinkCommands(app);
     attbat::ImplementAuthoringCommands(app);
     attbat::ImplementScheduleCommands(app);
+    attbat::ImplementUpdateCommands(app);
     return cli::RunCommandLine(args, app, tools);
 }

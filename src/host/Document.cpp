@@ -6,27 +6,21 @@
 #include "base/AtomicFile.h"
 #include "base/Path.h"
 #include "base/Text.h"
+#include "host/DwgConverter.h"
 #include "host/Printer.h"
 
 namespace host {
 
-namespace {
-
-// DWG files are refused before anything is read.
-base::Status RefuseDwg(const std::string& path) {
-    if (!base::EqualNoCase(base::Extension(path), ".dwg")) return base::Status::Ok();
-    return base::Status::Error(path + ": DWG files can't be read here; convert the drawing to "
-                                      "DXF (SAVEAS, or a DWG to DXF converter) and give that file.");
-}
-
-}  // namespace
-
 base::Result<std::unique_ptr<Document>> Document::Open(const std::string& path, ReadKind when) {
     if (when == ReadKind::OnFirstUse) {
-        base::Status readable = RefuseDwg(path);
+        // DWG files without a converter are refused before anything is read; with one, the
+        // conversion waits for the first use like the read.
+        base::Status readable = RefuseUnconvertibleDwg(path);
         if (readable)
             RemoveLeftoversOfInterruptedSaves(path);
-        if (readable) readable = cad::Database::CanOpen(path);
+        if (readable && IsDwgPath(path) && !base::FileExists(path))
+            readable = base::Status::Error(path + ": no such drawing.");
+        if (readable && !IsDwgPath(path)) readable = cad::Database::CanOpen(path);
         if (!readable) return readable;
         return std::unique_ptr<Document>(new Document(path));
     }
@@ -192,8 +186,8 @@ std::string BackupPathOf(std::string_view path) {
 }
 
 base::Result<std::unique_ptr<cad::Database>> ReadSideDatabase(const std::string& path) {
-    if (base::Status refused = RefuseDwg(path); !refused) return refused;
     RemoveLeftoversOfInterruptedSaves(path);
+    if (IsDwgPath(path)) return ReadDwgDrawing(path);
     return cad::Database::Open(path);
 }
 
@@ -203,6 +197,7 @@ base::Status SaveSideDatabase(const cad::Database& db, const std::string& path, 
     if (mode == BackupMode::KeepExisting && !backup.empty() && base::FileExists(backup))
         backup.clear();
     RemoveLeftoversOfInterruptedSaves(target);
+    if (IsDwgPath(target)) return SaveDwgDrawing(db, target, backup);
     return db.Save(target, backup);
 }
 

@@ -1,5 +1,7 @@
 #include "host/Locations.h"
 
+#include <unistd.h>
+
 #include <cstdlib>
 
 #include "base/Path.h"
@@ -33,6 +35,12 @@ std::string LogFilePath() {
     if (!logOverride.empty()) return logOverride;
     std::string folder = XdgFolder("XDG_STATE_HOME", ".local/state");
     return folder.empty() ? folder : base::JoinPath(base::JoinPath(folder, "velmar"), "Velmar.log");
+}
+
+std::string ProgramFile() {
+    char path[4096];
+    ssize_t n = ::readlink("/proc/self/exe", path, sizeof path - 1);
+    return n > 0 ? std::string(path, static_cast<std::size_t>(n)) : std::string();
 }
 
 void SetSettingsFilePath(std::string path) { settingsOverride = std::move(path); }

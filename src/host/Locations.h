@@ -13,6 +13,8 @@ std::string SettingsFilePath();
 // unset); "" when the folder can't be found.
 std::string LogFilePath();
 // Overrides for this run; "" goes back to the XDG location.
+// The running program's own file (its full path), "" when the system doesn't say.
+std::string ProgramFile();
 void SetSettingsFilePath(std::string path);
 void SetLogFilePath(std::string path);
 

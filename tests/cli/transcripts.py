@@ -103,6 +103,14 @@ def runs():
     yield "import-bad-switch", ["--workbook", "plan.xlsx", "import-by-handle", "--save-link", "x"]
     yield "options-bad-switch", ["options", "--auto-upload", "x"]
     yield "yes-and-no", ["--yes", "--no", "about"]
+    # The update check's dialog as it opens, asking nothing.
+    yield "live-update-dialog", ["live-update"]
+    # A DWG drawing: refused without a converter; read through one, but not changed without the
+    # way back; the converter kept until removed.
+    yield "dwg-refused", ["--drawing", "plan.dwg", "find", "AE"]
+    yield "dwg-converted-change-refused", ["--dwg-converter", "cp {in} {out}", "--drawing", "plan.dwg", "find", "AE"]
+    yield "dwg-converter-kept", ["--drawing", "plan.dwg", "count-blocks"]
+    yield "dwg-converter-removed", ["--dwg-converter", "", "--drawing", "plan.dwg", "count-blocks"]
 
 
 def transcript(velmar, folder, words):
@@ -132,6 +140,7 @@ def main():
         folder = os.path.realpath(folder)
         shutil.copy(os.path.join(SOURCE, "examples", "floor.dxf"), os.path.join(folder, "plan.dxf"))
         shutil.copy(os.path.join(SOURCE, "examples", "floor.dxf"), os.path.join(folder, "plan2.dxf"))
+        shutil.copy(os.path.join(SOURCE, "examples", "floor.dxf"), os.path.join(folder, "plan.dwg"))
         shutil.copy(os.path.join(SOURCE, "examples", "rows.xlsx"), os.path.join(folder, "rows.xlsx"))
         shutil.copy(os.path.join(SOURCE, "examples", "attributes.xlsx"), os.path.join(folder, "attributes.xlsx"))
         with open(os.path.join(folder, "plans.lst"), "w") as listing:

@@ -9,6 +9,7 @@
 #include "base/Path.h"
 #include "base/Text.h"
 #include "host/Document.h"
+#include "host/DwgConverter.h"
 #include "host/ProgressMeter.h"
 #include "host/Ui.h"
 
@@ -104,7 +105,7 @@ void CBlockSourcePage::CollectDrawings(const std::string& folder, std::vector<st
             if (wizard_.Settings().GetInt(kSettingsSection, "SearchSubfolder", 0) != 0) {
                 CollectDrawings(entry.string(), out);
             }
-        } else if (base::EqualNoCase(entry.extension().string(), ".dxf")) {
+        } else if (host::IsReadableDrawingName(entry.string())) {
             out.push_back(entry.string());
         }
     }

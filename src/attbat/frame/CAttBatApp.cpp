@@ -1,7 +1,5 @@
 #include "attbat/frame/CAttBatApp.h"
 
-#include <unistd.h>
-
 #include "attbat/frame/AsdkDataManager.h"
 #include "attbat/frame/CArxErrLog.h"
 #include "attbat/frame/CRegistry.h"
@@ -9,6 +7,7 @@
 #include "base/Text.h"
 #include "host/Document.h"
 #include "host/EditorReactor.h"
+#include "host/Locations.h"
 #include "host/Printer.h"
 
 namespace attbat {
@@ -18,11 +17,7 @@ std::string hostProduct = "Unknown CAD";
 
 namespace {
 
-std::string ProcessFileName() {
-    char path[4096];
-    ssize_t n = ::readlink("/proc/self/exe", path, sizeof path - 1);
-    return n > 0 ? base::FileName(std::string_view(path, static_cast<std::size_t>(n))) : "";
-}
+std::string ProcessFileName() { return base::FileName(host::ProgramFile()); }
 
 }  // namespace
 

@@ -7,6 +7,7 @@
 #include "attbat/frame/CArxErrLog.h"
 #include "attbat/frame/CAttBatApp.h"
 #include "attbat/frame/CRegistry.h"
+#include "attbat/frame/DwgConverterSettings.h"
 #include "base/Format.h"
 #include "base/Text.h"
 #include "host/Document.h"
@@ -44,6 +45,7 @@ ModuleRun::ModuleRun(CAttBatApp& app, const RunSetup& setup, host::Ui& ui)
     app_.uploadAtLoad = setup.uploadAtLoad;
     app_.updateAtLoad = true;
     app_.EntryPoint(kInitAppMsg, nullptr);
+    UseDwgConverters(setup.dwgConverter, setup.dxfToDwgConverter);
     if (setup.debug) {
         debugOn = 1;
         if (!ErrLog().IsOpen() && !ErrLog().Open()) {
@@ -57,6 +59,7 @@ ModuleRun::~ModuleRun() {
     host::DocumentManager::Instance().CloseAll();
     arxutils::ExcelUtils::SetDrawingUnits(nullptr);
     app_.EntryPoint(kUnloadAppMsg, nullptr);
+    ForgetDwgConverters();
     host::CurrentPrinter().FinishLine();
 }
 

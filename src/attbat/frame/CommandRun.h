@@ -7,6 +7,7 @@
 // one run (velmar watch) uses the same steps through ModuleRun.
 
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "arxutils/excel/FileBackend.h"
@@ -36,6 +37,10 @@ struct RunSetup {
     // The drawing's load uploads as the host's does (see CAttBatApp::uploadAtLoad): only for a
     // run that keeps the drawing open across edits, never for one command.
     bool uploadAtLoad = false;
+    // The DWG-to-DXF and DXF-to-DWG converters given for the run (stored as settings); unset
+    // for the stored ones, "" to remove one.
+    std::optional<std::string> dwgConverter;
+    std::optional<std::string> dxfToDwgConverter;
 };
 
 // The module loaded for one run: settings, log, printer and prompts set for its life, init at

@@ -1,9 +1,8 @@
 #include "attbat/frame/MenuLoader.h"
 
-#include <unistd.h>
-
 #include "base/Format.h"
 #include "base/Path.h"
+#include "host/Locations.h"
 #include "host/Printer.h"
 
 namespace attbat {
@@ -18,10 +17,9 @@ constexpr int slotInUse = -5005;
 }  // namespace
 
 std::string NoMenuHost::ModuleFolder() {
-    char path[4096];
-    ssize_t n = ::readlink("/proc/self/exe", path, sizeof path - 1);
-    if (n <= 0) return {};
-    std::string folder = base::Folder(std::string_view(path, static_cast<std::size_t>(n)));
+    std::string program = host::ProgramFile();
+    if (program.empty()) return {};
+    std::string folder = base::Folder(program);
     return folder.empty() || folder.back() == '/' ? folder : folder + "/";
 }
 
