@@ -7,6 +7,7 @@
 #include "attbat/frame/CAttBatApp.h"
 #include "attbat/import/ImportCommands.h"
 #include "attbat/authoring/AuthoringCommands.h"
+#include "attbat/cellblock/CellBlockCommands.h"
 #include "attbat/links/LinkCommands.h"
 #include "attbat/schedules/ScheduleCommands.h"
 #include "cli/CommandLine.h"
@@ -29,5 +30,6 @@ int main(int argc, char** argv) {
     attbat::ImplementLinkCommands(app);
     attbat::ImplementAuthoringCommands(app);
     attbat::ImplementScheduleCommands(app);
+    attbat::ImplementCellBlockCommands(app);
     return cli::RunCommandLine(args, app, tools);
 }
