@@ -33,7 +33,6 @@ cad::BlockRecord CAutoTable::DrawAsBlock(cad::Database& db, std::string_view blo
     const double factor = CellUnitsPerPoint();
     marginX *= factor;
     marginY *= factor;
-    for (double& width : standardWidths) width *= factor;
     PrepareCells();
     auto block = db.CreateBlock(blockName);
     if (!block) return {};

@@ -5,9 +5,8 @@
 //
 // The cells come in already scaled: the reader multiplies places and sizes by
 // CellUnitsPerPoint() and font sizes by UnitsPerPoint(). Drawing scales the margins and the
-// standard widths itself.
+// edges' widths (points, as ApplyBorderStyle gives them) itself.
 
-#include <array>
 #include <functional>
 #include <map>
 #include <string>
@@ -67,8 +66,6 @@ public:
     cad::Point3 scale{1, 1, 1};
     std::string blockLayer;     // "" keeps the current layer
     std::string textLayer;      // "" keeps layer 0
-    // Hairline, thin, medium and thick widths, in points.
-    std::array<double, 4> standardWidths{1.5, 1.5, 2.25, 20.0};
     cad::Point3 insertionPoint;
     // The width of a text at a height, in drawing units; the drawing's STANDARD style measures
     // when none is set.

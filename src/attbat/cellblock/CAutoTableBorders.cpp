@@ -127,15 +127,16 @@ CAutoLineCollections CAutoTable::CollectLines() const {
 void CAutoTable::DrawBorders(cad::BlockRecord& block) {
     host::ProgressMeter meter("Drawing the borders:", RowCount() * ColumnCount());
     cad::Database& db = *block.GetDatabase();
+    // Edge widths are points, like the cell sizes.
+    const double widthFactor = CellUnitsPerPoint();
     std::vector<WideRun> wide;
     for (const CAutoLineCollection& collection : CollectLines()) {
         for (const CAutoLine& line : collection.lines) {
             EnsureLineType(db, line.lineType);
-            // Edge widths are in points like the cell sizes, and drawn at that scale.
             if (line.width > kTolerance) {
-                wide.push_back({{{line.start.x, line.start.y, 0, line.width, line.width},
-                                 {line.end.x, line.end.y, 0, line.width, line.width}},
-                                line.width,
+                const double width = line.width * widthFactor;
+                wide.push_back({{{line.start.x, line.start.y, 0, width, width}, {line.end.x, line.end.y, 0, width, width}},
+                                width,
                                 line.lineType});
                 continue;
             }
