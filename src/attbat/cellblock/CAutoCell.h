@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "attbat/cellblock/CAutoBorder.h"
@@ -31,5 +32,9 @@ public:
 };
 
 using CAutoTableRow = std::vector<CAutoCell>;
+
+// The text an attribute takes from a cell: trimmed, its lines (a wrapped cell's) joined by a
+// blank, since an attribute holds one line.
+std::string AttributeText(std::string_view cellText);
 
 }  // namespace attbat

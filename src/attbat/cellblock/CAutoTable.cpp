@@ -69,7 +69,7 @@ void CAutoTable::PrepareCells() {
 
 bool CAutoTable::MakeCellAttribute(const CAutoCell& cell, cad::BlockRecord& block, double& left, double& right) {
     left = right = 0;
-    const std::string text = base::Trim(cell.text);
+    const std::string text = AttributeText(cell.text);
     if (text.empty() || marginX > cell.mergeWidth || marginY > cell.mergeHeight) return false;
     m_values[cell.address] = text;
     auto def = block.AddAttributeDefinition(cell.address, cell.address, text, {}, cell.fontSize, 0,

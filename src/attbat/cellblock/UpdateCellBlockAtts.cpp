@@ -3,6 +3,7 @@
 #include <set>
 
 #include "arxutils/ExcelUtils.h"
+#include "attbat/cellblock/CAutoCell.h"
 #include "attbat/cellblock/CellBlockSource.h"
 #include "base/Format.h"
 #include "cad/Text.h"
@@ -39,7 +40,7 @@ void UpdateReference(const cad::BlockReference& ref, const tables::CStringTable&
             ++update.missing;
             continue;
         }
-        const std::string& text = table.GetAt(r).GetAt(c);
+        const std::string text = AttributeText(table.GetAt(r).GetAt(c));
         if (attribute.PlainText() == text) continue;
         attribute.SetValue(text);
         ++update.changed;

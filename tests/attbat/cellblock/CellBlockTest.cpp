@@ -310,3 +310,16 @@ TEST(CellTagAddress, TakesAbsoluteAndPlainAddressesAndNothingElse) {
 
 }  // namespace
 }  // namespace attbat
+
+namespace attbat {
+namespace {
+
+TEST_F(CellBlockTest, WrappedCellTextBecomesAOneLineAttribute) {
+    Book([](xl::Worksheet& s) { ASSERT_TRUE(s.SetString(1, 1, "two\nlines \r\n here")); }, "A1");
+    ASSERT_TRUE(Create("WRAP"));
+    EXPECT_EQ(Definitions("WRAP")[0].DefaultValue(), "two lines here");
+    EXPECT_EQ(AttributeText(" a \n\n b "), "a b");
+}
+
+}  // namespace
+}  // namespace attbat
