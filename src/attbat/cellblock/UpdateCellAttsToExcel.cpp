@@ -3,6 +3,7 @@
 #include <filesystem>
 
 #include "arxutils/ExcelUtils.h"
+#include "attbat/cellblock/CAutoCell.h"
 #include "attbat/cellblock/CellBlockSource.h"
 #include "cad/Text.h"
 #include "host/Printer.h"
@@ -41,7 +42,8 @@ bool UpdateCellAttsToExcel(const cad::BlockReference& ref, bool write, std::vect
         if (address.empty() || !tables::ParseFirstCell(address, row, column) || row < 1 || column < 1) continue;
         auto cell = sheet->Cells()->Item(row, column);
         CellWrite change{address, cell->Text().text, attribute.PlainText()};
-        if (change.before == change.after) continue;
+        // A cell whose text the attribute holds as made (trimmed, lines joined) keeps its own.
+        if (AttributeText(change.before) == change.after) continue;
         if (write) cell->SetValue(arxutils::excel::Variant::String(change.after));
         writes.push_back(std::move(change));
     }

@@ -323,3 +323,22 @@ TEST_F(CellBlockTest, WrappedCellTextBecomesAOneLineAttribute) {
 
 }  // namespace
 }  // namespace attbat
+
+namespace attbat {
+namespace {
+
+TEST_F(CellBlockTest, UploadLeavesCellsWhoseAttributeWasNotEdited) {
+    Book([](xl::Worksheet& s) {
+        ASSERT_TRUE(s.SetString(1, 1, "two\nlines"));
+        ASSERT_TRUE(s.SetString(1, 2, "padded  "));
+    }, "A1:B1");
+    ASSERT_TRUE(Create("KEEP"));
+    std::vector<CellWrite> writes;
+    ui.QueueAnswer(host::BoxAnswer::Yes);
+    ASSERT_TRUE(UpdateCellAttsToExcel(Reference(Db(), "KEEP"), true, writes));
+    arxutils::ExcelUtils::Disconnect();
+    EXPECT_TRUE(writes.empty());
+}
+
+}  // namespace
+}  // namespace attbat
