@@ -103,6 +103,17 @@ def runs():
     yield "import-bad-switch", ["--workbook", "plan.xlsx", "import-by-handle", "--save-link", "x"]
     yield "options-bad-switch", ["options", "--auto-upload", "x"]
     yield "yes-and-no", ["--yes", "--no", "about"]
+    # Cell blocks, on a drawing and a workbook of their own.
+    yield "cell-block-dialog", ["--drawing", "cells.dxf", "--workbook", "cells.xlsx", "--selection", "A1:G3",
+                                "cell-block", "create"]
+    yield "cell-block-create", ["--json", "--drawing", "cells.dxf", "--workbook", "cells.xlsx", "--selection",
+                                "A1:G3", "cell-block", "create", "--block-name", "OPENINGS"]
+    yield "cell-block-info", ["--drawing", "cells.dxf", "cell-block", "info", "16D"]
+    yield "cell-block-info-not-cell-block", ["--drawing", "cells.dxf", "cell-block", "info", "1"]
+    yield "cell-block-update", ["--drawing", "cells.dxf", "cell-block", "update"]
+    yield "cell-block-upload-no", ["--no", "--drawing", "cells.dxf", "cell-block", "upload", "16D"]
+    yield "cell-block-bad-name", ["--drawing", "cells.dxf", "--workbook", "cells.xlsx", "create-cell-block",
+                                  "--block-name", "a<b"]
 
 
 def transcript(velmar, folder, words):
@@ -134,6 +145,8 @@ def main():
         shutil.copy(os.path.join(SOURCE, "examples", "floor.dxf"), os.path.join(folder, "plan2.dxf"))
         shutil.copy(os.path.join(SOURCE, "examples", "rows.xlsx"), os.path.join(folder, "rows.xlsx"))
         shutil.copy(os.path.join(SOURCE, "examples", "attributes.xlsx"), os.path.join(folder, "attributes.xlsx"))
+        shutil.copy(os.path.join(SOURCE, "examples", "floor.dxf"), os.path.join(folder, "cells.dxf"))
+        shutil.copy(os.path.join(SOURCE, "examples", "rows.xlsx"), os.path.join(folder, "cells.xlsx"))
         with open(os.path.join(folder, "plans.lst"), "w") as listing:
             listing.write("plan2.dxf\nmissing.dxf\n")
         with open(os.path.join(folder, "title.txt"), "w") as answers:
