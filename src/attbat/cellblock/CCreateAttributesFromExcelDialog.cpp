@@ -68,7 +68,7 @@ bool CCreateAttributesFromExcelDialog::Refuse(std::string_view text) {
     return false;
 }
 
-bool CCreateAttributesFromExcelDialog::OnOK() {
+bool CCreateAttributesFromExcelDialog::OnOK(bool store) {
     if (!IsValidSymbolName(m_blockName)) return Refuse("Invalid block name.");
     if (!m_blockLayer.empty() && !IsValidSymbolName(m_blockLayer)) return Refuse("Invalid block layer.");
     if (!m_textLayer.empty() && !IsValidSymbolName(m_textLayer)) return Refuse("Invalid attribute layer.");
@@ -90,6 +90,7 @@ bool CCreateAttributesFromExcelDialog::OnOK() {
     }
     for (const std::string& layer : {m_blockLayer, m_textLayer})
         if (!layer.empty() && !db_.FindLayer(layer)) db_.AddLayer(layer);
+    if (!store) return true;
     CRegistry::SetString(kSection, "TextScaleDrawingUnits", m_drawingUnits);
     CRegistry::SetString(kSection, "TextScaleFontPoints", m_fontPoints);
     return true;

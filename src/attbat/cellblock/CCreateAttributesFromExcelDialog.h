@@ -31,8 +31,8 @@ public:
     void OnGetRange();
     // Checks the fields in order, each refusal a box; a block of the name is redefined (its
     // references erased) only when the user says Yes. Then makes the missing layers and stores
-    // the scale. False stays in the dialog.
-    bool OnOK();
+    // the scale (unless `store` is off, for a dry run). False stays in the dialog.
+    bool OnOK(bool store = true);
 
     // Drawing units and font points of the scale, once OK has read them.
     double Units() const { return units_; }

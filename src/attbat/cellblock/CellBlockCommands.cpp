@@ -61,7 +61,8 @@ bool PickReference(CommandContext& context, cad::Database& db, cad::BlockReferen
     return true;
 }
 
-// The command's body with the object model's errors shown and the spreadsheet released.
+// The command's body with the object model's errors shown, any other fault as the cell reads
+// show it, and the spreadsheet released.
 CommandStatus Guarded(CommandContext& context, const std::function<CommandStatus()>& body) {
     CommandStatus status = CommandStatus::Failed;
     try {
@@ -69,6 +70,9 @@ CommandStatus Guarded(CommandContext& context, const std::function<CommandStatus
     } catch (const arxutils::excel::AutomationError& e) {
         host::ShowMessage(e.Description(), "Velmar");
         context.Summary("error", e.Description());
+    } catch (const std::exception& e) {
+        host::ShowMessage("Unknown Error: C1.", "Velmar");
+        context.Summary("error", e.what());
     }
     ExcelUtils::Disconnect();
     return status;
@@ -134,7 +138,7 @@ CommandStatus CreateCellBlock(CommandContext& context) {
         return CommandStatus::Done;
     }
     const bool dryRun = values.Pressed("dry-run");
-    if (!dialog.OnOK()) return CommandStatus::Failed;
+    if (!dialog.OnOK(!dryRun)) return CommandStatus::Failed;
     CAutoTable table;
     if (!CreateAttsFromExcel(*db, dialog, insertionPoint, table)) {
         context.Summary("error", "no block was made");

@@ -1,6 +1,6 @@
 #pragma once
-// The sample drawing made current in a folder of its own, message boxes recorded and answered,
-// and a workbook made for the test attached as the running spreadsheet with a selection.
+// A drawing made current in a folder of its own, message boxes recorded and answered, and a
+// workbook made for the test attached as the running spreadsheet with a selection.
 
 #include <gtest/gtest.h>
 
@@ -10,8 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "../export/ExportTestSupport.h"
-#include "../frame/FrameFixture.h"
+#include "../schedules/ScheduleFixture.h"
 #include "arxutils/ExcelUtils.h"
 #include "attbat/cellblock/CAutoTable.h"
 #include "attbat/cellblock/CCreateAttributesFromExcelDialog.h"
@@ -25,23 +24,13 @@
 
 namespace attbat {
 
-class CellBlockTest : public FrameTest {
+// The fixture of the schedules, with a drawing of their test data as the current one.
+class CellBlockTest : public ScheduleTest {
 protected:
     void SetUp() override {
-        FrameTest::SetUp();
-        host::SetCurrentUi(&ui);
-        host::DocumentManager::Instance().CloseAll();
-        drawing = File("plan.dxf");
-        std::filesystem::copy_file(std::string(VELMAR_SOURCE_DIR) + "/examples/floor.dxf", drawing);
-        auto doc = host::DocumentManager::Instance().OpenCurrent(drawing);
-        ASSERT_TRUE(doc) << doc.GetStatus().Message();
-        current = doc.Value();
-    }
-    void TearDown() override {
-        backend.reset();
-        host::DocumentManager::Instance().CloseAll();
-        host::SetCurrentUi(nullptr);
-        FrameTest::TearDown();
+        ScheduleTest::SetUp();
+        OpenCurrent("chairs.dxf", "plan.dxf");
+        ASSERT_TRUE(current);
     }
     cad::Database& Db() { return current->Database(); }
 
@@ -53,9 +42,9 @@ protected:
         ASSERT_TRUE(workbook->RenameSheet(sheet, "Data"));
         fill(sheet);
         ASSERT_TRUE(workbook->Save(book));
-        Attach(selection);
+        AttachSelection(selection);
     }
-    void Attach(const std::string& selection) {
+    void AttachSelection(const std::string& selection) {
         backend.reset();
         arxutils::excel::FileBackendOptions attach;
         attach.workbook = book;
@@ -80,18 +69,7 @@ protected:
     std::vector<cad::AttributeDefinition> Definitions(const std::string& name) {
         return Db().FindBlock(name).AttributeDefinitions();
     }
-    std::vector<std::string> Boxes() const {
-        std::vector<std::string> texts;
-        for (const host::ShownBox& box : ui.Shown()) texts.push_back(box.text);
-        return texts;
-    }
-
-    host::RecordingUi ui;
-    host::Document* current = nullptr;
-    std::string drawing;
-    std::string book;
     CAutoTable table;
-    std::unique_ptr<testing::BackendScope> backend;
 };
 
 }  // namespace attbat

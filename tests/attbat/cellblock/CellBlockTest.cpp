@@ -81,7 +81,7 @@ TEST_F(CellBlockTest, EmptyCellMakesGridLinesButNoAttributeAndAnUpdateLeavesNoth
         ASSERT_TRUE(wb);
         ASSERT_TRUE((*wb)->FindSheet("Data")->SetString(2, 3, "new"));
         ASSERT_TRUE((*wb)->Save(book));
-        Attach("B2:D3");
+        AttachSelection("B2:D3");
     }
     CellBlockUpdate update = UpdateCellBlockAtts({Reference(Db(), "ROOMS")});
     arxutils::ExcelUtils::Disconnect();
@@ -182,7 +182,7 @@ TEST_F(CellBlockTest, ValuesEditedInTheSheetComeIntoEveryReferenceOfTheBlock) {
         ASSERT_TRUE((*wb)->FindSheet("Data")->SetString(2, 4, "Floor area"));
         ASSERT_TRUE((*wb)->Save(book));
     }
-    Attach("A1");
+    AttachSelection("A1");
     CellBlockUpdate update = UpdateCellBlockAtts({Reference(Db(), "ROOMS")});
     arxutils::ExcelUtils::Disconnect();
     EXPECT_EQ(update.references, 2);
