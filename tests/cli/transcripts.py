@@ -106,6 +106,8 @@ def runs():
     # Cell blocks, on a drawing and a workbook of their own.
     yield "cell-block-dialog", ["--drawing", "cells.dxf", "--workbook", "cells.xlsx", "--selection", "A1:G3",
                                 "cell-block", "create"]
+    yield "cell-block-create-dry-run", ["--drawing", "cells.dxf", "--workbook", "cells.xlsx", "--selection", "B2",
+                                        "cell-block", "create", "--block-name", "MARK", "--dry-run"]
     yield "cell-block-create", ["--json", "--drawing", "cells.dxf", "--workbook", "cells.xlsx", "--selection",
                                 "A1:G3", "cell-block", "create", "--block-name", "OPENINGS"]
     yield "cell-block-info", ["--drawing", "cells.dxf", "cell-block", "info", "16D"]
