@@ -124,6 +124,9 @@ CommandStatus CreateCellBlock(CommandContext& context) {
     if (!db) return refusal.ok ? CommandStatus::Failed : CommandStatus::BadInput;
     if (!ExcelUtils::ConnectToExcel(false) || !ExcelUtils::Worksheet) {
         host::ShowMessage("Please start Excel and select a range first.", "Velmar");
+        const std::string hint = "no workbook: give it with --workbook FILE and its cells with --selection RANGE.";
+        host::CurrentPrinter().Warn("velmar create-cell-block: " + hint);
+        context.Summary("error", hint);
         return CommandStatus::Failed;
     }
     CCreateAttributesFromExcelDialog dialog(*db);

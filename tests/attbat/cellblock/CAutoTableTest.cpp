@@ -182,3 +182,28 @@ TEST_F(CAutoTableTest, EmptyTableMakesNoBlock) {
 
 }  // namespace
 }  // namespace attbat
+
+namespace attbat {
+namespace {
+
+TEST_F(CellBlockTest, BrokenEdgeNamesItsLineTypeWhichTheDrawingThenHas) {
+    CAutoTable t;
+    CAutoCell cell;
+    cell.address = cell.mergeAddress = "$A$1";
+    cell.width = cell.mergeWidth = 10;
+    cell.height = cell.mergeHeight = 5;
+    for (CAutoBorder& edge : cell.borders.items) {
+        edge.lineStyle = arxutils::excel::xlDashDot;
+        ApplyBorderStyle(edge);
+    }
+    t.m_rows = {{cell}};
+    EXPECT_FALSE(Db().FindRecord("LTYPE", "DASHDOT"));
+    cad::BlockRecord block = t.DrawAsBlock(Db(), "DASHES");
+    EXPECT_EQ(t.lineCount, 4);
+    EXPECT_TRUE(Db().FindRecord("LTYPE", "DASHDOT"));
+    for (const cad::Entity& e : block.Entities())
+        if (e.Type() == "LINE") EXPECT_EQ(e.GetText(6), "DASHDOT");
+}
+
+}  // namespace
+}  // namespace attbat
