@@ -38,6 +38,7 @@ public:
     // Makes the block `blockName` in `db` with the texts and the edges, and a reference of it
     // in the current space at `insertionPoint`. A null view when the table is empty or the
     // block can't be made (its name taken or refused); nothing is then left in the drawing.
+    // It scales the margins in place: a table draws once.
     cad::BlockRecord DrawAsBlock(cad::Database& db, std::string_view blockName);
 
     // Centres texts across the selection over the empty cells after them, as the sheet shows
