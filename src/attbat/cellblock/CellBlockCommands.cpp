@@ -40,9 +40,20 @@ cad::Database* CurrentDrawing(std::string_view command, Refusal& refusal) {
     return &current->Database();
 }
 
-// A dry run leaves the drawing as the file has it.
+// The drawing as its file has it, dropping what the command changed.
 void Discard() {
     if (host::Document* current = host::DocumentManager::Instance().CurDocument()) current->Reload();
+}
+
+// The closing line of a change to the drawing: said once the save succeeded, or at once in a
+// dry run, which leaves the drawing as the file has it.
+void Conclude(const std::string& line, bool dryRun) {
+    if (!dryRun) {
+        host::PrintfOnceSaved("%s", line);
+        return;
+    }
+    host::Printf("%s\nNothing was written (dry run).", line);
+    Discard();
 }
 
 // The block reference picked, as "\nSelect a block: " would: the handle given after the command,
@@ -144,8 +155,9 @@ CommandStatus CreateCellBlock(CommandContext& context) {
     if (!dialog.OnOK(!dryRun)) return CommandStatus::Failed;
     CAutoTable table;
     if (!CreateAttsFromExcel(*db, dialog, insertionPoint, table)) {
+        // A block redefined for nothing stays as it was.
         context.Summary("error", "no block was made");
-        if (dryRun) Discard();
+        Discard();
         return CommandStatus::Failed;
     }
     const std::string line = base::Sprintf(
@@ -156,12 +168,7 @@ CommandStatus CreateCellBlock(CommandContext& context) {
         table.reference ? table.reference.HandleString() : std::string("not inserted"));
     if (dialog.m_erasedReferences > 0)
         host::Printf("\nThe block's %d earlier reference(s) were erased with it.", dialog.m_erasedReferences);
-    if (dryRun) {
-        host::Printf("%s\nNothing was written (dry run).", line);
-        Discard();
-    } else {
-        host::PrintfOnceSaved("%s", line);
-    }
+    Conclude(line, dryRun);
     context.Summary("block", dialog.m_blockName);
     context.Summary("reference", table.reference ? table.reference.HandleString() : std::string());
     context.Summary("workbook", dialog.m_workbook);
@@ -228,12 +235,7 @@ CommandStatus UpdateCellBlock(CommandContext& context) {
         CellBlockUpdate update = UpdateCellBlockAtts(picked);
         const std::string line = base::Sprintf("\n%d attribute(s) changed in %d reference(s) of %d cell block(s).",
                                                update.changed, update.references, update.blocks);
-        if (dryRun) {
-            host::Printf("%s\nNothing was written (dry run).", line);
-            Discard();
-        } else {
-            host::PrintfOnceSaved("%s", line);
-        }
+        Conclude(line, dryRun);
         context.Summary("blocks", update.blocks);
         context.Summary("references", update.references);
         context.Summary("changed", update.changed);
