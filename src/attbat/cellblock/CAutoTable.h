@@ -19,6 +19,10 @@
 #include "cad/BlockReference.h"
 #include "cad/Database.h"
 
+namespace host {
+class ProgressMeter;
+}
+
 namespace attbat {
 
 class CAutoTable {
@@ -51,8 +55,9 @@ public:
     // empty, unmerged neighbours.
     void ClearCoveredBorders(int row, int column, double left, double right);
     // The grid lines in collections: every top and left edge, and the right and bottom edges
-    // of the last column and row, with the edges on one place resolved to the stronger.
-    CAutoLineCollections CollectLines() const;
+    // of the last column and row, with the edges on one place resolved to the stronger. The
+    // meter, if any, steps with each cell.
+    CAutoLineCollections CollectLines(host::ProgressMeter* meter = nullptr) const;
 
     std::vector<CAutoTableRow> m_rows;
     // Cell address to the text of its attribute definition.

@@ -66,7 +66,7 @@ void SetLineType(cad::Entity entity, const std::string& name) {
 
 }  // namespace
 
-CAutoLineCollections CAutoTable::CollectLines() const {
+CAutoLineCollections CAutoTable::CollectLines(host::ProgressMeter* meter) const {
     const int rows = RowCount(), columns = ColumnCount();
     // A column of copies past the last one, whose left edges are the last column's right
     // edges, and a row of copies below the last one in the same way: then every grid line is
@@ -119,6 +119,7 @@ CAutoLineCollections CAutoTable::CollectLines() const {
                     collections[rows + 1 + c].AddLine(line);
                 }
             }
+            if (meter && r < rows && c < columns) meter->Step();
         }
     }
     return collections;
@@ -130,7 +131,7 @@ void CAutoTable::DrawBorders(cad::BlockRecord& block) {
     // Edge widths are points, like the cell sizes.
     const double widthFactor = CellUnitsPerPoint();
     std::vector<WideRun> wide;
-    for (const CAutoLineCollection& collection : CollectLines()) {
+    for (const CAutoLineCollection& collection : CollectLines(&meter)) {
         for (const CAutoLine& line : collection.lines) {
             EnsureLineType(db, line.lineType);
             if (line.width > kTolerance) {
@@ -145,7 +146,6 @@ void CAutoTable::DrawBorders(cad::BlockRecord& block) {
             SetLineType(*made, line.lineType);
             ++lineCount;
         }
-        meter.Step();
     }
     JoinRuns(wide);
     // Wide edges come last, over the thin ones, as the top of the draw order.
