@@ -19,7 +19,7 @@ packages=(
   # fuzzing (scripts/fuzz.sh builds with clang and libFuzzer)
   clang-14 libfuzzer-14-dev libclang-rt-14-dev
   # interop checks: independent readers of our drawings and workbooks
-  python3 python3-ezdxf python3-openpyxl libreoffice-calc-nogui
+  python3 python3-ezdxf python3-openpyxl libreoffice-calc-nogui python3-uno
   # the peer pipeline the benchmarks compare with (bench/peer)
   python3-xlsxwriter time
 )

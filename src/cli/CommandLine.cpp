@@ -51,6 +51,13 @@ void PrintJson(const CommandEntry& entry, const CommandContext& context, int sta
     std::fflush(stdout);
 }
 
+// The command that "cell-block WORD" names; "" for a word it doesn't know.
+std::string CellBlockCommand(std::string_view word) {
+    if (word == "create" || word == "update" || word == "upload") return std::string(word) + "-cell-block";
+    if (word == "info") return "cell-block-info";
+    return {};
+}
+
 // The console answers prompts from the terminal, from --yes or --no, or from the answers file.
 int SetUpConsole(const GlobalOptions& global) {
     host::Console& console = host::CurrentConsole();
@@ -87,6 +94,11 @@ int RunCommandLine(const std::vector<std::string>& args, attbat::CAttBatApp& app
                     return tool.run(words);
                 }
                 entry = attbat::FindCommandEntry(arg);
+                // "cell-block create|update|info|upload" names the cell block commands by group.
+                if (!entry && arg == "cell-block" && i + 1 < args.size()) {
+                    entry = attbat::FindCommandEntry(CellBlockCommand(args[i + 1]));
+                    if (entry) ++i;
+                }
                 if (!entry) {
                     std::string hint = SuggestCommand(arg);
                     return UsageError("unknown command '" + arg + "'." +

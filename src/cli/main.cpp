@@ -7,6 +7,7 @@
 #include "attbat/frame/CAttBatApp.h"
 #include "attbat/import/ImportCommands.h"
 #include "attbat/authoring/AuthoringCommands.h"
+#include "attbat/cellblock/CellBlockCommands.h"
 #include "attbat/links/LinkCommands.h"
 #include "attbat/schedules/ScheduleCommands.h"
 #include "attbat/update/UpdateCommands.h"
@@ -31,5 +32,6 @@ int main(int argc, char** argv) {
     attbat::ImplementAuthoringCommands(app);
     attbat::ImplementScheduleCommands(app);
     attbat::ImplementUpdateCommands(app);
+    attbat::ImplementCellBlockCommands(app);
     return cli::RunCommandLine(args, app, tools);
 }

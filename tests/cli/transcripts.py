@@ -111,6 +111,19 @@ def runs():
     yield "dwg-converted-change-refused", ["--dwg-converter", "cp {in} {out}", "--drawing", "plan.dwg", "find", "AE"]
     yield "dwg-converter-kept", ["--drawing", "plan.dwg", "count-blocks"]
     yield "dwg-converter-removed", ["--dwg-converter", "", "--drawing", "plan.dwg", "count-blocks"]
+    # Cell blocks, on a drawing and a workbook of their own.
+    yield "cell-block-dialog", ["--drawing", "cells.dxf", "--workbook", "cells.xlsx", "--selection", "A1:G3",
+                                "cell-block", "create"]
+    yield "cell-block-create-dry-run", ["--drawing", "cells.dxf", "--workbook", "cells.xlsx", "--selection", "B2",
+                                        "cell-block", "create", "--block-name", "MARK", "--dry-run"]
+    yield "cell-block-create", ["--json", "--drawing", "cells.dxf", "--workbook", "cells.xlsx", "--selection",
+                                "A1:G3", "cell-block", "create", "--block-name", "OPENINGS"]
+    yield "cell-block-info", ["--drawing", "cells.dxf", "cell-block", "info", "16D"]
+    yield "cell-block-info-not-cell-block", ["--drawing", "cells.dxf", "cell-block", "info", "1"]
+    yield "cell-block-update", ["--drawing", "cells.dxf", "cell-block", "update"]
+    yield "cell-block-upload-no", ["--no", "--drawing", "cells.dxf", "cell-block", "upload", "16D"]
+    yield "cell-block-bad-name", ["--drawing", "cells.dxf", "--workbook", "cells.xlsx", "create-cell-block",
+                                  "--block-name", "a<b"]
 
 
 def transcript(velmar, folder, words):
@@ -143,6 +156,8 @@ def main():
         shutil.copy(os.path.join(SOURCE, "examples", "floor.dxf"), os.path.join(folder, "plan.dwg"))
         shutil.copy(os.path.join(SOURCE, "examples", "rows.xlsx"), os.path.join(folder, "rows.xlsx"))
         shutil.copy(os.path.join(SOURCE, "examples", "attributes.xlsx"), os.path.join(folder, "attributes.xlsx"))
+        shutil.copy(os.path.join(SOURCE, "examples", "floor.dxf"), os.path.join(folder, "cells.dxf"))
+        shutil.copy(os.path.join(SOURCE, "examples", "rows.xlsx"), os.path.join(folder, "cells.xlsx"))
         with open(os.path.join(folder, "plans.lst"), "w") as listing:
             listing.write("plan2.dxf\nmissing.dxf\n")
         with open(os.path.join(folder, "title.txt"), "w") as answers:

@@ -37,7 +37,6 @@ TableTextExtents::TableTextExtents(cad::Database& db, std::string_view styleName
     fixedHeight_ = style.GetReal(40, 0);
     widthFactor_ = style.GetReal(41, 1);
     if (widthFactor_ <= 0) widthFactor_ = 1;
-    if (fixedHeight_ <= 0) return;
     const std::string name = FontName(style);
     if (name.empty() || IsShapeFont(name)) return;
     std::string path = fonts::FindFontFile(name);
@@ -51,9 +50,13 @@ TableTextExtents::TableTextExtents(cad::Database& db, std::string_view styleName
 TableTextExtents::~TableTextExtents() = default;
 
 double TableTextExtents::Width(std::string_view text) const {
-    if (fixedHeight_ <= 0 || text.empty()) return 0;
-    if (metrics_) return metrics_->TextWidth(text, fixedHeight_) * widthFactor_;
-    return static_cast<double>(base::Length(text)) * fixedHeight_ * widthFactor_ * kStandInAdvance;
+    return fixedHeight_ <= 0 ? 0 : WidthAt(text, fixedHeight_);
+}
+
+double TableTextExtents::WidthAt(std::string_view text, double height) const {
+    if (height <= 0 || text.empty()) return 0;
+    if (metrics_) return metrics_->TextWidth(text, height) * widthFactor_;
+    return static_cast<double>(base::Length(text)) * height * widthFactor_ * kStandInAdvance;
 }
 
 }  // namespace attbat

@@ -31,6 +31,9 @@ public:
     // The extent in x of `text` at the style's fixed height and width factor; 0 without a fixed
     // height or for "".
     double Width(std::string_view text) const;
+    // The extent in x of `text` at `height` (a style's fixed height aside) and the style's
+    // width factor; 0 for "" or a height not above 0.
+    double WidthAt(std::string_view text, double height) const;
     // The style's fixed height (40); 0 when it has none.
     double FixedHeight() const { return fixedHeight_; }
     // The font file measured; "" when the stand-in measures (SHX fonts, no font found).
