@@ -8,6 +8,7 @@
 #include "attbat/import/ImportCommands.h"
 #include "attbat/authoring/AuthoringCommands.h"
 #include "attbat/links/LinkCommands.h"
+#include "attbat/numbering/AutoNumberCommand.h"
 #include "attbat/schedules/ScheduleCommands.h"
 #include "cli/CommandLine.h"
 #include "cli/DxfTool.h"
@@ -29,5 +30,6 @@ int main(int argc, char** argv) {
     attbat::ImplementLinkCommands(app);
     attbat::ImplementAuthoringCommands(app);
     attbat::ImplementScheduleCommands(app);
+    attbat::ImplementNumberingCommands(app);
     return cli::RunCommandLine(args, app, tools);
 }
