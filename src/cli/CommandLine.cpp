@@ -28,13 +28,7 @@ int UsageError(const std::string& message) {
     return exitUsage;
 }
 
-// What the words of a command line ask for, before anything runs.
-struct Request {
-    GlobalOptions global;
-    const CommandEntry* entry = nullptr;
-    CommandContext context;
-    bool help = false;
-};
+}  // namespace
 
 void PrintJson(const CommandEntry& entry, const CommandContext& context, int status) {
     std::string json = "{\"command\": " + attbat::JsonQuote(entry.localName) +
@@ -51,7 +45,6 @@ void PrintJson(const CommandEntry& entry, const CommandContext& context, int sta
     std::fflush(stdout);
 }
 
-// The console answers prompts from the terminal, from --yes or --no, or from the answers file.
 int SetUpConsole(const GlobalOptions& global) {
     host::Console& console = host::CurrentConsole();
     console.SetInteractive(host::Console::DetectTerminal());
@@ -65,12 +58,8 @@ int SetUpConsole(const GlobalOptions& global) {
     return exitOk;
 }
 
-}  // namespace
-
-int RunCommandLine(const std::vector<std::string>& args, attbat::CAttBatApp& app,
-                   const std::vector<CommandLineTool>& tools) {
-    ImplementHelpCommand(app);
-    Request request;
+std::optional<int> ParseCommandLine(const std::vector<std::string>& args, attbat::CAttBatApp& app,
+                                    const std::vector<CommandLineTool>& tools, CommandRequest& request) {
     GlobalOptions& global = request.global;
     const CommandEntry*& entry = request.entry;
     CommandContext& context = request.context;
@@ -144,6 +133,17 @@ int RunCommandLine(const std::vector<std::string>& args, attbat::CAttBatApp& app
             SetGlobalOption(global, name, value ? *value : std::string());
         }
     }
+    return std::nullopt;
+}
+
+int RunCommandLine(const std::vector<std::string>& args, attbat::CAttBatApp& app,
+                   const std::vector<CommandLineTool>& tools) {
+    ImplementHelpCommand(app);
+    CommandRequest request;
+    if (std::optional<int> done = ParseCommandLine(args, app, tools, request)) return *done;
+    const GlobalOptions& global = request.global;
+    const CommandEntry* entry = request.entry;
+    CommandContext& context = request.context;
     if (request.help) {
         host::CurrentPrinter().Print(entry ? CommandHelpText(app, *entry) : UsageText());
         return exitOk;

@@ -14,6 +14,7 @@
 #include "cli/DxfTool.h"
 #include "cli/WatchTool.h"
 #include "cli/XlsxTool.h"
+#include "cli/shell/ShellTool.h"
 
 int main(int argc, char** argv) {
     std::vector<std::string> args(argv + 1, argv + argc);
@@ -24,6 +25,9 @@ int main(int argc, char** argv) {
     attbat::CAttBatApp& app = attbat::TheApp();
     tools.push_back({"watch", "Upload the changes another program saves into a drawing",
                      [&app](const std::vector<std::string>& words) { return cli::RunWatchTool(words, app); },
+                     true});
+    tools.push_back({"shell", "The host's command line: commands typed one after another, drawings kept open",
+                     [&app](const std::vector<std::string>& words) { return cli::RunShellTool(words, app); },
                      true});
     attbat::ImplementExportCommands(app);
     attbat::ImplementImportCommands(app);

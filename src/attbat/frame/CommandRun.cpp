@@ -66,20 +66,25 @@ base::Status ModuleRun::OpenDrawing(host::ReadKind when) {
         auto opened = documents.OpenCurrent(setup_.drawing, when);
         if (!opened) return opened.GetStatus();
     }
+    UseCurrentDocument();
+    return base::Status::Ok();
+}
+
+void ModuleRun::UseCurrentDocument() {
     // Numbers in cells are read with the current drawing's units (asked for when a number is).
-    if (host::Document* current = documents.CurDocument()) {
+    if (host::Document* current = host::DocumentManager::Instance().CurDocument()) {
         arxutils::ExcelUtils::SetDrawingUnitsSource([current] { return current->Units(); });
     } else {
         arxutils::ExcelUtils::SetDrawingUnits(nullptr);
     }
-    return base::Status::Ok();
 }
 
 CommandStatus ModuleRun::WithWorkbooks(const std::function<CommandStatus()>& work, CommandContext& context,
                                        host::BackupMode backup) {
     // The workbook given stands for the running instance.
     arxutils::excel::FileBackendOptions options = setup_.workbooks;
-    options.drawingPath = setup_.drawing;
+    const host::Document* current = host::DocumentManager::Instance().CurDocument();
+    options.drawingPath = current ? current->FileName() : setup_.drawing;
     auto workbooks = arxutils::excel::FileBackend::Create(options);
     if (!workbooks) {
         host::CurrentPrinter().Warn(workbooks.GetStatus().Message());
@@ -106,7 +111,9 @@ CommandStatus ModuleRun::WithWorkbooks(const std::function<CommandStatus()>& wor
     }
     arxutils::excel::SetCurrentServer(nullptr);
     // The host saves what a command changed; unchanged drawings aren't written.
-    if (base::Status saved = host::DocumentManager::Instance().SaveAll(backup); !saved) fail(saved.Message());
+    if (!setup_.keepDocumentsOpen) {
+        if (base::Status saved = host::DocumentManager::Instance().SaveAll(backup); !saved) fail(saved.Message());
+    }
     // Success lines that waited for these saves are told now, or never.
     host::CurrentPrinter().ReleaseHeld(allSaved);
     return status;
@@ -146,6 +153,25 @@ void RunQueuedCommands(CAttBatApp& app, const CommandContext& context) {
 }
 
 }  // namespace
+
+CommandStatus RunCommandInSession(ModuleRun& run, const CommandEntry& entry, CommandContext& context) {
+    run.UseCurrentDocument();
+    const CommandHandler* handler = run.App().Handler(entry);
+    const host::BackupMode backup =
+        handler && handler->changesViewOnly ? host::BackupMode::KeepExisting : host::BackupMode::Replace;
+    return run.WithWorkbooks([&] { return RunGuarded(run.App(), entry, context); }, context, backup);
+}
+
+void LoadDrawingInSession(ModuleRun& run) {
+    run.UseCurrentDocument();
+    CommandContext context;
+    run.WithWorkbooks(
+        [&] {
+            run.App().EntryPoint(kLoadDwgMsg, nullptr);
+            return CommandStatus::Done;
+        },
+        context);
+}
 
 CommandStatus RunCommand(CAttBatApp& app, const CommandEntry& entry, CommandContext& context,
                          const RunSetup& setup, host::Ui& ui) {
