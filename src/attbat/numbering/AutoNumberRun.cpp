@@ -164,9 +164,7 @@ int AutoNumberRun::NumberBlockReference(const cad::Entity& entity) {
         }
     } else {
         if (name != state_.lastBlockName) {
-            state_.numberText = "1";
-            state_.numberPrefix.clear();
-            state_.numberIncrement = 1;
+            state_.StartAtOne();
         } else {
             state_.Advance();
         }
@@ -228,9 +226,7 @@ int AutoNumberRun::NumberText(const cad::Entity& entity) {
     if (!entity || entity.Type() != "TEXT") return host::RTERROR;
     cad::Text text(entity.GetDatabase(), entity.Index());
     if (firstObject_) {
-        state_.numberText = "1";
-        state_.numberPrefix.clear();
-        state_.numberIncrement = 1;
+        state_.StartAtOne();
         if (const int result = AskStartNumber(false); result != host::RTNORM) return result;
     }
     const std::string present = text.TextString();

@@ -42,6 +42,12 @@ void NumberingState::Restart() {
     numberIncrement = 1;
 }
 
+void NumberingState::StartAtOne() {
+    numberText.assign(1, '1');
+    numberPrefix.clear();
+    numberIncrement = 1;
+}
+
 void NumberingState::StartDrawing(std::string_view path) {
     if (!lastDrawingPath.empty() && !base::EqualNoCase(lastDrawingPath, path)) {
         lastBlockName.clear();
@@ -65,7 +71,7 @@ void NumberingState::SplitStart(std::string_view text) {
 void NumberingState::Advance() {
     const std::u32string points = CodePoints(numberText);
     if (points.empty() || !IsLetterOrDigit(points.front())) {
-        numberText = "1";
+        numberText.assign(1, '1');
         numberPrefix.clear();
         return;
     }

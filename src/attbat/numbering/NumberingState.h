@@ -19,6 +19,8 @@ struct NumberingState {
     std::string Current() const { return numberPrefix + numberText; }
     // Empties number and prefix and sets the increment to 1: the next advance starts at "1".
     void Restart();
+    // Number "1" without a prefix, increment 1: the start a new block or a first text offers.
+    void StartAtOne();
     // A run in `path`: another drawing than the last one (without regard to case) forgets the
     // block and restarts the number; the first run ever only takes the path over.
     void StartDrawing(std::string_view path);
