@@ -37,18 +37,26 @@ def environment(folder):
 
 
 def attribute_values(path, tag):
-    """Handle of each block reference -> the value of its attribute `tag`, read from the DXF tags."""
+    """Handle of each block reference -> the value of its attribute `tag`, read from the DXF tags:
+    the attributes follow their reference."""
     with open(path, encoding="utf-8", errors="replace") as f:
         lines = [line.rstrip("\r\n") for line in f]
-    values, record = {}, None
+    values, record, insert = {}, None, None
+
+    def close(record):
+        if record and record.get("type") == "ATTRIB" and record.get("2") == tag:
+            values[insert] = record.get("1", "")
+
     for i in range(0, len(lines) - 1, 2):
         code, value = lines[i].strip(), lines[i + 1]
         if code == "0":
-            if record and record.get("type") == "ATTRIB" and record.get("2") == tag:
-                values[record.get("330")] = record.get("1", "")
+            close(record)
             record = {"type": value}
-        elif record is not None and code in ("1", "2", "330") and code not in record:
+        elif record is not None and code in ("1", "2", "5") and code not in record:
             record[code] = value
+            if code == "5" and record["type"] == "INSERT":
+                insert = value
+    close(record)
     return values
 
 
@@ -159,7 +167,7 @@ def typed_session(folder):
         os.write(fd, b"auto-number --dry\t")
         seen = read_until(fd, b"--dry-run")
         check(b"--dry-run" in seen, "Tab completes a command's option", seen.decode(errors="replace"))
-        os.write(fd, b" --selection 12D\r")
+        os.write(fd, b"--selection 12D\r")
         read_until(fd, b"starting number")
         os.write(fd, b"7\r")
         read_until(fd, b"increment")
@@ -181,7 +189,9 @@ def typed_session(folder):
         os.waitpid(pid, 0)
     check(os.path.exists(os.path.join(folder, "state", "velmar", "history")), "the typed lines are kept as history")
     with open(os.path.join(folder, "state", "velmar", "history"), encoding="utf-8", errors="replace") as history:
-        check("auto-number --dry-run --selection 12D" in history.read(), "the history holds the completed line")
+        kept = history.read()
+        check("auto-number --dry-run " in kept and "--selection 12D" in kept, "the history holds the completed line",
+              kept)
 
 
 def main(argv):
