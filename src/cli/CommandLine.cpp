@@ -96,12 +96,7 @@ std::optional<int> ParseCommandLine(const std::vector<std::string>& args, attbat
             continue;
         }
         if (arg.rfind("--", 0) != 0) return UsageError("unknown option '" + arg + "'.");
-        std::string name = arg.substr(2);
-        std::optional<std::string> value;
-        if (std::size_t eq = name.find('='); eq != std::string::npos) {
-            value = name.substr(eq + 1);
-            name.resize(eq);
-        }
+        auto [name, value] = SplitOptionWord(arg);
         const CommandHandler* handler = entry ? app.Handler(*entry) : nullptr;
         const attbat::Control* own = handler ? attbat::FindControl(handler->controls, name) : nullptr;
         const GlobalOptionInfo* globalOption = own ? nullptr : FindGlobalOption(name);

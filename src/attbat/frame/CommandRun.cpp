@@ -133,17 +133,10 @@ CommandStatus RunGuarded(CAttBatApp& app, const CommandEntry& entry, CommandCont
     return CommandStatus::Failed;
 }
 
-// What was sent to the command line during a command runs after it, as the host would: the
-// module's own queue first, then each document's. Host commands such as REGEN have no work here.
+// What was sent to the command line during a command runs after it, as the host would. Host
+// commands such as REGEN have no work here.
 void RunQueuedCommands(CAttBatApp& app, const CommandContext& context) {
-    std::vector<std::string> queued;
-    for (std::string next = app.TakeQueuedCommand(); !next.empty(); next = app.TakeQueuedCommand()) {
-        queued.push_back(std::move(next));
-    }
-    for (host::Document* document : host::DocumentManager::Instance().Documents()) {
-        for (std::string& text : document->TakeQueued()) queued.push_back(std::move(text));
-    }
-    for (const std::string& text : queued) {
+    for (const std::string& text : TakeQueuedCommands(app)) {
         const CommandEntry* next = app.FindCommand(base::Trim(text));
         if (!next || !app.Handler(*next)) continue;
         CommandContext queuedContext;
@@ -153,6 +146,17 @@ void RunQueuedCommands(CAttBatApp& app, const CommandContext& context) {
 }
 
 }  // namespace
+
+std::vector<std::string> TakeQueuedCommands(CAttBatApp& app) {
+    std::vector<std::string> queued;
+    for (std::string next = app.TakeQueuedCommand(); !next.empty(); next = app.TakeQueuedCommand()) {
+        queued.push_back(std::move(next));
+    }
+    for (host::Document* document : host::DocumentManager::Instance().Documents()) {
+        for (std::string& text : document->TakeQueued()) queued.push_back(std::move(text));
+    }
+    return queued;
+}
 
 CommandStatus RunCommandInSession(ModuleRun& run, const CommandEntry& entry, CommandContext& context) {
     run.UseCurrentDocument();

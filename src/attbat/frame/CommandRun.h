@@ -8,6 +8,7 @@
 
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "arxutils/excel/FileBackend.h"
 #include "attbat/frame/CommandContext.h"
@@ -73,6 +74,10 @@ private:
     RunSetup setup_;
     std::unique_ptr<Scope> scope_;
 };
+
+// What was sent to the command line since it was last asked, to run after the present command:
+// the module's own queue first, then each document's; the queues are left empty.
+std::vector<std::string> TakeQueuedCommands(CAttBatApp& app);
 
 // Runs `entry` inside `run`, a session of many commands: the current document as it stands, kept
 // open and unsaved when the run's setup says so; what the command queued stays queued for the

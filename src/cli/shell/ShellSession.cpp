@@ -112,14 +112,7 @@ void ShellSession::RunCommandWords(const std::vector<std::string>& words) {
 }
 
 void ShellSession::RunQueued() {
-    std::vector<std::string> queued;
-    for (std::string next = app_.TakeQueuedCommand(); !next.empty(); next = app_.TakeQueuedCommand()) {
-        queued.push_back(std::move(next));
-    }
-    for (host::Document* document : host::DocumentManager::Instance().Documents()) {
-        for (std::string& text : document->TakeQueued()) queued.push_back(std::move(text));
-    }
-    for (const std::string& text : queued) {
+    for (const std::string& text : attbat::TakeQueuedCommands(app_)) {
         // A string sent to the command line holds one command a line; host commands such as
         // REGEN have no work here.
         for (const std::string& command : base::SplitTrimmed(text, '\n')) {

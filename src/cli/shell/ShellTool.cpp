@@ -55,12 +55,9 @@ int RunShellTool(const std::vector<std::string>& args, attbat::CAttBatApp& app) 
             global.drawing = name;
             continue;
         }
-        name = name.substr(2);
-        std::optional<std::string> value;
-        if (std::size_t eq = name.find('='); eq != std::string::npos) {
-            value = name.substr(eq + 1);
-            name.resize(eq);
-        }
+        OptionWord word = SplitOptionWord(name);
+        name = word.name;
+        std::optional<std::string> value = word.value;
         const GlobalOptionInfo* option = FindGlobalOption(name);
         if (!option || name == "version") return Refuse("unknown option '--" + name + "'; see 'velmar shell --help'.");
         if (!option->valueName.empty() && !value) {
