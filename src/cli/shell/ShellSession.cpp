@@ -92,6 +92,12 @@ void ShellSession::RunCommandWords(const std::vector<std::string>& words) {
         return;
     }
     const GlobalOptions& global = request.global;
+    if (global.settings != session_.settings || global.log != session_.log) {
+        host::CurrentPrinter().Warn("velmar shell: the settings file and the session log are the whole session's; "
+                                    "give --settings and --log when starting the shell.");
+        Note(exitUsage);
+        return;
+    }
     // --drawing on a command makes that drawing current, opened when it isn't, as the host's
     // window list would.
     if (!global.drawing.empty() && !documents_.Open({global.drawing})) {
@@ -107,6 +113,8 @@ void ShellSession::RunCommandWords(const std::vector<std::string>& words) {
     run_.SetWorkbooks(MakeRunSetup(global).workbooks);
     const int status = ExitCode(attbat::RunCommandInSession(run_, *request.entry, request.context));
     host::CurrentPrinter().SetQuiet(session_.quiet);
+    // A command's own answers are its alone.
+    if (global.answers != session_.answers) host::CurrentConsole().SetAnswers({});
     if (global.json) PrintJson(*request.entry, request.context, status);
     Note(status);
 }

@@ -33,7 +33,8 @@ public:
 
 private:
     void RunCommandWords(const std::vector<std::string>& words);
-    // The prompts' answers for one command: its --answers, --yes or --no, else the session's.
+    // The prompts' answers for one command: its --answers, --yes or --no, else the session's. A
+    // command's own answers file is dropped after it, with what is left of the session's.
     bool SetUpConsoleFor(const GlobalOptions& command);
     void RunQueued();
     void Note(bool ok) { Note(ok ? 0 : 1); }

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 
 #include "attbat/frame/CArxErrLog.h"
 #include "attbat/frame/CAttBatApp.h"
@@ -161,6 +162,23 @@ TEST_F(ShellSessionTest, ADrawingOnACommandLineBecomesCurrent) {
     EXPECT_EQ(Current()->FileName(), second);
     EXPECT_EQ(DeskNumber("12D"), "1");
     EXPECT_EQ(host::DocumentManager::Instance().Documents().size(), 2u);
+}
+
+TEST_F(ShellSessionTest, ACommandsOwnAnswersFileAnswersItsPrompts) {
+    const std::string answers = File("answers.txt");
+    {
+        std::ofstream out(answers);
+        out << "Specify starting number = D7\n=\n=\n";
+    }
+    session->RunLine("auto-number --answers " + answers + " --selection 12D");
+    EXPECT_EQ(DeskNumber("12D"), "D7");
+    EXPECT_EQ(session->ExitStatus(), 0);
+}
+
+TEST_F(ShellSessionTest, SettingsOnACommandLineAreRefusedWithWhatToDo) {
+    session->RunLine("options --settings other.ini");
+    EXPECT_NE(Warnings().find("give --settings and --log when starting the shell"), std::string::npos);
+    EXPECT_EQ(session->ExitStatus(), 2);
 }
 
 TEST_F(ShellSessionTest, BlankLinesCommentsAndExit) {
