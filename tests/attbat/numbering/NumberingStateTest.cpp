@@ -63,6 +63,11 @@ TEST(NumberingStateTest, LeadingLettersRunOneTooFarAtMultiplesOf26) {
     EXPECT_EQ(Numbers("Z", 1, 2), (std::vector<std::string>{"Z", "AA"}));
 }
 
+TEST(NumberingStateTest, TheNextNumberIsReadFromTheLettersWrittenSoBZIsFollowedByCA) {
+    // BZ reads back as 2 * 26 + 26 = 78, not as the 52 it was made from.
+    EXPECT_EQ(Numbers("AY", 1, 3), (std::vector<std::string>{"AY", "BZ", "CA"}));
+}
+
 TEST(NumberingStateTest, AStartNotEndingInADigitKeepsThePrefix) {
     NumberingState state;
     state.SplitStart("R12");
