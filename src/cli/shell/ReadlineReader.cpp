@@ -63,7 +63,7 @@ ReadlineReader::ReadlineReader(const attbat::CAttBatApp& app, std::string histor
     completingApp = &app;
     rl_readline_name = "velmar";
     rl_attempted_completion_function = Complete;
-    rl_completion_ignore_case = 1;  // command names are matched without regard to case
+    rl_variable_bind("completion-ignore-case", "on");  // as command names are matched
     rl_catch_signals = 0;
     rl_signal_event_hook = AfterSignal;
     using_history();
