@@ -44,7 +44,7 @@ bool ShellSession::RunLine(const std::string& line) {
     else if (first == "documents") documents_.List();
     else if (first == "switch") Note(documents_.Switch(rest));
     else if (first == "save") Note(documents_.Save(rest));
-    else if (first == "state") PrintModuleState();
+    else if (first == "state") PrintModuleState(app_);
     else {
         if (first == "help" && rest.empty()) host::CurrentPrinter().Print(ShellHelpText() + "\n");
         RunCommandWords(words);
