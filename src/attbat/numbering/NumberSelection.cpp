@@ -106,7 +106,10 @@ std::vector<cad::Entity> SelectTextsAndReferences(cad::Database& db, std::string
     if (words.empty()) return {};
     bool filter = false;
     for (const std::string& word : words) filter = filter || IsFilterWord(word);
-    return filter ? ByFilter(db, words) : ByHandles(db, words);
+    if (!filter) return ByHandles(db, words);
+    std::vector<cad::Entity> picked = ByFilter(db, words);
+    if (picked.empty()) host::Printf("\nNo text or block reference matches '%s'.", base::Trim(answer));
+    return picked;
 }
 
 }  // namespace attbat

@@ -74,6 +74,7 @@ TEST_F(AutoNumberCommandTest, ASelectionOfNothingEndsTheCommandQuietly) {
     EXPECT_EQ(Run("type=TEXT"), CommandStatus::Done);
     EXPECT_EQ(Field("numbered"), "0");
     EXPECT_FALSE(Db().IsModified());
+    EXPECT_NE(Printed().find("No text or block reference matches 'type=TEXT'."), std::string::npos);
 }
 
 }  // namespace
