@@ -1,5 +1,6 @@
 #include "attbat/numbering/NumberSelection.h"
 
+#include <optional>
 #include <string>
 
 #include "arxutils/ArxUtils.h"
@@ -60,14 +61,15 @@ std::vector<cad::Entity> ByHandles(cad::Database& db, const std::vector<std::str
     return picked;
 }
 
-std::vector<cad::Entity> ByFilter(cad::Database& db, const std::vector<std::string>& words) {
+// The filter's picks; nullopt for a filter word not understood, which is said.
+std::optional<std::vector<cad::Entity>> ByFilter(cad::Database& db, const std::vector<std::string>& words) {
     std::string block, layer, type;
     for (const std::string& word : words) {
         const std::size_t eq = word.find('=');
         if (eq == std::string::npos) {
             if (IsFilterWord(word)) continue;  // "all"
             host::Printf("\n%s: give handles or a filter, not both.", word);
-            return {};
+            return std::nullopt;
         }
         const std::string key = base::FoldCase(word.substr(0, eq));
         const std::string value = word.substr(eq + 1);
@@ -77,7 +79,7 @@ std::vector<cad::Entity> ByFilter(cad::Database& db, const std::vector<std::stri
         else {
             host::Printf("\nUnknown selection filter '%s': give handles, or block=NAME, layer=NAME, type=INSERT|TEXT or all.",
                          word);
-            return {};
+            return std::nullopt;
         }
     }
     std::vector<cad::Entity> picked;
@@ -107,9 +109,10 @@ std::vector<cad::Entity> SelectTextsAndReferences(cad::Database& db, std::string
     bool filter = false;
     for (const std::string& word : words) filter = filter || IsFilterWord(word);
     if (!filter) return ByHandles(db, words);
-    std::vector<cad::Entity> picked = ByFilter(db, words);
-    if (picked.empty()) host::Printf("\nNo text or block reference matches '%s'.", base::Trim(answer));
-    return picked;
+    std::optional<std::vector<cad::Entity>> picked = ByFilter(db, words);
+    if (!picked) return {};
+    if (picked->empty()) host::Printf("\nNo text or block reference matches '%s'.", base::Trim(answer));
+    return *picked;
 }
 
 }  // namespace attbat
