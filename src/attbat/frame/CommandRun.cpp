@@ -160,6 +160,8 @@ std::vector<std::string> TakeQueuedCommands(CAttBatApp& app) {
 
 CommandStatus RunCommandInSession(ModuleRun& run, const CommandEntry& entry, CommandContext& context) {
     run.UseCurrentDocument();
+    // A Ctrl-C that cancelled an earlier command of the session doesn't cancel this one.
+    host::ProgressMeter::ResetCancel();
     const CommandHandler* handler = run.App().Handler(entry);
     const host::BackupMode backup =
         handler && handler->changesViewOnly ? host::BackupMode::KeepExisting : host::BackupMode::Replace;
