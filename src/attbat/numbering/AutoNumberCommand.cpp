@@ -21,7 +21,7 @@ void Report(CommandContext& context, const AutoNumberRun& run, const NumberingSt
                 ", \"text\": " + JsonQuote(written.text) + "}";
     }
     context.Summary("numbered", static_cast<long long>(run.WrittenTexts().size()));
-    context.SummaryJson("written", json.empty() ? "[]" : json + "]");
+    context.SummaryJson("values", json.empty() ? "[]" : json + "]");
     context.Summary("number", state.Current());
     context.Summary("increment", static_cast<long long>(state.numberIncrement));
     context.Summary("block", state.lastBlockName);

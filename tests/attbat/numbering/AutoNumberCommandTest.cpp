@@ -45,7 +45,7 @@ TEST_F(AutoNumberCommandTest, ADryRunLeavesTheDrawingAndTheNumberAsTheyWere) {
     EXPECT_EQ(Value("12D", "DESK_NO"), "DK-01");
     EXPECT_FALSE(Db().IsModified());
     EXPECT_EQ(Field("numbered"), "2");
-    EXPECT_EQ(Field("written"), "[{\"handle\": \"12D\", \"text\": \"1\"}, {\"handle\": \"130\", \"text\": \"2\"}]");
+    EXPECT_EQ(Field("values"), "[{\"handle\": \"12D\", \"text\": \"1\"}, {\"handle\": \"130\", \"text\": \"2\"}]");
     EXPECT_EQ(TheNumberingState().numberText, "");
     EXPECT_NE(Printed().find("Nothing was written (dry run)."), std::string::npos);
 }
