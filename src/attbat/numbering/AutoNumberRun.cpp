@@ -158,7 +158,8 @@ int AutoNumberRun::NumberBlockReference(const cad::Entity& entity) {
     if (!firstObject_) {
         if (!base::EqualNoCase(name, state_.lastBlockName)) {
             state_.lastBlockName = name;
-            if (host::AskYesNo("You select a different block. Do you want to restart the number?", "Velmar")) {
+            if (host::AskYesNo("You select a different block. Do you want to restart the number?", "Velmar",
+                               host::BoxIcon::Information)) {
                 state_.Restart();
             }
         }

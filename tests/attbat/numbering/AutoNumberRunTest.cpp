@@ -129,6 +129,7 @@ TEST_F(AutoNumberRunTest, OnALaterSelectionANewBlockNameAsksToRestartAndNoGoesOn
     EXPECT_EQ(ui.Shown()[0].text, "You select a different block. Do you want to restart the number?");
     EXPECT_EQ(ui.Shown()[0].title, "Velmar");
     EXPECT_EQ(ui.Shown()[0].buttons, host::BoxButtons::YesNo);
+    EXPECT_EQ(ui.Shown()[0].icon, host::BoxIcon::Information);
 }
 
 TEST_F(AutoNumberRunTest, YesToTheRestartQuestionStartsAgainAtOne) {
