@@ -143,12 +143,16 @@ int AutoNumberRun::AskPlacement() {
     return result == host::RTCAN ? host::RTCAN : host::RTNORM;
 }
 
-std::string AutoNumberRun::Placed(const std::string& present) const {
+void AutoNumberRun::AdvanceAndWrite(const std::string& handle, const std::string& present,
+                                    const std::function<void(const std::string&)>& write) {
+    if (!firstObject_) state_.Advance();
+    if (placement_.empty()) return;  // nothing is written, and still the object counts as numbered
     const std::string number = state_.Current();
-    if (placement_ == "Overwrite") return number;
-    if (placement_ == "Prefix") return number + present;
-    if (placement_ == "Suffix") return present + number;
-    return present;
+    const std::string text = placement_ == "Prefix"   ? number + present
+                             : placement_ == "Suffix" ? present + number
+                                                      : number;
+    write(text);
+    written_.push_back({handle, text});
 }
 
 int AutoNumberRun::NumberBlockReference(const cad::Entity& entity) {
@@ -214,12 +218,7 @@ int AutoNumberRun::NumberBlockReference(const cad::Entity& entity) {
         tagOfBlock_[name] = attributes.size() == 1 ? attribute.Tag() : tag;
     }
     state_.lastBlockName = name;
-    if (!firstObject_) state_.Advance();
-    if (!placement_.empty()) {
-        const std::string text = Placed(present);
-        attribute.SetValue(text);
-        written_.push_back({reference.HandleString(), text});
-    }
+    AdvanceAndWrite(reference.HandleString(), present, [&](const std::string& text) { attribute.SetValue(text); });
     return host::RTNORM;
 }
 
@@ -236,12 +235,7 @@ int AutoNumberRun::NumberText(const cad::Entity& entity) {
     } else if (placement_.empty()) {
         AskPlacement();  // a cancel here leaves the placement empty: the text gets nothing
     }
-    if (!firstObject_) state_.Advance();
-    if (!placement_.empty()) {
-        const std::string written = Placed(present);
-        text.SetTextString(written);
-        written_.push_back({text.HandleString(), written});
-    }
+    AdvanceAndWrite(text.HandleString(), present, [&](const std::string& written) { text.SetTextString(written); });
     return host::RTNORM;
 }
 

@@ -3,6 +3,7 @@
 // attribute of the block references and into the texts, the number running on between them.
 // Prompts go through the editor, the restart question through a message box.
 
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -49,8 +50,10 @@ private:
     int AskStartNumber(bool cancelEnds);
     // The placement prompt: Enter "Overwrite", a keyword itself; RTCAN on cancel.
     int AskPlacement();
-    // The number put into `present` as the placement says.
-    std::string Placed(const std::string& present) const;
+    // The number advanced unless this is the run's first object, then put into `present` as the
+    // placement says (Overwrite, Prefix, Suffix; nothing while it is empty) and given to `write`.
+    void AdvanceAndWrite(const std::string& handle, const std::string& present,
+                         const std::function<void(const std::string&)>& write);
 
     cad::Database& db_;
     NumberingState& state_;
