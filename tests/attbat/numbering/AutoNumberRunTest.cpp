@@ -77,6 +77,18 @@ TEST_F(AutoNumberRunTest, ATextOfEmptyContentGetsThePlainNumberAndTurnsThePlacem
     EXPECT_EQ(Printed().find("Placement of numbers in text"), std::string::npos);
 }
 
+TEST_F(AutoNumberRunTest, ATextGoesOnAfterCancelsAtTheIncrementAndThePlacementAndGetsNothing) {
+    cad::Text room = AddText(1, 1, "Room");
+    TheNumberingState().numberIncrement = 4;
+    Answer("5\n");
+    Number(room.HandleString());
+    EXPECT_EQ(TextOf(room), "Room");
+    EXPECT_TRUE(written.empty());
+    EXPECT_EQ(placement, "");
+    EXPECT_EQ(TheNumberingState().Current(), "5");
+    EXPECT_EQ(TheNumberingState().numberIncrement, 1);
+}
+
 TEST_F(AutoNumberRunTest, SuffixAndPrefixPutTheNumberBesideTheText) {
     cad::Text first = AddText(1, 1, "Room");
     cad::Text second = AddText(2, 1, "Hall");
