@@ -10,6 +10,8 @@ packages=(
   libfmt-dev libutf8proc-dev libpugixml-dev libzip-dev zlib1g-dev libisal-dev libcli11-dev
   # the update check's HTTP request
   libcurl4-openssl-dev
+  # the shell's line editing, history and completion
+  libreadline-dev
   # font files and their metrics, for the widths of table columns
   libfreetype-dev libfontconfig-dev fonts-dejavu-core
   # tests and benchmarks

@@ -28,13 +28,14 @@ int UsageError(const std::string& message) {
     return exitUsage;
 }
 
-// What the words of a command line ask for, before anything runs.
-struct Request {
-    GlobalOptions global;
-    const CommandEntry* entry = nullptr;
-    CommandContext context;
-    bool help = false;
-};
+// The command that "cell-block WORD" names; "" for a word it doesn't know.
+std::string CellBlockCommand(std::string_view word) {
+    if (word == "create" || word == "update" || word == "upload") return std::string(word) + "-cell-block";
+    if (word == "info") return "cell-block-info";
+    return {};
+}
+
+}  // namespace
 
 void PrintJson(const CommandEntry& entry, const CommandContext& context, int status) {
     std::string json = "{\"command\": " + attbat::JsonQuote(entry.localName) +
@@ -51,14 +52,6 @@ void PrintJson(const CommandEntry& entry, const CommandContext& context, int sta
     std::fflush(stdout);
 }
 
-// The command that "cell-block WORD" names; "" for a word it doesn't know.
-std::string CellBlockCommand(std::string_view word) {
-    if (word == "create" || word == "update" || word == "upload") return std::string(word) + "-cell-block";
-    if (word == "info") return "cell-block-info";
-    return {};
-}
-
-// The console answers prompts from the terminal, from --yes or --no, or from the answers file.
 int SetUpConsole(const GlobalOptions& global) {
     host::Console& console = host::CurrentConsole();
     console.SetInteractive(host::Console::DetectTerminal());
@@ -72,12 +65,8 @@ int SetUpConsole(const GlobalOptions& global) {
     return exitOk;
 }
 
-}  // namespace
-
-int RunCommandLine(const std::vector<std::string>& args, attbat::CAttBatApp& app,
-                   const std::vector<CommandLineTool>& tools) {
-    ImplementHelpCommand(app);
-    Request request;
+std::optional<int> ParseCommandLine(const std::vector<std::string>& args, attbat::CAttBatApp& app,
+                                    const std::vector<CommandLineTool>& tools, CommandRequest& request) {
     GlobalOptions& global = request.global;
     const CommandEntry*& entry = request.entry;
     CommandContext& context = request.context;
@@ -119,12 +108,7 @@ int RunCommandLine(const std::vector<std::string>& args, attbat::CAttBatApp& app
             continue;
         }
         if (arg.rfind("--", 0) != 0) return UsageError("unknown option '" + arg + "'.");
-        std::string name = arg.substr(2);
-        std::optional<std::string> value;
-        if (std::size_t eq = name.find('='); eq != std::string::npos) {
-            value = name.substr(eq + 1);
-            name.resize(eq);
-        }
+        auto [name, value] = SplitOptionWord(arg);
         const CommandHandler* handler = entry ? app.Handler(*entry) : nullptr;
         const attbat::Control* own = handler ? attbat::FindControl(handler->controls, name) : nullptr;
         const GlobalOptionInfo* globalOption = own ? nullptr : FindGlobalOption(name);
@@ -156,6 +140,17 @@ int RunCommandLine(const std::vector<std::string>& args, attbat::CAttBatApp& app
             SetGlobalOption(global, name, value ? *value : std::string());
         }
     }
+    return std::nullopt;
+}
+
+int RunCommandLine(const std::vector<std::string>& args, attbat::CAttBatApp& app,
+                   const std::vector<CommandLineTool>& tools) {
+    ImplementHelpCommand(app);
+    CommandRequest request;
+    if (std::optional<int> done = ParseCommandLine(args, app, tools, request)) return *done;
+    const GlobalOptions& global = request.global;
+    const CommandEntry* entry = request.entry;
+    CommandContext& context = request.context;
     if (request.help) {
         host::CurrentPrinter().Print(entry ? CommandHelpText(app, *entry) : UsageText());
         return exitOk;

@@ -37,6 +37,13 @@ const GlobalOptionInfo* FindGlobalOption(std::string_view name) {
     return nullptr;
 }
 
+OptionWord SplitOptionWord(std::string_view word) {
+    if (word.substr(0, 2) == "--") word.remove_prefix(2);
+    const std::size_t eq = word.find('=');
+    if (eq == std::string_view::npos) return {std::string(word), std::nullopt};
+    return {std::string(word.substr(0, eq)), std::string(word.substr(eq + 1))};
+}
+
 void SetGlobalOption(GlobalOptions& global, std::string_view name, const std::string& value) {
     if (name == "drawing") global.drawing = value;
     else if (name == "workbook") global.workbook = value;

@@ -46,6 +46,14 @@ std::span<const GlobalOptionInfo> GlobalOptionTable();
 const GlobalOptionInfo* FindGlobalOption(std::string_view name);
 // Stores a global option's value (a flag's is ignored); --help and --version are not stored.
 void SetGlobalOption(GlobalOptions& global, std::string_view name, const std::string& value);
+// An option word "--name" or "--name=value" split: the name without its dashes, the value when
+// the word holds one.
+struct OptionWord {
+    std::string name;
+    std::optional<std::string> value;
+};
+OptionWord SplitOptionWord(std::string_view word);
+
 // The run of a command as the global options describe it.
 attbat::RunSetup MakeRunSetup(const GlobalOptions& global);
 

@@ -55,6 +55,7 @@ std::string UsageText() {
     std::string text =
         "Usage: velmar [global options] COMMAND [options]\n"
         "       velmar [global options] watch   (upload what another program saves into a drawing)\n"
+        "       velmar [global options] shell   (commands typed one after another, drawings kept open)\n"
         "       velmar dxf|xlsx ...   (diagnostics of drawings and workbooks)\n"
         "\n"
         "Velmar moves block attribute data between DXF drawings and .xlsx workbooks.\n"
@@ -91,6 +92,9 @@ std::string CommandListText(const attbat::CAttBatApp& app) {
     text += "\nWatching\n";
     text += base::Sprintf("  %-36s %-22s %s\n", "watch", "",
                           "Upload the changes another program saves into a drawing, until Ctrl-C");
+    text += "\nSession\n";
+    text += base::Sprintf("  %-36s %-22s %s\n", "shell", "",
+                          "The host's command line: commands typed one after another, drawings kept open");
     text += "\nDiagnostics\n";
     text += base::Sprintf("  %-36s %-22s %s\n", "dxf", "", "Inspect or resave a DXF drawing");
     text += base::Sprintf("  %-36s %-22s %s\n", "xlsx", "", "Inspect or resave an .xlsx workbook");

@@ -52,12 +52,9 @@ int RunWatchTool(const std::vector<std::string>& args, attbat::CAttBatApp& app) 
             return exitOk;
         }
         if (name.rfind("--", 0) != 0) return Refuse("takes no words ('" + name + "'); see 'velmar watch --help'.");
-        name = name.substr(2);
-        std::optional<std::string> value;
-        if (std::size_t eq = name.find('='); eq != std::string::npos) {
-            value = name.substr(eq + 1);
-            name.resize(eq);
-        }
+        OptionWord word = SplitOptionWord(name);
+        name = word.name;
+        std::optional<std::string> value = word.value;
         const GlobalOptionInfo* option = FindGlobalOption(name);
         const bool takesValue = name == "auto-upload" || (option && !option->valueName.empty());
         if (!option && name != "auto-upload") return Refuse("unknown option '--" + name + "'; see 'velmar watch --help'.");

@@ -9,12 +9,14 @@
 #include "attbat/authoring/AuthoringCommands.h"
 #include "attbat/cellblock/CellBlockCommands.h"
 #include "attbat/links/LinkCommands.h"
+#include "attbat/numbering/AutoNumberCommand.h"
 #include "attbat/schedules/ScheduleCommands.h"
 #include "attbat/update/UpdateCommands.h"
 #include "cli/CommandLine.h"
 #include "cli/DxfTool.h"
 #include "cli/WatchTool.h"
 #include "cli/XlsxTool.h"
+#include "cli/shell/ShellTool.h"
 
 int main(int argc, char** argv) {
     std::vector<std::string> args(argv + 1, argv + argc);
@@ -26,6 +28,9 @@ int main(int argc, char** argv) {
     tools.push_back({"watch", "Upload the changes another program saves into a drawing",
                      [&app](const std::vector<std::string>& words) { return cli::RunWatchTool(words, app); },
                      true});
+    tools.push_back({"shell", "The host's command line: commands typed one after another, drawings kept open",
+                     [&app](const std::vector<std::string>& words) { return cli::RunShellTool(words, app); },
+                     true});
     attbat::ImplementExportCommands(app);
     attbat::ImplementImportCommands(app);
     attbat::ImplementLinkCommands(app);
@@ -33,5 +38,6 @@ int main(int argc, char** argv) {
     attbat::ImplementScheduleCommands(app);
     attbat::ImplementUpdateCommands(app);
     attbat::ImplementCellBlockCommands(app);
+    attbat::ImplementNumberingCommands(app);
     return cli::RunCommandLine(args, app, tools);
 }

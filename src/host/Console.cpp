@@ -52,8 +52,16 @@ std::optional<std::string> ReadTypedLine() {
 
 }  // namespace
 
+std::optional<std::string> ReadStandardInputLine() { return ReadTypedLine(); }
+
 std::optional<std::string> Console::AskTerminal(std::string_view prompt) {
     if (!interactive_) return std::nullopt;
+    if (scripted_) {
+        std::optional<std::string> line = ReadTypedLine();
+        CurrentPrinter().Print(prompt);
+        CurrentPrinter().Print((line ? *line : std::string("*Cancel*")) + "\n");
+        return line;
+    }
     // What was printed so far must stand before the question does.
     CurrentPrinter().FinishLine();
     std::string_view shown = prompt;

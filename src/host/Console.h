@@ -24,6 +24,9 @@ public:
     // Whether the terminal may be asked; off in tests and when input is not a terminal.
     void SetInteractive(bool interactive) { interactive_ = interactive; }
     bool Interactive() const { return interactive_; }
+    // Input is a script read from standard input (a file or a pipe): its lines answer the
+    // prompts, and each prompt stands with its answer on the command line as a typed one would.
+    void SetScripted(bool scripted) { scripted_ = scripted; }
 
     // A line for `prompt`: from the answers file, else typed on the terminal (the prompt is shown
     // on standard error); nullopt when neither can answer (end of input and Ctrl-C are a cancel).
@@ -37,7 +40,12 @@ private:
     Answers answers_;
     Preset preset_ = Preset::None;
     bool interactive_ = false;
+    bool scripted_ = false;
 };
+
+// One line of standard input, read byte by byte so that nothing after it is taken from the
+// stream; nullopt at its end or on Ctrl-C. A script's reader and the prompts share the stream.
+std::optional<std::string> ReadStandardInputLine();
 
 // The console of this run; not interactive until the program says so.
 Console& CurrentConsole();

@@ -41,6 +41,7 @@ def runs():
     yield "help-dxf", ["dxf", "--help"]
     yield "help-watch", ["watch", "--help"]
     yield "watch-without-files", ["watch"]
+    yield "help-shell", ["shell", "--help"]
     yield "help-xlsx", ["xlsx", "--help"]
     yield "unknown-command", ["expotr"]
     yield "unknown-option", ["export", "--colour", "red"]

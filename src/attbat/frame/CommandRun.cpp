@@ -69,20 +69,25 @@ base::Status ModuleRun::OpenDrawing(host::ReadKind when) {
         auto opened = documents.OpenCurrent(setup_.drawing, when);
         if (!opened) return opened.GetStatus();
     }
+    UseCurrentDocument();
+    return base::Status::Ok();
+}
+
+void ModuleRun::UseCurrentDocument() {
     // Numbers in cells are read with the current drawing's units (asked for when a number is).
-    if (host::Document* current = documents.CurDocument()) {
+    if (host::Document* current = host::DocumentManager::Instance().CurDocument()) {
         arxutils::ExcelUtils::SetDrawingUnitsSource([current] { return current->Units(); });
     } else {
         arxutils::ExcelUtils::SetDrawingUnits(nullptr);
     }
-    return base::Status::Ok();
 }
 
 CommandStatus ModuleRun::WithWorkbooks(const std::function<CommandStatus()>& work, CommandContext& context,
                                        host::BackupMode backup) {
     // The workbook given stands for the running instance.
     arxutils::excel::FileBackendOptions options = setup_.workbooks;
-    options.drawingPath = setup_.drawing;
+    const host::Document* current = host::DocumentManager::Instance().CurDocument();
+    options.drawingPath = current ? current->FileName() : setup_.drawing;
     auto workbooks = arxutils::excel::FileBackend::Create(options);
     if (!workbooks) {
         host::CurrentPrinter().Warn(workbooks.GetStatus().Message());
@@ -109,7 +114,9 @@ CommandStatus ModuleRun::WithWorkbooks(const std::function<CommandStatus()>& wor
     }
     arxutils::excel::SetCurrentServer(nullptr);
     // The host saves what a command changed; unchanged drawings aren't written.
-    if (base::Status saved = host::DocumentManager::Instance().SaveAll(backup); !saved) fail(saved.Message());
+    if (!setup_.keepDocumentsOpen) {
+        if (base::Status saved = host::DocumentManager::Instance().SaveAll(backup); !saved) fail(saved.Message());
+    }
     // Success lines that waited for these saves are told now, or never.
     host::CurrentPrinter().ReleaseHeld(allSaved);
     return status;
@@ -129,17 +136,10 @@ CommandStatus RunGuarded(CAttBatApp& app, const CommandEntry& entry, CommandCont
     return CommandStatus::Failed;
 }
 
-// What was sent to the command line during a command runs after it, as the host would: the
-// module's own queue first, then each document's. Host commands such as REGEN have no work here.
+// What was sent to the command line during a command runs after it, as the host would. Host
+// commands such as REGEN have no work here.
 void RunQueuedCommands(CAttBatApp& app, const CommandContext& context) {
-    std::vector<std::string> queued;
-    for (std::string next = app.TakeQueuedCommand(); !next.empty(); next = app.TakeQueuedCommand()) {
-        queued.push_back(std::move(next));
-    }
-    for (host::Document* document : host::DocumentManager::Instance().Documents()) {
-        for (std::string& text : document->TakeQueued()) queued.push_back(std::move(text));
-    }
-    for (const std::string& text : queued) {
+    for (const std::string& text : TakeQueuedCommands(app)) {
         const CommandEntry* next = app.FindCommand(base::Trim(text));
         if (!next || !app.Handler(*next)) continue;
         CommandContext queuedContext;
@@ -149,6 +149,38 @@ void RunQueuedCommands(CAttBatApp& app, const CommandContext& context) {
 }
 
 }  // namespace
+
+std::vector<std::string> TakeQueuedCommands(CAttBatApp& app) {
+    std::vector<std::string> queued;
+    for (std::string next = app.TakeQueuedCommand(); !next.empty(); next = app.TakeQueuedCommand()) {
+        queued.push_back(std::move(next));
+    }
+    for (host::Document* document : host::DocumentManager::Instance().Documents()) {
+        for (std::string& text : document->TakeQueued()) queued.push_back(std::move(text));
+    }
+    return queued;
+}
+
+CommandStatus RunCommandInSession(ModuleRun& run, const CommandEntry& entry, CommandContext& context) {
+    run.UseCurrentDocument();
+    // A Ctrl-C that cancelled an earlier command of the session doesn't cancel this one.
+    host::ProgressMeter::ResetCancel();
+    const CommandHandler* handler = run.App().Handler(entry);
+    const host::BackupMode backup =
+        handler && handler->changesViewOnly ? host::BackupMode::KeepExisting : host::BackupMode::Replace;
+    return run.WithWorkbooks([&] { return RunGuarded(run.App(), entry, context); }, context, backup);
+}
+
+void LoadDrawingInSession(ModuleRun& run) {
+    run.UseCurrentDocument();
+    CommandContext context;
+    run.WithWorkbooks(
+        [&] {
+            run.App().EntryPoint(kLoadDwgMsg, nullptr);
+            return CommandStatus::Done;
+        },
+        context);
+}
 
 CommandStatus RunCommand(CAttBatApp& app, const CommandEntry& entry, CommandContext& context,
                          const RunSetup& setup, host::Ui& ui) {

@@ -9,6 +9,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "arxutils/excel/FileBackend.h"
 #include "attbat/frame/CommandContext.h"
@@ -41,6 +42,9 @@ struct RunSetup {
     // for the stored ones, "" to remove one.
     std::optional<std::string> dwgConverter;
     std::optional<std::string> dxfToDwgConverter;
+    // The documents stay open, and unsaved, after each command: a session of many commands (the
+    // shell) saves them when the user says so.
+    bool keepDocumentsOpen = false;
 };
 
 // The module loaded for one run: settings, log, printer and prompts set for its life, init at
@@ -55,6 +59,11 @@ public:
     // Opens the setup's drawing as the current document (nothing without one); numbers in cells
     // are read with its units from then on.
     base::Status OpenDrawing(host::ReadKind when);
+    // Numbers in cells are read with the current document's units: called again when another
+    // document became current.
+    void UseCurrentDocument();
+    // The run's workbooks from now on (a command of a session may name others).
+    void SetWorkbooks(const arxutils::excel::FileBackendOptions& workbooks) { setup_.workbooks = workbooks; }
     // Runs `work` with the run's workbooks as the running spreadsheet, then saves: the
     // workbooks only when `work` succeeded (a half-done export must not replace the user's
     // file), the changed drawings with `backup`. Success lines held for these saves are told
@@ -70,6 +79,17 @@ private:
     RunSetup setup_;
     std::unique_ptr<Scope> scope_;
 };
+
+// What was sent to the command line since it was last asked, to run after the present command:
+// the module's own queue first, then each document's; the queues are left empty.
+std::vector<std::string> TakeQueuedCommands(CAttBatApp& app);
+
+// Runs `entry` inside `run`, a session of many commands: the current document as it stands, kept
+// open and unsaved when the run's setup says so; what the command queued stays queued for the
+// session to run after it. No exception leaves it.
+CommandStatus RunCommandInSession(ModuleRun& run, const CommandEntry& entry, CommandContext& context);
+// The host's load-drawing for the current document inside `run`, as when a user opens a drawing.
+void LoadDrawingInSession(ModuleRun& run);
 
 // Runs `entry` with `context` as one run of the module; message boxes and prompts go to `ui`.
 // No exception leaves it: what escapes the command is reported and the command failed.
