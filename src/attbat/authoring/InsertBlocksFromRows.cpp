@@ -260,8 +260,8 @@ void InsertBlocksFromRows(const tables::CStringTable& table, const CInsertBlocks
                 cad::TransformBy(reference, cad::Matrix3d::Translation({at.x - from.x, at.y - from.y, at.z - from.z}));
             }
         }
-        if (drawings.IsCurrent()) host::Printf("\nInsert block %s successfully.", blockName);
-        else host::Printf("\nInsert block %s to %s successfully.", blockName, drawings.InHandPath());
+        if (drawings.IsCurrent()) host::PrintfOnceSaved("\nInsert block %s successfully.", blockName);
+        else host::PrintfOnceSaved("\nInsert block %s to %s successfully.", blockName, drawings.InHandPath());
         drawings.EndRow();
     }
     drawings.SaveSides(report);

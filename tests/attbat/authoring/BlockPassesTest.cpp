@@ -7,6 +7,7 @@
 #include "attbat/authoring/RowValues.h"
 #include "base/File.h"
 #include "cad/DynamicBlockReference.h"
+#include "host/Printer.h"
 #include "tables/InvalidArgument.h"
 
 namespace attbat {
@@ -32,7 +33,15 @@ TEST_F(AuthoringTest, EachRowBecomesAReferenceWithItsPlacementValuesAndRowLink) 
     EXPECT_NEAR(made[0].FindAttribute("MARK").Position().y, 200.5 - 2 * 0.3, 1e-9);
     EXPECT_EQ(RowLink(made[0]), File("rows.xlsx") + "|Rows|2");
     EXPECT_EQ(RowLink(made[1]), File("rows.xlsx") + "|Rows|3");
+    host::CurrentPrinter().ReleaseHeld(true);
     EXPECT_NE(Printed().find("Insert block DOOR successfully."), std::string::npos);
+}
+
+TEST_F(AuthoringTest, ARowsSuccessLineWaitsForTheSaveAndAFailedSaveTellsNone) {
+    Insert(Rows({kHeader, {"DOOR", "100", "200"}}));
+    EXPECT_EQ(Printed().find("successfully"), std::string::npos);
+    host::CurrentPrinter().ReleaseHeld(false);
+    EXPECT_EQ(Printed().find("successfully"), std::string::npos);
 }
 
 TEST_F(AuthoringTest, TheRotationHeaderIsReadAndLeftWithoutEffect) {
@@ -138,6 +147,7 @@ TEST_F(SideDrawingTest, TwoRowsNamingTheSameSideDrawingReadItOnceAndSaveItOnce) 
     ASSERT_EQ(made.size(), 2u);
     EXPECT_EQ(made[1].FindAttribute("MARK").TextString(), "S2");
     EXPECT_TRUE(NewReferences().empty());
+    host::CurrentPrinter().ReleaseHeld(true);
     EXPECT_NE(Printed().find("Insert block DOOR to " + other + " successfully."), std::string::npos) << Printed();
 }
 

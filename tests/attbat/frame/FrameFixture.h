@@ -31,6 +31,7 @@ protected:
     void TearDown() override {
         attbat::ErrLog().Close();
         attbat::debugOn = 0;
+        host::CurrentPrinter().ReleaseHeld(false);  // a test may leave lines waiting for a save
         host::CurrentPrinter().Capture(false);
         attbat::CRegistry::SetRoot(attbat::CRegistry::Root::CurrentUser, "");
         host::SetSettingsFilePath("");
