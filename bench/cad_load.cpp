@@ -1,5 +1,5 @@
 // Loading and saving drawings made by the peer pipeline's generator:
-//   /usr/bin/python3 ../shared/bench/make_drawing.py --refs N --blocks 24
+//   /usr/bin/python3 bench/peer/make_drawing.py --refs N --blocks 24
 //       --version R2018 --seed 1 /tmp/cad_bench_N.dxf
 // The drawing is named by VELMAR_BENCH_DXF (default /tmp/cad_bench_100000.dxf). Rates are bytes of
 // drawing per second, comparable with ezdxf's readfile() on the same file.

@@ -1,6 +1,6 @@
 // The snapshot the watch takes after each save: every reference of a loaded drawing
 // fingerprinted, and two snapshots compared. The drawing comes from the peer pipeline's generator:
-//   /usr/bin/python3 ../shared/bench/make_drawing.py --refs 100000 --blocks 24
+//   /usr/bin/python3 bench/peer/make_drawing.py --refs 100000 --blocks 24
 //       --version R2018 --seed 1 /tmp/d100k.dxf
 // (VELMAR_BENCH_DRAWING names another file). Without the file the benchmark says so and skips.
 #include <cstdlib>

@@ -1,6 +1,6 @@
 // Reading a whole drawing into an AcadBlockArray: the file read and indexed, then every block
 // with its rows. The drawing comes from the peer pipeline's generator:
-//   /usr/bin/python3 ../shared/bench/make_drawing.py --refs 100000 --blocks 24
+//   /usr/bin/python3 bench/peer/make_drawing.py --refs 100000 --blocks 24
 //       --version R2018 --seed 1 /tmp/d100k.dxf
 // (VELMAR_BENCH_DRAWING names another file). Without the file the benchmark says so and skips.
 #include <cstdlib>

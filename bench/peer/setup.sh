@@ -5,7 +5,9 @@ ROOT=$(cd "$(dirname "$0")/../.." && pwd)
 BUILD=${1:-$ROOT/build}
 [ $# -gt 0 ] && shift
 SIZES=${*:-10000 100000}
-PEER=${VELMAR_PEER_BENCH:-$ROOT/../shared/bench}
+# The peer scripts and the drawing generator sit beside these scripts; VELMAR_PEER_BENCH names
+# another folder of them.
+PEER=${VELMAR_PEER_BENCH:-$ROOT/bench/peer}
 TOOL=$BUILD/src/cli/velmar
 WORK=$(mktemp -d "/tmp/velmar-$NAME-bench.XXXXXX")
 trap 'rm -rf "$WORK"' EXIT
