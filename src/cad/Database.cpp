@@ -635,7 +635,7 @@ bool Database::TypeIs(std::uint32_t rec, std::string_view type) const {
     if (r.owned == kNone && r.type != kNoType) return typeNames_[r.type] == type;
     if (TagCount(rec) == 0 || CodeAt(rec, 0) != 0) return false;
     if (IsOriginal(rec, 0)) return TrimBlanks(RawAt(rec, 0)) == type;
-    return TextAt(rec, 0) == type;
+    return NewValue(owned_[r.owned][0]) == type;
 }
 
 TagList Database::TagsOf(std::uint32_t rec) const {
@@ -668,7 +668,9 @@ void Database::NotifyModified(const Object& object) {
 void Database::NotifyModified(std::uint32_t rec) {
     if (reactors_.empty()) return;
     const Object object(this, rec);
-    // A copy: a reactor may remove itself while being told.
+    // A lone reactor is told straight; several through a copy, since one may remove itself
+    // while being told.
+    if (reactors_.size() == 1) return reactors_.front()->ObjectModified(*this, object);
     for (DatabaseReactor* reactor : std::vector<DatabaseReactor*>(reactors_)) {
         reactor->ObjectModified(*this, object);
     }

@@ -12,6 +12,8 @@ bool Object::IsErased() const { return !db_ || db_->records_[index_].erased; }
 
 std::string Object::Type() const { return db_ ? db_->TypeOf(index_) : std::string(); }
 
+bool Object::IsA(std::string_view type) const { return db_ && db_->TypeIs(index_, type); }
+
 Handle Object::GetHandle() const { return db_ ? db_->records_[index_].handle : 0; }
 
 std::string Object::HandleString() const {

@@ -35,6 +35,8 @@ public:
 
     // The record type: "INSERT", "LAYER", "DICTIONARY"...; "" for a null view.
     std::string Type() const;
+    // Whether the record type is `type`, without making its text; false for a null view.
+    bool IsA(std::string_view type) const;
     // The object's handle; 0 for a null view and for structural records.
     Handle GetHandle() const;
     // The handle text as AutoCAD shows it ("1F"); "" when there is none.

@@ -23,16 +23,19 @@ void AsdkDataBaseReactor::ObjectModified(cad::Database& db, const cad::Object& o
     host::Document* current = host::DocumentManager::Instance().CurDocument();
     // A side database's changes are no edit of the user's drawing.
     if (!current || !current->Holds(db)) return;
-    const std::string type = object.Type();
+    CDocData& data = DataManager().docData(current);
+    const Told told{&db, object.Index(), &data, data.Generation()};
+    if (told == last_) return;
     std::string handle;
-    if (type == "INSERT") {
+    if (object.IsA("INSERT")) {
         handle = object.HandleString();
-    } else if (type == "ATTRIB") {
+    } else if (object.IsA("ATTRIB")) {
         const cad::Object owner = object.Container();
         if (!owner) return;
         handle = owner.HandleString();
     }
-    if (!handle.empty()) DataManager().docData(current).AddModifiedHandle(handle);
+    if (!handle.empty()) data.AddModifiedHandle(handle);
+    last_ = told;
 }
 
 }  // namespace attbat

@@ -1,6 +1,8 @@
 #pragma once
 // The database reactor of a document: it collects the handles of the block references changed in
 // the current document's drawing, for the upload after the command that changed them.
+#include <cstdint>
+
 #include "cad/DatabaseReactor.h"
 
 namespace attbat {
@@ -23,6 +25,18 @@ public:
 
     // The attached database; null when none.
     cad::Database* database = nullptr;
+
+private:
+    // The record told of last and where its handle went: a command changes one record many
+    // times in a row (a new reference: its layer, position, attributes, extended data).
+    struct Told {
+        const cad::Database* db = nullptr;
+        std::uint32_t record = 0;
+        const void* list = nullptr;
+        std::uint64_t generation = 0;
+        bool operator==(const Told&) const = default;
+    };
+    Told last_;
 };
 
 }  // namespace attbat

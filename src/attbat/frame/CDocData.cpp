@@ -18,6 +18,7 @@ bool CDocData::AddModifiedHandle(std::string_view handle) {
 void CDocData::ClearModifiedHandles() {
     modifiedHandles.RemoveAll();
     seen_.clear();
+    ++generation_;
 }
 
 }  // namespace attbat

@@ -1,6 +1,7 @@
 #pragma once
 // What the module keeps per open document: its database reactor and the handles of the block
 // references changed since the last upload.
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -23,6 +24,8 @@ public:
     bool AddModifiedHandle(std::string_view handle);
     bool HasModifiedHandle(std::string_view handle) const { return seen_.count(std::string(handle)) != 0; }
     void ClearModifiedHandles();
+    // Counts the clearings, so that what remembers having added a handle knows when to add it again.
+    std::uint64_t Generation() const { return generation_; }
 
     // Null until the document first becomes current.
     std::unique_ptr<AsdkDataBaseReactor> dbReactor;
@@ -32,6 +35,7 @@ public:
 
 private:
     std::unordered_set<std::string> seen_;
+    std::uint64_t generation_ = 0;
 };
 
 }  // namespace attbat
