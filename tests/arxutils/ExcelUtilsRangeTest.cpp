@@ -2,6 +2,9 @@
 // format queues and the other worksheet operations, on real workbook files.
 #include "BridgeFixture.h"
 
+#include <cstdio>
+#include <cstdlib>
+
 #include "tables/CStringTable.h"
 #include "cad/units/UnitSettings.h"
 #include "xl/CellRef.h"
@@ -330,6 +333,29 @@ TEST_F(BridgeTest, ColumnsCountDigitsOfTheWorkbooksDefaultFont) {
     Attach(path);
     EXPECT_DOUBLE_EQ(ExcelUtils::ColumnWidth(1, 1), 66);
     EXPECT_DOUBLE_EQ(ExcelUtils::ColumnLeft(1, 3), 132);
+}
+
+TEST_F(BridgeTest, WithoutAnyFontColumnsCountSevenPixelDigitsAndTheLogSaysSoOnce) {
+    // Fontconfig reads its configuration once a process: the check runs in a fresh one whose
+    // configuration knows no font at all.
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    auto run = [this] {
+        std::string config = Path("no-fonts.conf");
+        ASSERT_TRUE(base::WriteFileAtomic(config, "<?xml version=\"1.0\"?>\n<fontconfig></fontconfig>\n"));
+        ::setenv("FONTCONFIG_FILE", config.c_str(), 1);
+        std::vector<std::string> logged;
+        auto measure = [&](const std::string& name) {
+            Attach(MakeBook(name));
+            backend_->SetLog([&](const std::string& line) { logged.push_back(line); });
+            return ExcelUtils::ColumnWidth(1, 1);
+        };
+        double first = measure("first.xlsx"), second = measure("second.xlsx");
+        for (const std::string& line : logged) std::fprintf(stderr, "%s\n", line.c_str());
+        std::exit(first == 48 && second == 48 && logged.size() == 1 ? 0 : 1);
+    };
+    EXPECT_EXIT(run(), ::testing::ExitedWithCode(0),
+                "^Column widths count digits of 7 pixels: the default font Calibri 11 of .*first.xlsx can't be measured "
+                "\\(fontconfig finds no font at all for Calibri\\)\\.\n$");
 }
 
 // Writing.
