@@ -1216,11 +1216,17 @@ double ShownWidth(double stored, double digit) {
     double chars = std::trunc((stored * digit - 5) / digit * 100 + 0.5) / 100;
     return chars < 0 ? 0 : chars;
 }
+// The width of a column the sheet gives none: `base` digits and the padding, rounded up to
+// whole 8 pixels as the program does.
+double DefaultWidth(double base, double digit) {
+    double pixels = std::ceil((base * digit + 5) / 8) * 8;
+    return ShownWidth(pixels / digit, digit);
+}
 }  // namespace
 
 double Worksheet::ColumnWidth(int column) {
     double digit = book_.DigitWidth();
-    if (!Load()) return ShownWidth(8 + 5 / digit, digit);
+    if (!Load()) return DefaultWidth(8, digit);
     for (pugi::xml_node c = Child(Child(Root(), "cols"), "col"); c; c = c.next_sibling())
         if (Attr(c, "min").as_int() <= column && column <= Attr(c, "max").as_int()) {
             if (Attr(c, "hidden").as_bool()) return 0;
@@ -1228,10 +1234,7 @@ double Worksheet::ColumnWidth(int column) {
         }
     pugi::xml_node fmt = Child(Root(), "sheetFormatPr");
     if (Attr(fmt, "defaultColWidth")) return ShownWidth(Attr(fmt, "defaultColWidth").as_double(), digit);
-    // `baseColWidth` digits and the padding, rounded up to whole 8 pixels as the program does.
-    double base = Attr(fmt, "baseColWidth").as_double(8);
-    double pixels = std::ceil((base * digit + 5) / 8) * 8;
-    return ShownWidth(pixels / digit, digit);
+    return DefaultWidth(Attr(fmt, "baseColWidth").as_double(8), digit);
 }
 
 void Worksheet::SetColumnWidth(int column, double width) {

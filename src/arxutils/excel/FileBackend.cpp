@@ -98,8 +98,8 @@ void MeasureDigitWidth(State& state, Book& book) {
     told = true;
     std::string why = digit ? base::Sprintf("a digit %d pixels wide", digit.Value()) : digit.GetStatus().Message();
     state.log(base::Sprintf("Column widths count digits of 7 pixels: the default font %s %g of %s can't be "
-                                "measured (%s).",
-                                name, size, book.fullName, why));
+                            "measured (%s).",
+                            name, size, book.fullName, why));
 }
 
 enum class RangeMode { Cells, Rows, Columns };
