@@ -255,6 +255,26 @@ TEST(Workbook, ColumnWidthsCountDigitsOfTheMeasuredFont) {
     EXPECT_DOUBLE_EQ(s->ColumnWidthPoints(4), (20 * 8 + 5) * 0.75);
 }
 
+TEST(Workbook, DefaultColumnIsItsBaseDigitsAndPaddingInWholeEightPixels) {
+    auto made = xl::Workbook::Create()->SaveImage();
+    ASSERT_TRUE(made);
+    auto book = xl::Workbook::OpenImage(*made, "made");
+    ASSERT_TRUE(book);
+    xl::Package& package = book.Value()->GetPackage();
+    std::string sheet = package.Read("xl/worksheets/sheet1.xml").Value();
+    std::size_t at = sheet.find("<sheetFormatPr ");
+    ASSERT_NE(at, std::string::npos) << sheet;
+    sheet.insert(at + 15, R"(baseColWidth="10" )");
+    package.Write("xl/worksheets/sheet1.xml", sheet);
+    xl::Worksheet* s = book.Value()->Sheet(0);
+    // 10 digits of 7 pixels and 5 of padding are 75 pixels, rounded up to 80: 10.71 digits.
+    EXPECT_DOUBLE_EQ(s->ColumnWidth(1), 10.71);
+    EXPECT_DOUBLE_EQ(s->ColumnWidthPoints(1), 60);
+    // Of 9 pixels: 95, rounded up to 96 (72 points).
+    ASSERT_TRUE(book.Value()->SetDigitWidth(9));
+    EXPECT_DOUBLE_EQ(s->ColumnWidthPoints(1), 72);
+}
+
 TEST(Workbook, DigitWidthBelowAPixelIsRefused) {
     auto book = xl::Workbook::Create();
     base::Status refused = book->SetDigitWidth(0);
