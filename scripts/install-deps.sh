@@ -14,6 +14,9 @@ packages=(
   libreadline-dev
   # font files and their metrics, for the widths of table columns
   libfreetype-dev libfontconfig-dev fonts-dejavu-core
+  # the fonts metric-compatible with the common workbook defaults (Calibri, Cambria, Arial,
+  # Times New Roman, Courier New), whose widest digit sizes worksheet columns
+  fonts-crosextra-carlito fonts-crosextra-caladea fonts-liberation2
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev
   # the Debian package and its test (cpack's dependency list, dpkg -x)

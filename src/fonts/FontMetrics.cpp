@@ -7,6 +7,12 @@
 
 #include <utf8proc.h>
 
+#include <algorithm>
+#include <cmath>
+
+#include "base/Format.h"
+#include "fonts/FontFile.h"
+
 namespace fonts {
 
 struct FontMetrics::Face {
@@ -67,6 +73,27 @@ double FontMetrics::TextWidth(std::string_view text, double height) const {
         previous = glyph;
     }
     return static_cast<double>(units) * height / capHeight_;
+}
+
+int FontMetrics::MaxDigitPixels(double pixelsPerEm) const {
+    FT_Face f = face_->face;
+    FT_Fixed widest = 0;
+    for (char digit = '0'; digit <= '9'; ++digit) {
+        FT_Fixed advance = 0;
+        if (FT_Get_Advance(f, FT_Get_Char_Index(f, static_cast<FT_ULong>(digit)), FT_LOAD_NO_SCALE, &advance) == 0)
+            widest = std::max(widest, advance);
+    }
+    double em = f->units_per_EM ? f->units_per_EM : 1000;
+    return static_cast<int>(std::lround(static_cast<double>(widest) * pixelsPerEm / em));
+}
+
+base::Result<int> MaxDigitWidth(std::string_view family, double points) {
+    if (!(points > 0)) return base::Status::Error(base::Sprintf("%s at %g points has no size", std::string(family), points));
+    std::string file = FindFontFile(family);
+    if (file.empty()) return base::Status::Error("fontconfig finds no font at all for " + std::string(family));
+    auto metrics = FontMetrics::Open(file);
+    if (!metrics) return metrics.GetStatus();
+    return metrics.Value().MaxDigitPixels(points * 96 / 72);
 }
 
 }  // namespace fonts

@@ -26,6 +26,9 @@ public:
     // The height of the font's capitals in font units (OS/2 table; else the H glyph's, else
     // 70% of the em).
     double CapHeight() const { return capHeight_; }
+    // The widest advance of the digits 0-9 in a face `pixelsPerEm` pixels high, rounded to whole
+    // pixels as spreadsheet programs count the digit their column widths are made of.
+    int MaxDigitPixels(double pixelsPerEm) const;
 
 private:
     struct Face;
@@ -34,5 +37,11 @@ private:
     std::unique_ptr<Face> face_;
     double capHeight_ = 0;
 };
+
+// The widest digit of the font fontconfig gives for `family` (the font itself, else its stand-in)
+// at `points`, in whole pixels at 96 dpi: the unit of spreadsheet column widths. The error says
+// why there is none: a size that is not positive, no font on the machine at all, or a file that
+// FreeType doesn't read.
+base::Result<int> MaxDigitWidth(std::string_view family, double points);
 
 }  // namespace fonts

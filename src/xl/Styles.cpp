@@ -147,8 +147,17 @@ CellFormat Styles::Compute(std::uint32_t xfIndex) const {
     return f;
 }
 
-double Styles::DefaultFontSize() const { return Format(0).fontSize; }
-std::string Styles::DefaultFontName() const { return Format(0).fontName; }
+double Styles::DefaultFontSize() const {
+    pugi::xml_node font = Child(Child(doc_->document_element(), "fonts"), "font");
+    double size = Attr(Child(font, "sz"), "val").as_double(0);
+    return size > 0 ? size : CellFormat().fontSize;
+}
+
+std::string Styles::DefaultFontName() const {
+    pugi::xml_node font = Child(Child(doc_->document_element(), "fonts"), "font");
+    std::string name = Attr(Child(font, "name"), "val").value();
+    return name.empty() ? CellFormat().fontName : name;
+}
 
 std::uint32_t Styles::Derive(std::uint32_t xfIndex, const StyleChange& change) {
     pugi::xml_node root = doc_->document_element();

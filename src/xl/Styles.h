@@ -65,7 +65,9 @@ public:
     std::size_t Count() const;
     // The cell format that is `xf` with `change` applied: an existing equal one, or a new one.
     std::uint32_t Derive(std::uint32_t xf, const StyleChange& change);
-    // The default font's size and name (the Normal style), which sizes columns and rows.
+    // The default font's size and name: the first <font> of the style sheet, the Normal style's,
+    // which sizes columns and rows. A style sheet without fonts, or a font that leaves them
+    // out, has the spreadsheet program's own default (Calibri 11).
     double DefaultFontSize() const;
     std::string DefaultFontName() const;
     bool IsChanged() const { return changed_; }

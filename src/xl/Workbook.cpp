@@ -1,5 +1,6 @@
 #include "xl/Workbook.h"
 
+#include <fmt/format.h>
 #include <pugixml.hpp>
 
 #include <ctime>
@@ -208,6 +209,16 @@ base::Status Workbook::LoadStrings() {
 SharedStrings& Workbook::Strings() {
     (void)LoadStrings();
     return *strings_;
+}
+
+std::string Workbook::DefaultFontName() { return GetStyles().DefaultFontName(); }
+
+double Workbook::DefaultFontSize() { return GetStyles().DefaultFontSize(); }
+
+base::Status Workbook::SetDigitWidth(double pixels) {
+    if (!(pixels >= 1)) return base::Status::Error(fmt::format("a digit width of {} pixels is no font's", pixels));
+    digitWidth_ = pixels;
+    return base::Status::Ok();
 }
 
 Styles& Workbook::GetStyles() {

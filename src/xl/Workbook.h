@@ -78,6 +78,15 @@ public:
     void SetRecalculateOnOpen(bool on);
     // True when dates count from 1904 (old Mac files).
     bool Date1904() const { return date1904_; }
+    // The default font of the workbook's cells (the Normal style's): its name and its size in
+    // points, which set the widths of columns and the heights of rows.
+    std::string DefaultFontName();
+    double DefaultFontSize();
+    // The widest digit of the default font in whole pixels at 96 dpi: a column width counts
+    // characters of it. 7, Calibri 11's and Arial 10's, until the caller measures the real
+    // font; a width below 1 pixel is refused.
+    double DigitWidth() const { return digitWidth_; }
+    base::Status SetDigitWidth(double pixels);
     // The package itself, for diagnostics.
     Package& GetPackage() { return package_; }
 
@@ -109,6 +118,7 @@ private:
     bool workbookChanged_ = false;
     bool date1904_ = false;
     int active_ = 0;
+    double digitWidth_ = 7;
 };
 
 }  // namespace xl

@@ -1209,30 +1209,39 @@ int Worksheet::DeleteHyperlinks(const CellRange& range) {
     return removed;
 }
 
+namespace {
+// A stored width (digits with 5 pixels of padding) as the program shows it: without the padding,
+// to two places.
+double ShownWidth(double stored, double digit) {
+    double chars = std::trunc((stored * digit - 5) / digit * 100 + 0.5) / 100;
+    return chars < 0 ? 0 : chars;
+}
+// The width of a column the sheet gives none: `base` digits and the padding, rounded up to
+// whole 8 pixels as the program does.
+double DefaultWidth(double base, double digit) {
+    double pixels = std::ceil((base * digit + 5) / 8) * 8;
+    return ShownWidth(pixels / digit, digit);
+}
+}  // namespace
+
 double Worksheet::ColumnWidth(int column) {
-    if (!Load()) return 8.43;
+    double digit = book_.DigitWidth();
+    if (!Load()) return DefaultWidth(8, digit);
     for (pugi::xml_node c = Child(Child(Root(), "cols"), "col"); c; c = c.next_sibling())
         if (Attr(c, "min").as_int() <= column && column <= Attr(c, "max").as_int()) {
             if (Attr(c, "hidden").as_bool()) return 0;
-            if (Attr(c, "width")) {
-                // Stored widths include 5 pixels of padding; the program shows them without.
-                double w = Attr(c, "width").as_double();
-                double chars = std::trunc((w * 7 - 5) / 7 * 100 + 0.5) / 100;
-                return chars < 0 ? 0 : chars;
-            }
+            if (Attr(c, "width")) return ShownWidth(Attr(c, "width").as_double(), digit);
         }
     pugi::xml_node fmt = Child(Root(), "sheetFormatPr");
-    if (Attr(fmt, "defaultColWidth")) {
-        double w = Attr(fmt, "defaultColWidth").as_double();
-        return std::trunc((w * 7 - 5) / 7 * 100 + 0.5) / 100;
-    }
-    return Attr(fmt, "baseColWidth").as_double(8) + 0.43;
+    if (Attr(fmt, "defaultColWidth")) return ShownWidth(Attr(fmt, "defaultColWidth").as_double(), digit);
+    return DefaultWidth(Attr(fmt, "baseColWidth").as_double(8), digit);
 }
 
 void Worksheet::SetColumnWidth(int column, double width) {
     if (!Load() || column < 1 || column > kMaxColumn) return;
     pugi::xml_node cols = EnsureChild(Root(), "cols");
-    double stored = std::trunc((width * 7 + 5) / 7 * 256) / 256;
+    double digit = book_.DigitWidth();
+    double stored = std::trunc((width * digit + 5) / digit * 256) / 256;
     // Split a <col> span around the column so that only it changes.
     for (pugi::xml_node c = Child(cols, "col"); c; c = c.next_sibling()) {
         int lo = Attr(c, "min").as_int(), hi = Attr(c, "max").as_int();
@@ -1345,7 +1354,7 @@ void Worksheet::AutoFitColumns(int firstColumn, int lastColumn) {
         }
     }
     for (int col = std::max(1, firstColumn); col <= std::min(lastColumn, kMaxColumn); ++col)
-        if (widest[col] >= 0) SetColumnWidth(col, std::min(255.0, std::ceil(widest[col] + 2) / 7.0));
+        if (widest[col] >= 0) SetColumnWidth(col, std::min(255.0, std::ceil(widest[col] + 2) / book_.DigitWidth()));
 }
 
 double Worksheet::RowHeight(int row) {
@@ -1389,7 +1398,7 @@ void Worksheet::AutoFitRows(int firstRow, int lastRow) {
             CellFormat f = styles.Format(c.style);
             if (!f.wrap) continue;
             std::string text = TextOf(c);
-            double width = ColumnWidth(c.column) * 7 + 5;
+            double width = ColumnWidth(c.column) * book_.DigitWidth() + 5;
             int n = 0;
             std::size_t start = 0;
             while (start <= text.size()) {
@@ -1416,8 +1425,8 @@ void Worksheet::AutoFitRows(int firstRow, int lastRow) {
 double Worksheet::ColumnWidthPoints(int column) {
     double chars = ColumnWidth(column);
     if (chars == 0) return 0;
-    // Pixels of the 7-pixel default digit plus 5 of padding, at 96 dpi.
-    return std::trunc(chars * 7 + 5 + 0.5) * 0.75;
+    // Pixels of the default font's digits plus 5 of padding, at 96 dpi.
+    return std::trunc(chars * book_.DigitWidth() + 5 + 0.5) * 0.75;
 }
 
 double Worksheet::ColumnLeft(int column) {

@@ -2,10 +2,14 @@
 // format queues and the other worksheet operations, on real workbook files.
 #include "BridgeFixture.h"
 
+#include <cstdio>
+#include <cstdlib>
+
 #include "tables/CStringTable.h"
 #include "cad/units/UnitSettings.h"
 #include "xl/CellRef.h"
 #include "xl/NumberFormat.h"
+#include "xl/Package.h"
 
 using arxutils::ExcelUtils;
 namespace excel = arxutils::excel;
@@ -302,6 +306,56 @@ TEST_F(BridgeTest, CellGeometryComesFromTheSheet) {
     EXPECT_DOUBLE_EQ(ExcelUtils::RowTop(3, 1), ExcelUtils::RowTop(2, 1) + 30);
     EXPECT_GT(ExcelUtils::ColumnWidth(1, 2), ExcelUtils::ColumnWidth(1, 1));
     EXPECT_DOUBLE_EQ(ExcelUtils::ColumnLeft(1, 3), ExcelUtils::ColumnLeft(1, 2) + ExcelUtils::ColumnWidth(1, 2));
+}
+
+TEST_F(BridgeTest, ColumnsCountDigitsOfTheWorkbooksDefaultFont) {
+    // Calibri 11 (Carlito here) has a 7-pixel digit: the default column is 64 pixels, 48 points.
+    Attach(MakeBook("calibri.xlsx"));
+    EXPECT_DOUBLE_EQ(ExcelUtils::ColumnWidth(1, 1), 48);
+    ExcelUtils::Disconnect();
+    // Arial 14 (Liberation Sans) has a 10-pixel digit: 8 digits and 5 pixels of padding are 85
+    // pixels, rounded up to whole 8 pixels 88, 66 points.
+    std::string path = MakeBook("arial.xlsx");
+    {
+        auto book = xl::Workbook::Open(path);
+        ASSERT_TRUE(book) << book.GetStatus().Message();
+        xl::Package& package = book.Value()->GetPackage();
+        std::string styles = package.Read("xl/styles.xml").Value();
+        std::size_t at = styles.find(R"(<sz val="11"/>)");
+        ASSERT_NE(at, std::string::npos) << styles;
+        styles.replace(at, 14, R"(<sz val="14"/>)");
+        at = styles.find(R"(<name val="Calibri"/>)");
+        ASSERT_NE(at, std::string::npos) << styles;
+        styles.replace(at, 21, R"(<name val="Arial"/>)");
+        package.Write("xl/styles.xml", styles);
+        ASSERT_TRUE(book.Value()->Save(path));
+    }
+    Attach(path);
+    EXPECT_DOUBLE_EQ(ExcelUtils::ColumnWidth(1, 1), 66);
+    EXPECT_DOUBLE_EQ(ExcelUtils::ColumnLeft(1, 3), 132);
+}
+
+TEST_F(BridgeTest, WithoutAnyFontColumnsCountSevenPixelDigitsAndTheLogSaysSoOnce) {
+    // Fontconfig reads its configuration once a process: the check runs in a fresh one whose
+    // configuration knows no font at all.
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    auto run = [this] {
+        std::string config = Path("no-fonts.conf");
+        ASSERT_TRUE(base::WriteFileAtomic(config, "<?xml version=\"1.0\"?>\n<fontconfig></fontconfig>\n"));
+        ::setenv("FONTCONFIG_FILE", config.c_str(), 1);
+        std::vector<std::string> logged;
+        auto measure = [&](const std::string& name) {
+            Attach(MakeBook(name));
+            backend_->SetLog([&](const std::string& line) { logged.push_back(line); });
+            return ExcelUtils::ColumnWidth(1, 1);
+        };
+        double first = measure("first.xlsx"), second = measure("second.xlsx");
+        for (const std::string& line : logged) std::fprintf(stderr, "%s\n", line.c_str());
+        std::exit(first == 48 && second == 48 && logged.size() == 1 ? 0 : 1);
+    };
+    EXPECT_EXIT(run(), ::testing::ExitedWithCode(0),
+                "^Column widths count digits of 7 pixels: the default font Calibri 11 of .*first.xlsx can't be measured "
+                "\\(fontconfig finds no font at all for Calibri\\)\\.\n$");
 }
 
 // Writing.

@@ -2,7 +2,8 @@
 """Cell blocks end to end on a corpus workbook with merges, wrapped texts and hidden columns.
 create-cell-block makes a block of a range of it in the sample drawing: ezdxf must read the
 block's lines at the cells' edges (row heights as LibreOffice gives them through UNO; column
-widths as the spreadsheet's rule gives them from the file, and in LibreOffice's proportions),
+widths as the spreadsheet's rule gives them from the file in digits of the default font that
+LibreOffice measures, rounded to whole pixels, and in LibreOffice's proportions),
 each attribute definition inside its cell's merge area, the source record on the block, and
 an audit with nothing the drawing didn't have. A value edited in the drawing with ezdxf goes back
 to its cell (openpyxl sees it, every other cell and every other part of the package as it was);
@@ -82,9 +83,8 @@ def libreoffice_geometry(book, work):
             office.kill()
 
 
-def spreadsheet_widths(book):
-    """Column widths in points by the spreadsheet's rule: whole pixels of the file's width in
-    characters of a 7-pixel digit, at 96 dpi; hidden columns 0."""
+def stored_widths(book):
+    """The file's column widths in characters (with their padding); None for hidden columns."""
     ws = openpyxl.load_workbook(book)[SHEET]
     widths = []
     for c in range(FIRST_COL, LAST_COL + 1):
@@ -93,10 +93,33 @@ def spreadsheet_widths(book):
             if d.min and d.max and d.min <= c <= d.max:
                 dim = d
         if dim is not None and dim.hidden:
+            widths.append(None)
+            continue
+        widths.append(dim.width if dim is not None and dim.width else ws.sheet_format.defaultColWidth)
+    return widths
+
+
+def libreoffice_digit(book, lo_columns):
+    """The default font's digit in pixels as LibreOffice measures it (unrounded): its column
+    widths over the file's widths in characters."""
+    digits = [lo / 0.75 / chars for lo, chars in zip(lo_columns, stored_widths(book)) if chars and lo > 0]
+    if not digits:
+        fail("LibreOffice shows none of the range's columns")
+        return 7.0
+    if max(digits) / min(digits) > 1.005:
+        fail("LibreOffice's columns count digits of different widths: %s" % digits)
+    return sum(digits) / len(digits)
+
+
+def spreadsheet_widths(book, digit):
+    """Column widths in points by the spreadsheet's rule: whole pixels of the file's width in
+    characters of a `digit`-pixel digit, at 96 dpi; hidden columns 0."""
+    widths = []
+    for chars in stored_widths(book):
+        if chars is None:
             widths.append(0)
             continue
-        chars = dim.width if dim is not None and dim.width else ws.sheet_format.defaultColWidth
-        pixels = math.trunc(((256 * chars + math.trunc(128 / 7)) / 256) * 7)
+        pixels = math.trunc(((256 * chars + math.trunc(128 / digit)) / 256) * digit)
         widths.append(pixels * 0.75)
     return widths
 
@@ -137,11 +160,12 @@ def check_block(doc, name, columns, rows, lo_columns):
     bottom = -min(min(line.dxf.start.y, line.dxf.end.y) for line in lines) / CELL_FACTOR
     if not near(right, xs[-1], 0.01) or not near(bottom, ys[-1], 0.1):
         fail("the grid ends at %.2f x %.2f points, the range at %.2f x %.2f" % (right, bottom, xs[-1], ys[-1]))
-    # LibreOffice turns the file's character widths into points by a font measure of its own:
-    # the same for every column, so the columns stand in the same proportions.
+    # LibreOffice counts the file's character widths in digits of the same substituted font,
+    # but unrounded (7.42 pixels for Arial 10 where the grid counts 7): the columns stand in
+    # the same proportions to within the rounding of each to whole pixels.
     if lo_columns:
         ratios = [lo / ours for lo, ours in zip(lo_columns, columns) if ours > 0 and lo > 0]
-        if ratios and max(ratios) / min(ratios) > 1.05:
+        if ratios and max(ratios) / min(ratios) > 1.01:
             fail("column widths are not in LibreOffice's proportions: %s" % ratios)
     ws = openpyxl.load_workbook(BOOK)[SHEET]
     merges = {str(m): m for m in ws.merged_cells.ranges}
@@ -209,11 +233,13 @@ def main():
         if audit_after != audit_before:
             fail("the audit finds %s, before %s" % (audit_after, audit_before))
         geometry = libreoffice_geometry(book, work)
-        columns = spreadsheet_widths(book)
         if geometry is None:
             fail("LibreOffice through UNO (python3-uno) is not there to give the rows' heights")
             return finish("")
         lo_columns, rows = geometry
+        # The digit the grid counts is the default font's, the one LibreOffice measures, in
+        # whole pixels.
+        columns = spreadsheet_widths(book, round(libreoffice_digit(book, lo_columns)))
         tags, record = check_block(doc, "CLIENT", columns, rows, lo_columns)
         if record != [str(book), SHEET, "$A$4:$K$11"]:
             fail("the source record is %s" % record)

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -229,6 +230,58 @@ TEST(Workbook, MergesAndMergeArea) {
     auto again = Reopen(*book);
     EXPECT_EQ(again->Sheet(0)->MergeArea(2, 2), (xl::CellRange{1, 1, 2, 3}));
     EXPECT_EQ(again->Sheet(0)->MergeArea(5, 5), (xl::CellRange{5, 5, 5, 5}));
+}
+
+TEST(Workbook, ColumnWidthsCountDigitsOfTheMeasuredFont) {
+    auto book = xl::Workbook::Create();
+    EXPECT_EQ(book->DefaultFontName(), "Calibri");
+    EXPECT_DOUBLE_EQ(book->DefaultFontSize(), 11);
+    EXPECT_DOUBLE_EQ(book->DigitWidth(), 7);
+    xl::Worksheet* s = book->Sheet(0);
+    s->SetColumnWidth(2, 9.14);  // stored as 9.8515625 digits of 7 pixels with the padding
+    ASSERT_TRUE(book->SetDigitWidth(8));
+    // The default column: 8 digits of 8 pixels and 5 of padding, 69 pixels, rounded up to 72
+    // (whole 8 pixels); 67 pixels without the padding are 8.375 digits, shown as 8.38.
+    EXPECT_DOUBLE_EQ(s->ColumnWidth(1), 8.38);
+    EXPECT_DOUBLE_EQ(s->ColumnWidthPoints(1), 54);
+    // The stored 9.8515625 digits span 78.81 pixels of 8; without the padding 9.23 digits,
+    // whose 73.84 pixels and the padding round to 79 (59.25 points).
+    EXPECT_DOUBLE_EQ(s->ColumnWidth(2), 9.23);
+    EXPECT_DOUBLE_EQ(s->ColumnWidthPoints(2), 59.25);
+    EXPECT_DOUBLE_EQ(s->ColumnLeft(3), 54 + 59.25);
+    // Setting a width stores it in digits of the measured font.
+    s->SetColumnWidth(4, 20);
+    EXPECT_DOUBLE_EQ(s->ColumnWidth(4), 20);
+    EXPECT_DOUBLE_EQ(s->ColumnWidthPoints(4), (20 * 8 + 5) * 0.75);
+}
+
+TEST(Workbook, DefaultColumnIsItsBaseDigitsAndPaddingInWholeEightPixels) {
+    auto made = xl::Workbook::Create()->SaveImage();
+    ASSERT_TRUE(made);
+    auto book = xl::Workbook::OpenImage(*made, "made");
+    ASSERT_TRUE(book);
+    xl::Package& package = book.Value()->GetPackage();
+    std::string sheet = package.Read("xl/worksheets/sheet1.xml").Value();
+    std::size_t at = sheet.find("<sheetFormatPr ");
+    ASSERT_NE(at, std::string::npos) << sheet;
+    sheet.insert(at + 15, R"(baseColWidth="10" )");
+    package.Write("xl/worksheets/sheet1.xml", sheet);
+    xl::Worksheet* s = book.Value()->Sheet(0);
+    // 10 digits of 7 pixels and 5 of padding are 75 pixels, rounded up to 80: 10.71 digits.
+    EXPECT_DOUBLE_EQ(s->ColumnWidth(1), 10.71);
+    EXPECT_DOUBLE_EQ(s->ColumnWidthPoints(1), 60);
+    // Of 9 pixels: 95, rounded up to 96 (72 points).
+    ASSERT_TRUE(book.Value()->SetDigitWidth(9));
+    EXPECT_DOUBLE_EQ(s->ColumnWidthPoints(1), 72);
+}
+
+TEST(Workbook, DigitWidthBelowAPixelIsRefused) {
+    auto book = xl::Workbook::Create();
+    base::Status refused = book->SetDigitWidth(0);
+    ASSERT_FALSE(refused);
+    EXPECT_NE(refused.Message().find("digit width"), std::string::npos) << refused.Message();
+    EXPECT_FALSE(book->SetDigitWidth(std::nan("")));
+    EXPECT_DOUBLE_EQ(book->DigitWidth(), 7);
 }
 
 TEST(Workbook, HyperlinksAreAddedCountedAndDeleted) {

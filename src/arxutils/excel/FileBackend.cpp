@@ -11,6 +11,7 @@
 #include "arxutils/excel/AutomationError.h"
 #include "base/Path.h"
 #include "base/Text.h"
+#include "fonts/FontMetrics.h"
 #include "host/Document.h"
 #include "host/Printer.h"
 #include "host/Ui.h"
@@ -57,12 +58,14 @@ struct Book {
     std::map<const xl::Worksheet*, std::string> selection;  // "A1:B2,C3"
     std::map<const xl::Worksheet*, std::string> activeCell;
     std::vector<xl::Worksheet*> selectedByCommand;  // their selection is saved with the file
+    bool digitMeasured = false;  // the default font's digit sizes the columns
 };
 
 }  // namespace
 
 struct FileBackend::State {
     FileBackendOptions options;
+    std::function<void(const std::string&)> log;
     bool running = false;
     bool visible = false;
     bool displayAlerts = true;
@@ -79,6 +82,25 @@ using State = FileBackend::State;
 using StatePtr = std::shared_ptr<State>;
 
 namespace {
+
+// Columns count digits of the workbook's default font, measured the first time a width is
+// asked for, as the application measures them when it opens the file. Without any font on the
+// machine they count the 7-pixel digit of the common defaults, which the session log says once.
+void MeasureDigitWidth(State& state, Book& book) {
+    if (book.digitMeasured) return;
+    book.digitMeasured = true;
+    std::string name = book.file->DefaultFontName();
+    double size = book.file->DefaultFontSize();
+    auto digit = fonts::MaxDigitWidth(name, size);
+    if (digit && book.file->SetDigitWidth(digit.Value())) return;
+    static bool told = false;
+    if (told || !state.log) return;
+    told = true;
+    std::string why = digit ? base::Sprintf("a digit %d pixels wide", digit.Value()) : digit.GetStatus().Message();
+    state.log(base::Sprintf("Column widths count digits of 7 pixels: the default font %s %g of %s can't be "
+                            "measured (%s).",
+                            name, size, book.fullName, why));
+}
 
 enum class RangeMode { Cells, Rows, Columns };
 
@@ -891,11 +913,15 @@ public:
     }
     double Width() override {
         double w = 0;
+        MeasureDigitWidth(*state_, *book_);
         for (int c = First().firstColumn; c <= First().lastColumn; ++c) w += sheet_->ColumnWidthPoints(c);
         return w;
     }
     double Top() override { return sheet_->RowTop(First().firstRow); }
-    double Left() override { return sheet_->ColumnLeft(First().firstColumn); }
+    double Left() override {
+        MeasureDigitWidth(*state_, *book_);
+        return sheet_->ColumnLeft(First().firstColumn);
+    }
     int GetHorizontalAlignment() override { return ToExcelHorizontal(sheet_->Format(Row(), Column()).horizontal); }
     void SetHorizontalAlignment(int value) override {
         xl::StyleChange c;
@@ -959,6 +985,7 @@ public:
             book_->selectedByCommand.push_back(sheet_);
     }
     void AutoFit() override {
+        MeasureDigitWidth(*state_, *book_);
         const xl::CellRange& a = First();
         if (mode_ == RangeMode::Columns || (mode_ == RangeMode::Cells && WholeColumns(a))) {
             xl::CellRange used = sheet_->UsedRange();
@@ -1241,6 +1268,8 @@ bool FileBackend::OffersOnlyANewWorkbook() {
 void FileBackend::ReleaseUnchangedData() {
     for (const auto& book : state_->books) book->file->UnloadUnchangedSheets();
 }
+
+void FileBackend::SetLog(std::function<void(const std::string&)> log) { state_->log = std::move(log); }
 
 bool FileBackend::HasChanges() const {
     for (const auto& book : state_->books)

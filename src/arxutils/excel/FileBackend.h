@@ -18,6 +18,7 @@
 // SaveChanged's error text says what was not written and why; the command's result is then a
 // failure (exit 1), though what the command did to the drawing stands.
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -72,6 +73,9 @@ public:
     base::Status SaveChanged();
     // True when some workbook of the run has changes not yet saved.
     bool HasChanges() const;
+    // Where the backend writes what the session log should keep (a default font it could not
+    // measure); nothing is written without one.
+    void SetLog(std::function<void(const std::string&)> log);
 
     struct State;
 

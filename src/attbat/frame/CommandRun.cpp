@@ -93,6 +93,7 @@ CommandStatus ModuleRun::WithWorkbooks(const std::function<CommandStatus()>& wor
         host::CurrentPrinter().Warn(workbooks.GetStatus().Message());
         return CommandStatus::Failed;
     }
+    (*workbooks)->SetLog([](const std::string& line) { ErrLog().Write("%s", line); });
     arxutils::excel::SetCurrentServer(workbooks->get());
     CommandStatus status = work();
     bool allSaved = true;
