@@ -156,6 +156,29 @@ TEST_F(CalcBackendTest, MalformedConnectionIsRefusedWithItsText) {
     EXPECT_NE(backend->NoInstanceText(0).find("carrier-pigeon,name=x"), std::string::npos) << backend->NoInstanceText(0);
 }
 
+TEST_F(CalcBackendTest, StartsAHeadlessSofficeWhenAskedAndItKeepsRunning) {
+    const std::string profile = profile_ + "-started";
+    const std::string makeProfile =
+        "'" + kOffice + "' --headless --terminate_after_init '-env:UserInstallation=file://" + profile + "' >/dev/null 2>&1";
+    ASSERT_EQ(std::system(makeProfile.c_str()), 0);
+    CalcBackendOptions options;
+    options.connection = SocketConnection(FreePort());
+    options.start = true;
+    options.profileUrl = "file://" + profile;
+    auto backend = CalcBackend::Create(options);
+    std::unique_ptr<arxutils::excel::Application> application = backend->CreateApplication();
+    pid_t started = backend->StartedOffice();
+    ASSERT_GT(started, 0);
+    EXPECT_FALSE(application->Version().empty());
+    backend.reset();
+    // Another command finds it where it was started.
+    auto later = CalcBackend::Create({options.connection});
+    std::unique_ptr<arxutils::excel::Application> again;
+    EXPECT_EQ(later->GetActiveObject(again), 0) << later->NoInstanceText(0);
+    EndOffice(started);
+    fs::remove_all(profile);
+}
+
 TEST_F(CalcBackendTest, TheInstanceWithoutDocumentsHasNoActiveWorkbook) {
     EXPECT_EQ(application_->GetWorkbooks()->Count(), 0);
     EXPECT_EQ(application_->ActiveWorkbook(), nullptr);
