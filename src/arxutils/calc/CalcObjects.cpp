@@ -134,7 +134,7 @@ Reference<T> Live(const Reference<T>& object) {
 using Document = Reference<css::sheet::XSpreadsheetDocument>;
 using Sheet = Reference<css::sheet::XSpreadsheet>;
 
-enum class RangeMode { Cells, Rows, Columns };
+using excel::RangeMode;
 
 // Points from Calc's hundredths of a millimetre.
 double Points(sal_Int32 hundredthsOfMillimetre) { return hundredthsOfMillimetre * 72.0 / 2540.0; }
@@ -993,21 +993,7 @@ public:
         });
     }
     std::unique_ptr<excel::Range> Item(int row, int column) override {
-        const xl::CellRange& a = First();
-        if (mode_ == RangeMode::Rows) {
-            int r = a.firstRow + row - 1;
-            if (r < 1 || r > xl::kMaxRow) Fail("Unable to get the Item property of the Range class");
-            return Make({{r, a.firstColumn, r, a.lastColumn}});
-        }
-        if (mode_ == RangeMode::Columns) {
-            int c = a.firstColumn + row - 1;
-            if (c < 1 || c > xl::kMaxColumn) Fail("Unable to get the Item property of the Range class");
-            return Make({{a.firstRow, c, a.lastRow, c}});
-        }
-        int r = a.firstRow + row - 1, c = a.firstColumn + column - 1;
-        if (r < 1 || r > xl::kMaxRow || c < 1 || c > xl::kMaxColumn)
-            Fail("Unable to get the Item property of the Range class");
-        return Make({{r, c, r, c}});
+        return Make({excel::ItemArea(First(), mode_, row, column)});
     }
     Variant Text() override {
         auto texts = Texts();
@@ -1042,11 +1028,7 @@ public:
         return excel::AreasName(areas_, rowAbsolute, columnAbsolute);
     }
     std::unique_ptr<excel::Range> Resize(int rows, int columns) override {
-        const xl::CellRange& a = First();
-        xl::CellRange r{a.firstRow, a.firstColumn, a.firstRow + rows - 1, a.firstColumn + columns - 1};
-        if (rows < 1 || columns < 1 || r.lastRow > xl::kMaxRow || r.lastColumn > xl::kMaxColumn)
-            Fail("Application-defined or object-defined error");
-        return Make({r});
+        return Make({excel::ResizedArea(First(), rows, columns)});
     }
     std::unique_ptr<excel::Worksheet> Parent() override { return MakeWorksheet(session_, document_, sheet_); }
     std::unique_ptr<excel::Range> Find(std::string_view what, excel::Range*, int searchOrder, int searchDirection) override {
@@ -1062,16 +1044,13 @@ public:
             Sequence<Sequence<Any>> values = Data(a)->getDataArray();
             std::vector<std::vector<std::string>> texts;
             if (what != "*") texts = Make({a})->Texts();
-            int rows = a.lastRow - a.firstRow + 1, columns = a.lastColumn - a.firstColumn + 1;
-            long total = static_cast<long>(rows) * columns;
-            for (long i = 0; i < total; ++i) {
-                long k = searchDirection == excel::xlPrevious ? total - 1 - i : i;
-                int r = searchOrder == excel::xlByColumns ? static_cast<int>(k % rows) : static_cast<int>(k / columns);
-                int c = searchOrder == excel::xlByColumns ? static_cast<int>(k / rows) : static_cast<int>(k % columns);
-                bool hit = what == "*" ? !FromAny(values[r][c]).IsEmpty()
-                                       : base::EqualNoCase(texts[static_cast<std::size_t>(r)][static_cast<std::size_t>(c)], what);
-                if (hit) return Make({{a.firstRow + r, a.firstColumn + c, a.firstRow + r, a.firstColumn + c}});
-            }
+            int r = 0, c = 0;
+            auto hit = [&](int row, int column) {
+                return what == "*" ? !FromAny(values[row][column]).IsEmpty()
+                                   : base::EqualNoCase(texts[static_cast<std::size_t>(row)][static_cast<std::size_t>(column)], what);
+            };
+            if (excel::FindInOrder(a, searchOrder, searchDirection, hit, r, c))
+                return Make({{a.firstRow + r, a.firstColumn + c, a.firstRow + r, a.firstColumn + c}});
             return nullptr;
         });
     }
@@ -1079,14 +1058,7 @@ public:
     int Column() override { return First().firstColumn; }
     std::unique_ptr<excel::Range> Rows() override { return std::make_unique<CalcRange>(session_, document_, sheet_, areas_, RangeMode::Rows); }
     std::unique_ptr<excel::Range> Columns() override { return std::make_unique<CalcRange>(session_, document_, sheet_, areas_, RangeMode::Columns); }
-    long Count() override {
-        if (mode_ == RangeMode::Rows) return First().lastRow - First().firstRow + 1;
-        if (mode_ == RangeMode::Columns) return First().lastColumn - First().firstColumn + 1;
-        long n = 0;
-        for (const xl::CellRange& a : areas_)
-            n += static_cast<long>(a.lastRow - a.firstRow + 1) * (a.lastColumn - a.firstColumn + 1);
-        return n;
-    }
+    long Count() override { return excel::AreaCount(areas_, mode_); }
     double Height() override { return Guarded([&] { return Points(Size().Height); }); }
     double Width() override { return Guarded([&] { return Points(Size().Width); }); }
     double Top() override { return Guarded([&] { return Points(Position().Y); }); }

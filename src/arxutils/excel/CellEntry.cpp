@@ -4,6 +4,8 @@
 #include <charconv>
 #include <cmath>
 
+#include "arxutils/excel/AutomationError.h"
+#include "arxutils/excel/ExcelObjects.h"
 #include "xl/NumberFormat.h"
 
 namespace arxutils::excel {
@@ -82,6 +84,57 @@ bool IsPlainNumber(std::string_view text, double& value) {
     auto [p, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
     if (ec != std::errc() || p != text.data() + text.size() || !std::isfinite(value)) return false;
     return xl::FormatGeneral(value) == text;
+}
+
+xl::CellRange ItemArea(const xl::CellRange& a, RangeMode mode, int row, int column) {
+    auto fail = [] { throw AutomationError(kErrApplication, "Unable to get the Item property of the Range class"); };
+    if (mode == RangeMode::Rows) {
+        int r = a.firstRow + row - 1;
+        if (r < 1 || r > xl::kMaxRow) fail();
+        return {r, a.firstColumn, r, a.lastColumn};
+    }
+    if (mode == RangeMode::Columns) {
+        int c = a.firstColumn + row - 1;
+        if (c < 1 || c > xl::kMaxColumn) fail();
+        return {a.firstRow, c, a.lastRow, c};
+    }
+    int r = a.firstRow + row - 1, c = a.firstColumn + column - 1;
+    if (r < 1 || r > xl::kMaxRow || c < 1 || c > xl::kMaxColumn) fail();
+    return {r, c, r, c};
+}
+
+xl::CellRange ResizedArea(const xl::CellRange& a, int rows, int columns) {
+    xl::CellRange r{a.firstRow, a.firstColumn, a.firstRow + rows - 1, a.firstColumn + columns - 1};
+    if (rows < 1 || columns < 1 || r.lastRow > xl::kMaxRow || r.lastColumn > xl::kMaxColumn)
+        throw AutomationError(kErrApplication, "Application-defined or object-defined error");
+    return r;
+}
+
+long AreaCount(const std::vector<xl::CellRange>& areas, RangeMode mode) {
+    const xl::CellRange& first = areas.front();
+    if (mode == RangeMode::Rows) return first.lastRow - first.firstRow + 1;
+    if (mode == RangeMode::Columns) return first.lastColumn - first.firstColumn + 1;
+    long n = 0;
+    for (const xl::CellRange& a : areas)
+        n += static_cast<long>(a.lastRow - a.firstRow + 1) * (a.lastColumn - a.firstColumn + 1);
+    return n;
+}
+
+bool FindInOrder(const xl::CellRange& a, int searchOrder, int searchDirection,
+                 const std::function<bool(int row, int column)>& hit, int& foundRow, int& foundColumn) {
+    int rows = a.lastRow - a.firstRow + 1, columns = a.lastColumn - a.firstColumn + 1;
+    long total = static_cast<long>(rows) * columns;
+    for (long i = 0; i < total; ++i) {
+        long k = searchDirection == xlPrevious ? total - 1 - i : i;
+        int r = searchOrder == xlByColumns ? static_cast<int>(k % rows) : static_cast<int>(k / columns);
+        int c = searchOrder == xlByColumns ? static_cast<int>(k / rows) : static_cast<int>(k % columns);
+        if (hit(r, c)) {
+            foundRow = r;
+            foundColumn = c;
+            return true;
+        }
+    }
+    return false;
 }
 
 }  // namespace arxutils::excel

@@ -81,8 +81,6 @@ using StatePtr = std::shared_ptr<State>;
 
 namespace {
 
-enum class RangeMode { Cells, Rows, Columns };
-
 // The part of a range that holds anything, so that whole rows and columns cost what is used.
 xl::CellRange Clip(xl::Worksheet& sheet, const xl::CellRange& r) {
     if (!WholeRows(r) && !WholeColumns(r)) return r;  // a cell or a block costs what it is
@@ -730,23 +728,7 @@ public:
         }
         book_->dirty = true;
     }
-    std::unique_ptr<Range> Item(int row, int column) override {
-        const xl::CellRange& a = First();
-        if (mode_ == RangeMode::Rows) {
-            int r = a.firstRow + row - 1;
-            if (r < 1 || r > xl::kMaxRow) Fail("Unable to get the Item property of the Range class");
-            return Make({{r, a.firstColumn, r, a.lastColumn}});
-        }
-        if (mode_ == RangeMode::Columns) {
-            int c = a.firstColumn + row - 1;
-            if (c < 1 || c > xl::kMaxColumn) Fail("Unable to get the Item property of the Range class");
-            return Make({{a.firstRow, c, a.lastRow, c}});
-        }
-        int r = a.firstRow + row - 1, c = a.firstColumn + column - 1;
-        if (r < 1 || r > xl::kMaxRow || c < 1 || c > xl::kMaxColumn)
-            Fail("Unable to get the Item property of the Range class");
-        return Make({{r, c, r, c}});
-    }
+    std::unique_ptr<Range> Item(int row, int column) override { return Make({ItemArea(First(), mode_, row, column)}); }
     std::vector<std::vector<std::string>> Texts() override {
         const xl::CellRange& a = First();
         auto texts = sheet_->Texts(a);
@@ -765,13 +747,7 @@ public:
     std::string Address(bool rowAbsolute, bool columnAbsolute) override {
         return AreasName(areas_, rowAbsolute, columnAbsolute);
     }
-    std::unique_ptr<Range> Resize(int rows, int columns) override {
-        const xl::CellRange& a = First();
-        xl::CellRange r{a.firstRow, a.firstColumn, a.firstRow + rows - 1, a.firstColumn + columns - 1};
-        if (rows < 1 || columns < 1 || r.lastRow > xl::kMaxRow || r.lastColumn > xl::kMaxColumn)
-            Fail("Application-defined or object-defined error");
-        return Make({r});
-    }
+    std::unique_ptr<Range> Resize(int rows, int columns) override { return Make({ResizedArea(First(), rows, columns)}); }
     std::unique_ptr<Worksheet> Parent() override { return MakeWorksheet(state_, book_, sheet_); }
     std::unique_ptr<Range> Find(std::string_view what, Range*, int searchOrder, int searchDirection) override {
         xl::CellRange a = First();
@@ -781,31 +757,21 @@ public:
         if (!a.IsValid()) return nullptr;
         auto values = sheet_->Values(a);
         auto texts = what == "*" ? std::vector<std::vector<std::string>>() : sheet_->Texts(a);
-        int rows = a.lastRow - a.firstRow + 1, columns = a.lastColumn - a.firstColumn + 1;
-        long total = static_cast<long>(rows) * columns;
-        for (long i = 0; i < total; ++i) {
-            long k = searchDirection == xlPrevious ? total - 1 - i : i;
-            int r = searchOrder == xlByColumns ? static_cast<int>(k % rows) : static_cast<int>(k / columns);
-            int c = searchOrder == xlByColumns ? static_cast<int>(k / rows) : static_cast<int>(k % columns);
-            const xl::CellValue& v = values[static_cast<std::size_t>(r)][static_cast<std::size_t>(c)];
-            bool hit = what == "*" ? (v.type != xl::CellType::Empty || !v.formula.empty())
-                                   : base::EqualNoCase(texts[static_cast<std::size_t>(r)][static_cast<std::size_t>(c)], what);
-            if (hit) return Make({{a.firstRow + r, a.firstColumn + c, a.firstRow + r, a.firstColumn + c}});
-        }
+        int r = 0, c = 0;
+        auto hit = [&](int row, int column) {
+            const xl::CellValue& v = values[static_cast<std::size_t>(row)][static_cast<std::size_t>(column)];
+            return what == "*" ? (v.type != xl::CellType::Empty || !v.formula.empty())
+                               : base::EqualNoCase(texts[static_cast<std::size_t>(row)][static_cast<std::size_t>(column)], what);
+        };
+        if (FindInOrder(a, searchOrder, searchDirection, hit, r, c))
+            return Make({{a.firstRow + r, a.firstColumn + c, a.firstRow + r, a.firstColumn + c}});
         return nullptr;
     }
     int Row() override { return First().firstRow; }
     int Column() override { return First().firstColumn; }
     std::unique_ptr<Range> Rows() override { return std::make_unique<FileRange>(state_, book_, sheet_, areas_, RangeMode::Rows); }
     std::unique_ptr<Range> Columns() override { return std::make_unique<FileRange>(state_, book_, sheet_, areas_, RangeMode::Columns); }
-    long Count() override {
-        if (mode_ == RangeMode::Rows) return First().lastRow - First().firstRow + 1;
-        if (mode_ == RangeMode::Columns) return First().lastColumn - First().firstColumn + 1;
-        long n = 0;
-        for (const xl::CellRange& a : areas_)
-            n += static_cast<long>(a.lastRow - a.firstRow + 1) * (a.lastColumn - a.firstColumn + 1);
-        return n;
-    }
+    long Count() override { return AreaCount(areas_, mode_); }
     double Height() override {
         double h = 0;
         for (int r = First().firstRow; r <= First().lastRow; ++r) h += sheet_->RowHeight(r);
