@@ -61,7 +61,7 @@ std::unique_ptr<excel::Application> MakeApplication(const SessionPtr& session);
 // Nothing for a component that isn't a spreadsheet document.
 std::unique_ptr<excel::Workbook> MakeWorkbook(const SessionPtr& session,
                                               const css::uno::Reference<css::sheet::XSpreadsheetDocument>& document);
-// The spreadsheet documents of the desktop, the active one first unknown: in the desktop's order.
+// The spreadsheet documents of the desktop, in the desktop's order.
 std::vector<css::uno::Reference<css::sheet::XSpreadsheetDocument>> SpreadsheetDocuments(const SessionPtr& session);
 // The document's full name as the model gives it: its system path, or its title when unsaved.
 std::string FullNameOf(const css::uno::Reference<css::sheet::XSpreadsheetDocument>& document);
