@@ -8,6 +8,7 @@
 #include <fcntl.h>
 #include <netinet/in.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -73,6 +74,8 @@ protected:
         office_ = fork();
         if (office_ == 0) {
             setpgid(0, 0);
+            // A test program that crashes takes its soffice with it.
+            prctl(PR_SET_PDEATHSIG, SIGKILL);
             int devNull = open("/dev/null", O_RDWR);
             dup2(devNull, 1);
             dup2(devNull, 2);
