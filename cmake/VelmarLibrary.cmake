@@ -1,12 +1,18 @@
 # velmar_library(<target> DEPS <targets...>)
 # One folder, one library: every source below the calling folder belongs to it, so
-# adding a file never means editing a build list. A folder without sources yet is an
-# interface library, so that its dependents build all the same.
+# adding a file never means editing a build list. A sub-folder with a CMakeLists.txt of its
+# own is a library of its own and left out. A folder without sources yet is an interface
+# library, so that its dependents build all the same.
 function(velmar_library target)
   cmake_parse_arguments(ARG "" "" "DEPS" ${ARGN})
   file(GLOB_RECURSE sources CONFIGURE_DEPENDS
        ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp ${CMAKE_CURRENT_SOURCE_DIR}/*.h)
   list(FILTER sources INCLUDE REGEX "\\.cpp$")
+  file(GLOB_RECURSE ownLists ${CMAKE_CURRENT_SOURCE_DIR}/*/CMakeLists.txt)
+  foreach(ownList IN LISTS ownLists)
+    get_filename_component(folder ${ownList} DIRECTORY)
+    list(FILTER sources EXCLUDE REGEX "^${folder}/")
+  endforeach()
   if(sources)
     add_library(${target} STATIC ${sources})
     target_include_directories(${target} PUBLIC ${PROJECT_SOURCE_DIR}/src)

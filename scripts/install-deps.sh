@@ -8,6 +8,8 @@ packages=(
   cmake ninja-build g++ pkg-config
   # libraries
   libfmt-dev libutf8proc-dev libpugixml-dev libzip-dev zlib1g-dev libisal-dev libcli11-dev
+  # the backend that drives a running LibreOffice Calc (UNO headers, cppumaker, libraries)
+  libreoffice-dev libreoffice-dev-common
   # the update check's HTTP request
   libcurl4-openssl-dev
   # the shell's line editing, history and completion

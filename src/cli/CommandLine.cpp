@@ -163,6 +163,8 @@ int RunCommandLine(const std::vector<std::string>& args, attbat::CAttBatApp& app
         return exitUsage;
     }
     if (global.yes && global.no) return UsageError("--yes and --no contradict each other.");
+    if (global.spreadsheet && *global.spreadsheet != "file" && *global.spreadsheet != "calc")
+        return UsageError("--spreadsheet takes file or calc, not \"" + *global.spreadsheet + "\".");
     if (int console = SetUpConsole(global); console != exitOk) return console;
     context.reportAsJson = global.json;
 

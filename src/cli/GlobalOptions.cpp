@@ -1,5 +1,7 @@
 #include "cli/GlobalOptions.h"
 
+#include "cli/LiveSpreadsheet.h"
+
 namespace cli {
 
 namespace {
@@ -14,6 +16,9 @@ constexpr GlobalOptionInfo globalOptions[] = {
     {"settings", "FILE", "the settings file (default $XDG_CONFIG_HOME/velmar/settings.ini)"},
     {"log", "FILE", "the session log (default $XDG_STATE_HOME/velmar/Velmar.log)"},
     {"answers", "FILE", "answers to prompts and questions, given in advance"},
+    {"spreadsheet", "file|calc", "work on workbook files, or on the documents of a running LibreOffice Calc (kept)"},
+    {"calc-connect", "CONN", "where Calc accepts connections, e.g. socket,host=localhost,port=2002 or pipe,name=velmar (kept)"},
+    {"calc-start", "", "start a headless Calc accepting there when none answers"},
     {"dwg-converter", "CMD", "read .dwg drawings through your converter, 'COMMAND {in} {out}' (kept)"},
     {"dxf-to-dwg-converter", "CMD", "write changed .dwg drawings back through one (kept; else refused)"},
     {"yes", "", "answer Yes (or OK) to every question"},
@@ -56,6 +61,9 @@ void SetGlobalOption(GlobalOptions& global, std::string_view name, const std::st
     else if (name == "answers") global.answers = value;
     else if (name == "dwg-converter") global.dwgConverter = value;
     else if (name == "dxf-to-dwg-converter") global.dxfToDwgConverter = value;
+    else if (name == "spreadsheet") global.spreadsheet = value;
+    else if (name == "calc-connect") global.calcConnect = value;
+    else if (name == "calc-start") global.calcStart = true;
     else if (name == "yes") global.yes = true;
     else if (name == "no") global.no = true;
     else if (name == "json") global.json = true;
@@ -76,6 +84,10 @@ attbat::RunSetup MakeRunSetup(const GlobalOptions& global) {
     setup.debug = global.debug;
     setup.dwgConverter = global.dwgConverter;
     setup.dxfToDwgConverter = global.dxfToDwgConverter;
+    setup.spreadsheet = global.spreadsheet;
+    setup.calcConnection = global.calcConnect;
+    setup.calcStart = global.calcStart;
+    setup.liveServer = LiveServerFactory();
     return setup;
 }
 

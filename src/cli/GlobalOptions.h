@@ -25,6 +25,9 @@ struct GlobalOptions {
     std::string answers;     // the answers file
     std::optional<std::string> dwgConverter;       // DWG -> DXF command, kept
     std::optional<std::string> dxfToDwgConverter;  // DXF -> DWG command, kept
+    std::optional<std::string> spreadsheet;        // "file" or "calc", kept
+    std::optional<std::string> calcConnect;        // where Calc accepts connections, kept
+    bool calcStart = false;
     bool yes = false;
     bool no = false;
     bool json = false;

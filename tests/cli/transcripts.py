@@ -125,6 +125,7 @@ def runs():
     yield "cell-block-upload-no", ["--no", "--drawing", "cells.dxf", "cell-block", "upload", "16D"]
     yield "cell-block-bad-name", ["--drawing", "cells.dxf", "--workbook", "cells.xlsx", "create-cell-block",
                                   "--block-name", "a<b"]
+    yield "spreadsheet-unknown", ["--spreadsheet", "excel", "--drawing", "plan.dxf", "count-blocks"]
 
 
 def transcript(velmar, folder, words):

@@ -9,6 +9,7 @@
 #include <map>
 
 #include "arxutils/excel/AutomationError.h"
+#include "arxutils/excel/CellEntry.h"
 #include "base/Path.h"
 #include "base/Text.h"
 #include "fonts/FontMetrics.h"
@@ -102,11 +103,6 @@ void MeasureDigitWidth(State& state, Book& book) {
                             name, size, book.fullName, why));
 }
 
-enum class RangeMode { Cells, Rows, Columns };
-
-bool WholeRows(const xl::CellRange& r) { return r.firstColumn == 1 && r.lastColumn == xl::kMaxColumn; }
-bool WholeColumns(const xl::CellRange& r) { return r.firstRow == 1 && r.lastRow == xl::kMaxRow; }
-
 // The part of a range that holds anything, so that whole rows and columns cost what is used.
 xl::CellRange Clip(xl::Worksheet& sheet, const xl::CellRange& r) {
     if (!WholeRows(r) && !WholeColumns(r)) return r;  // a cell or a block costs what it is
@@ -117,86 +113,10 @@ xl::CellRange Clip(xl::Worksheet& sheet, const xl::CellRange& r) {
     return out;
 }
 
-// One area of an address: "B3", "$B$3:C9", "3:5", "$C:$D".
-bool ParseArea(std::string_view text, xl::CellRange& out) {
-    text = std::string_view(text.data(), text.size());
-    while (!text.empty() && text.front() == ' ') text.remove_prefix(1);
-    while (!text.empty() && text.back() == ' ') text.remove_suffix(1);
-    if (text.empty()) return false;
-    out = xl::ParseRange(text);
-    if (out.IsValid()) return true;
-    std::size_t colon = text.find(':');
-    if (colon == std::string_view::npos) return false;
-    auto strip = [](std::string_view s) {
-        if (!s.empty() && s.front() == '$') s.remove_prefix(1);
-        return s;
-    };
-    std::string_view a = strip(text.substr(0, colon)), b = strip(text.substr(colon + 1));
-    auto number = [](std::string_view s, int& n) {
-        auto [p, ec] = std::from_chars(s.data(), s.data() + s.size(), n);
-        return ec == std::errc() && p == s.data() + s.size() && n >= 1 && n <= xl::kMaxRow;
-    };
-    int r1 = 0, r2 = 0;
-    if (number(a, r1) && number(b, r2)) {
-        out = {std::min(r1, r2), 1, std::max(r1, r2), xl::kMaxColumn};
-        return true;
-    }
-    int c1 = 0, c2 = 0, row = 0;
-    if (xl::ParseCell(std::string(a) + "1", row, c1) && xl::ParseCell(std::string(b) + "1", row, c2)) {
-        out = {1, std::min(c1, c2), xl::kMaxRow, std::max(c1, c2)};
-        return true;
-    }
-    return false;
-}
-
-bool ParseAreas(std::string_view text, std::vector<xl::CellRange>& areas) {
-    areas.clear();
-    std::size_t start = 0;
-    while (start <= text.size()) {
-        std::size_t comma = text.find(',', start);
-        if (comma == std::string_view::npos) comma = text.size();
-        xl::CellRange area;
-        if (!ParseArea(text.substr(start, comma - start), area)) return false;
-        areas.push_back(area);
-        start = comma + 1;
-    }
-    return !areas.empty();
-}
-
-std::string AreasName(const std::vector<xl::CellRange>& areas, bool rowAbs, bool colAbs) {
-    std::string out;
-    for (const xl::CellRange& a : areas) {
-        if (!out.empty()) out += ',';
-        auto cell = [&](int row, int column) {
-            return (colAbs ? "$" : "") + xl::ColumnName(column) + (rowAbs ? "$" : "") + std::to_string(row);
-        };
-        if (WholeRows(a)) {
-            out += (rowAbs ? "$" : "") + std::to_string(a.firstRow) + ":" + (rowAbs ? "$" : "") + std::to_string(a.lastRow);
-        } else if (WholeColumns(a)) {
-            out += (colAbs ? "$" : "") + xl::ColumnName(a.firstColumn) + ":" + (colAbs ? "$" : "") + xl::ColumnName(a.lastColumn);
-        } else {
-            out += cell(a.firstRow, a.firstColumn);
-            if (a.lastRow != a.firstRow || a.lastColumn != a.firstColumn) out += ":" + cell(a.lastRow, a.lastColumn);
-        }
-    }
-    return out;
-}
-
 // A saved selection ("A1:B3 D4") in the object model's form ("A1:B3,D4").
 std::string SelectionFromFile(std::string text) {
     std::replace(text.begin(), text.end(), ' ', ',');
     return text;
-}
-
-// A text the user would want to add up is stored as a number: a plain number whose General
-// display gives back the very text. Anything else stays the text it is.
-bool IsPlainNumber(std::string_view text, double& value) {
-    if (text.empty() || text.size() > 32) return false;
-    char c = text.front();
-    if (!(c == '-' || c == '.' || (c >= '0' && c <= '9'))) return false;
-    auto [p, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (ec != std::errc() || p != text.data() + text.size() || !std::isfinite(value)) return false;
-    return xl::FormatGeneral(value) == text;
 }
 
 void StoreText(xl::Worksheet& sheet, int row, int column, std::string_view text) {
@@ -830,23 +750,7 @@ public:
         }
         book_->dirty = true;
     }
-    std::unique_ptr<Range> Item(int row, int column) override {
-        const xl::CellRange& a = First();
-        if (mode_ == RangeMode::Rows) {
-            int r = a.firstRow + row - 1;
-            if (r < 1 || r > xl::kMaxRow) Fail("Unable to get the Item property of the Range class");
-            return Make({{r, a.firstColumn, r, a.lastColumn}});
-        }
-        if (mode_ == RangeMode::Columns) {
-            int c = a.firstColumn + row - 1;
-            if (c < 1 || c > xl::kMaxColumn) Fail("Unable to get the Item property of the Range class");
-            return Make({{a.firstRow, c, a.lastRow, c}});
-        }
-        int r = a.firstRow + row - 1, c = a.firstColumn + column - 1;
-        if (r < 1 || r > xl::kMaxRow || c < 1 || c > xl::kMaxColumn)
-            Fail("Unable to get the Item property of the Range class");
-        return Make({{r, c, r, c}});
-    }
+    std::unique_ptr<Range> Item(int row, int column) override { return Make({ItemArea(First(), mode_, row, column)}); }
     std::vector<std::vector<std::string>> Texts() override {
         const xl::CellRange& a = First();
         auto texts = sheet_->Texts(a);
@@ -865,13 +769,7 @@ public:
     std::string Address(bool rowAbsolute, bool columnAbsolute) override {
         return AreasName(areas_, rowAbsolute, columnAbsolute);
     }
-    std::unique_ptr<Range> Resize(int rows, int columns) override {
-        const xl::CellRange& a = First();
-        xl::CellRange r{a.firstRow, a.firstColumn, a.firstRow + rows - 1, a.firstColumn + columns - 1};
-        if (rows < 1 || columns < 1 || r.lastRow > xl::kMaxRow || r.lastColumn > xl::kMaxColumn)
-            Fail("Application-defined or object-defined error");
-        return Make({r});
-    }
+    std::unique_ptr<Range> Resize(int rows, int columns) override { return Make({ResizedArea(First(), rows, columns)}); }
     std::unique_ptr<Worksheet> Parent() override { return MakeWorksheet(state_, book_, sheet_); }
     std::unique_ptr<Range> Find(std::string_view what, Range*, int searchOrder, int searchDirection) override {
         xl::CellRange a = First();
@@ -881,31 +779,21 @@ public:
         if (!a.IsValid()) return nullptr;
         auto values = sheet_->Values(a);
         auto texts = what == "*" ? std::vector<std::vector<std::string>>() : sheet_->Texts(a);
-        int rows = a.lastRow - a.firstRow + 1, columns = a.lastColumn - a.firstColumn + 1;
-        long total = static_cast<long>(rows) * columns;
-        for (long i = 0; i < total; ++i) {
-            long k = searchDirection == xlPrevious ? total - 1 - i : i;
-            int r = searchOrder == xlByColumns ? static_cast<int>(k % rows) : static_cast<int>(k / columns);
-            int c = searchOrder == xlByColumns ? static_cast<int>(k / rows) : static_cast<int>(k % columns);
-            const xl::CellValue& v = values[static_cast<std::size_t>(r)][static_cast<std::size_t>(c)];
-            bool hit = what == "*" ? (v.type != xl::CellType::Empty || !v.formula.empty())
-                                   : base::EqualNoCase(texts[static_cast<std::size_t>(r)][static_cast<std::size_t>(c)], what);
-            if (hit) return Make({{a.firstRow + r, a.firstColumn + c, a.firstRow + r, a.firstColumn + c}});
-        }
+        int r = 0, c = 0;
+        auto hit = [&](int row, int column) {
+            const xl::CellValue& v = values[static_cast<std::size_t>(row)][static_cast<std::size_t>(column)];
+            return what == "*" ? (v.type != xl::CellType::Empty || !v.formula.empty())
+                               : base::EqualNoCase(texts[static_cast<std::size_t>(row)][static_cast<std::size_t>(column)], what);
+        };
+        if (FindInOrder(a, searchOrder, searchDirection, hit, r, c))
+            return Make({{a.firstRow + r, a.firstColumn + c, a.firstRow + r, a.firstColumn + c}});
         return nullptr;
     }
     int Row() override { return First().firstRow; }
     int Column() override { return First().firstColumn; }
     std::unique_ptr<Range> Rows() override { return std::make_unique<FileRange>(state_, book_, sheet_, areas_, RangeMode::Rows); }
     std::unique_ptr<Range> Columns() override { return std::make_unique<FileRange>(state_, book_, sheet_, areas_, RangeMode::Columns); }
-    long Count() override {
-        if (mode_ == RangeMode::Rows) return First().lastRow - First().firstRow + 1;
-        if (mode_ == RangeMode::Columns) return First().lastColumn - First().firstColumn + 1;
-        long n = 0;
-        for (const xl::CellRange& a : areas_)
-            n += static_cast<long>(a.lastRow - a.firstRow + 1) * (a.lastColumn - a.firstColumn + 1);
-        return n;
-    }
+    long Count() override { return AreaCount(areas_, mode_); }
     double Height() override {
         double h = 0;
         for (int r = First().firstRow; r <= First().lastRow; ++r) h += sheet_->RowHeight(r);

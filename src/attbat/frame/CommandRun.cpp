@@ -8,6 +8,7 @@
 #include "attbat/frame/CAttBatApp.h"
 #include "attbat/frame/CRegistry.h"
 #include "attbat/frame/DwgConverterSettings.h"
+#include "attbat/frame/RunSettings.h"
 #include "base/Format.h"
 #include "base/Text.h"
 #include "host/Document.h"
@@ -84,18 +85,12 @@ void ModuleRun::UseCurrentDocument() {
 
 CommandStatus ModuleRun::WithWorkbooks(const std::function<CommandStatus()>& work, CommandContext& context,
                                        host::BackupMode backup) {
-    // The workbook given stands for the running instance.
-    arxutils::excel::FileBackendOptions options = setup_.workbooks;
-    const host::Document* current = host::DocumentManager::Instance().CurDocument();
-    options.drawingPath = current ? current->FileName() : setup_.drawing;
-    auto workbooks = arxutils::excel::FileBackend::Create(options);
-    if (!workbooks) {
-        host::CurrentPrinter().Warn(workbooks.GetStatus().Message());
+    auto choice = ChooseSpreadsheet(setup_.spreadsheet, setup_.calcConnection);
+    if (!choice) {
+        host::CurrentPrinter().Warn(choice.GetStatus().Message());
         return CommandStatus::Failed;
     }
-    (*workbooks)->SetLog([](const std::string& line) { ErrLog().Write("%s", line); });
-    arxutils::excel::SetCurrentServer(workbooks->get());
-    CommandStatus status = work();
+    CommandStatus status = CommandStatus::Done;
     bool allSaved = true;
     auto fail = [&](const std::string& message) {
         host::CurrentPrinter().Warn(message);
@@ -103,17 +98,43 @@ CommandStatus ModuleRun::WithWorkbooks(const std::function<CommandStatus()>& wor
         status = CommandStatus::Failed;
         allSaved = false;
     };
-    if ((*workbooks)->HasChanges()) {
-        if (status != CommandStatus::Done) {
+    if (choice->live) {
+        // The running Calc keeps its documents open and unsaved: the user saves them there.
+        if (!setup_.liveServer) {
             host::CurrentPrinter().Warn(
-                "The workbook changes of the unfinished command were not saved; the files are as "
-                "they were.");
-            allSaved = false;
-        } else if (base::Status saved = (*workbooks)->SaveChanged(); !saved) {
-            fail(saved.Message());
+                "This velmar was built without the LibreOffice Calc backend (libreoffice-dev was "
+                "missing); use --spreadsheet file.");
+            return CommandStatus::Failed;
         }
+        std::unique_ptr<arxutils::excel::ExcelServer> live = setup_.liveServer(choice->connection, setup_.calcStart);
+        arxutils::excel::SetCurrentServer(live.get());
+        status = work();
+        arxutils::excel::SetCurrentServer(nullptr);
+    } else {
+        // The workbook given stands for the running instance.
+        arxutils::excel::FileBackendOptions options = setup_.workbooks;
+        const host::Document* current = host::DocumentManager::Instance().CurDocument();
+        options.drawingPath = current ? current->FileName() : setup_.drawing;
+        auto workbooks = arxutils::excel::FileBackend::Create(options);
+        if (!workbooks) {
+            host::CurrentPrinter().Warn(workbooks.GetStatus().Message());
+            return CommandStatus::Failed;
+        }
+        (*workbooks)->SetLog([](const std::string& line) { ErrLog().Write("%s", line); });
+        arxutils::excel::SetCurrentServer(workbooks->get());
+        status = work();
+        if ((*workbooks)->HasChanges()) {
+            if (status != CommandStatus::Done) {
+                host::CurrentPrinter().Warn(
+                    "The workbook changes of the unfinished command were not saved; the files are as "
+                    "they were.");
+                allSaved = false;
+            } else if (base::Status saved = (*workbooks)->SaveChanged(); !saved) {
+                fail(saved.Message());
+            }
+        }
+        arxutils::excel::SetCurrentServer(nullptr);
     }
-    arxutils::excel::SetCurrentServer(nullptr);
     // The host saves what a command changed; unchanged drawings aren't written.
     if (!setup_.keepDocumentsOpen) {
         if (base::Status saved = host::DocumentManager::Instance().SaveAll(backup); !saved) fail(saved.Message());

@@ -7,6 +7,7 @@
 // one run (velmar watch) uses the same steps through ModuleRun.
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -25,10 +26,22 @@ namespace attbat {
 class CAttBatApp;
 struct CommandEntry;
 
+// Makes the server of a running spreadsheet program at `connection` ("" for its default), which
+// may start the program when `start` is set; null where the program was built without one.
+using LiveServerFactory =
+    std::function<std::unique_ptr<arxutils::excel::ExcelServer>(const std::string& connection, bool start)>;
+
 struct RunSetup {
     std::string drawing;   // the current document; "" for none
     // The running spreadsheet's workbooks; their drawing path is the current document.
     arxutils::excel::FileBackendOptions workbooks;
+    // The spreadsheet the run talks to: "file" (the workbook files above) or "calc" (a running
+    // LibreOffice Calc), stored as a setting; unset for the stored one.
+    std::optional<std::string> spreadsheet;
+    // Where the running Calc accepts connections, stored as a setting; unset for the stored one.
+    std::optional<std::string> calcConnection;
+    bool calcStart = false;        // start a Calc there when none answers
+    LiveServerFactory liveServer;  // empty where this program has no live backend
     std::string settings;  // the settings file; "" for the default
     std::string log;       // the session log; "" for the default
     bool quiet = false;    // print nothing but warnings and errors

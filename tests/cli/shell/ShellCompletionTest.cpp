@@ -27,7 +27,7 @@ TEST_F(ShellCompletionTest, TheFirstWordCompletesCommandNamesAliasesAndTheShells
 }
 
 TEST_F(ShellCompletionTest, AfterACommandADashCompletesItsOptionsAndTheGlobalOnes) {
-    EXPECT_EQ(CompleteShellWord(app, {"auto-number"}, "--s").words, (Words{"--selection", "--settings", "--sheet"}));
+    EXPECT_EQ(CompleteShellWord(app, {"auto-number"}, "--s").words, (Words{"--selection", "--settings", "--sheet", "--spreadsheet"}));
     EXPECT_EQ(CompleteShellWord(app, {"Velmar_AutoNumber"}, "--dr").words, (Words{"--drawing", "--dry-run"}));
 }
 
