@@ -52,6 +52,20 @@ char32_t DecodeUtf8(std::string_view text, std::size_t& pos) {
     return c;
 }
 
+std::u32string ToCodePoints(std::string_view text) {
+    std::u32string points;
+    points.reserve(text.size());
+    for (std::size_t pos = 0; pos < text.size();) points.push_back(DecodeUtf8(text, pos));
+    return points;
+}
+
+std::string FromCodePoints(std::u32string_view points) {
+    std::string text;
+    text.reserve(points.size());
+    for (char32_t c : points) AppendUtf8(text, c);
+    return text;
+}
+
 void AppendUtf8(std::string& out, char32_t c) {
     if (c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) c = kReplacement;
     if (c < 0x80) {

@@ -15,6 +15,9 @@ namespace base {
 char32_t DecodeUtf8(std::string_view text, std::size_t& pos);
 // Appends the UTF-8 form of `c`; values beyond U+10FFFF and surrogates append U+FFFD.
 void AppendUtf8(std::string& out, char32_t c);
+// The code points of `text`, decoded as DecodeUtf8 does, and back.
+std::u32string ToCodePoints(std::string_view text);
+std::string FromCodePoints(std::u32string_view points);
 // True when `text` is well-formed UTF-8.
 bool IsValidUtf8(std::string_view text);
 

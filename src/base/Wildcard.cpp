@@ -10,15 +10,7 @@ namespace base {
 
 namespace {
 
-using CodePoints = std::vector<char32_t>;
-
-CodePoints Decode(std::string_view text) {
-    CodePoints out;
-    out.reserve(text.size());
-    std::size_t pos = 0;
-    while (pos < text.size()) out.push_back(DecodeUtf8(text, pos));
-    return out;
-}
+using CodePoints = std::u32string;
 
 bool IsLetter(char32_t c) {
     const auto category = utf8proc_category(static_cast<utf8proc_int32_t>(c));
@@ -127,8 +119,8 @@ private:
 }  // namespace
 
 bool WcMatch(std::string_view text, std::string_view pattern, bool ignoreCase) {
-    const CodePoints t = Decode(text);
-    const CodePoints p = Decode(pattern);
+    const CodePoints t = ToCodePoints(text);
+    const CodePoints p = ToCodePoints(pattern);
     const Matcher matcher(t, ignoreCase);
     // Split at commas that are neither escaped nor inside brackets.
     std::size_t begin = 0;

@@ -10,13 +10,6 @@
 namespace tables {
 namespace {
 
-// The scanners count in characters, so they work on code points.
-std::u32string Decode(std::string_view text) {
-    std::u32string out;
-    for (std::size_t pos = 0; pos < text.size();) out.push_back(base::DecodeUtf8(text, pos));
-    return out;
-}
-
 char32_t At(const std::u32string& text, std::size_t pos) {
     return pos < text.size() ? text[pos] : U'\0';
 }
@@ -80,7 +73,7 @@ std::string ColumnLetters(int column) {
 }
 
 int ColumnNumber(std::string_view text) {
-    const std::u32string chars = Decode(text);
+    const std::u32string chars = base::ToCodePoints(text);
     const int number = ReadNumber(chars, 0);
     if (number > 0) return number;
     const char32_t first = At(chars, 0);
@@ -102,13 +95,13 @@ std::string AbsoluteCell(int row, int column) {
 }
 
 bool ParseFirstCell(std::string_view address, int& row, int& column) {
-    const std::u32string text = Decode(address);
+    const std::u32string text = base::ToCodePoints(address);
     const std::size_t p = text.find(U'$');
     return p != std::u32string::npos && ScanCell(text, p, row, column);
 }
 
 bool ParseSecondCell(std::string_view address, int& row, int& column) {
-    const std::u32string text = Decode(address);
+    const std::u32string text = base::ToCodePoints(address);
     const std::size_t colon = text.find(U':');
     if (colon == std::u32string::npos || At(text, colon + 1) != U'$') return false;
     return ScanCell(text, colon + 1, row, column);
@@ -121,7 +114,7 @@ bool IsCellAddress(std::string_view address) {
     if (ParseFirstCell(address, row, column) && ParseSecondCell(address, row, column) &&
         row >= 1 && column > 0)
         return true;
-    const std::u32string upper = Decode(base::ToUpper(address));
+    const std::u32string upper = base::ToCodePoints(base::ToUpper(address));
     const std::size_t p = upper.find(U'$');
     row = 0;
     column = 0;
@@ -135,7 +128,7 @@ bool ParseCellUpper(std::string& address, int& row, int& column) {
 }
 
 bool ParseRowOfCell(std::string_view address, int& row) {
-    const std::u32string text = Decode(address);
+    const std::u32string text = base::ToCodePoints(address);
     const std::size_t p = text.find(U'$');
     if (p == std::u32string::npos) return false;
     if (IsLetter(At(text, p + 1))) {

@@ -12,18 +12,6 @@ namespace attbat {
 
 namespace {
 
-std::u32string CodePoints(std::string_view text) {
-    std::u32string points;
-    for (std::size_t pos = 0; pos < text.size();) points.push_back(base::DecodeUtf8(text, pos));
-    return points;
-}
-
-std::string FromCodePoints(std::u32string_view points) {
-    std::string text;
-    for (char32_t c : points) base::AppendUtf8(text, c);
-    return text;
-}
-
 bool IsDigit(char32_t c) { return c >= U'0' && c <= U'9'; }
 
 // Letters for a count: the last one A + (n - 1) mod 26, those ahead the letters of n / 26. At
@@ -57,19 +45,19 @@ void NumberingState::StartDrawing(std::string_view path) {
 }
 
 void NumberingState::SplitStart(std::string_view text) {
-    const std::u32string points = CodePoints(base::Trim(text));
+    const std::u32string points = base::ToCodePoints(base::Trim(text));
     if (points.empty() || !IsDigit(points.back())) {
-        numberText = FromCodePoints(points);
+        numberText = base::FromCodePoints(points);
         return;
     }
     std::size_t first = points.size();
     while (first > 0 && IsDigit(points[first - 1])) --first;
-    numberPrefix = FromCodePoints(points.substr(0, first));
-    numberText = FromCodePoints(points.substr(first));
+    numberPrefix = base::FromCodePoints(points.substr(0, first));
+    numberText = base::FromCodePoints(points.substr(first));
 }
 
 void NumberingState::Advance() {
-    const std::u32string points = CodePoints(numberText);
+    const std::u32string points = base::ToCodePoints(numberText);
     if (points.empty() || !IsLetterOrDigit(points.front())) {
         numberText.assign(1, '1');
         numberPrefix.clear();
@@ -86,7 +74,7 @@ void NumberingState::Advance() {
         numberText = base::Sprintf(format, static_cast<int>(value) + numberIncrement);
         return;
     }
-    const std::u32string upper = CodePoints(base::ToUpper(numberText));
+    const std::u32string upper = base::ToCodePoints(base::ToUpper(numberText));
     long long n = 0;
     for (std::size_t i = 0; i < upper.size(); ++i) {
         const double place = std::pow(26.0, static_cast<double>(upper.size() - i - 1));
