@@ -12,6 +12,7 @@
 #include "attbat/numbering/AutoNumberCommand.h"
 #include "attbat/schedules/ScheduleCommands.h"
 #include "attbat/update/UpdateCommands.h"
+#include "base/Memory.h"
 #include "cli/CommandLine.h"
 #include "cli/DxfTool.h"
 #include "cli/WatchTool.h"
@@ -25,11 +26,20 @@ int main(int argc, char** argv) {
         {"xlsx", "Inspect or resave an .xlsx workbook", cli::RunXlsxTool},
     };
     attbat::CAttBatApp& app = attbat::TheApp();
+    // A single command ends the process: what it built is left to the system. The watcher and
+    // the shell run many commands in one process and free as they go.
+    base::SetEndsWithCommand(true);
     tools.push_back({"watch", "Upload the changes another program saves into a drawing",
-                     [&app](const std::vector<std::string>& words) { return cli::RunWatchTool(words, app); },
+                     [&app](const std::vector<std::string>& words) {
+                         base::SetEndsWithCommand(false);
+                         return cli::RunWatchTool(words, app);
+                     },
                      true});
     tools.push_back({"shell", "The host's command line: commands typed one after another, drawings kept open",
-                     [&app](const std::vector<std::string>& words) { return cli::RunShellTool(words, app); },
+                     [&app](const std::vector<std::string>& words) {
+                         base::SetEndsWithCommand(false);
+                         return cli::RunShellTool(words, app);
+                     },
                      true});
     attbat::ImplementExportCommands(app);
     attbat::ImplementImportCommands(app);

@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <limits>
+#include <optional>
 #include <unordered_map>
 
 #include "base/Text.h"
@@ -189,6 +190,7 @@ struct Worksheet::Data {
     std::vector<ArrayFormula> arrays;  // array formulas and data tables
     std::unordered_map<std::string, std::pair<int, int>> sharedMasters;  // si -> row, column
     bool formulasKnown = false;
+    std::optional<CellRange> used;  // the used range, until a cell or merge changes
 };
 
 Worksheet::Worksheet(Workbook& book, std::string name, std::string part, SheetKind kind)
@@ -200,6 +202,11 @@ Worksheet::~Worksheet() = default;
 pugi::xml_node Worksheet::Root() { return data_->doc.document_element(); }
 
 void Worksheet::Touch() { changed_ = true; }
+
+void Worksheet::TouchCells() {
+    Touch();
+    data_->used.reset();
+}
 
 base::Status Worksheet::SetState(SheetState state) {
     if (state != SheetState::Visible) {
@@ -531,7 +538,7 @@ Worksheet::Cell* Worksheet::FindCell(int row, int column) {
 
 Worksheet::Cell& Worksheet::MakeCell(int row, int column) {
     (void)Load();
-    Touch();
+    TouchCells();
     auto [at, added] = data_->rows.try_emplace(row);
     if (added && at != data_->rows.begin() && std::next(at) == data_->rows.end()) {
         // Rows written in order: the one before is complete, so it gives back its spare room.
@@ -656,7 +663,7 @@ base::Status Worksheet::ClearValue(int row, int column) {
     if (base::Status st = PrepareWrite({row, column, row, column}); !st) return st;
     Cell* c = FindCell(row, column);
     if (!c) return base::Status::Ok();
-    Touch();
+    TouchCells();
     Cell cleared;
     cleared.column = c->column;
     cleared.style = c->style;
@@ -754,7 +761,7 @@ void Worksheet::DropFormula(Cell& cell) {
         cell.extra->formula.clear();
         cell.extra->fAttrs.clear();
     }
-    Touch();
+    TouchCells();
 }
 
 void Worksheet::MoveSharedMaster(int masterRow, Cell& master, const CellRange& written) {
@@ -842,6 +849,12 @@ std::vector<std::vector<std::string>> Worksheet::Texts(const CellRange& range) {
 }
 
 CellRange Worksheet::UsedRange() {
+    if (!Load()) return CellRange{1, 1, 1, 1};
+    if (!data_->used) data_->used = FindUsedRange();
+    return *data_->used;
+}
+
+CellRange Worksheet::FindUsedRange() {
     CellRange r;
     auto add = [&](int row, int col) {
         if (!r.IsValid()) {
@@ -853,14 +866,12 @@ CellRange Worksheet::UsedRange() {
         r.firstColumn = std::min(r.firstColumn, col);
         r.lastColumn = std::max(r.lastColumn, col);
     };
-    if (Load()) {
-        for (auto& [rowNo, row] : data_->rows)
-            for (const Cell& c : row.cells)
-                if (!c.value.empty() || c.hasFormula || c.hasStyle) add(rowNo, c.column);
-        for (const CellRange& m : Merges()) {
-            add(m.firstRow, m.firstColumn);
-            add(m.lastRow, m.lastColumn);
-        }
+    for (auto& [rowNo, row] : data_->rows)
+        for (const Cell& c : row.cells)
+            if (!c.value.empty() || c.hasFormula || c.hasStyle) add(rowNo, c.column);
+    for (const CellRange& m : Merges()) {
+        add(m.firstRow, m.firstColumn);
+        add(m.lastRow, m.lastColumn);
     }
     return r.IsValid() ? r : CellRange{1, 1, 1, 1};
 }
@@ -1138,7 +1149,7 @@ base::Status Worksheet::Merge(const CellRange& range) {
     pugi::xml_node m = list.append_child(QualifiedLike(list, "mergeCell").c_str());
     m.append_attribute("ref") = RangeName(range).c_str();
     SetAttr(list, "count", std::to_string(Merges().size()));
-    Touch();
+    TouchCells();
     return base::Status::Ok();
 }
 
@@ -1768,7 +1779,7 @@ void Worksheet::Shift(const RowShift& shift) {
     data_->notes = std::move(notes);
     // Cached results of moved formulas are stale until the program calculates again.
     book_.SetRecalculateOnOpen(true);
-    Touch();
+    TouchCells();
 }
 
 void Worksheet::RenameInFormulas(std::string_view from, std::string_view to) {

@@ -207,6 +207,9 @@ private:
     CellValue ValueOf(const Cell& cell) const;
     std::string TextOf(const Cell& cell) const;
     void Touch();
+    // Touch for a change of cells or merges, which the used range follows.
+    void TouchCells();
+    CellRange FindUsedRange();
     void IndexFormulas();
     std::string FormulaOf(int row, const Cell& cell);
     void DropFormula(Cell& cell);

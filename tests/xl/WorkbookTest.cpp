@@ -365,6 +365,27 @@ TEST(Workbook, UsedRangeAndLastFilledCells) {
     EXPECT_EQ(s->LastFilledColumn(), 4);
 }
 
+TEST(Workbook, TheUsedRangeAskedOnceFollowsEveryLaterChangeOfCellsAndMerges) {
+    auto book = xl::Workbook::Create();
+    xl::Worksheet* s = book->Sheet(0);
+    s->SetString(2, 2, "a");
+    EXPECT_EQ(s->UsedRange(), (xl::CellRange{2, 2, 2, 2}));
+    s->SetNumber(4, 5, 1);
+    EXPECT_EQ(s->UsedRange(), (xl::CellRange{2, 2, 4, 5}));
+    s->SetColumnWidth(9, 20);  // a column's width is not a used cell
+    EXPECT_EQ(s->UsedRange(), (xl::CellRange{2, 2, 4, 5}));
+    ASSERT_TRUE(s->Merge({6, 1, 7, 3}));
+    EXPECT_EQ(s->UsedRange(), (xl::CellRange{2, 1, 7, 5}));
+    s->DeleteRows(6, 2);
+    EXPECT_EQ(s->UsedRange(), (xl::CellRange{2, 2, 4, 5}));
+    s->InsertRows(1, 3);
+    EXPECT_EQ(s->UsedRange(), (xl::CellRange{5, 2, 7, 5}));
+    ASSERT_TRUE(s->ClearValue(7, 5));
+    EXPECT_EQ(s->UsedRange(), (xl::CellRange{5, 2, 5, 2}));
+    ASSERT_TRUE(s->SetString(5, 2, ""));
+    EXPECT_EQ(s->UsedRange(), (xl::CellRange{1, 1, 1, 1}));
+}
+
 TEST(Workbook, ReadsARectangleInOneCall) {
     auto book = xl::Workbook::Create();
     xl::Worksheet* s = book->Sheet(0);

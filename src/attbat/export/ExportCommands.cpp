@@ -23,6 +23,7 @@
 #include "attbat/links/CLinkExternalDataDialog.h"
 #include "attbat/model/OuterPolygon.h"
 #include "base/Format.h"
+#include "base/Memory.h"
 #include "base/Text.h"
 #include "base/Wildcard.h"
 #include "host/Document.h"
@@ -462,7 +463,9 @@ CommandStatus RunExport(CommandContext& context) {
     host::Document* current = host::DocumentManager::Instance().CurDocument();
     DocumentDrawingContext drawing(current ? &current->Database() : nullptr);
 
-    CScheduleDialog wizard(settings, drawing, calcOuterPolygon != 0);
+    // The wizard holds every row of the schedule: left to the process's end when that is next.
+    auto ownWizard = base::MakeDisposable<CScheduleDialog>(settings, drawing, calcOuterPolygon != 0);
+    CScheduleDialog& wizard = *ownWizard;
     wizard.OnInitDialog();
     Refusal refusal;
     if (values.Has("template")) {

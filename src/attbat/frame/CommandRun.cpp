@@ -10,6 +10,7 @@
 #include "attbat/frame/DwgConverterSettings.h"
 #include "attbat/frame/RunSettings.h"
 #include "base/Format.h"
+#include "base/Memory.h"
 #include "base/Text.h"
 #include "host/Document.h"
 #include "host/Locations.h"
@@ -134,6 +135,7 @@ CommandStatus ModuleRun::WithWorkbooks(const std::function<CommandStatus()>& wor
             }
         }
         arxutils::excel::SetCurrentServer(nullptr);
+        base::Dispose(std::move(*workbooks));
     }
     // The host saves what a command changed; unchanged drawings aren't written.
     if (!setup_.keepDocumentsOpen) {
