@@ -1,5 +1,8 @@
 #include "attbat/cellblock/CellBlockCommands.h"
 
+#include <optional>
+#include <string>
+
 #include "arxutils/ArxUtils.h"
 #include "arxutils/ExcelUtils.h"
 #include "arxutils/excel/AutomationError.h"
@@ -56,20 +59,34 @@ void Conclude(const std::string& line, bool dryRun) {
     Discard();
 }
 
-// The block reference picked, as "\nSelect a block: " would: the handle given after the command,
-// else asked for. A null view for anything but a block reference; false when cancelled.
-bool PickReference(CommandContext& context, cad::Database& db, cad::BlockReference& ref) {
+bool TooManyWords(CommandContext& context, std::string_view command, std::size_t most) {
+    if (context.arguments.size() <= most) return false;
+    host::CurrentPrinter().Warn(base::Sprintf("velmar %s: give %s; see 'velmar %s --help'.", command,
+                                              most == 0 ? "no words" : "one block reference's handle", command));
+    return true;
+}
+
+// The one block reference a command works on, in the current drawing: the handle given after the
+// command, else the one picked as "\nSelect a block: " would. A null view for anything but a
+// block reference. The status to end the command with when there are too many words, no drawing,
+// or the prompt was cancelled.
+std::optional<CommandStatus> PickReference(CommandContext& context, std::string_view command,
+                                           cad::BlockReference& ref) {
+    if (TooManyWords(context, command, 1)) return CommandStatus::BadInput;
+    Refusal refusal(base::Sprintf("velmar %s: ", command));
+    cad::Database* db = CurrentDrawing(command, refusal);
+    if (!db) return refusal.ok ? CommandStatus::Failed : CommandStatus::BadInput;
     std::string handle;
     if (!context.arguments.empty()) {
         handle = context.arguments.front();
     } else if (host::CurrentEditor().GetString(false, "\nSelect a block: ", handle) != host::RTNORM || handle.empty()) {
         context.MarkCancelled();
-        return false;
+        return CommandStatus::Failed;
     }
-    cad::Object object = arxutils::HandleToId(db, handle);
+    cad::Object object = arxutils::HandleToId(*db, handle);
     if (object && (object.Type() == "INSERT" || object.Type() == "MINSERT"))
         ref = cad::BlockReference(object.GetDatabase(), object.Index());
-    return true;
+    return std::nullopt;
 }
 
 // The command's body with the object model's errors shown, any other fault as the cell reads
@@ -87,13 +104,6 @@ CommandStatus Guarded(CommandContext& context, const std::function<CommandStatus
     }
     ExcelUtils::Disconnect();
     return status;
-}
-
-bool TooManyWords(CommandContext& context, std::string_view command, std::size_t most) {
-    if (context.arguments.size() <= most) return false;
-    host::CurrentPrinter().Warn(base::Sprintf("velmar %s: give %s; see 'velmar %s --help'.", command,
-                                              most == 0 ? "no words" : "one block reference's handle", command));
-    return true;
 }
 
 // ---- CreateAttsFromExcel
@@ -187,12 +197,8 @@ CommandStatus CreateCellBlock(CommandContext& context) {
 // ---- GetCellBlockInfo
 
 CommandStatus CellBlockInfo(CommandContext& context) {
-    Refusal refusal("velmar cell-block-info: ");
-    if (TooManyWords(context, "cell-block-info", 1)) return CommandStatus::BadInput;
-    cad::Database* db = CurrentDrawing("cell-block-info", refusal);
-    if (!db) return refusal.ok ? CommandStatus::Failed : CommandStatus::BadInput;
     cad::BlockReference ref;
-    if (!PickReference(context, *db, ref)) return CommandStatus::Failed;
+    if (std::optional<CommandStatus> stop = PickReference(context, "cell-block-info", ref)) return *stop;
     CellBlockSource source;
     const cad::BlockRecord block = ref ? ref.Block() : cad::BlockRecord();
     if (!block || ReadCellBlockSource(block, source) != CellBlockKind::Valid) {
@@ -248,12 +254,8 @@ CommandStatus UpdateCellBlock(CommandContext& context) {
 // ---- UpdateCellAttsToExcel
 
 CommandStatus UploadCellBlock(CommandContext& context) {
-    Refusal refusal("velmar upload-cell-block: ");
-    if (TooManyWords(context, "upload-cell-block", 1)) return CommandStatus::BadInput;
-    cad::Database* db = CurrentDrawing("upload-cell-block", refusal);
-    if (!db) return refusal.ok ? CommandStatus::Failed : CommandStatus::BadInput;
     cad::BlockReference ref;
-    if (!PickReference(context, *db, ref)) return CommandStatus::Failed;
+    if (std::optional<CommandStatus> stop = PickReference(context, "upload-cell-block", ref)) return *stop;
     const bool write = !context.values.Pressed("dry-run");
     return Guarded(context, [&] {
         std::vector<CellWrite> writes;
