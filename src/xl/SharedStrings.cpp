@@ -2,6 +2,9 @@
 
 #include <pugixml.hpp>
 
+#include <algorithm>
+#include <functional>
+
 #include "xl/Xml.h"
 #include "xl/Zip.h"
 
@@ -23,17 +26,55 @@ const std::string& SharedStrings::Text(std::size_t index) const {
     return index < texts_.size() ? texts_[index] : empty;
 }
 
+std::uint32_t SharedStrings::Hash(std::string_view text) {
+    const std::size_t h = std::hash<std::string_view>()(text);
+    return static_cast<std::uint32_t>(h ^ (h >> 32));
+}
+
+SharedStrings::Slot& SharedStrings::SlotOf(std::string_view text, std::uint32_t hash) {
+    const std::size_t mask = slots_.size() - 1;
+    for (std::size_t i = hash & mask;; i = (i + 1) & mask) {
+        Slot& slot = slots_[i];
+        if (slot.item == kNone || (slot.hash == hash && texts_[slot.item] == text)) return slot;
+    }
+}
+
+void SharedStrings::Index(std::uint32_t hash, std::uint32_t item) {
+    if (2 * (indexed_ + 1) > slots_.size()) {
+        std::vector<Slot> old(std::max<std::size_t>(64, 2 * slots_.size()));
+        old.swap(slots_);
+        const std::size_t mask = slots_.size() - 1;
+        for (const Slot& slot : old) {
+            if (slot.item == kNone) continue;
+            std::size_t i = slot.hash & mask;
+            while (slots_[i].item != kNone) i = (i + 1) & mask;
+            slots_[i] = slot;
+        }
+    }
+    Slot& slot = SlotOf(texts_[item], hash);
+    slot = {hash, item};
+    ++indexed_;
+}
+
+// The items read, the first of equal texts standing for them all.
+void SharedStrings::BuildIndex() {
+    slots_.assign(64, Slot());
+    for (std::size_t i = 0; i < texts_.size(); ++i) {
+        if (!plain_[i]) continue;
+        const std::uint32_t hash = Hash(texts_[i]);
+        if (SlotOf(texts_[i], hash).item == kNone) Index(hash, static_cast<std::uint32_t>(i));
+    }
+}
+
 std::uint32_t SharedStrings::Add(std::string_view text) {
-    if (index_.empty() && !texts_.empty())
-        for (std::size_t i = texts_.size(); i-- > 0;)
-            if (plain_[i]) index_[std::string_view(texts_[i])] = static_cast<std::uint32_t>(i);
+    if (slots_.empty()) BuildIndex();
     ++addedRefs_;
-    auto it = index_.find(text);
-    if (it != index_.end()) return it->second;
-    std::uint32_t id = static_cast<std::uint32_t>(texts_.size());
-    const std::string& added = texts_.emplace_back(text);
+    const std::uint32_t hash = Hash(text);
+    if (const Slot& slot = SlotOf(text, hash); slot.item != kNone) return slot.item;
+    const std::uint32_t id = static_cast<std::uint32_t>(texts_.size());
+    texts_.emplace_back(text);
     plain_.push_back(true);
-    index_.emplace(std::string_view(added), id);
+    Index(hash, id);
     ++added_;
     return id;
 }

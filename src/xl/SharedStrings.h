@@ -4,10 +4,8 @@
 
 #include <cstdint>
 #include <deque>
-#include <functional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "base/Status.h"
@@ -34,15 +32,22 @@ public:
 
 private:
     std::string NewTableHead() const;
-    // Looks texts up by view, so that asking for a string copies nothing.
-    struct ViewHash {
-        using is_transparent = void;
-        std::size_t operator()(std::string_view s) const { return std::hash<std::string_view>()(s); }
+    // The index of texts to plain items: open addressing over slots of a 32-bit hash and the item
+    // number, so that a lookup costs no node and a growth reads no text.
+    struct Slot {
+        std::uint32_t hash = 0;
+        std::uint32_t item = kNone;
     };
+    static constexpr std::uint32_t kNone = 0xFFFFFFFF;
+    static std::uint32_t Hash(std::string_view text);
+    Slot& SlotOf(std::string_view text, std::uint32_t hash);
+    void Index(std::uint32_t hash, std::uint32_t item);
+    void BuildIndex();
     std::string original_;
-    std::deque<std::string> texts_;  // a deque, so the views of index_ stay valid as it grows
+    std::deque<std::string> texts_;  // a deque, so that items never move as it grows
     std::vector<bool> plain_;   // a rich item can't stand for a plain string of the same text
-    std::unordered_map<std::string_view, std::uint32_t, ViewHash> index_;
+    std::vector<Slot> slots_;   // a power of two of them, at most half used
+    std::size_t indexed_ = 0;
     std::size_t added_ = 0;
     std::uint64_t addedRefs_ = 0;
 };

@@ -948,6 +948,30 @@ TEST(Workbook, SharedFormulaTextRepeatedInEveryCellStillMovesToTheNextCell) {
 
 namespace {
 
+TEST(SharedStringsTable, AnItemReadTwiceStandsForItsTextByItsFirstPlainCopy) {
+    xl::SharedStrings table;
+    const std::string read =
+        "<sst xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\">"
+        "<si><r><t>A</t></r></si><si><t>B</t></si><si><t>A</t></si><si><t>B</t></si><si><t></t></si></sst>";
+    ASSERT_TRUE(table.Load(read, "book.xlsx: xl/sharedStrings.xml"));
+    EXPECT_EQ(table.Add("A"), 2u);  // the rich item 0 reads "A" too, but isn't plain
+    EXPECT_EQ(table.Add("B"), 1u);
+    EXPECT_EQ(table.Add(""), 4u);
+    EXPECT_FALSE(table.IsChanged());
+    EXPECT_EQ(table.Add("C"), 5u);
+    EXPECT_TRUE(table.IsChanged());
+}
+
+TEST(SharedStringsTable, ManyTextsKeepTheirNumbersAsTheIndexGrows) {
+    xl::SharedStrings table;
+    ASSERT_TRUE(table.Load("<sst xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"/>", "t"));
+    constexpr std::uint32_t kCount = 200000;
+    for (std::uint32_t i = 0; i < kCount; ++i) ASSERT_EQ(table.Add("text " + std::to_string(i)), i);
+    for (std::uint32_t i = 0; i < kCount; i += 997) EXPECT_EQ(table.Add("text " + std::to_string(i)), i);
+    EXPECT_EQ(table.Size(), kCount);
+    EXPECT_EQ(table.Text(123456), "text 123456");
+}
+
 TEST(SharedStringsTable, ATableThatClosesItselfTakesNewStringsWithItsPrefix) {
     xl::SharedStrings table;
     const std::string empty = "\xEF\xBB\xBF<?xml version=\"1.0\" encoding=\"utf-8\"?><x:sst "
