@@ -191,6 +191,10 @@ struct Worksheet::Data {
     std::unordered_map<std::string, std::pair<int, int>> sharedMasters;  // si -> row, column
     bool formulasKnown = false;
     std::optional<CellRange> used;  // the used range, until a cell or merge changes
+    // The row last looked for: cells are read and written along rows, so most lookups need no
+    // search of the map. Map nodes never move; the map is replaced only by a load or a shift.
+    int lastRowNo = 0;
+    Row* lastRow = nullptr;
 };
 
 Worksheet::Worksheet(Workbook& book, std::string name, std::string part, SheetKind kind)
@@ -238,6 +242,7 @@ base::Status Worksheet::Load() {
     auto fail = [&](base::Status st) {
         loadStatus_ = std::move(st);
         data_->rows.clear();
+        data_->lastRow = nullptr;
         data_->doc.reset();
         data_->doc.append_child("worksheet");
         return loadStatus_;
@@ -526,11 +531,20 @@ base::Status Worksheet::ReadRows(XmlScanner& x, const std::string& label) {
     }
 }
 
-Worksheet::Cell* Worksheet::FindCell(int row, int column) {
-    if (!Load()) return nullptr;
+Worksheet::Row* Worksheet::FindRow(int row) {
+    if (data_->lastRow && data_->lastRowNo == row) return data_->lastRow;
     auto r = data_->rows.find(row);
     if (r == data_->rows.end()) return nullptr;
-    auto& cells = r->second.cells;
+    data_->lastRowNo = row;
+    data_->lastRow = &r->second;
+    return data_->lastRow;
+}
+
+Worksheet::Cell* Worksheet::FindCell(int row, int column) {
+    if (!Load()) return nullptr;
+    Row* r = FindRow(row);
+    if (!r) return nullptr;
+    auto& cells = r->cells;
     auto it = std::lower_bound(cells.begin(), cells.end(), column,
                                [](const Cell& a, int col) { return a.column < col; });
     return it != cells.end() && it->column == column ? &*it : nullptr;
@@ -539,13 +553,18 @@ Worksheet::Cell* Worksheet::FindCell(int row, int column) {
 Worksheet::Cell& Worksheet::MakeCell(int row, int column) {
     (void)Load();
     TouchCells();
-    auto [at, added] = data_->rows.try_emplace(row);
-    if (added && at != data_->rows.begin() && std::next(at) == data_->rows.end()) {
-        // Rows written in order: the one before is complete, so it gives back its spare room.
-        std::vector<Cell>& before = std::prev(at)->second.cells;
-        if (before.capacity() > before.size()) before.shrink_to_fit();
+    Row* found = FindRow(row);
+    if (!found) {
+        auto at = data_->rows.try_emplace(row).first;
+        if (at != data_->rows.begin() && std::next(at) == data_->rows.end()) {
+            // Rows written in order: the one before is complete, so it gives back its spare room.
+            std::vector<Cell>& before = std::prev(at)->second.cells;
+            if (before.capacity() > before.size()) before.shrink_to_fit();
+        }
+        data_->lastRowNo = row;
+        found = data_->lastRow = &at->second;
     }
-    Row& r = at->second;
+    Row& r = *found;
     auto it = std::lower_bound(r.cells.begin(), r.cells.end(), column,
                                [](const Cell& a, int col) { return a.column < col; });
     if (it != r.cells.end() && it->column == column) return *it;
@@ -1692,6 +1711,7 @@ void Worksheet::Shift(const RowShift& shift) {
         }
     }
     data_->rows = std::move(moved);
+    data_->lastRow = nullptr;
     data_->formulasKnown = false;
     // Formula references, here and in every sheet that names this one.
     for (auto& [rowNo, row] : data_->rows)

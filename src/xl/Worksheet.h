@@ -202,6 +202,7 @@ private:
         bool dataTable;
     };
     Worksheet(Workbook& book, std::string name, std::string part, SheetKind kind);
+    Row* FindRow(int row);
     Cell* FindCell(int row, int column);
     Cell& MakeCell(int row, int column);
     CellValue ValueOf(const Cell& cell) const;
