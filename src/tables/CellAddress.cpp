@@ -57,8 +57,6 @@ bool ScanCell(const std::u32string& text, std::size_t p, int& row, int& column) 
     return false;
 }
 
-constexpr int kLastWorksheetRow = 1048576;
-
 // A colon at the very start doesn't split a range.
 std::size_t RangeColon(std::string_view address) { return address.find(':', 1); }
 

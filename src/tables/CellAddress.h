@@ -9,6 +9,9 @@
 
 namespace tables {
 
+// The last row of a worksheet.
+inline constexpr int kLastWorksheetRow = 1048576;
+
 // "A".."Z", "AA".."ZZ"; a column below 1 gives "A". There is no third letter: 703 gives "[A"
 // (the column pickers offer 1 to 675, which keeps such columns out).
 std::string ColumnLetters(int column);

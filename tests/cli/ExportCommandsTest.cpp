@@ -100,6 +100,17 @@ TEST(ExportCommands, SuccessLineComesOnlyAfterTheWorkbookWasSaved) {
         << host::CurrentPrinter().CapturedWarnings();
 }
 
+TEST(ExportCommands, ASchedulePastTheSheetsLastRowIsRefusedBeforeAnyCellIsWritten) {
+    CommandFixture f;
+    EXPECT_EQ(f.Run({"--start-row", "1048570"}), exitFailed);
+    std::string said = host::CurrentPrinter().Captured() + host::CurrentPrinter().CapturedWarnings();
+    EXPECT_NE(said.find("from row 1048570 would go past the worksheet's last row, 1048576."), std::string::npos)
+        << said;
+    EXPECT_EQ(said.find("Method 'Range'"), std::string::npos) << said;
+    EXPECT_EQ(said.find("Successfully export the data."), std::string::npos) << said;
+    EXPECT_FALSE(base::FileExists(f.output));
+}
+
 TEST(ExportCommands, OutputAloneMeansANewWorkbookWhateverModeIsStored) {
     CommandFixture f;
     // A run that stores the active-workbook mode, then one that names only an output file.

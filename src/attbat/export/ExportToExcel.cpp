@@ -97,6 +97,14 @@ void CAttPreviewPage::ExportRowsToActiveSheet(int first, int rowCount, ExportOpt
     const int columns = std::min(columnCount_, kMaxColumns);
     if (rowCount < 1 || columns < 1) return;
     if (options.startRow < 0) options.startRow = LastFilledRow();
+    // A schedule that can't end on the sheet is refused before any cell is written, rather than
+    // failing at the first slice past the last row.
+    if (static_cast<long long>(options.startRow) + rowCount - 1 > tables::kLastWorksheetRow)
+        throw excel::AutomationError(
+            excel::kErrApplication,
+            base::Sprintf("The %d rows of the schedule from row %d would go past the worksheet's last "
+                          "row, %d. Export fewer blocks, or each block to its own sheet.",
+                          rowCount, options.startRow, tables::kLastWorksheetRow));
     const int startColumn = std::max(1, tables::ColumnNumber(options.startColumn));
     const std::string columnLetters = tables::ColumnLetters(startColumn);
     // The values go in slices of rows, so that a big schedule is never staged twice over in
