@@ -55,6 +55,7 @@ std::optional<std::string> ReadTypedLine() {
 std::optional<std::string> ReadStandardInputLine() { return ReadTypedLine(); }
 
 std::optional<std::string> Console::AskTerminal(std::string_view prompt) {
+    if (asker_) return asker_(prompt);
     if (!interactive_) return std::nullopt;
     if (scripted_) {
         std::optional<std::string> line = ReadTypedLine();
