@@ -88,13 +88,21 @@ CommandForm::CommandForm(const attbat::CommandEntry& entry, const std::vector<at
         grid_->horizontalHeader()->setSectionsMovable(true);
         grid_->setEditTriggers(QAbstractItemView::NoEditTriggers);
         grid_->setMinimumHeight(180);
+        // The first column stays pinned, as the wizard's page keeps it.
+        connect(grid_->horizontalHeader(), &QHeaderView::sectionMoved, this, [this](int, int, int) {
+            QHeaderView* header = grid_->horizontalHeader();
+            if (header->logicalIndex(0) == 0) return;
+            const QSignalBlocker block(header);
+            header->moveSection(header->visualIndex(0), 0);
+        });
+        // A click on a header sorts by that column: the page sorts its rows (the top row keeps its
+        // place) and the grid shows them; a second click sorts the other way.
         connect(grid_->horizontalHeader(), &QHeaderView::sectionClicked, this, [this](int logical) {
             if (logical < 0 || logical >= static_cast<int>(letters_.size())) return;
-            const std::string letter = letters_[logical];
-            // A second click on the same column sorts it the other way, as the wizard's header does.
+            const std::string letter = xl::ColumnName(grid_->horizontalHeader()->visualIndex(logical) + 1);
             rowSort_ = rowSort_ == letter ? letter + ":desc" : letter;
-            grid_->sortItems(logical, rowSort_.find(":desc") != std::string::npos ? Qt::DescendingOrder
-                                                                                   : Qt::AscendingOrder);
+            // Once the header is done with its click: the grid it belongs to is built anew.
+            QMetaObject::invokeMethod(this, [this] { if (preview_) preview_(Values()); }, Qt::QueuedConnection);
         });
         outer->addWidget(new QLabel(QStringLiteral("Preview:")));
         outer->addWidget(grid_, 1);
@@ -247,21 +255,23 @@ void CommandForm::ShowPreview(const attbat::CAttPreviewPage& page) {
     if (!grid_) return;
     const int columns = page.ColumnCount();
     grid_->clear();
-    grid_->setSortingEnabled(false);
+    // A new column count puts the header's sections back in their own order: the page has taken
+    // the order the grid was given.
+    grid_->setColumnCount(0);
     grid_->setColumnCount(columns);
     grid_->setRowCount(page.RowCount());
     letters_.clear();
     QStringList headers;
     for (int p = 0; p < columns; ++p) {
-        letters_.push_back(xl::ColumnName(p + 1));
-        headers << QString::fromStdString(letters_.back() + "\n" + page.HeaderAt(p));
+        const int built = p < static_cast<int>(page.ColumnOrder().size()) ? page.ColumnOrder()[p] : p;
+        letters_.push_back(xl::ColumnName(built + 1));
+        headers << QString::fromStdString(page.HeaderAt(p));
     }
     grid_->setHorizontalHeaderLabels(headers);
     for (int r = 0; r < page.RowCount(); ++r)
         for (int p = 0; p < columns; ++p)
             grid_->setItem(r, p, new QTableWidgetItem(QString::fromStdString(page.TextAt(r, p))));
     grid_->resizeColumnsToContents();
-    rowSort_.clear();
 }
 
 std::string CommandForm::ColumnOrder() const {
@@ -271,8 +281,9 @@ std::string CommandForm::ColumnOrder() const {
     std::vector<std::string> order;
     for (int visual = 0; visual < grid_->columnCount(); ++visual) {
         const int logical = header->logicalIndex(visual);
-        if (logical != visual) moved = true;
-        if (logical >= 0 && logical < static_cast<int>(letters_.size())) order.push_back(letters_[logical]);
+        if (logical < 0 || logical >= static_cast<int>(letters_.size())) return {};
+        order.push_back(letters_[logical]);
+        if (order.back() != xl::ColumnName(visual + 1)) moved = true;
     }
     return moved ? Joined(order, ",") : std::string();
 }

@@ -51,11 +51,11 @@ public:
 
     // The export's preview: runs `preview` with the form's values, which calls back ShowPreview.
     void SetPreviewRunner(std::function<void(const attbat::ControlValues&)> preview);
-    // Shows the schedule the model built: its headers, rows and column letters.
+    // Shows the schedule the page built: its column letters, its rows (the header texts first).
     void ShowPreview(const attbat::CAttPreviewPage& page);
     QTableWidget* PreviewGrid() const { return grid_; }
-    // The letters of the grid's columns in the order shown, as the column order control takes
-    // them; "" when the grid was not reordered.
+    // The letters of the columns as built, in the order the grid shows them, as the column
+    // order control takes them; "" while that is the order they were built in.
     std::string ColumnOrder() const;
     // The sort asked for by a header click ("B" or "B:desc"); "" when none.
     std::string RowSort() const { return rowSort_; }
@@ -69,7 +69,7 @@ private:
     QLineEdit* arguments_ = nullptr;
     QLineEdit* output_ = nullptr;
     QTableWidget* grid_ = nullptr;
-    std::vector<std::string> letters_;
+    std::vector<std::string> letters_;  // for each column of the grid, its letter as built
     std::string rowSort_;
     std::function<void(const attbat::ControlValues&)> preview_;
 };

@@ -463,15 +463,13 @@ std::vector<std::size_t> DrawingScene::Query(const QRectF& rect) const {
     if (items_.empty()) return found;
     const QRectF r = rect.normalized();
     std::vector<char> seen(items_.size(), 0);
+    // Compared by hand: Qt's rectangles of no width or height (a horizontal line's) meet nothing.
     auto take = [&](std::uint32_t i) {
         if (seen[i]) return;
         seen[i] = 1;
-        if (items_[i].bounds.intersects(r) || r.contains(items_[i].bounds) ||
-            (items_[i].bounds.width() == 0 || items_[i].bounds.height() == 0)) {
-            const QRectF& b = items_[i].bounds;
-            if (b.right() >= r.left() && b.left() <= r.right() && b.bottom() >= r.top() && b.top() <= r.bottom())
-                found.push_back(i);
-        }
+        const QRectF& b = items_[i].bounds;
+        if (b.right() >= r.left() && b.left() <= r.right() && b.bottom() >= r.top() && b.top() <= r.bottom())
+            found.push_back(i);
     };
     for (std::uint32_t i : large_) take(i);
     const int c0 = std::clamp(static_cast<int>(std::floor((r.left() - extents_.left()) / cellWidth_)), 0, columns_ - 1);
@@ -507,7 +505,9 @@ std::vector<std::size_t> DrawingScene::SelectWindow(const QRectF& rect, bool cro
     const QRectF r = rect.normalized();
     std::vector<std::size_t> chosen;
     for (std::size_t i : Query(r)) {
-        if (crossing || r.contains(items_[i].bounds)) chosen.push_back(i);
+        const QRectF& b = items_[i].bounds;
+        const bool inside = b.left() >= r.left() && b.right() <= r.right() && b.top() >= r.top() && b.bottom() <= r.bottom();
+        if (crossing || inside) chosen.push_back(i);
     }
     return chosen;
 }

@@ -174,6 +174,11 @@ void DrawingView::paintEvent(QPaintEvent*) {
 
 void DrawingView::resizeEvent(QResizeEvent* event) {
     QWidget::resizeEvent(event);
+    // The first size the view gets shows the whole drawing.
+    if (!fitted_ && !scene_->Extents().isNull()) {
+        Fit(scene_->Extents(), size(), center_, scale_);
+        fitted_ = true;
+    }
     update();
 }
 

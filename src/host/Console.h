@@ -24,9 +24,9 @@ public:
     Preset GetPreset() const { return preset_; }
     // Whether the terminal may be asked; off in tests and when input is not a terminal.
     void SetInteractive(bool interactive) { interactive_ = interactive; }
-    bool Interactive() const { return interactive_; }
-    // A front end with its own windows asks there instead of on the terminal (even when not
-    // interactive); nullopt from it is a cancel. An empty function puts the terminal back.
+    bool Interactive() const { return interactive_ || static_cast<bool>(asker_); }
+    // A front end with its own windows asks there instead of on the terminal, which makes the
+    // console interactive; nullopt from it is a cancel. An empty function puts the terminal back.
     using Asker = std::function<std::optional<std::string>(std::string_view prompt)>;
     void SetAsker(Asker asker) { asker_ = std::move(asker); }
     // Input is a script read from standard input (a file or a pipe): its lines answer the
