@@ -2,6 +2,7 @@
 
 #include <QFont>
 #include <QFontMetricsF>
+#include <QHash>
 #include <QPainter>
 #include <QPen>
 #include <QRegularExpression>
@@ -46,12 +47,37 @@ const QFontMetricsF& TextMetrics() {
     return metrics;
 }
 
+// The advance of a line of text in cap heights, from the advances of its characters: a big drawing
+// has hundreds of thousands of attributes, and shaping each one to measure it would cost seconds.
+// Kerning is left out, which CAD fonts mostly don't have anyway.
+double TextWidth(const QString& line) {
+    static std::vector<double> ascii = [] {
+        std::vector<double> table(128);
+        for (int c = 0; c < 128; ++c) table[c] = TextMetrics().horizontalAdvance(QChar(c)) / kCapPixels;
+        return table;
+    }();
+    static QHash<char16_t, double> others;
+    double width = 0;
+    for (QChar c : line) {
+        const char16_t u = c.unicode();
+        if (u < 128) {
+            width += ascii[u];
+            continue;
+        }
+        auto found = others.find(u);
+        if (found == others.end()) found = others.insert(u, TextMetrics().horizontalAdvance(c) / kCapPixels);
+        width += *found;
+    }
+    return width;
+}
+
 QTransform ToQt(const cad::Matrix3d& m) {
     return QTransform(m.At(0, 0), m.At(1, 0), m.At(0, 1), m.At(1, 1), m.At(0, 3), m.At(1, 3));
 }
 
 // The plane of an entity with a normal (210) to the world's x-y plane.
 QTransform Ocs(const cad::Object& entity) {
+    if (!entity.Has(210)) return {};
     const cad::Point3 normal{entity.GetReal(210, 0), entity.GetReal(220, 0), entity.GetReal(230, 1)};
     if (normal.x == 0 && normal.y == 0 && normal.z > 0) return {};
     return ToQt(cad::ObjectToWorld(normal));
@@ -73,6 +99,7 @@ QPointF Xy(const cad::Object& e, int code) { return {e.GetReal(code, 0), e.GetRe
 // The control codes of a single-line text drawn as the characters they stand for.
 QString ShownText(const std::string& raw) {
     QString text = QString::fromStdString(raw);
+    if (raw.find("%%") == std::string::npos) return text;
     text.replace(QStringLiteral("%%d"), QStringLiteral("\u00B0"), Qt::CaseInsensitive);
     text.replace(QStringLiteral("%%p"), QStringLiteral("\u00B1"), Qt::CaseInsensitive);
     text.replace(QStringLiteral("%%c"), QStringLiteral("\u2205"), Qt::CaseInsensitive);
@@ -113,7 +140,7 @@ Primitive MakeText(const QString& lines, QPointF at, double height, double rotat
     p.text = lines;
     const QStringList list = lines.split(QLatin1Char('\n'));
     double width = 0;
-    for (const QString& line : list) width = std::max(width, TextMetrics().horizontalAdvance(line) / kCapPixels);
+    for (const QString& line : list) width = std::max(width, TextWidth(line));
     const double spacing = 5.0 / 3.0;
     const double depth = (list.size() - 1) * spacing;
     double dx = horizontal == 1 ? -width / 2 : horizontal == 2 ? -width : 0;
@@ -342,14 +369,16 @@ void DrawingScene::AddEntity(const cad::Entity& entity, std::vector<Primitive>& 
         if (text.isEmpty()) return;
         const double height = entity.GetReal(40, 1);
         int h = static_cast<int>(entity.GetInt(72, 0));
-        const int v = static_cast<int>(entity.GetInt(type == "ATTRIB" ? 74 : 73, 0));
+        int vertical = static_cast<int>(entity.GetInt(type == "ATTRIB" ? 74 : 73, 0));
         QPointF at = Xy(entity, 10);
-        if (h != 0 || v != 0) {
+        if (h != 0 || vertical != 0) {
             if (entity.Has(11)) at = Xy(entity, 11);
-            if (h == 4) h = 1;  // "middle" is centred both ways
+            if (h == 4) {  // "middle" is centred both ways
+                h = 1;
+                vertical = 2;
+            }
             if (h == 3 || h == 5) h = 0;  // aligned and fit start at the first point
         }
-        const int vertical = entity.GetInt(72, 0) == 4 ? 2 : v;
         const double rotation = entity.GetReal(50, 0) * kPi / 180;
         out.push_back(MakeText(text, at, height, rotation, entity.GetReal(41, 1), h, vertical, Ocs(entity)));
         out.back().aci = p.aci;
