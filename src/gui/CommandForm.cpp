@@ -187,6 +187,13 @@ void CommandForm::SetPicked(const std::vector<std::string>& handles) {
     for (const std::string& key : pickedKeys_) {
         if (auto* edit = qobject_cast<QLineEdit*>(fields_[key])) edit->setText(QString::fromStdString(joined));
     }
+    // Objects picked before the export are its source, as "Select Objects" would have them.
+    if (!pickedKeys_.empty()) {
+        if (auto* source = qobject_cast<QComboBox*>(Field("source"))) {
+            const int objects = source->findText(QStringLiteral("objects"));
+            if (objects > 0) source->setCurrentIndex(objects);
+        }
+    }
 }
 
 void CommandForm::SetOutput(const std::string& path) { output_->setText(QString::fromStdString(path)); }

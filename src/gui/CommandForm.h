@@ -35,7 +35,8 @@ public:
     CommandForm(const attbat::CommandEntry& entry, const std::vector<attbat::Control>& controls,
                 const std::string& argumentsUsage, QWidget* parent = nullptr);
 
-    // Fills the fields that take picked objects with `handles`.
+    // Fills the fields that take picked objects with `handles` (and makes them the export's
+    // source); nothing for none.
     void SetPicked(const std::vector<std::string>& handles);
     // Where a new workbook goes; "" leaves the field empty.
     void SetOutput(const std::string& path);

@@ -337,6 +337,30 @@ private slots:
         QVERIFY(std::find(whole.begin(), whole.end(), "12D") != whole.end());
     }
 
+    void ExportOfPickedObjects() {
+        // Three references picked: the export's source is "Select Objects", the schedule theirs.
+        gui::DrawingView* view = window_->CurrentView();
+        for (const char* handle : {"12D", "130", "133"}) {
+            const long i = view->Scene().Find(cad::ParseHandle(handle));
+            QVERIFY(i >= 0);
+            view->PickAt(view->WorldToDevice().map(view->Scene().Items()[i].bounds.center()).toPoint(), false);
+        }
+        QCOMPARE(view->SelectedHandles().size(), std::size_t(3));
+        std::unique_ptr<gui::CommandForm> form = window_->MakeForm(Entry("export"));
+        QCOMPARE(qobject_cast<QComboBox*>(form->Field("source"))->currentText(), QStringLiteral("objects"));
+        QCOMPARE(qobject_cast<QLineEdit*>(form->Field("objects"))->text(), QStringLiteral("12D,130,133"));
+        form->findChild<QPushButton*>(QStringLiteral("previewButton"))->click();
+        QTableWidget* grid = form->PreviewGrid();
+        // A row for each picked desk (the chairs nested in them may add theirs), nothing else.
+        int desks = 0;
+        for (int r = 1; r < grid->rowCount(); ++r) {
+            const QString block = grid->item(r, 0)->text();
+            QVERIFY2(block == QStringLiteral("DESK_SET") || block == QStringLiteral("CHAIR"), qPrintable(block));
+            desks += block == QStringLiteral("DESK_SET");
+        }
+        QCOMPARE(desks, 3);
+    }
+
     void FindByHandleZoomsAndHighlights() {
         gui::DrawingView* view = window_->CurrentView();
         const double before = view->WorldToDevice().m11();
