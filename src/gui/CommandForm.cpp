@@ -54,7 +54,8 @@ CommandForm::CommandForm(const attbat::CommandEntry& entry, const std::vector<at
     auto* outer = new QVBoxLayout(this);
     auto* inner = new QWidget;
     auto* form = new QFormLayout(inner);
-    form->setRowWrapPolicy(QFormLayout::WrapLongRows);
+    // The dialogs' labels are long: each stands over its field, wrapped to the form's width.
+    form->setRowWrapPolicy(QFormLayout::WrapAllRows);
     output_ = new QLineEdit;
     output_->setObjectName(QStringLiteral("output"));
     output_->setPlaceholderText(QStringLiteral("BOOK.xlsx"));
@@ -67,7 +68,7 @@ CommandForm::CommandForm(const attbat::CommandEntry& entry, const std::vector<at
         if (!file.isEmpty()) output_->setText(file);
     });
     outputRow->addWidget(browseOutput);
-    form->addRow(QStringLiteral("New workbook saved as:"), outputRow);
+    form->addRow(QStringLiteral("A new workbook is saved as (empty: an open workbook is saved in place):"), outputRow);
     if (!argumentsUsage.empty()) {
         arguments_ = new QLineEdit;
         arguments_->setObjectName(QStringLiteral("arguments"));
@@ -176,7 +177,6 @@ void CommandForm::AddControl(QFormLayout* form, const attbat::Control& control) 
     } else {
         auto* text = new QLabel(label);
         text->setWordWrap(true);
-        text->setMaximumWidth(300);
         form->addRow(text, row);
     }
 }

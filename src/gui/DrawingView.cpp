@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <cmath>
 
+#include "cad/Database.h"
+
 
 namespace gui {
 
@@ -35,7 +37,7 @@ void Fit(const QRectF& extents, QSizeF size, QPointF& center, double& scale) {
 }  // namespace
 
 DrawingView::DrawingView(cad::Database& db, QWidget* parent)
-    : QWidget(parent), scene_(std::make_unique<DrawingScene>(db)) {
+    : QWidget(parent), scene_(std::make_unique<DrawingScene>(db)), space_(db.ModelSpace()) {
     setMouseTracking(true);
     setFocusPolicy(Qt::StrongFocus);
     setAutoFillBackground(false);
@@ -47,7 +49,11 @@ DrawingView::~DrawingView() = default;
 
 void DrawingView::Rebuild(cad::Database& db) {
     const std::vector<std::string> handles = SelectedHandles();
-    scene_ = std::make_unique<DrawingScene>(db);
+    // A space is known by its place in the drawing's table, which a new reading keeps.
+    cad::BlockRecord space(&db, space_.Index());
+    if (!space_ || space.IsErased() || !space.IsLayout()) space = db.ModelSpace();
+    space_ = space;
+    scene_ = std::make_unique<DrawingScene>(db, space_);
     selected_.assign(scene_->Items().size(), 0);
     order_.clear();
     for (const std::string& text : handles) {
@@ -57,6 +63,17 @@ void DrawingView::Rebuild(cad::Database& db) {
             order_.push_back(static_cast<std::size_t>(i));
         }
     }
+    update();
+    emit SelectionChanged();
+}
+
+void DrawingView::ShowSpace(const cad::BlockRecord& space) {
+    space_ = space;
+    scene_ = std::make_unique<DrawingScene>(*space.GetDatabase(), space);
+    selected_.assign(scene_->Items().size(), 0);
+    order_.clear();
+    fitted_ = false;
+    ZoomExtents();
     update();
     emit SelectionChanged();
 }

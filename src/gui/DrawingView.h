@@ -23,9 +23,13 @@ public:
 
     const DrawingScene& Scene() const { return *scene_; }
     DrawingScene& Scene() { return *scene_; }
-    // Reads the drawing again after a command changed it, keeping the view and the selection
-    // of the handles that are still there.
+    // Reads the drawing again after a command changed it, keeping the space shown, the view and
+    // the selection of the handles that are still there.
     void Rebuild(cad::Database& db);
+    // Shows another space of the drawing (model space or a layout's paper space), whole.
+    void ShowSpace(const cad::BlockRecord& space);
+    // The space shown.
+    const cad::BlockRecord& Space() const { return space_; }
 
     // The whole drawing in the window, with a small margin.
     void ZoomExtents();
@@ -71,6 +75,7 @@ private:
     void Select(const std::vector<std::size_t>& items, bool replace);
 
     std::unique_ptr<DrawingScene> scene_;
+    cad::BlockRecord space_;
     QPointF center_;
     double scale_ = 1;  // pixels per drawing unit
     bool fitted_ = false;

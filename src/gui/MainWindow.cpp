@@ -24,6 +24,7 @@
 #include "attbat/frame/CAttBatApp.h"
 #include "attbat/frame/CommandTable.h"
 #include "base/Text.h"
+#include "cad/Database.h"
 #include "gui/CommandForm.h"
 #include "gui/DrawingView.h"
 #include "gui/GuiSession.h"
@@ -154,6 +155,20 @@ void MainWindow::BuildMenus() {
         }
     });
 
+    QMenu* spaces = view->addMenu(QStringLiteral("L&ayouts"));
+    connect(spaces, &QMenu::aboutToShow, this, [this, spaces] {
+        spaces->clear();
+        DrawingView* v = CurrentView();
+        if (!v || !v->Space()) return;
+        for (const cad::BlockRecord& block : v->Space().GetDatabase()->Blocks()) {
+            if (!block.IsLayout()) continue;
+            QAction* action = spaces->addAction(Q(block.LayoutName().empty() ? block.Name() : block.LayoutName()));
+            action->setCheckable(true);
+            action->setChecked(block == v->Space());
+            connect(action, &QAction::triggered, this, [v, block] { v->ShowSpace(block); });
+        }
+    });
+
     QToolBar* tools = addToolBar(QStringLiteral("Commands"));
     tools->setObjectName(QStringLiteral("commands"));
     tools->addAction(QStringLiteral("Open"), this, [file] { file->actions().front()->trigger(); });
@@ -227,10 +242,14 @@ std::unique_ptr<CommandForm> MainWindow::MakeForm(const attbat::CommandEntry& en
     auto form = std::make_unique<CommandForm>(entry, handler ? handler->controls : none,
                                               handler ? handler->argumentsUsage : std::string(), this);
     if (DrawingView* view = CurrentView()) form->SetPicked(view->SelectedHandles());
-    if (!session_.Output().empty()) {
-        form->SetOutput(session_.Output());
-    } else if (host::Document* doc = session_.Current()) {
-        form->SetOutput(std::filesystem::path(doc->FileName()).replace_extension(".xlsx").string());
+    // With a workbook open, a command that changes it saves it in place; without one, a new
+    // workbook goes beside the drawing unless the user says otherwise.
+    if (session_.Workbook().empty()) {
+        if (!session_.Output().empty()) {
+            form->SetOutput(session_.Output());
+        } else if (host::Document* doc = session_.Current()) {
+            form->SetOutput(std::filesystem::path(doc->FileName()).replace_extension(".xlsx").string());
+        }
     }
     CommandForm* raw = form.get();
     form->SetPreviewRunner([this, raw, &entry](const attbat::ControlValues& values) {

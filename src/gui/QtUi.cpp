@@ -67,6 +67,7 @@ void ProgressWindow::MeterMoved(long position, long total) {
         dialog_->setValue(static_cast<int>(position));
     }
     QApplication::processEvents();
+    if (dialog_ && dialog_->wasCanceled()) host::ProgressMeter::RequestCancel();
 }
 
 void ProgressWindow::MeterEnded() {

@@ -35,6 +35,7 @@
 #include "gui/WorkbookPane.h"
 #include "host/Console.h"
 #include "host/Document.h"
+#include "host/ProgressMeter.h"
 #include "host/Ui.h"
 #include "xl/Workbook.h"
 #include "xl/Worksheet.h"
@@ -359,6 +360,46 @@ private slots:
             desks += block == QStringLiteral("DESK_SET");
         }
         QCOMPARE(desks, 3);
+    }
+
+    void LayoutsShowTheirPaperSpace() {
+        gui::DrawingView* view = window_->CurrentView();
+        QVERIFY(view->Space().IsModelSpace());
+        cad::BlockRecord plan;
+        for (const cad::BlockRecord& block : Db().Blocks())
+            if (block.IsPaperSpace() && block.LayoutName() == "Plan") plan = block;
+        QVERIFY(plan);
+        view->ShowSpace(plan);
+        // The sample's "Plan" layout holds its title block.
+        bool titleBlock = false;
+        for (const gui::SceneItem& item : view->Scene().Items()) {
+            const cad::Object object = Db().ObjectByHandle(item.handle);
+            titleBlock |= cad::BlockReference(object.GetDatabase(), object.Index()).BlockName() == "TITLEBLOCK";
+        }
+        QVERIFY(titleBlock);
+        QVERIFY(view->Scene().Find(cad::ParseHandle("12D")) < 0);
+    }
+
+    void ProgressDialogsCancelTheWork() {
+        gui::ProgressWindow progress(window_.get());
+        host::ProgressMeter::SetObserver(&progress);
+        host::ProgressMeter::ResetCancel();
+        {
+            host::ProgressMeter meter("Exporting", 100);
+            meter.SetPosition(10);
+            QVERIFY(progress.Dialog());
+            QCOMPARE(progress.Dialog()->labelText(), QStringLiteral("Exporting"));
+            QCOMPARE(progress.Dialog()->value(), 10);
+            QVERIFY(!host::ProgressMeter::Cancelled());
+            QPushButton* cancel = progress.Dialog()->findChild<QPushButton*>();
+            QVERIFY(cancel);
+            QCOMPARE(cancel->text(), QStringLiteral("Cancel"));
+            QTest::mouseClick(cancel, Qt::LeftButton);
+            QVERIFY(host::ProgressMeter::Cancelled());
+        }
+        QVERIFY(!progress.Dialog());
+        host::ProgressMeter::ResetCancel();
+        host::ProgressMeter::SetObserver(nullptr);
     }
 
     void FindByHandleZoomsAndHighlights() {
