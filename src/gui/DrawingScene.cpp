@@ -1,6 +1,7 @@
 #include "gui/DrawingScene.h"
 
 #include <QFont>
+#include <QList>
 #include <QFontMetricsF>
 #include <QHash>
 #include <QPainter>
@@ -612,16 +613,19 @@ std::size_t DrawingScene::Paint(QPainter& painter, const QTransform& toDevice, c
                                 const std::vector<char>& selected, double lodPixels) const {
     static const QColor highlight(30, 120, 255);
     std::size_t painted = 0;
+    // Level of detail: a reference a few pixels big shows as the box it fills. The boxes are
+    // gathered by colour and filled together, without anti-aliasing: at a drawing's extents they
+    // are most of what a big drawing paints.
+    std::map<QRgb, QList<QRectF>> boxes;
     for (std::size_t i : Query(visible)) {
         const SceneItem& item = items_[i];
         const bool isSelected = i < selected.size() && selected[i];
         const QRectF device = toDevice.mapRect(item.bounds);
         if (device.width() < lodPixels && device.height() < lodPixels) {
-            // Level of detail: a reference a few pixels big shows as the box it fills.
             const Primitive& first = item.primitives.front();
             if (!layers_[first.layer].visible) continue;
-            painter.setTransform(QTransform());
-            painter.fillRect(device.adjusted(0, 0, 1, 1), isSelected ? highlight : Resolve(first, Qt::black, false));
+            const QColor color = isSelected ? highlight : Resolve(first, Qt::black, false);
+            boxes[color.rgb()].append(device.adjusted(0, 0, 1, 1));
             ++painted;
             continue;
         }
@@ -629,6 +633,16 @@ std::size_t DrawingScene::Paint(QPainter& painter, const QTransform& toDevice, c
         ++painted;
     }
     painter.setTransform(QTransform());
+    if (!boxes.empty()) {
+        const bool antialiased = painter.testRenderHint(QPainter::Antialiasing);
+        painter.setRenderHint(QPainter::Antialiasing, false);
+        painter.setPen(Qt::NoPen);
+        for (const auto& [rgb, rects] : boxes) {
+            painter.setBrush(QColor::fromRgb(rgb));
+            painter.drawRects(rects.constData(), static_cast<int>(rects.size()));
+        }
+        painter.setRenderHint(QPainter::Antialiasing, antialiased);
+    }
     return painted;
 }
 
