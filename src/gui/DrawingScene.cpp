@@ -131,6 +131,103 @@ QString PlainMText(const std::string& contents) {
     return ShownText(text.toStdString());
 }
 
+// The boundary paths of a HATCH, each closed, into `path`: polyline paths with their bulges, and
+// edge paths of lines, circular and elliptic arcs. False when there is none, or an edge of a kind
+// read here (a spline) makes the boundaries unknown.
+bool HatchBoundaries(const cad::TagList& tags, QPainterPath& path) {
+    std::size_t i = 0;
+    const std::size_t n = tags.size();
+    auto real = [&](std::size_t at) { return at < n ? std::strtod(tags[at].value.c_str(), nullptr) : 0.0; };
+    auto integer = [&](std::size_t at) { return at < n ? std::atoi(tags[at].value.c_str()) : 0; };
+    // The value of the next `code` from i on, stepping past it; NaN when the data ends first.
+    auto next = [&](int code) {
+        while (i < n && tags[i].code != code) ++i;
+        return i < n ? real(i++) : std::nan("");
+    };
+    while (i < n && tags[i].code != 91) ++i;
+    if (i >= n) return false;
+    const int paths = integer(i++);
+    for (int p = 0; p < paths; ++p) {
+        while (i < n && tags[i].code != 92) ++i;
+        if (i >= n) return false;
+        const int flags = integer(i++);
+        if (flags & 2) {
+            const bool bulges = integer(i) != 0 && tags[i].code == 72;
+            while (i < n && tags[i].code != 93) ++i;
+            const int count = i < n ? integer(i++) : 0;
+            std::vector<cad::PolylinePoint> points;
+            for (int v = 0; v < count && i < n; ++v) {
+                cad::PolylinePoint point;
+                point.x = next(10);
+                point.y = next(20);
+                if (bulges && i < n && tags[i].code == 42) point.bulge = real(i++);
+                points.push_back(point);
+            }
+            if (points.empty()) continue;
+            path.moveTo(points[0].x, points[0].y);
+            for (std::size_t k = 0; k < points.size(); ++k) {
+                const cad::PolylinePoint& a = points[k];
+                const cad::PolylinePoint& b = points[(k + 1) % points.size()];
+                cad::BulgeArc arc;
+                if (a.bulge != 0 && cad::ArcOfBulge({a.x, a.y, 0}, {b.x, b.y, 0}, a.bulge, arc))
+                    AddArcPoints(path, QPointF(arc.center.x, arc.center.y), arc.radius, arc.startAngle, arc.sweep, false);
+                else
+                    path.lineTo(b.x, b.y);
+            }
+            path.closeSubpath();
+            continue;
+        }
+        while (i < n && tags[i].code != 93) ++i;
+        const int edges = i < n ? integer(i++) : 0;
+        bool first = true;
+        for (int e = 0; e < edges; ++e) {
+            while (i < n && tags[i].code != 72) ++i;
+            if (i >= n) return false;
+            const int kind = integer(i++);
+            if (kind == 1) {
+                const QPointF a(next(10), next(20)), b(next(11), next(21));
+                if (first) path.moveTo(a);
+                else path.lineTo(a);
+                path.lineTo(b);
+            } else if (kind == 2 || kind == 3) {
+                const QPointF c(next(10), next(20));
+                QPointF major(0, 0);
+                double ratio = 1, radius = 0;
+                if (kind == 2) {
+                    radius = next(40);
+                } else {
+                    major = QPointF(next(11), next(21));
+                    ratio = next(40);
+                }
+                double start = next(50) * kPi / 180, end = next(51) * kPi / 180;
+                const bool ccw = i < n && tags[i].code == 73 ? integer(i++) != 0 : true;
+                // A clockwise arc keeps its angles as seen from below.
+                if (!ccw) {
+                    start = -start;
+                    end = -end;
+                }
+                double sweep = end - start;
+                if (ccw) while (sweep <= 0) sweep += 2 * kPi;
+                else while (sweep >= 0) sweep -= 2 * kPi;
+                const int steps = std::max(4, static_cast<int>(std::abs(sweep) / (2 * kPi) * 96));
+                const QPointF u = kind == 2 ? QPointF(radius, 0) : major;
+                const QPointF v = kind == 2 ? QPointF(0, radius) : QPointF(-major.y(), major.x()) * ratio;
+                for (int k = 0; k <= steps; ++k) {
+                    const double t = start + sweep * k / steps;
+                    const QPointF at = c + u * std::cos(t) + v * std::sin(t);
+                    if (k == 0 && first) path.moveTo(at);
+                    else path.lineTo(at);
+                }
+            } else {
+                return false;
+            }
+            first = false;
+        }
+        path.closeSubpath();
+    }
+    return !path.isEmpty();
+}
+
 // A text primitive: `lines` laid out from the text's own origin, one height apart and 1.667
 // heights between baselines, anchored as `horizontal` (0 left, 1 centre, 2 right) and
 // `vertical` (0 baseline, 1 bottom, 2 middle, 3 top) say.
@@ -352,6 +449,11 @@ void DrawingScene::AddEntity(const cad::Entity& entity, std::vector<Primitive>& 
         path.addPolygon(poly);
         path.closeSubpath();
         addPath(path, type == "3DFACE" ? QTransform() : Ocs(entity), type != "3DFACE");
+    } else if (type == "HATCH") {
+        QPainterPath path;
+        if (!HatchBoundaries(entity.Tags(), path)) return;
+        // A solid fill is filled; a pattern shows its boundaries, the pattern's lines left out.
+        addPath(path, Ocs(entity), entity.GetInt(70, 0) == 1);
     } else if (type == "POINT") {
         const QPointF at = Xy(entity, 10);
         QPainterPath path(at);
