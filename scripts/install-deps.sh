@@ -19,6 +19,8 @@ packages=(
   # the fonts metric-compatible with the common workbook defaults (Calibri, Cambria, Arial,
   # Times New Roman, Courier New), whose widest digit sizes worksheet columns
   fonts-crosextra-carlito fonts-crosextra-caladea fonts-liberation2
+  # the desktop program (Qt 6 widgets) and its window tests: offscreen and under a virtual X server
+  qt6-base-dev xvfb xauth
   # tests and benchmarks
   libgtest-dev libgmock-dev libbenchmark-dev
   # the Debian package and its test (cpack's dependency list, dpkg -x)

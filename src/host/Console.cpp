@@ -55,6 +55,13 @@ std::optional<std::string> ReadTypedLine() {
 std::optional<std::string> ReadStandardInputLine() { return ReadTypedLine(); }
 
 std::optional<std::string> Console::AskTerminal(std::string_view prompt) {
+    if (asker_) {
+        // The prompt stands on the command line with what was answered, as a typed one would.
+        std::optional<std::string> line = asker_(prompt);
+        CurrentPrinter().Print(prompt);
+        CurrentPrinter().Print((line ? *line : std::string("*Cancel*")) + "\n");
+        return line;
+    }
     if (!interactive_) return std::nullopt;
     if (scripted_) {
         std::optional<std::string> line = ReadTypedLine();

@@ -2,6 +2,7 @@
 // The user's side of a run: answers given in advance (--answers), a preset answer to questions
 // (--yes, --no), and the terminal when there is one. Prompts and message boxes ask here.
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -23,7 +24,11 @@ public:
     Preset GetPreset() const { return preset_; }
     // Whether the terminal may be asked; off in tests and when input is not a terminal.
     void SetInteractive(bool interactive) { interactive_ = interactive; }
-    bool Interactive() const { return interactive_; }
+    bool Interactive() const { return interactive_ || static_cast<bool>(asker_); }
+    // A front end with its own windows asks there instead of on the terminal, which makes the
+    // console interactive; nullopt from it is a cancel. An empty function puts the terminal back.
+    using Asker = std::function<std::optional<std::string>(std::string_view prompt)>;
+    void SetAsker(Asker asker) { asker_ = std::move(asker); }
     // Input is a script read from standard input (a file or a pipe): its lines answer the
     // prompts, and each prompt stands with its answer on the command line as a typed one would.
     void SetScripted(bool scripted) { scripted_ = scripted; }
@@ -41,6 +46,7 @@ private:
     Preset preset_ = Preset::None;
     bool interactive_ = false;
     bool scripted_ = false;
+    Asker asker_;
 };
 
 // One line of standard input, read byte by byte so that nothing after it is taken from the

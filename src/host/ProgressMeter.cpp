@@ -17,6 +17,7 @@ static_assert(std::atomic<int>::is_always_lock_free);
 int openMeters = 0;
 int visibility = -1;  // unknown until first asked
 struct sigaction previousAction;
+ProgressObserver* observer = nullptr;
 
 void OnInterrupt(int) { cancelRequested = 1; }
 
@@ -35,6 +36,7 @@ ProgressMeter::ProgressMeter(std::string_view label, long total)
         action.sa_handler = OnInterrupt;
         sigemptyset(&action.sa_mask);
         sigaction(SIGINT, &action, &previousAction);
+        if (observer) observer->MeterStarted(label_, total_);
     }
     Draw();
 }
@@ -42,6 +44,7 @@ ProgressMeter::ProgressMeter(std::string_view label, long total)
 ProgressMeter::~ProgressMeter() {
     if (outermost_) {
         sigaction(SIGINT, &previousAction, nullptr);
+        if (observer) observer->MeterEnded();
         if (Visible()) {
             std::fputs("\r\033[K", stderr);
             std::fflush(stderr);
@@ -56,10 +59,12 @@ void ProgressMeter::SetPosition(long position) {
 }
 
 void ProgressMeter::Draw() {
-    if (!outermost_ || !Visible()) return;
+    if (!outermost_) return;
     int percent = total_ > 0 ? static_cast<int>(position_ * 100 / total_) : 0;
     if (percent == shownPercent_) return;
     shownPercent_ = percent;
+    if (observer) observer->MeterMoved(position_, total_);
+    if (!Visible()) return;
     constexpr int width = 30;
     std::string bar(static_cast<std::size_t>(percent * width / 100), '#');
     bar.resize(width, '.');
@@ -72,6 +77,10 @@ void ProgressMeter::Draw() {
 }
 
 bool ProgressMeter::Cancelled() { return cancelRequested != 0; }
+
+void ProgressMeter::RequestCancel() { cancelRequested = 1; }
+
+void ProgressMeter::SetObserver(ProgressObserver* newObserver) { observer = newObserver; }
 
 void ProgressMeter::ResetCancel() { cancelRequested = 0; }
 

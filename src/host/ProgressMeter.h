@@ -8,6 +8,16 @@
 
 namespace host {
 
+// Who else watches the outermost meter (a progress dialog); not owned. Told of every change of
+// the shown percentage, and once more when the meter ends.
+class ProgressObserver {
+public:
+    virtual ~ProgressObserver() = default;
+    virtual void MeterStarted(std::string_view label, long total) = 0;
+    virtual void MeterMoved(long position, long total) = 0;
+    virtual void MeterEnded() = 0;
+};
+
 // One meter from construction to destruction; meters don't nest (an inner one only counts).
 class ProgressMeter {
 public:
@@ -25,6 +35,10 @@ public:
     static bool Cancelled();
     // Clears the cancel, for the next operation of the same run.
     static void ResetCancel();
+    // The progress dialog's Cancel: the running work sees Cancelled() as after Ctrl-C.
+    static void RequestCancel();
+    // Installs `observer` (null removes it); meters report to it whether or not they draw.
+    static void SetObserver(ProgressObserver* observer);
     // Whether meters draw; off when standard error is not a terminal, and in tests.
     static void SetVisible(bool visible);
 

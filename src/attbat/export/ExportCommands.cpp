@@ -40,7 +40,16 @@ std::string Pad(const std::string& text, std::size_t width) {
     return text + std::string(width > length ? width - length : 0, ' ');
 }
 
+std::function<void(const CAttPreviewPage&)>& PreviewViewer() {
+    static std::function<void(const CAttPreviewPage&)> viewer;
+    return viewer;
+}
+
 void PrintPreview(const CAttPreviewPage& page, bool json) {
+    if (PreviewViewer()) {
+        PreviewViewer()(page);
+        return;
+    }
     const int columns = page.ColumnCount();
     if (json) {
         std::string out = "{\"columns\": [";
@@ -544,6 +553,8 @@ const std::vector<Control>& ExportControls() {
     }();
     return controls;
 }
+
+void SetPreviewViewer(std::function<void(const CAttPreviewPage&)> viewer) { PreviewViewer() = std::move(viewer); }
 
 void ImplementExportCommands(CAttBatApp& app) {
     app.Implement("VelmarOut", {ExportControls(), "[DRAWING.dxf ...]", RunExport});
