@@ -205,6 +205,11 @@ std::unique_ptr<excel::Workbook> CalcBackend::GetRunningWorkbook(std::string_vie
     return nullptr;
 }
 
+void CalcBackend::StoreActiveCopy(const std::string& path) {
+    std::unique_ptr<excel::Application> application = CreateApplication();
+    calc::StoreActiveCopy(state_->session, path);
+}
+
 std::intptr_t CalcBackend::FindMainWindow(std::string_view) { return 0; }
 
 void CalcBackend::SendToMainWindow(std::intptr_t, unsigned) {}

@@ -73,6 +73,10 @@ public:
     // running after the command, so that later commands find its documents.
     int StartedOffice() const;
 
+    // Stores a copy of the active document as an xlsx file at `path`, the document left open
+    // where it was; throws AutomationError when there is no document or Calc refuses.
+    void StoreActiveCopy(const std::string& path);
+
     struct State;
 
 private:

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
+#include <map>
 #include <cstdlib>
 
 #include <com/sun/star/awt/FontSlant.hpp>
@@ -34,7 +36,10 @@
 #include <com/sun/star/lang/XMultiServiceFactory.hpp>
 #include <com/sun/star/sheet/CellDeleteMode.hpp>
 #include <com/sun/star/sheet/CellInsertMode.hpp>
+#include <com/sun/star/sheet/FormulaResult.hpp>
 #include <com/sun/star/sheet/XCalculatable.hpp>
+#include <com/sun/star/sheet/XCellFormatRangesSupplier.hpp>
+#include <com/sun/star/sheet/XCellRangesQuery.hpp>
 #include <com/sun/star/sheet/XCellRangeAddressable.hpp>
 #include <com/sun/star/sheet/XCellRangeData.hpp>
 #include <com/sun/star/sheet/XCellRangeMovement.hpp>
@@ -65,6 +70,9 @@
 #include <com/sun/star/text/XTextField.hpp>
 #include <com/sun/star/text/XTextFieldsSupplier.hpp>
 #include <com/sun/star/util/DateTime.hpp>
+#include <com/sun/star/util/NumberFormat.hpp>
+#include <com/sun/star/util/XNumberFormatsSupplier.hpp>
+#include <com/sun/star/frame/XStorable.hpp>
 #include <com/sun/star/util/XCloseable.hpp>
 #include <com/sun/star/util/XMergeable.hpp>
 #include <com/sun/star/util/XModifiable.hpp>
@@ -962,10 +970,11 @@ public:
         return Guarded([&] {
             xl::CellRange a = Clip(sheet_, First());
             Sequence<Sequence<Any>> values = Data(a)->getDataArray();
-            if (a.firstRow == a.lastRow && a.firstColumn == a.lastColumn) return FromAny(values[0][0]);
             auto array = std::make_shared<VariantArray>(values.getLength(), values.getLength() ? values[0].getLength() : 0);
             for (sal_Int32 r = 0; r < values.getLength(); ++r)
                 for (sal_Int32 c = 0; c < values[r].getLength(); ++c) array->At(r, c) = FromAny(values[r][c]);
+            TypeByFormat(a, *array);
+            if (a.firstRow == a.lastRow && a.firstColumn == a.lastColumn) return array->At(0, 0);
             return Variant::Array(array);
         });
     }
@@ -1197,6 +1206,49 @@ public:
     std::unique_ptr<excel::Hyperlinks> GetHyperlinks() override { return std::make_unique<CalcHyperlinks>(Styled()); }
 
 private:
+    // Calc hands TRUE and FALSE, dates and times over as plain numbers and a formula's error as
+    // nothing at all; the cells' number formats and formula results tell them apart again, as
+    // Excel's Value does, so that a read drops them as it drops them from Excel.
+    void TypeByFormat(const xl::CellRange& a, VariantArray& array) const {
+        Reference<css::table::XCellRange> cells = CellsOf(sheet_, a);
+        auto mark = [&](const css::table::CellRangeAddress& m, const std::function<void(Variant&)>& change) {
+            for (sal_Int32 row = std::max<sal_Int32>(m.StartRow + 1, a.firstRow); row <= std::min<sal_Int32>(m.EndRow + 1, a.lastRow); ++row)
+                for (sal_Int32 column = std::max<sal_Int32>(m.StartColumn + 1, a.firstColumn);
+                     column <= std::min<sal_Int32>(m.EndColumn + 1, a.lastColumn); ++column)
+                    change(array.At(row - a.firstRow, column - a.firstColumn));
+        };
+        Reference<css::sheet::XCellRangesQuery> query(cells, UNO_QUERY_THROW);
+        Reference<css::sheet::XSheetCellRanges> errors = query->queryFormulaCells(css::sheet::FormulaResult::ERROR);
+        if (errors.is())
+            for (const css::table::CellRangeAddress& m : errors->getRangeAddresses())
+                mark(m, [](Variant& v) { v = Variant::Error("#VALUE!"); });
+        Reference<css::util::XNumberFormats> formats =
+            Reference<css::util::XNumberFormatsSupplier>(document_, UNO_QUERY_THROW)->getNumberFormats();
+        Reference<css::container::XIndexAccess> parts =
+            Reference<css::sheet::XCellFormatRangesSupplier>(cells, UNO_QUERY_THROW)->getCellFormatRanges();
+        std::map<sal_Int32, sal_Int16> typeOfKey;
+        for (sal_Int32 i = 0; i < parts->getCount(); ++i) {
+            Reference<css::beans::XPropertySet> part(parts->getByIndex(i), UNO_QUERY_THROW);
+            sal_Int32 key = 0;
+            part->getPropertyValue("NumberFormat") >>= key;
+            auto known = typeOfKey.find(key);
+            if (known == typeOfKey.end()) {
+                sal_Int16 type = 0;
+                if (Reference<css::beans::XPropertySet> format = formats->getByKey(key); format.is())
+                    format->getPropertyValue("Type") >>= type;
+                known = typeOfKey.emplace(key, type).first;
+            }
+            const sal_Int16 type = known->second;
+            const bool logical = (type & css::util::NumberFormat::LOGICAL) != 0;
+            const bool date = (type & (css::util::NumberFormat::DATE | css::util::NumberFormat::TIME)) != 0;
+            if (!logical && !date) continue;
+            css::table::CellRangeAddress m = Reference<css::sheet::XCellRangeAddressable>(part, UNO_QUERY_THROW)->getRangeAddress();
+            mark(m, [&](Variant& v) {
+                if (v.type != VarType::Number) return;
+                v = logical ? Variant::Boolean(v.number != 0) : Variant::Date(v.number);
+            });
+        }
+    }
     const xl::CellRange& First() const { return areas_.front(); }
     std::unique_ptr<CalcRange> Make(std::vector<xl::CellRange> areas) const {
         return std::make_unique<CalcRange>(session_, document_, sheet_, std::move(areas), RangeMode::Cells);
@@ -1274,6 +1326,22 @@ std::string FullNameOf(const Document& document) {
     rtl::OUString path;
     if (osl::FileBase::getSystemPathFromFileURL(url, path) == osl::FileBase::E_None) return ToUtf8(path);
     return ToUtf8(url);
+}
+
+void StoreActiveCopy(const SessionPtr& session, const std::string& path) {
+    Guarded([&] {
+        Document document = ActiveDocument(session);
+        if (!document.is()) Fail("No document is open.");
+        rtl::OUString url;
+        if (osl::FileBase::getFileURLFromSystemPath(FromUtf8(base::FullPath(path)), url) != osl::FileBase::E_None)
+            Fail("\"" + path + "\" is not a path.");
+        Sequence<css::beans::PropertyValue> arguments(2);
+        arguments.getArray()[0].Name = "FilterName";
+        arguments.getArray()[0].Value <<= rtl::OUString("Calc Office Open XML");
+        arguments.getArray()[1].Name = "Overwrite";
+        arguments.getArray()[1].Value <<= true;
+        Reference<css::frame::XStorable>(document, UNO_QUERY_THROW)->storeToURL(url, arguments);
+    });
 }
 
 }  // namespace arxutils::calc

@@ -64,6 +64,9 @@ std::unique_ptr<excel::Workbook> MakeWorkbook(const SessionPtr& session,
 // The spreadsheet documents of the desktop, in the desktop's order.
 std::vector<css::uno::Reference<css::sheet::XSpreadsheetDocument>> SpreadsheetDocuments(const SessionPtr& session);
 // The document's full name as the model gives it: its system path, or its title when unsaved.
+// Stores a copy of the active document as an xlsx file at `path`, as Calc's "Save a Copy" does;
+// the document keeps its location, its title and its modified flag.
+void StoreActiveCopy(const SessionPtr& session, const std::string& path);
 std::string FullNameOf(const css::uno::Reference<css::sheet::XSpreadsheetDocument>& document);
 
 }  // namespace arxutils::calc
