@@ -84,7 +84,9 @@ TEST_P(BackendTest, ConnectAttachesTheWorkbookOfTheRunAndItsActiveSheet) {
     if (!IsCalc()) {
         EXPECT_EQ(ExcelUtils::ExcelVersion, 16);
     }
-    EXPECT_TRUE(ExcelUtils::Application->GetVisible());
+    if (!IsCalc()) {
+        EXPECT_TRUE(ExcelUtils::Application->GetVisible());  // a headless soffice shows nothing
+    }
     auto file = xl::Workbook::Open(path);
     ASSERT_TRUE(file);
     EXPECT_EQ(ExcelUtils::Worksheet->GetName(), file.Value()->Sheet(file.Value()->ActiveSheetIndex())->Name());

@@ -69,6 +69,7 @@
 #include <com/sun/star/text/XTextContent.hpp>
 #include <com/sun/star/text/XTextField.hpp>
 #include <com/sun/star/text/XTextFieldsSupplier.hpp>
+#include <com/sun/star/util/Date.hpp>
 #include <com/sun/star/util/DateTime.hpp>
 #include <com/sun/star/util/NumberFormat.hpp>
 #include <com/sun/star/util/XNumberFormatsSupplier.hpp>
@@ -814,10 +815,11 @@ private:
         case excel::xlDouble: line.LineStyle = css::table::BorderLineStyle::DOUBLE; break;
         default: line.LineStyle = css::table::BorderLineStyle::SOLID; break;
         }
-        // Widths in hundredths of a millimetre, as Calc's own hairline, thin, medium and thick.
+        // Widths in hundredths of a millimetre that Calc (7.4) writes to an xlsx file as hair,
+        // thin, medium and thick: it takes 18 for hair, 53 for thin and 88 for thick.
         switch (weight_) {
         case excel::xlHairline: line.LineWidth = 9; break;
-        case excel::xlMedium: line.LineWidth = 88; break;
+        case excel::xlMedium: line.LineWidth = 79; break;
         case excel::xlThick: line.LineWidth = 141; break;
         default: line.LineWidth = 26; break;
         }
@@ -1068,10 +1070,23 @@ public:
     std::unique_ptr<excel::Range> Rows() override { return std::make_unique<CalcRange>(session_, document_, sheet_, areas_, RangeMode::Rows); }
     std::unique_ptr<excel::Range> Columns() override { return std::make_unique<CalcRange>(session_, document_, sheet_, areas_, RangeMode::Columns); }
     long Count() override { return excel::AreaCount(areas_, mode_); }
-    double Height() override { return Guarded([&] { return Points(Size().Height); }); }
-    double Width() override { return Guarded([&] { return Points(Size().Width); }); }
-    double Top() override { return Guarded([&] { return Points(Position().Y); }); }
-    double Left() override { return Guarded([&] { return Points(Position().X); }); }
+    // Calc keeps sizes in hundredths of a millimetre, Excel gives whole pixels of 0.75 point:
+    // edges are rounded to pixels and a size is the distance of its rounded edges, so that a
+    // top plus a height is the next top, as in Excel. A hidden row or column is 0 high or wide.
+    double Height() override {
+        return Guarded([&] {
+            if (Hidden("Rows")) return 0.0;
+            return Pixels(EdgeAfter().Y) - Pixels(Position().Y);
+        });
+    }
+    double Width() override {
+        return Guarded([&] {
+            if (Hidden("Columns")) return 0.0;
+            return Pixels(EdgeAfter().X) - Pixels(Position().X);
+        });
+    }
+    double Top() override { return Guarded([&] { return Pixels(Position().Y); }); }
+    double Left() override { return Guarded([&] { return Pixels(Position().X); }); }
     int GetHorizontalAlignment() override {
         return Guarded([&] {
             css::table::CellHoriJustify value = css::table::CellHoriJustify_STANDARD;
@@ -1156,6 +1171,7 @@ public:
                                                                             : css::sheet::CellInsertMode_DOWN;
             if (excel::WholeRows(a)) mode = css::sheet::CellInsertMode_ROWS;
             else if (excel::WholeColumns(a)) mode = css::sheet::CellInsertMode_COLUMNS;
+            if (mode == css::sheet::CellInsertMode_RIGHT || mode == css::sheet::CellInsertMode_DOWN) CheckNoMergeMoves(a, mode == css::sheet::CellInsertMode_RIGHT);
             movement->insertCells(UnoAddress(sheet_, a), mode);
         });
     }
@@ -1168,6 +1184,7 @@ public:
                                                                                : css::sheet::CellDeleteMode_UP;
                 if (excel::WholeRows(*a)) mode = css::sheet::CellDeleteMode_ROWS;
                 else if (excel::WholeColumns(*a)) mode = css::sheet::CellDeleteMode_COLUMNS;
+                if (mode == css::sheet::CellDeleteMode_LEFT || mode == css::sheet::CellDeleteMode_UP) CheckNoMergeMoves(*a, mode == css::sheet::CellDeleteMode_LEFT);
                 movement->removeRange(UnoAddress(sheet_, *a), mode);
             }
         });
@@ -1227,6 +1244,8 @@ private:
         Reference<css::container::XIndexAccess> parts =
             Reference<css::sheet::XCellFormatRangesSupplier>(cells, UNO_QUERY_THROW)->getCellFormatRanges();
         std::map<sal_Int32, sal_Int16> typeOfKey;
+        bool nullDateRead = false;
+        double dateOffset = 0;
         for (sal_Int32 i = 0; i < parts->getCount(); ++i) {
             Reference<css::beans::XPropertySet> part(parts->getByIndex(i), UNO_QUERY_THROW);
             sal_Int32 key = 0;
@@ -1239,15 +1258,38 @@ private:
                 known = typeOfKey.emplace(key, type).first;
             }
             const sal_Int16 type = known->second;
+            // Calc counts a 1904 workbook's dates from its own null date, Excel from 1899-12-30.
+            if ((type & (css::util::NumberFormat::DATE | css::util::NumberFormat::TIME)) != 0 && !nullDateRead) {
+                css::util::Date nullDate(30, 12, 1899);
+                Reference<css::beans::XPropertySet>(document_, UNO_QUERY_THROW)->getPropertyValue("NullDate") >>= nullDate;
+                css::util::DateTime at;
+                at.Day = nullDate.Day;
+                at.Month = nullDate.Month;
+                at.Year = nullDate.Year;
+                dateOffset = OleDate(at);
+                nullDateRead = true;
+            }
             const bool logical = (type & css::util::NumberFormat::LOGICAL) != 0;
             const bool date = (type & (css::util::NumberFormat::DATE | css::util::NumberFormat::TIME)) != 0;
             if (!logical && !date) continue;
             css::table::CellRangeAddress m = Reference<css::sheet::XCellRangeAddressable>(part, UNO_QUERY_THROW)->getRangeAddress();
             mark(m, [&](Variant& v) {
                 if (v.type != VarType::Number) return;
-                v = logical ? Variant::Boolean(v.number != 0) : Variant::Date(v.number);
+                v = logical ? Variant::Boolean(v.number != 0) : Variant::Date(v.number + dateOffset);
             });
         }
+    }
+    // Calc (7.4) shifts cells past a merge that only part of them would move, leaving the merge
+    // torn: such a move is refused with the file backend's words.
+    void CheckNoMergeMoves(const xl::CellRange& a, bool sideways) const {
+        xl::CellRange used = UsedArea(sheet_);
+        if (!used.IsValid()) return;
+        xl::CellRange region = sideways ? xl::CellRange{a.firstRow, a.firstColumn, std::min(a.lastRow, used.lastRow), used.lastColumn}
+                                        : xl::CellRange{a.firstRow, a.firstColumn, used.lastRow, std::min(a.lastColumn, used.lastColumn)};
+        if (!region.IsValid()) return;
+        Reference<css::util::XMergeable> mergeable(CellsOf(sheet_, region), UNO_QUERY_THROW);
+        if (mergeable->getIsMerged())
+            Fail("Merged cells would have to move; insert or delete these cells in the spreadsheet program instead.");
     }
     const xl::CellRange& First() const { return areas_.front(); }
     std::unique_ptr<CalcRange> Make(std::vector<xl::CellRange> areas) const {
@@ -1257,6 +1299,41 @@ private:
         return Reference<css::sheet::XCellRangeData>(CellsOf(sheet_, a), UNO_QUERY_THROW);
     }
     Target Styled() const { return {document_, sheet_, areas_}; }
+    static double Pixels(sal_Int32 hundredthsOfMillimetre) { return std::round(Points(hundredthsOfMillimetre) / 0.75) * 0.75; }
+    // True when every row (or column) of the first area is hidden.
+    bool Hidden(const char* which) const {
+        Reference<css::table::XColumnRowRange> parts(CellsOf(sheet_, Clip(sheet_, First())), UNO_QUERY_THROW);
+        Reference<css::container::XIndexAccess> lines(
+            std::string_view(which) == "Rows" ? Reference<css::container::XIndexAccess>(parts->getRows(), UNO_QUERY_THROW)
+                                              : Reference<css::container::XIndexAccess>(parts->getColumns(), UNO_QUERY_THROW));
+        for (sal_Int32 i = 0; i < lines->getCount(); ++i) {
+            bool visible = true;
+            Reference<css::beans::XPropertySet>(lines->getByIndex(i), UNO_QUERY_THROW)->getPropertyValue("IsVisible") >>= visible;
+            if (visible) return false;
+        }
+        return lines->getCount() > 0;
+    }
+    // The far corner of the first area: where the next row and column begin, as Calc's
+    // positions and sizes are rounded apart; at the sheet's end its position plus its size.
+    css::awt::Point EdgeAfter() const {
+        xl::CellRange a = Clip(sheet_, First());
+        xl::CellRange bounds = SheetBounds(sheet_);
+        css::awt::Point at = Position();
+        css::awt::Size size = Size();
+        css::awt::Point edge(at.X + size.Width, at.Y + size.Height);
+        css::awt::Point next;
+        if (a.lastRow < bounds.lastRow) {
+            Reference<css::beans::XPropertySet>(CellsOf(sheet_, {a.lastRow + 1, a.firstColumn, a.lastRow + 1, a.firstColumn}),
+                                                UNO_QUERY_THROW)->getPropertyValue("Position") >>= next;
+            edge.Y = next.Y;
+        }
+        if (a.lastColumn < bounds.lastColumn) {
+            Reference<css::beans::XPropertySet>(CellsOf(sheet_, {a.firstRow, a.lastColumn + 1, a.firstRow, a.lastColumn + 1}),
+                                                UNO_QUERY_THROW)->getPropertyValue("Position") >>= next;
+            edge.X = next.X;
+        }
+        return edge;
+    }
     css::awt::Size Size() const {
         css::awt::Size size;
         Reference<css::beans::XPropertySet>(CellsOf(sheet_, Clip(sheet_, First())), UNO_QUERY_THROW)->getPropertyValue("Size") >>= size;
@@ -1302,6 +1379,8 @@ std::vector<Document> SpreadsheetDocuments(const SessionPtr& session) {
         Document document(all->nextElement(), UNO_QUERY);
         if (document.is()) documents.push_back(document);
     }
+    // The desktop gives the latest document first; Workbooks counts them in the order opened.
+    std::reverse(documents.begin(), documents.end());
     return documents;
 }
 
