@@ -435,6 +435,28 @@ TEST_P(BackendTest, SetCellValueAndSetCommentWriteOneCell) {
     EXPECT_EQ(ExcelUtils::Worksheet->GetRange("B2")->Text().text, "value");
 }
 
+TEST_P(BackendTest, WritingValuesKeepsTheCommentsOfTheCells) {
+    std::string path = MakeBook("a.xlsx", [](xl::Worksheet& s) {
+        s.SetString(2, 2, "old");
+        s.SetNote(2, 2, "key of B2");
+        s.SetNote(3, 3, "key of C3");
+    });
+    Attach(path);
+    ASSERT_TRUE(ExcelUtils::SetCellValue(2, 2, "new"));
+    ASSERT_TRUE(ExcelUtils::CreateStagingArray(2, 2));
+    ExcelUtils::PutStagedCell("block", 1, 1);
+    ExcelUtils::FlushStaging("B2", false, false);
+    auto file = xl::Workbook::Open(Saved(path));
+    ASSERT_TRUE(file);
+    xl::Worksheet& s = *file.Value()->Sheet(0);
+    EXPECT_EQ(s.Value(2, 2).text, "");
+    EXPECT_EQ(s.Value(3, 3).text, "block");
+    ASSERT_NE(s.NoteAt(2, 2), nullptr);
+    ASSERT_NE(s.NoteAt(3, 3), nullptr);
+    EXPECT_EQ(ExcelUtils::Worksheet->GetRange("B2")->GetComment()->Text(), "key of B2");
+    EXPECT_EQ(ExcelUtils::Worksheet->GetRange("C3")->GetComment()->Text(), "key of C3");
+}
+
 TEST_P(BackendTest, TwentyOneQueuedAddressesGoOutInTwoCallsOfTwentyAndOne) {
     Attach(MakeBook("a.xlsx"));
     for (int r = 1; r <= 21; ++r) ASSERT_TRUE(ExcelUtils::AddFont(r, 1, r, r == 21 ? 2 : 1, true, false));

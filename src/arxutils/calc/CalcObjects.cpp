@@ -36,6 +36,7 @@
 #include <com/sun/star/lang/XMultiServiceFactory.hpp>
 #include <com/sun/star/sheet/CellDeleteMode.hpp>
 #include <com/sun/star/sheet/CellInsertMode.hpp>
+#include <com/sun/star/sheet/CellFlags.hpp>
 #include <com/sun/star/sheet/FormulaResult.hpp>
 #include <com/sun/star/sheet/XCalculatable.hpp>
 #include <com/sun/star/sheet/XCellFormatRangesSupplier.hpp>
@@ -432,7 +433,31 @@ public:
     void SetDisplayAlerts(bool on) override { session_->displayAlerts = on; }
     bool GetEditDirectlyInCell() override { return session_->editDirectlyInCell; }
     void SetEditDirectlyInCell(bool on) override { session_->editDirectlyInCell = on; }
-    void SetInteractive(bool on) override { session_->interactive = on; }
+    // Off, the active document stops repainting and recalculating while a writer fills it, as
+    // Excel does when it isn't interactive; on, both are given back as they were.
+    void SetInteractive(bool on) override {
+        session_->interactive = on;
+        Guarded([&] {
+            if (!on) {
+                if (session_->locked.is()) return;
+                Document document = ActiveDocument(session_);
+                if (!document.is()) return;
+                Reference<css::sheet::XCalculatable> calculatable(document, UNO_QUERY_THROW);
+                session_->lockedAutomaticCalculation = calculatable->isAutomaticCalculationEnabled();
+                calculatable->enableAutomaticCalculation(false);
+                Reference<css::frame::XModel>(document, UNO_QUERY_THROW)->lockControllers();
+                session_->locked = document;
+                return;
+            }
+            if (!session_->locked.is()) return;
+            // Cleared first: a document closed meanwhile has nothing left to give back.
+            Document document = session_->locked;
+            session_->locked.clear();
+            Reference<css::frame::XModel>(document, UNO_QUERY_THROW)->unlockControllers();
+            Reference<css::sheet::XCalculatable>(document, UNO_QUERY_THROW)
+                ->enableAutomaticCalculation(session_->lockedAutomaticCalculation);
+        });
+    }
     void Quit() override {
         Guarded([&] {
             for (const Document& d : SpreadsheetDocuments(session_)) {
@@ -999,7 +1024,13 @@ public:
                         cells[c] = value.type == VarType::Array ? ToAny(value.array->At(r, c)) : single;
                     data.getArray()[r] = line;
                 }
-                Data({a.firstRow, a.firstColumn, a.firstRow + rows - 1, a.firstColumn + columns - 1})->setDataArray(data);
+                xl::CellRange written{a.firstRow, a.firstColumn, a.firstRow + rows - 1, a.firstColumn + columns - 1};
+                auto notes = NotesIn(written);
+                Data(written)->setDataArray(data);
+                if (!notes.empty()) {
+                    auto annotations = AnnotationsOf(sheet_);
+                    for (const auto& [at, text] : notes) annotations->insertNew(at, text);
+                }
             }
         });
     }
@@ -1290,6 +1321,24 @@ private:
         Reference<css::util::XMergeable> mergeable(CellsOf(sheet_, region), UNO_QUERY_THROW);
         if (mergeable->getIsMerged())
             Fail("Merged cells would have to move; insert or delete these cells in the spreadsheet program instead.");
+    }
+    // Calc's setDataArray clears the comments of the cells it writes, Excel's Value keeps them:
+    // the comments of the block are taken before and put back after.
+    std::vector<std::pair<css::table::CellAddress, rtl::OUString>> NotesIn(const xl::CellRange& a) const {
+        std::vector<std::pair<css::table::CellAddress, rtl::OUString>> notes;
+        Reference<css::sheet::XCellRangesQuery> query(CellsOf(sheet_, a), UNO_QUERY_THROW);
+        Reference<css::sheet::XSheetCellRanges> noted = query->queryContentCells(css::sheet::CellFlags::ANNOTATION);
+        if (!noted.is()) return notes;
+        for (const css::table::CellRangeAddress& m : noted->getRangeAddresses()) {
+            for (sal_Int32 row = m.StartRow; row <= m.EndRow; ++row) {
+                for (sal_Int32 column = m.StartColumn; column <= m.EndColumn; ++column) {
+                    Reference<css::sheet::XSheetAnnotationAnchor> anchor(sheet_->getCellByPosition(column, row), UNO_QUERY_THROW);
+                    Reference<css::text::XSimpleText> text(anchor->getAnnotation(), UNO_QUERY_THROW);
+                    notes.emplace_back(css::table::CellAddress(m.Sheet, column, row), text->getString());
+                }
+            }
+        }
+        return notes;
     }
     const xl::CellRange& First() const { return areas_.front(); }
     std::unique_ptr<CalcRange> Make(std::vector<xl::CellRange> areas) const {

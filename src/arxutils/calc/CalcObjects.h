@@ -33,6 +33,10 @@ struct Session {
     bool displayAlerts = true;
     bool editDirectlyInCell = true;
     bool interactive = true;
+    // The document a writer made non-interactive (controllers locked, automatic calculation
+    // off), and whether it calculated automatically before; empty when none is.
+    css::uno::Reference<css::sheet::XSpreadsheetDocument> locked;
+    bool lockedAutomaticCalculation = true;
 };
 using SessionPtr = std::shared_ptr<Session>;
 
