@@ -23,6 +23,7 @@ setsid "$OFFICE" --headless --invisible --nologo --norestore --nodefault "--acce
     >/dev/null 2>&1 &
 OFFICE_PID=$!
 trap 'kill -KILL -- -$OFFICE_PID 2>/dev/null; wait $OFFICE_PID 2>/dev/null; rm -rf "$WORK"' EXIT
+trap 'exit 130' INT TERM
 /usr/bin/python3 "$PEER/calc_office.py" "$CONNECTION" wait
 
 echo "load average before the runs: $(cut -d' ' -f1-3 /proc/loadavg)"

@@ -50,6 +50,7 @@
 #include <com/sun/star/sheet/XSheetAnnotationsSupplier.hpp>
 #include <com/sun/star/sheet/XSheetCellCursor.hpp>
 #include <com/sun/star/sheet/XSheetCellRanges.hpp>
+#include <com/sun/star/sheet/XSheetOperation.hpp>
 #include <com/sun/star/sheet/XSpreadsheet.hpp>
 #include <com/sun/star/sheet/XSpreadsheetView.hpp>
 #include <com/sun/star/sheet/XSpreadsheets.hpp>
@@ -677,15 +678,18 @@ Reference<css::sheet::XSheetAnnotations> AnnotationsOf(const Sheet& sheet) {
     return Live(supplier->getAnnotations());
 }
 
-// The note's index among the sheet's, or -1.
-sal_Int32 AnnotationIndex(const Reference<css::sheet::XSheetAnnotations>& annotations, int row, int column) {
-    Reference<css::container::XIndexAccess> all(annotations, UNO_QUERY_THROW);
-    for (sal_Int32 i = 0, n = all->getCount(); i < n; ++i) {
-        Reference<css::sheet::XSheetAnnotation> note(all->getByIndex(i), UNO_QUERY_THROW);
-        css::table::CellAddress at = note->getPosition();
-        if (at.Row + 1 == row && at.Column + 1 == column) return i;
-    }
-    return -1;
+// True when the cell has a note: asked of the cell alone, so that the cost doesn't grow with the
+// sheet's notes.
+bool HasNote(const Sheet& sheet, int row, int column) {
+    Reference<css::sheet::XCellRangesQuery> query(Live(sheet)->getCellByPosition(column - 1, row - 1), UNO_QUERY_THROW);
+    Reference<css::sheet::XSheetCellRanges> noted = query->queryContentCells(css::sheet::CellFlags::ANNOTATION);
+    return noted.is() && noted->getRangeAddresses().hasElements();
+}
+
+// Removes the notes of the cells of `r`, and nothing else.
+void ClearNotes(const Sheet& sheet, const xl::CellRange& r) {
+    Reference<css::sheet::XSheetOperation> operation(CellsOf(sheet, r), UNO_QUERY_THROW);
+    operation->clearContents(css::sheet::CellFlags::ANNOTATION);
 }
 
 class CalcComment : public excel::Comment {
@@ -704,9 +708,7 @@ public:
     }
     void Delete() override {
         Guarded([&] {
-            auto annotations = AnnotationsOf(sheet_);
-            sal_Int32 index = AnnotationIndex(annotations, row_, column_);
-            if (index >= 0) annotations->removeByIndex(index);
+            ClearNotes(sheet_, {row_, column_, row_, column_});
         });
     }
 
@@ -1222,14 +1224,14 @@ public:
     }
     std::unique_ptr<excel::Comment> GetComment() override {
         return Guarded([&]() -> std::unique_ptr<excel::Comment> {
-            if (AnnotationIndex(AnnotationsOf(sheet_), Row(), Column()) < 0) return nullptr;
+            if (!HasNote(sheet_, Row(), Column())) return nullptr;
             return std::make_unique<CalcComment>(session_, document_, sheet_, Row(), Column());
         });
     }
     std::unique_ptr<excel::Comment> AddComment(std::string_view text) override {
         return Guarded([&] {
             auto annotations = AnnotationsOf(sheet_);
-            if (AnnotationIndex(annotations, Row(), Column()) >= 0) Fail("Application-defined or object-defined error");
+            if (HasNote(sheet_, Row(), Column())) Fail("Application-defined or object-defined error");
             css::table::CellAddress at(SheetIndex(sheet_), Column() - 1, Row() - 1);
             annotations->insertNew(at, FromUtf8(text));
             return std::make_unique<CalcComment>(session_, document_, sheet_, Row(), Column());
@@ -1237,18 +1239,7 @@ public:
     }
     void ClearComments() override {
         Guarded([&] {
-            auto annotations = AnnotationsOf(sheet_);
-            Reference<css::container::XIndexAccess> all(annotations, UNO_QUERY_THROW);
-            for (sal_Int32 i = all->getCount() - 1; i >= 0; --i) {
-                Reference<css::sheet::XSheetAnnotation> note(all->getByIndex(i), UNO_QUERY_THROW);
-                css::table::CellAddress at = note->getPosition();
-                for (const xl::CellRange& a : areas_) {
-                    if (a.Contains(at.Row + 1, at.Column + 1)) {
-                        annotations->removeByIndex(i);
-                        break;
-                    }
-                }
-            }
+            for (const xl::CellRange& a : areas_) ClearNotes(sheet_, Clip(sheet_, a));
         });
     }
     std::unique_ptr<excel::Hyperlinks> GetHyperlinks() override { return std::make_unique<CalcHyperlinks>(Styled()); }
