@@ -678,16 +678,44 @@ Reference<css::sheet::XSheetAnnotations> AnnotationsOf(const Sheet& sheet) {
     return Live(supplier->getAnnotations());
 }
 
-// True when the cell has a note: asked of the cell alone, so that the cost doesn't grow with the
-// sheet's notes.
-bool HasNote(const Sheet& sheet, int row, int column) {
-    Reference<css::sheet::XCellRangesQuery> query(Live(sheet)->getCellByPosition(column - 1, row - 1), UNO_QUERY_THROW);
+// The cells of `sheet` that hold a note, read from Calc the first time a note of that sheet is
+// asked for.
+std::set<std::pair<int, int>>& NotedCells(Session& session, const Sheet& sheet) {
+    if (session.notedSheet == sheet) return session.noted;
+    session.noted.clear();
+    Reference<css::sheet::XCellRangesQuery> query(Live(sheet), UNO_QUERY_THROW);
     Reference<css::sheet::XSheetCellRanges> noted = query->queryContentCells(css::sheet::CellFlags::ANNOTATION);
-    return noted.is() && noted->getRangeAddresses().hasElements();
+    if (noted.is())
+        for (const css::table::CellRangeAddress& m : noted->getRangeAddresses())
+            for (sal_Int32 row = m.StartRow; row <= m.EndRow; ++row)
+                for (sal_Int32 column = m.StartColumn; column <= m.EndColumn; ++column) session.noted.emplace(row + 1, column + 1);
+    session.notedSheet = sheet;
+    return session.noted;
 }
 
-// Removes the notes of the cells of `r`, and nothing else.
-void ClearNotes(const Sheet& sheet, const xl::CellRange& r) {
+// Cells moved or merged take their notes along: the noted cells are read again when next asked.
+void ForgetNotedCells(Session& session) {
+    session.notedSheet.clear();
+    session.noted.clear();
+}
+
+bool HasNote(Session& session, const Sheet& sheet, int row, int column) {
+    return NotedCells(session, sheet).count({row, column}) > 0;
+}
+
+// Removes the notes of the cells of `r`, and nothing else; no call at all when none has one.
+void ClearNotes(Session& session, const Sheet& sheet, const xl::CellRange& r) {
+    auto& noted = NotedCells(session, sheet);
+    bool any = false;
+    for (auto at = noted.lower_bound({r.firstRow, 0}); at != noted.end() && at->first <= r.lastRow;) {
+        if (at->second >= r.firstColumn && at->second <= r.lastColumn) {
+            at = noted.erase(at);
+            any = true;
+        } else {
+            ++at;
+        }
+    }
+    if (!any) return;
     Reference<css::sheet::XSheetOperation> operation(CellsOf(sheet, r), UNO_QUERY_THROW);
     operation->clearContents(css::sheet::CellFlags::ANNOTATION);
 }
@@ -708,7 +736,7 @@ public:
     }
     void Delete() override {
         Guarded([&] {
-            ClearNotes(sheet_, {row_, column_, row_, column_});
+            ClearNotes(*session_, sheet_, {row_, column_, row_, column_});
         });
     }
 
@@ -1160,6 +1188,7 @@ public:
             for (const xl::CellRange& a : areas_) {
                 Reference<css::util::XMergeable> mergeable(CellsOf(sheet_, Clip(sheet_, a)), UNO_QUERY_THROW);
                 mergeable->merge(true);
+                ForgetNotedCells(*session_);
             }
         });
     }
@@ -1206,6 +1235,7 @@ public:
             else if (excel::WholeColumns(a)) mode = css::sheet::CellInsertMode_COLUMNS;
             if (mode == css::sheet::CellInsertMode_RIGHT || mode == css::sheet::CellInsertMode_DOWN) CheckNoMergeMoves(a, mode == css::sheet::CellInsertMode_RIGHT);
             movement->insertCells(UnoAddress(sheet_, a), mode);
+            ForgetNotedCells(*session_);
         });
     }
     void Delete(int shift) override {
@@ -1219,27 +1249,29 @@ public:
                 else if (excel::WholeColumns(*a)) mode = css::sheet::CellDeleteMode_COLUMNS;
                 if (mode == css::sheet::CellDeleteMode_LEFT || mode == css::sheet::CellDeleteMode_UP) CheckNoMergeMoves(*a, mode == css::sheet::CellDeleteMode_LEFT);
                 movement->removeRange(UnoAddress(sheet_, *a), mode);
+                ForgetNotedCells(*session_);
             }
         });
     }
     std::unique_ptr<excel::Comment> GetComment() override {
         return Guarded([&]() -> std::unique_ptr<excel::Comment> {
-            if (!HasNote(sheet_, Row(), Column())) return nullptr;
+            if (!HasNote(*session_, sheet_, Row(), Column())) return nullptr;
             return std::make_unique<CalcComment>(session_, document_, sheet_, Row(), Column());
         });
     }
     std::unique_ptr<excel::Comment> AddComment(std::string_view text) override {
         return Guarded([&] {
             auto annotations = AnnotationsOf(sheet_);
-            if (HasNote(sheet_, Row(), Column())) Fail("Application-defined or object-defined error");
+            if (HasNote(*session_, sheet_, Row(), Column())) Fail("Application-defined or object-defined error");
             css::table::CellAddress at(SheetIndex(sheet_), Column() - 1, Row() - 1);
             annotations->insertNew(at, FromUtf8(text));
+            NotedCells(*session_, sheet_).emplace(Row(), Column());
             return std::make_unique<CalcComment>(session_, document_, sheet_, Row(), Column());
         });
     }
     void ClearComments() override {
         Guarded([&] {
-            for (const xl::CellRange& a : areas_) ClearNotes(sheet_, Clip(sheet_, a));
+            for (const xl::CellRange& a : areas_) ClearNotes(*session_, sheet_, Clip(sheet_, a));
         });
     }
     std::unique_ptr<excel::Hyperlinks> GetHyperlinks() override { return std::make_unique<CalcHyperlinks>(Styled()); }

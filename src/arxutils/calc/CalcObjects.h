@@ -3,10 +3,12 @@
 // nothing outside this folder includes this header.
 
 #include <memory>
+#include <set>
 #include <string>
 #include <string_view>
 
 #include <com/sun/star/frame/XDesktop2.hpp>
+#include <com/sun/star/sheet/XSpreadsheet.hpp>
 #include <com/sun/star/sheet/XSpreadsheetDocument.hpp>
 #include <com/sun/star/uno/Exception.hpp>
 #include <com/sun/star/uno/XComponentContext.hpp>
@@ -37,6 +39,12 @@ struct Session {
     // off), and whether it calculated automatically before; empty when none is.
     css::uno::Reference<css::sheet::XSpreadsheetDocument> locked;
     bool lockedAutomaticCalculation = true;
+    // The cells (row, column from 1) that hold a note on `notedSheet`, read once and kept up to
+    // date by the notes this connection adds and clears, so that clearing a cell without a note
+    // and adding a note cost no extra call; forgotten when cells move. A connection lives for
+    // one command.
+    css::uno::Reference<css::sheet::XSpreadsheet> notedSheet;
+    std::set<std::pair<int, int>> noted;
 };
 using SessionPtr = std::shared_ptr<Session>;
 
