@@ -38,7 +38,7 @@ for N in $SIZES; do
     set -- $(measure /usr/bin/python3 "$PEER/peer_calc_export.py" "$CONNECTION" "$DXF")
     PEER_S=$1
     /usr/bin/python3 "$PEER/calc_office.py" "$CONNECTION" close
-    "$TOOL" --settings "$WORK/settings.ini" --drawing "$DXF" --output "$WORK/ours.xlsx" --force --quiet export \
+    "$TOOL" --settings "$WORK/settings.ini" --spreadsheet file --drawing "$DXF" --output "$WORK/ours.xlsx" --force --quiet export \
         --drawing-column on --combine off --count-column on --show-header on >/dev/null 2>&1
     LOAD=$(/usr/bin/python3 "$PEER/calc_office.py" "$CONNECTION" load "$WORK/ours.xlsx")
     /usr/bin/python3 "$PEER/calc_office.py" "$CONNECTION" close

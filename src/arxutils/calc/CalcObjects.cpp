@@ -115,9 +115,13 @@ rtl::OUString FromUtf8(std::string_view text) {
 void ThrowUnoFailure(const css::uno::Exception& failure) {
     std::string message = ToUtf8(failure.Message);
     // The message ends with the source position in Calc's own code; the user has no use for it.
-    if (std::size_t at = message.rfind(" at ./"); at != std::string::npos) message.erase(at);
+    if (message.rfind("at ./", 0) == 0) message.clear();
+    else if (std::size_t at = message.rfind(" at ./"); at != std::string::npos) message.erase(at);
     Any caught = cppu::getCaughtException();
-    if (caught.isExtractableTo(cppu::UnoType<css::lang::DisposedException>::get())) {
+    // Calc (7.4) answers a call on the cells of a closed document with a RuntimeException that
+    // says nothing but where it was thrown.
+    const bool bareRuntime = message.empty() && caught.getValueType() == cppu::UnoType<css::uno::RuntimeException>::get();
+    if (bareRuntime || caught.isExtractableTo(cppu::UnoType<css::lang::DisposedException>::get())) {
         throw AutomationError(excel::kErrUnavailable,
                               "LibreOffice Calc closed the document, or the connection to it was lost" +
                                   (message.empty() ? std::string(".") : " (" + message + ")."));
@@ -168,10 +172,14 @@ sal_Int16 SheetIndex(const Sheet& sheet) {
     return addressable->getRangeAddress().Sheet;
 }
 
-// The sheet's last row and column (from 1): Calc's limits differ from the application's.
+// The sheet's last row and column (from 1): Calc's limits differ from the application's. They are
+// the same for every sheet of an office, and asked once.
 xl::CellRange SheetBounds(const Sheet& sheet) {
+    static xl::CellRange known;
+    if (known.IsValid()) return known;
     Reference<css::table::XColumnRowRange> parts(sheet, UNO_QUERY_THROW);
-    return {1, 1, Live(parts->getRows())->getCount(), Live(parts->getColumns())->getCount()};
+    known = {1, 1, Live(parts->getRows())->getCount(), Live(parts->getColumns())->getCount()};
+    return known;
 }
 
 // Cells that hold anything; an invalid range for an empty sheet.
@@ -545,6 +553,7 @@ public:
             }
             sal_Int16 position = SheetIndex(CalcApplication::ActiveSheetOf(document_));
             sheets->insertNewByName(FromUtf8(name), position);
+            session_->notedSheetIndex = -1;
             Sheet sheet(sheets->getByName(FromUtf8(name)), UNO_QUERY_THROW);
             if (auto view = ViewOf(document_); view.is()) view->setActiveSheet(sheet);
             return MakeWorksheet(session_, document_, sheet);
@@ -690,7 +699,21 @@ std::set<std::pair<int, int>>& NotedCells(Session& session, const Sheet& sheet) 
             for (sal_Int32 row = m.StartRow; row <= m.EndRow; ++row)
                 for (sal_Int32 column = m.StartColumn; column <= m.EndColumn; ++column) session.noted.emplace(row + 1, column + 1);
     session.notedSheet = sheet;
+    session.notes.clear();
+    session.notedSheetIndex = -1;
     return session.noted;
+}
+
+Reference<css::sheet::XSheetAnnotations> NotesOf(Session& session, const Sheet& sheet) {
+    NotedCells(session, sheet);
+    if (!session.notes.is()) session.notes = AnnotationsOf(sheet);
+    return session.notes;
+}
+
+sal_Int16 NotedSheetIndex(Session& session, const Sheet& sheet) {
+    NotedCells(session, sheet);
+    if (session.notedSheetIndex < 0) session.notedSheetIndex = SheetIndex(sheet);
+    return static_cast<sal_Int16>(session.notedSheetIndex);
 }
 
 // Cells moved or merged take their notes along: the noted cells are read again when next asked.
@@ -972,18 +995,19 @@ private:
     void ForEachLinkedCell(Each&& each) {
         for (const xl::CellRange& area : t_.areas) {
             xl::CellRange a = Clip(t_.sheet, area);
-            Reference<css::sheet::XCellRangeData> data(CellsOf(t_.sheet, a), UNO_QUERY_THROW);
-            Sequence<Sequence<Any>> values = data->getDataArray();
-            for (sal_Int32 r = 0; r < values.getLength(); ++r) {
-                for (sal_Int32 c = 0; c < values[r].getLength(); ++c) {
-                    // Only a text cell can hold a field.
-                    rtl::OUString text;
-                    if (!(values[r][c] >>= text) || text.isEmpty()) continue;
-                    Reference<css::table::XCell> cell = t_.sheet->getCellByPosition(a.firstColumn - 1 + c, a.firstRow - 1 + r);
-                    Reference<css::text::XTextFieldsSupplier> fields(cell, UNO_QUERY);
-                    if (!fields.is()) continue;
-                    Reference<css::container::XEnumerationAccess> all(fields->getTextFields(), UNO_QUERY);
-                    if (all.is() && all->hasElements()) each(cell);
+            // Only a cell of formatted text can hold a field: Calc finds those in one call.
+            Reference<css::sheet::XCellRangesQuery> query(CellsOf(t_.sheet, a), UNO_QUERY_THROW);
+            Reference<css::sheet::XSheetCellRanges> formatted = query->queryContentCells(css::sheet::CellFlags::FORMATTED);
+            if (!formatted.is()) continue;
+            for (const css::table::CellRangeAddress& m : formatted->getRangeAddresses()) {
+                for (sal_Int32 row = m.StartRow; row <= m.EndRow; ++row) {
+                    for (sal_Int32 column = m.StartColumn; column <= m.EndColumn; ++column) {
+                        Reference<css::table::XCell> cell = t_.sheet->getCellByPosition(column, row);
+                        Reference<css::text::XTextFieldsSupplier> fields(cell, UNO_QUERY);
+                        if (!fields.is()) continue;
+                        Reference<css::container::XEnumerationAccess> all(fields->getTextFields(), UNO_QUERY);
+                        if (all.is() && all->hasElements()) each(cell);
+                    }
                 }
             }
         }
@@ -1261,10 +1285,9 @@ public:
     }
     std::unique_ptr<excel::Comment> AddComment(std::string_view text) override {
         return Guarded([&] {
-            auto annotations = AnnotationsOf(sheet_);
             if (HasNote(*session_, sheet_, Row(), Column())) Fail("Application-defined or object-defined error");
-            css::table::CellAddress at(SheetIndex(sheet_), Column() - 1, Row() - 1);
-            annotations->insertNew(at, FromUtf8(text));
+            css::table::CellAddress at(NotedSheetIndex(*session_, sheet_), Column() - 1, Row() - 1);
+            NotesOf(*session_, sheet_)->insertNew(at, FromUtf8(text));
             NotedCells(*session_, sheet_).emplace(Row(), Column());
             return std::make_unique<CalcComment>(session_, document_, sheet_, Row(), Column());
         });

@@ -8,6 +8,7 @@
 #include <string_view>
 
 #include <com/sun/star/frame/XDesktop2.hpp>
+#include <com/sun/star/sheet/XSheetAnnotations.hpp>
 #include <com/sun/star/sheet/XSpreadsheet.hpp>
 #include <com/sun/star/sheet/XSpreadsheetDocument.hpp>
 #include <com/sun/star/uno/Exception.hpp>
@@ -45,6 +46,10 @@ struct Session {
     // one command.
     css::uno::Reference<css::sheet::XSpreadsheet> notedSheet;
     std::set<std::pair<int, int>> noted;
+    // The notes and the index of `notedSheet`, asked once; the index is forgotten when a sheet
+    // is inserted.
+    css::uno::Reference<css::sheet::XSheetAnnotations> notes;
+    int notedSheetIndex = -1;
 };
 using SessionPtr = std::shared_ptr<Session>;
 
