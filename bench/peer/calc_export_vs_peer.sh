@@ -22,7 +22,7 @@ PROFILE="-env:UserInstallation=file://$WORK/profile"
 setsid "$OFFICE" --headless --invisible --nologo --norestore --nodefault "--accept=$CONNECTION;urp;" "$PROFILE" \
     >/dev/null 2>&1 &
 OFFICE_PID=$!
-trap 'kill -KILL -- -$OFFICE_PID 2>/dev/null; wait $OFFICE_PID 2>/dev/null; rm -rf "$WORK"' EXIT
+trap 'kill -9 -$OFFICE_PID 2>/dev/null; wait $OFFICE_PID 2>/dev/null; rm -rf "$WORK"' EXIT
 trap 'exit 130' INT TERM
 /usr/bin/python3 "$PEER/calc_office.py" "$CONNECTION" wait
 
