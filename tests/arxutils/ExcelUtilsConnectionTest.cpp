@@ -1,5 +1,6 @@
 // Attaching to the running instance, starting one, opening workbooks, the chooser and the
-// diagnostic command, through ExcelUtils over the file backend.
+// diagnostic command, through ExcelUtils over the file backend; the TEST_P cases over a headless
+// soffice as well (test_arxutils_bridge_calc).
 #include "BridgeFixture.h"
 
 #include "base/Text.h"

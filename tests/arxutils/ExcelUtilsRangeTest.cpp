@@ -1,5 +1,6 @@
 // Reading and writing cells through ExcelUtils: the four reading roads, the staging array, the
-// format queues and the other worksheet operations, on real workbook files.
+// format queues and the other worksheet operations, on real workbook files. TEST_P cases run
+// against the file backend here and against a headless soffice in test_arxutils_bridge_calc.
 #include "BridgeFixture.h"
 
 #include <cstdio>
