@@ -63,7 +63,7 @@ bool CExcelROTDialog::OnInitDialog() {
         if (base::EqualNoCase(name, excel::kInstanceMoniker)) {
             if (!m_Message.empty()) m_Message += "\n";
             m_Message += "Find Microsoft Excel.";
-        } else if (IsListedName(name)) {
+        } else if (IsListedName(name) || excel::CurrentServer().AlsoListed(name)) {
             m_List.push_back(name);
         }
     }

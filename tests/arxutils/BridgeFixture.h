@@ -1,6 +1,8 @@
 #pragma once
 // A temporary folder, a recording Ui, a captured printer and an installed file backend for the
-// bridge tests; everything is put back after each test.
+// bridge tests; everything is put back after each test. BackendTest runs the same test against
+// the file backend (test_arxutils) and against a headless soffice (test_arxutils_bridge_calc,
+// built with VELMAR_BRIDGE_CALC).
 
 #include <gtest/gtest.h>
 
@@ -11,12 +13,17 @@
 
 #include "arxutils/CExcelROTDialog.h"
 #include "arxutils/ExcelUtils.h"
+#include "arxutils/excel/AutomationError.h"
 #include "arxutils/excel/FileBackend.h"
 #include "base/File.h"
 #include "host/Printer.h"
 #include "host/ProgressMeter.h"
 #include "host/Ui.h"
 #include "xl/Workbook.h"
+
+#ifdef VELMAR_BRIDGE_CALC
+#include "calc/HeadlessOffice.h"
+#endif
 
 class BridgeTest : public ::testing::Test {
 protected:
@@ -95,3 +102,78 @@ protected:
     host::RecordingUi ui_;
     std::unique_ptr<arxutils::excel::FileBackend> backend_;
 };
+
+enum class BackendKind { File, Calc };
+
+inline std::string BackendName(const ::testing::TestParamInfo<BackendKind>& info) {
+    return info.param == BackendKind::File ? "File" : "Calc";
+}
+
+class BackendTest : public BridgeTest, public ::testing::WithParamInterface<BackendKind> {
+protected:
+    void SetUp() override {
+        BridgeTest::SetUp();
+        if (!IsCalc()) return;
+#ifdef VELMAR_BRIDGE_CALC
+        if (!velmar_test::HeadlessOffice::Installed()) GTEST_SKIP() << "LibreOffice is not installed";
+        ASSERT_FALSE(velmar_test::HeadlessOffice::Connection().empty()) << "the headless soffice did not start";
+#else
+        GTEST_SKIP() << "built without the Calc backend";
+#endif
+    }
+    void TearDown() override {
+#ifdef VELMAR_BRIDGE_CALC
+        // Every test leaves the office without documents for the next one.
+        if (calc_) {
+            try {
+                auto application = calc_->CreateApplication();
+                auto books = application->GetWorkbooks();
+                while (books->Count() > 0) books->Item(1)->Close();
+            } catch (const arxutils::excel::AutomationError&) {
+            }
+        }
+        BridgeTest::TearDown();
+        calc_.reset();
+#else
+        BridgeTest::TearDown();
+#endif
+    }
+
+    bool IsCalc() const { return GetParam() == BackendKind::Calc; }
+
+    // The backend with no workbook named: the file backend of the run, or the running soffice.
+    void InstallEmpty() {
+        if (!IsCalc()) return Install({});
+#ifdef VELMAR_BRIDGE_CALC
+        calc_ = arxutils::calc::CalcBackend::Create({velmar_test::HeadlessOffice::Connection()});
+        arxutils::excel::SetCurrentServer(calc_.get());
+#endif
+    }
+    // The workbook at `path` attached: named by --workbook, or opened in the running soffice.
+    void Attach(const std::string& path) {
+        if (!IsCalc()) return BridgeTest::Attach(path);
+        InstallEmpty();
+        ASSERT_TRUE(arxutils::ExcelUtils::ConnectToExcel(true, path)) << arxutils::ExcelUtils::LastError;
+        ASSERT_TRUE(arxutils::ExcelUtils::Worksheet);
+    }
+    // A file holding what the backend holds of the workbook at `path` now: the file itself,
+    // saved, or a copy stored by Calc.
+    std::string Saved(const std::string& path) {
+        if (!IsCalc()) {
+            EXPECT_TRUE(backend_->SaveChanged().IsOk());
+            return path;
+        }
+#ifdef VELMAR_BRIDGE_CALC
+        std::string copy = path + ".stored.xlsx";
+        calc_->StoreActiveCopy(copy);
+        return copy;
+#else
+        return path;
+#endif
+    }
+
+#ifdef VELMAR_BRIDGE_CALC
+    std::unique_ptr<arxutils::calc::CalcBackend> calc_;
+#endif
+};
+

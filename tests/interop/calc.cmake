@@ -4,3 +4,6 @@
 if(TARGET velmar_calc)
   velmar_interop(calc_export SCRIPT calc_export.py DEPENDS velmar)
 endif()
+if(TARGET velmar_calc)
+  velmar_interop(calc_roundtrip SCRIPT calc_roundtrip.py DEPENDS velmar)
+endif()

@@ -21,7 +21,10 @@
 #include <cppuhelper/bootstrap.hxx>
 
 #include "arxutils/calc/CalcObjects.h"
+#include "arxutils/excel/ExcelObjects.h"
 #include "base/Format.h"
+#include "base/Path.h"
+#include "base/Text.h"
 
 namespace arxutils::calc {
 
@@ -50,6 +53,8 @@ struct CalcBackend::State {
     SessionPtr session;
     std::string failure;  // why the last connection failed
     pid_t started = 0;    // the soffice this backend started
+    bool choiceApplied = false;  // --workbook and the rest were applied
+    bool choiceFailed = false;   // ... and could not be
 };
 
 CalcBackend::CalcBackend() : state_(std::make_shared<State>()) {}
@@ -131,12 +136,56 @@ pid_t StartOffice(const CalcBackendOptions& options) {
 
 }  // namespace
 
+namespace {
+
+// Makes the document, sheet, selection and active cell the options name the active ones.
+void ApplyChoice(const CalcBackendOptions& options, excel::Application& application) {
+    if (options.workbook.empty()) return;
+    const std::string path = base::FullPath(options.workbook);
+    auto books = application.GetWorkbooks();
+    std::unique_ptr<excel::Workbook> book;
+    for (int i = 1; i <= books->Count() && !book; ++i) {
+        auto candidate = books->Item(i);
+        if (candidate->FullName() == path) book = std::move(candidate);
+    }
+    if (book) book->Activate();
+    else book = books->Open(path, excel::kUpdateLinksDefault, 0);
+    std::unique_ptr<excel::Worksheet> sheet = book->ActiveSheet();
+    if (!options.sheet.empty()) {
+        try {
+            sheet = book->GetWorksheets()->Item(options.sheet);
+        } catch (const excel::AutomationError&) {
+            sheet = nullptr;
+        }
+        if (!sheet)
+            throw excel::AutomationError(excel::kErrBadIndex, base::Sprintf("The workbook \"%s\" has no sheet \"%s\".",
+                                                                            path, options.sheet));
+        sheet->Activate();
+    }
+    if (!options.selection.empty()) sheet->GetRange(options.selection)->Select();
+    else if (!options.activeCell.empty()) sheet->GetRange(options.activeCell)->Select();
+}
+
+}  // namespace
+
 std::int32_t CalcBackend::GetActiveObject(std::unique_ptr<excel::Application>& application) {
     State& s = *state_;
+    if (s.choiceFailed) return excel::kErrUnavailable;
     if (s.session && !Alive(s.session)) s.session.reset();
     if (!s.session) s.session = Connect(s.options.connection, s.failure);
     if (!s.session) return excel::kErrUnavailable;
     application = MakeApplication(s.session);
+    if (!s.choiceApplied) {
+        s.choiceApplied = true;
+        try {
+            ApplyChoice(s.options, *application);
+        } catch (const excel::AutomationError& error) {
+            s.choiceFailed = true;
+            s.failure = error.Description();
+            application.reset();
+            return excel::kErrUnavailable;
+        }
+    }
     return 0;
 }
 
@@ -144,6 +193,7 @@ std::unique_ptr<excel::Application> CalcBackend::CreateApplication() {
     std::unique_ptr<excel::Application> application;
     if (GetActiveObject(application) == 0) return application;
     State& s = *state_;
+    if (s.choiceFailed) throw excel::AutomationError(excel::kErrUnavailable, s.failure);
     if (!s.options.start) throw excel::AutomationError(excel::kErrUnavailable, s.failure + " " + ConnectionAdvice());
     s.started = StartOffice(s.options);
     if (s.started < 0) {
@@ -203,6 +253,15 @@ std::unique_ptr<excel::Workbook> CalcBackend::GetRunningWorkbook(std::string_vie
     } catch (const css::uno::Exception&) {
     }
     return nullptr;
+}
+
+void CalcBackend::StoreActiveCopy(const std::string& path) {
+    std::unique_ptr<excel::Application> application = CreateApplication();
+    calc::StoreActiveCopy(state_->session, path);
+}
+
+bool CalcBackend::AlsoListed(const std::string& displayName) {
+    return displayName.size() > 4 && base::EqualNoCase(displayName.substr(displayName.size() - 4), ".ods");
 }
 
 std::intptr_t CalcBackend::FindMainWindow(std::string_view) { return 0; }

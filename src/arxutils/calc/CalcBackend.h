@@ -39,6 +39,13 @@ struct CalcBackendOptions {
     std::string profileUrl;
     // Seconds to wait for a started soffice to accept the connection.
     int startTimeoutSeconds = 60;
+    // --workbook: the document to make active, opened when Calc hasn't it open; "" keeps the
+    // active one. --sheet, --selection, --active-cell: made active and selected in it; "" keeps
+    // what Calc shows. Applied once, when the command first reaches the office.
+    std::string workbook;
+    std::string sheet;
+    std::string selection;
+    std::string activeCell;
 };
 
 class CalcBackend : public excel::ExcelServer {
@@ -57,6 +64,8 @@ public:
     // The instance moniker and the full name of every spreadsheet document that has a file.
     bool RunningObjects(std::vector<std::string>& displayNames) override;
     std::unique_ptr<excel::Workbook> GetRunningWorkbook(std::string_view displayName) override;
+    // Calc's own spreadsheets, *.ods, are listed in the chooser as well.
+    bool AlsoListed(const std::string& displayName) override;
     // Calc's windows are not the application's: there is no window handle to give.
     std::intptr_t FindMainWindow(std::string_view caption) override;
     void SendToMainWindow(std::intptr_t window, unsigned message) override;
@@ -72,6 +81,10 @@ public:
     // The process id of the soffice this backend started, 0 when it started none. It keeps
     // running after the command, so that later commands find its documents.
     int StartedOffice() const;
+
+    // Stores a copy of the active document as an xlsx file at `path`, the document left open
+    // where it was; throws AutomationError when there is no document or Calc refuses.
+    void StoreActiveCopy(const std::string& path);
 
     struct State;
 

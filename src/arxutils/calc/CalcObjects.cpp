@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
+#include <map>
 #include <cstdlib>
 
 #include <com/sun/star/awt/FontSlant.hpp>
@@ -34,7 +36,11 @@
 #include <com/sun/star/lang/XMultiServiceFactory.hpp>
 #include <com/sun/star/sheet/CellDeleteMode.hpp>
 #include <com/sun/star/sheet/CellInsertMode.hpp>
+#include <com/sun/star/sheet/CellFlags.hpp>
+#include <com/sun/star/sheet/FormulaResult.hpp>
 #include <com/sun/star/sheet/XCalculatable.hpp>
+#include <com/sun/star/sheet/XCellFormatRangesSupplier.hpp>
+#include <com/sun/star/sheet/XCellRangesQuery.hpp>
 #include <com/sun/star/sheet/XCellRangeAddressable.hpp>
 #include <com/sun/star/sheet/XCellRangeData.hpp>
 #include <com/sun/star/sheet/XCellRangeMovement.hpp>
@@ -44,6 +50,7 @@
 #include <com/sun/star/sheet/XSheetAnnotationsSupplier.hpp>
 #include <com/sun/star/sheet/XSheetCellCursor.hpp>
 #include <com/sun/star/sheet/XSheetCellRanges.hpp>
+#include <com/sun/star/sheet/XSheetOperation.hpp>
 #include <com/sun/star/sheet/XSpreadsheet.hpp>
 #include <com/sun/star/sheet/XSpreadsheetView.hpp>
 #include <com/sun/star/sheet/XSpreadsheets.hpp>
@@ -64,7 +71,11 @@
 #include <com/sun/star/text/XTextContent.hpp>
 #include <com/sun/star/text/XTextField.hpp>
 #include <com/sun/star/text/XTextFieldsSupplier.hpp>
+#include <com/sun/star/util/Date.hpp>
 #include <com/sun/star/util/DateTime.hpp>
+#include <com/sun/star/util/NumberFormat.hpp>
+#include <com/sun/star/util/XNumberFormatsSupplier.hpp>
+#include <com/sun/star/frame/XStorable.hpp>
 #include <com/sun/star/util/XCloseable.hpp>
 #include <com/sun/star/util/XMergeable.hpp>
 #include <com/sun/star/util/XModifiable.hpp>
@@ -104,9 +115,13 @@ rtl::OUString FromUtf8(std::string_view text) {
 void ThrowUnoFailure(const css::uno::Exception& failure) {
     std::string message = ToUtf8(failure.Message);
     // The message ends with the source position in Calc's own code; the user has no use for it.
-    if (std::size_t at = message.rfind(" at ./"); at != std::string::npos) message.erase(at);
+    if (message.rfind("at ./", 0) == 0) message.clear();
+    else if (std::size_t at = message.rfind(" at ./"); at != std::string::npos) message.erase(at);
     Any caught = cppu::getCaughtException();
-    if (caught.isExtractableTo(cppu::UnoType<css::lang::DisposedException>::get())) {
+    // Calc (7.4) answers a call on the cells of a closed document with a RuntimeException that
+    // says nothing but where it was thrown.
+    const bool bareRuntime = message.empty() && caught.getValueType() == cppu::UnoType<css::uno::RuntimeException>::get();
+    if (bareRuntime || caught.isExtractableTo(cppu::UnoType<css::lang::DisposedException>::get())) {
         throw AutomationError(excel::kErrUnavailable,
                               "LibreOffice Calc closed the document, or the connection to it was lost" +
                                   (message.empty() ? std::string(".") : " (" + message + ")."));
@@ -157,10 +172,14 @@ sal_Int16 SheetIndex(const Sheet& sheet) {
     return addressable->getRangeAddress().Sheet;
 }
 
-// The sheet's last row and column (from 1): Calc's limits differ from the application's.
+// The sheet's last row and column (from 1): Calc's limits differ from the application's. They are
+// the same for every sheet of an office, and asked once.
 xl::CellRange SheetBounds(const Sheet& sheet) {
+    static xl::CellRange known;
+    if (known.IsValid()) return known;
     Reference<css::table::XColumnRowRange> parts(sheet, UNO_QUERY_THROW);
-    return {1, 1, Live(parts->getRows())->getCount(), Live(parts->getColumns())->getCount()};
+    known = {1, 1, Live(parts->getRows())->getCount(), Live(parts->getColumns())->getCount()};
+    return known;
 }
 
 // Cells that hold anything; an invalid range for an empty sheet.
@@ -423,7 +442,31 @@ public:
     void SetDisplayAlerts(bool on) override { session_->displayAlerts = on; }
     bool GetEditDirectlyInCell() override { return session_->editDirectlyInCell; }
     void SetEditDirectlyInCell(bool on) override { session_->editDirectlyInCell = on; }
-    void SetInteractive(bool on) override { session_->interactive = on; }
+    // Off, the active document stops repainting and recalculating while a writer fills it, as
+    // Excel does when it isn't interactive; on, both are given back as they were.
+    void SetInteractive(bool on) override {
+        session_->interactive = on;
+        Guarded([&] {
+            if (!on) {
+                if (session_->locked.is()) return;
+                Document document = ActiveDocument(session_);
+                if (!document.is()) return;
+                Reference<css::sheet::XCalculatable> calculatable(document, UNO_QUERY_THROW);
+                session_->lockedAutomaticCalculation = calculatable->isAutomaticCalculationEnabled();
+                calculatable->enableAutomaticCalculation(false);
+                Reference<css::frame::XModel>(document, UNO_QUERY_THROW)->lockControllers();
+                session_->locked = document;
+                return;
+            }
+            if (!session_->locked.is()) return;
+            // Cleared first: a document closed meanwhile has nothing left to give back.
+            Document document = session_->locked;
+            session_->locked.clear();
+            Reference<css::frame::XModel>(document, UNO_QUERY_THROW)->unlockControllers();
+            Reference<css::sheet::XCalculatable>(document, UNO_QUERY_THROW)
+                ->enableAutomaticCalculation(session_->lockedAutomaticCalculation);
+        });
+    }
     void Quit() override {
         Guarded([&] {
             for (const Document& d : SpreadsheetDocuments(session_)) {
@@ -510,6 +553,7 @@ public:
             }
             sal_Int16 position = SheetIndex(CalcApplication::ActiveSheetOf(document_));
             sheets->insertNewByName(FromUtf8(name), position);
+            session_->notedSheetIndex = -1;
             Sheet sheet(sheets->getByName(FromUtf8(name)), UNO_QUERY_THROW);
             if (auto view = ViewOf(document_); view.is()) view->setActiveSheet(sheet);
             return MakeWorksheet(session_, document_, sheet);
@@ -643,15 +687,60 @@ Reference<css::sheet::XSheetAnnotations> AnnotationsOf(const Sheet& sheet) {
     return Live(supplier->getAnnotations());
 }
 
-// The note's index among the sheet's, or -1.
-sal_Int32 AnnotationIndex(const Reference<css::sheet::XSheetAnnotations>& annotations, int row, int column) {
-    Reference<css::container::XIndexAccess> all(annotations, UNO_QUERY_THROW);
-    for (sal_Int32 i = 0, n = all->getCount(); i < n; ++i) {
-        Reference<css::sheet::XSheetAnnotation> note(all->getByIndex(i), UNO_QUERY_THROW);
-        css::table::CellAddress at = note->getPosition();
-        if (at.Row + 1 == row && at.Column + 1 == column) return i;
+// The cells of `sheet` that hold a note, read from Calc the first time a note of that sheet is
+// asked for.
+std::set<std::pair<int, int>>& NotedCells(Session& session, const Sheet& sheet) {
+    if (session.notedSheet == sheet) return session.noted;
+    session.noted.clear();
+    Reference<css::sheet::XCellRangesQuery> query(Live(sheet), UNO_QUERY_THROW);
+    Reference<css::sheet::XSheetCellRanges> noted = query->queryContentCells(css::sheet::CellFlags::ANNOTATION);
+    if (noted.is())
+        for (const css::table::CellRangeAddress& m : noted->getRangeAddresses())
+            for (sal_Int32 row = m.StartRow; row <= m.EndRow; ++row)
+                for (sal_Int32 column = m.StartColumn; column <= m.EndColumn; ++column) session.noted.emplace(row + 1, column + 1);
+    session.notedSheet = sheet;
+    session.notes.clear();
+    session.notedSheetIndex = -1;
+    return session.noted;
+}
+
+Reference<css::sheet::XSheetAnnotations> NotesOf(Session& session, const Sheet& sheet) {
+    NotedCells(session, sheet);
+    if (!session.notes.is()) session.notes = AnnotationsOf(sheet);
+    return session.notes;
+}
+
+sal_Int16 NotedSheetIndex(Session& session, const Sheet& sheet) {
+    NotedCells(session, sheet);
+    if (session.notedSheetIndex < 0) session.notedSheetIndex = SheetIndex(sheet);
+    return static_cast<sal_Int16>(session.notedSheetIndex);
+}
+
+// Cells moved or merged take their notes along: the noted cells are read again when next asked.
+void ForgetNotedCells(Session& session) {
+    session.notedSheet.clear();
+    session.noted.clear();
+}
+
+bool HasNote(Session& session, const Sheet& sheet, int row, int column) {
+    return NotedCells(session, sheet).count({row, column}) > 0;
+}
+
+// Removes the notes of the cells of `r`, and nothing else; no call at all when none has one.
+void ClearNotes(Session& session, const Sheet& sheet, const xl::CellRange& r) {
+    auto& noted = NotedCells(session, sheet);
+    bool any = false;
+    for (auto at = noted.lower_bound({r.firstRow, 0}); at != noted.end() && at->first <= r.lastRow;) {
+        if (at->second >= r.firstColumn && at->second <= r.lastColumn) {
+            at = noted.erase(at);
+            any = true;
+        } else {
+            ++at;
+        }
     }
-    return -1;
+    if (!any) return;
+    Reference<css::sheet::XSheetOperation> operation(CellsOf(sheet, r), UNO_QUERY_THROW);
+    operation->clearContents(css::sheet::CellFlags::ANNOTATION);
 }
 
 class CalcComment : public excel::Comment {
@@ -670,9 +759,7 @@ public:
     }
     void Delete() override {
         Guarded([&] {
-            auto annotations = AnnotationsOf(sheet_);
-            sal_Int32 index = AnnotationIndex(annotations, row_, column_);
-            if (index >= 0) annotations->removeByIndex(index);
+            ClearNotes(*session_, sheet_, {row_, column_, row_, column_});
         });
     }
 
@@ -806,10 +893,11 @@ private:
         case excel::xlDouble: line.LineStyle = css::table::BorderLineStyle::DOUBLE; break;
         default: line.LineStyle = css::table::BorderLineStyle::SOLID; break;
         }
-        // Widths in hundredths of a millimetre, as Calc's own hairline, thin, medium and thick.
+        // Widths in hundredths of a millimetre that Calc (7.4) writes to an xlsx file as hair,
+        // thin, medium and thick: it takes 18 for hair, 53 for thin and 88 for thick.
         switch (weight_) {
         case excel::xlHairline: line.LineWidth = 9; break;
-        case excel::xlMedium: line.LineWidth = 88; break;
+        case excel::xlMedium: line.LineWidth = 79; break;
         case excel::xlThick: line.LineWidth = 141; break;
         default: line.LineWidth = 26; break;
         }
@@ -907,18 +995,19 @@ private:
     void ForEachLinkedCell(Each&& each) {
         for (const xl::CellRange& area : t_.areas) {
             xl::CellRange a = Clip(t_.sheet, area);
-            Reference<css::sheet::XCellRangeData> data(CellsOf(t_.sheet, a), UNO_QUERY_THROW);
-            Sequence<Sequence<Any>> values = data->getDataArray();
-            for (sal_Int32 r = 0; r < values.getLength(); ++r) {
-                for (sal_Int32 c = 0; c < values[r].getLength(); ++c) {
-                    // Only a text cell can hold a field.
-                    rtl::OUString text;
-                    if (!(values[r][c] >>= text) || text.isEmpty()) continue;
-                    Reference<css::table::XCell> cell = t_.sheet->getCellByPosition(a.firstColumn - 1 + c, a.firstRow - 1 + r);
-                    Reference<css::text::XTextFieldsSupplier> fields(cell, UNO_QUERY);
-                    if (!fields.is()) continue;
-                    Reference<css::container::XEnumerationAccess> all(fields->getTextFields(), UNO_QUERY);
-                    if (all.is() && all->hasElements()) each(cell);
+            // Only a cell of formatted text can hold a field: Calc finds those in one call.
+            Reference<css::sheet::XCellRangesQuery> query(CellsOf(t_.sheet, a), UNO_QUERY_THROW);
+            Reference<css::sheet::XSheetCellRanges> formatted = query->queryContentCells(css::sheet::CellFlags::FORMATTED);
+            if (!formatted.is()) continue;
+            for (const css::table::CellRangeAddress& m : formatted->getRangeAddresses()) {
+                for (sal_Int32 row = m.StartRow; row <= m.EndRow; ++row) {
+                    for (sal_Int32 column = m.StartColumn; column <= m.EndColumn; ++column) {
+                        Reference<css::table::XCell> cell = t_.sheet->getCellByPosition(column, row);
+                        Reference<css::text::XTextFieldsSupplier> fields(cell, UNO_QUERY);
+                        if (!fields.is()) continue;
+                        Reference<css::container::XEnumerationAccess> all(fields->getTextFields(), UNO_QUERY);
+                        if (all.is() && all->hasElements()) each(cell);
+                    }
                 }
             }
         }
@@ -962,10 +1051,11 @@ public:
         return Guarded([&] {
             xl::CellRange a = Clip(sheet_, First());
             Sequence<Sequence<Any>> values = Data(a)->getDataArray();
-            if (a.firstRow == a.lastRow && a.firstColumn == a.lastColumn) return FromAny(values[0][0]);
             auto array = std::make_shared<VariantArray>(values.getLength(), values.getLength() ? values[0].getLength() : 0);
             for (sal_Int32 r = 0; r < values.getLength(); ++r)
                 for (sal_Int32 c = 0; c < values[r].getLength(); ++c) array->At(r, c) = FromAny(values[r][c]);
+            TypeByFormat(a, *array);
+            if (a.firstRow == a.lastRow && a.firstColumn == a.lastColumn) return array->At(0, 0);
             return Variant::Array(array);
         });
     }
@@ -988,7 +1078,13 @@ public:
                         cells[c] = value.type == VarType::Array ? ToAny(value.array->At(r, c)) : single;
                     data.getArray()[r] = line;
                 }
-                Data({a.firstRow, a.firstColumn, a.firstRow + rows - 1, a.firstColumn + columns - 1})->setDataArray(data);
+                xl::CellRange written{a.firstRow, a.firstColumn, a.firstRow + rows - 1, a.firstColumn + columns - 1};
+                auto notes = NotesIn(written);
+                Data(written)->setDataArray(data);
+                if (!notes.empty()) {
+                    auto annotations = AnnotationsOf(sheet_);
+                    for (const auto& [at, text] : notes) annotations->insertNew(at, text);
+                }
             }
         });
     }
@@ -1059,10 +1155,23 @@ public:
     std::unique_ptr<excel::Range> Rows() override { return std::make_unique<CalcRange>(session_, document_, sheet_, areas_, RangeMode::Rows); }
     std::unique_ptr<excel::Range> Columns() override { return std::make_unique<CalcRange>(session_, document_, sheet_, areas_, RangeMode::Columns); }
     long Count() override { return excel::AreaCount(areas_, mode_); }
-    double Height() override { return Guarded([&] { return Points(Size().Height); }); }
-    double Width() override { return Guarded([&] { return Points(Size().Width); }); }
-    double Top() override { return Guarded([&] { return Points(Position().Y); }); }
-    double Left() override { return Guarded([&] { return Points(Position().X); }); }
+    // Calc keeps sizes in hundredths of a millimetre, Excel gives whole pixels of 0.75 point:
+    // edges are rounded to pixels and a size is the distance of its rounded edges, so that a
+    // top plus a height is the next top, as in Excel. A hidden row or column is 0 high or wide.
+    double Height() override {
+        return Guarded([&] {
+            if (Hidden("Rows")) return 0.0;
+            return Pixels(EdgeAfter().Y) - Pixels(Position().Y);
+        });
+    }
+    double Width() override {
+        return Guarded([&] {
+            if (Hidden("Columns")) return 0.0;
+            return Pixels(EdgeAfter().X) - Pixels(Position().X);
+        });
+    }
+    double Top() override { return Guarded([&] { return Pixels(Position().Y); }); }
+    double Left() override { return Guarded([&] { return Pixels(Position().X); }); }
     int GetHorizontalAlignment() override {
         return Guarded([&] {
             css::table::CellHoriJustify value = css::table::CellHoriJustify_STANDARD;
@@ -1103,6 +1212,7 @@ public:
             for (const xl::CellRange& a : areas_) {
                 Reference<css::util::XMergeable> mergeable(CellsOf(sheet_, Clip(sheet_, a)), UNO_QUERY_THROW);
                 mergeable->merge(true);
+                ForgetNotedCells(*session_);
             }
         });
     }
@@ -1147,7 +1257,9 @@ public:
                                                                             : css::sheet::CellInsertMode_DOWN;
             if (excel::WholeRows(a)) mode = css::sheet::CellInsertMode_ROWS;
             else if (excel::WholeColumns(a)) mode = css::sheet::CellInsertMode_COLUMNS;
+            if (mode == css::sheet::CellInsertMode_RIGHT || mode == css::sheet::CellInsertMode_DOWN) CheckNoMergeMoves(a, mode == css::sheet::CellInsertMode_RIGHT);
             movement->insertCells(UnoAddress(sheet_, a), mode);
+            ForgetNotedCells(*session_);
         });
     }
     void Delete(int shift) override {
@@ -1159,44 +1271,121 @@ public:
                                                                                : css::sheet::CellDeleteMode_UP;
                 if (excel::WholeRows(*a)) mode = css::sheet::CellDeleteMode_ROWS;
                 else if (excel::WholeColumns(*a)) mode = css::sheet::CellDeleteMode_COLUMNS;
+                if (mode == css::sheet::CellDeleteMode_LEFT || mode == css::sheet::CellDeleteMode_UP) CheckNoMergeMoves(*a, mode == css::sheet::CellDeleteMode_LEFT);
                 movement->removeRange(UnoAddress(sheet_, *a), mode);
+                ForgetNotedCells(*session_);
             }
         });
     }
     std::unique_ptr<excel::Comment> GetComment() override {
         return Guarded([&]() -> std::unique_ptr<excel::Comment> {
-            if (AnnotationIndex(AnnotationsOf(sheet_), Row(), Column()) < 0) return nullptr;
+            if (!HasNote(*session_, sheet_, Row(), Column())) return nullptr;
             return std::make_unique<CalcComment>(session_, document_, sheet_, Row(), Column());
         });
     }
     std::unique_ptr<excel::Comment> AddComment(std::string_view text) override {
         return Guarded([&] {
-            auto annotations = AnnotationsOf(sheet_);
-            if (AnnotationIndex(annotations, Row(), Column()) >= 0) Fail("Application-defined or object-defined error");
-            css::table::CellAddress at(SheetIndex(sheet_), Column() - 1, Row() - 1);
-            annotations->insertNew(at, FromUtf8(text));
+            if (HasNote(*session_, sheet_, Row(), Column())) Fail("Application-defined or object-defined error");
+            css::table::CellAddress at(NotedSheetIndex(*session_, sheet_), Column() - 1, Row() - 1);
+            NotesOf(*session_, sheet_)->insertNew(at, FromUtf8(text));
+            NotedCells(*session_, sheet_).emplace(Row(), Column());
             return std::make_unique<CalcComment>(session_, document_, sheet_, Row(), Column());
         });
     }
     void ClearComments() override {
         Guarded([&] {
-            auto annotations = AnnotationsOf(sheet_);
-            Reference<css::container::XIndexAccess> all(annotations, UNO_QUERY_THROW);
-            for (sal_Int32 i = all->getCount() - 1; i >= 0; --i) {
-                Reference<css::sheet::XSheetAnnotation> note(all->getByIndex(i), UNO_QUERY_THROW);
-                css::table::CellAddress at = note->getPosition();
-                for (const xl::CellRange& a : areas_) {
-                    if (a.Contains(at.Row + 1, at.Column + 1)) {
-                        annotations->removeByIndex(i);
-                        break;
-                    }
-                }
-            }
+            for (const xl::CellRange& a : areas_) ClearNotes(*session_, sheet_, Clip(sheet_, a));
         });
     }
     std::unique_ptr<excel::Hyperlinks> GetHyperlinks() override { return std::make_unique<CalcHyperlinks>(Styled()); }
 
 private:
+    // Calc hands TRUE and FALSE, dates and times over as plain numbers and a formula's error as
+    // nothing at all; the cells' number formats and formula results tell them apart again, as
+    // Excel's Value does, so that a read drops them as it drops them from Excel.
+    void TypeByFormat(const xl::CellRange& a, VariantArray& array) const {
+        Reference<css::table::XCellRange> cells = CellsOf(sheet_, a);
+        auto mark = [&](const css::table::CellRangeAddress& m, const std::function<void(Variant&)>& change) {
+            for (sal_Int32 row = std::max<sal_Int32>(m.StartRow + 1, a.firstRow); row <= std::min<sal_Int32>(m.EndRow + 1, a.lastRow); ++row)
+                for (sal_Int32 column = std::max<sal_Int32>(m.StartColumn + 1, a.firstColumn);
+                     column <= std::min<sal_Int32>(m.EndColumn + 1, a.lastColumn); ++column)
+                    change(array.At(row - a.firstRow, column - a.firstColumn));
+        };
+        Reference<css::sheet::XCellRangesQuery> query(cells, UNO_QUERY_THROW);
+        Reference<css::sheet::XSheetCellRanges> errors = query->queryFormulaCells(css::sheet::FormulaResult::ERROR);
+        if (errors.is())
+            for (const css::table::CellRangeAddress& m : errors->getRangeAddresses())
+                mark(m, [](Variant& v) { v = Variant::Error("#VALUE!"); });
+        Reference<css::util::XNumberFormats> formats =
+            Reference<css::util::XNumberFormatsSupplier>(document_, UNO_QUERY_THROW)->getNumberFormats();
+        Reference<css::container::XIndexAccess> parts =
+            Reference<css::sheet::XCellFormatRangesSupplier>(cells, UNO_QUERY_THROW)->getCellFormatRanges();
+        std::map<sal_Int32, sal_Int16> typeOfKey;
+        bool nullDateRead = false;
+        double dateOffset = 0;
+        for (sal_Int32 i = 0; i < parts->getCount(); ++i) {
+            Reference<css::beans::XPropertySet> part(parts->getByIndex(i), UNO_QUERY_THROW);
+            sal_Int32 key = 0;
+            part->getPropertyValue("NumberFormat") >>= key;
+            auto known = typeOfKey.find(key);
+            if (known == typeOfKey.end()) {
+                sal_Int16 type = 0;
+                if (Reference<css::beans::XPropertySet> format = formats->getByKey(key); format.is())
+                    format->getPropertyValue("Type") >>= type;
+                known = typeOfKey.emplace(key, type).first;
+            }
+            const sal_Int16 type = known->second;
+            // Calc counts a 1904 workbook's dates from its own null date, Excel from 1899-12-30.
+            if ((type & (css::util::NumberFormat::DATE | css::util::NumberFormat::TIME)) != 0 && !nullDateRead) {
+                css::util::Date nullDate(30, 12, 1899);
+                Reference<css::beans::XPropertySet>(document_, UNO_QUERY_THROW)->getPropertyValue("NullDate") >>= nullDate;
+                css::util::DateTime at;
+                at.Day = nullDate.Day;
+                at.Month = nullDate.Month;
+                at.Year = nullDate.Year;
+                dateOffset = OleDate(at);
+                nullDateRead = true;
+            }
+            const bool logical = (type & css::util::NumberFormat::LOGICAL) != 0;
+            const bool date = (type & (css::util::NumberFormat::DATE | css::util::NumberFormat::TIME)) != 0;
+            if (!logical && !date) continue;
+            css::table::CellRangeAddress m = Reference<css::sheet::XCellRangeAddressable>(part, UNO_QUERY_THROW)->getRangeAddress();
+            mark(m, [&](Variant& v) {
+                if (v.type != VarType::Number) return;
+                v = logical ? Variant::Boolean(v.number != 0) : Variant::Date(v.number + dateOffset);
+            });
+        }
+    }
+    // Calc (7.4) shifts cells past a merge that only part of them would move, leaving the merge
+    // torn: such a move is refused with the file backend's words.
+    void CheckNoMergeMoves(const xl::CellRange& a, bool sideways) const {
+        xl::CellRange used = UsedArea(sheet_);
+        if (!used.IsValid()) return;
+        xl::CellRange region = sideways ? xl::CellRange{a.firstRow, a.firstColumn, std::min(a.lastRow, used.lastRow), used.lastColumn}
+                                        : xl::CellRange{a.firstRow, a.firstColumn, used.lastRow, std::min(a.lastColumn, used.lastColumn)};
+        if (!region.IsValid()) return;
+        Reference<css::util::XMergeable> mergeable(CellsOf(sheet_, region), UNO_QUERY_THROW);
+        if (mergeable->getIsMerged())
+            Fail("Merged cells would have to move; insert or delete these cells in the spreadsheet program instead.");
+    }
+    // Calc's setDataArray clears the comments of the cells it writes, Excel's Value keeps them:
+    // the comments of the block are taken before and put back after.
+    std::vector<std::pair<css::table::CellAddress, rtl::OUString>> NotesIn(const xl::CellRange& a) const {
+        std::vector<std::pair<css::table::CellAddress, rtl::OUString>> notes;
+        Reference<css::sheet::XCellRangesQuery> query(CellsOf(sheet_, a), UNO_QUERY_THROW);
+        Reference<css::sheet::XSheetCellRanges> noted = query->queryContentCells(css::sheet::CellFlags::ANNOTATION);
+        if (!noted.is()) return notes;
+        for (const css::table::CellRangeAddress& m : noted->getRangeAddresses()) {
+            for (sal_Int32 row = m.StartRow; row <= m.EndRow; ++row) {
+                for (sal_Int32 column = m.StartColumn; column <= m.EndColumn; ++column) {
+                    Reference<css::sheet::XSheetAnnotationAnchor> anchor(sheet_->getCellByPosition(column, row), UNO_QUERY_THROW);
+                    Reference<css::text::XSimpleText> text(anchor->getAnnotation(), UNO_QUERY_THROW);
+                    notes.emplace_back(css::table::CellAddress(m.Sheet, column, row), text->getString());
+                }
+            }
+        }
+        return notes;
+    }
     const xl::CellRange& First() const { return areas_.front(); }
     std::unique_ptr<CalcRange> Make(std::vector<xl::CellRange> areas) const {
         return std::make_unique<CalcRange>(session_, document_, sheet_, std::move(areas), RangeMode::Cells);
@@ -1205,6 +1394,41 @@ private:
         return Reference<css::sheet::XCellRangeData>(CellsOf(sheet_, a), UNO_QUERY_THROW);
     }
     Target Styled() const { return {document_, sheet_, areas_}; }
+    static double Pixels(sal_Int32 hundredthsOfMillimetre) { return std::round(Points(hundredthsOfMillimetre) / 0.75) * 0.75; }
+    // True when every row (or column) of the first area is hidden.
+    bool Hidden(const char* which) const {
+        Reference<css::table::XColumnRowRange> parts(CellsOf(sheet_, Clip(sheet_, First())), UNO_QUERY_THROW);
+        Reference<css::container::XIndexAccess> lines(
+            std::string_view(which) == "Rows" ? Reference<css::container::XIndexAccess>(parts->getRows(), UNO_QUERY_THROW)
+                                              : Reference<css::container::XIndexAccess>(parts->getColumns(), UNO_QUERY_THROW));
+        for (sal_Int32 i = 0; i < lines->getCount(); ++i) {
+            bool visible = true;
+            Reference<css::beans::XPropertySet>(lines->getByIndex(i), UNO_QUERY_THROW)->getPropertyValue("IsVisible") >>= visible;
+            if (visible) return false;
+        }
+        return lines->getCount() > 0;
+    }
+    // The far corner of the first area: where the next row and column begin, as Calc's
+    // positions and sizes are rounded apart; at the sheet's end its position plus its size.
+    css::awt::Point EdgeAfter() const {
+        xl::CellRange a = Clip(sheet_, First());
+        xl::CellRange bounds = SheetBounds(sheet_);
+        css::awt::Point at = Position();
+        css::awt::Size size = Size();
+        css::awt::Point edge(at.X + size.Width, at.Y + size.Height);
+        css::awt::Point next;
+        if (a.lastRow < bounds.lastRow) {
+            Reference<css::beans::XPropertySet>(CellsOf(sheet_, {a.lastRow + 1, a.firstColumn, a.lastRow + 1, a.firstColumn}),
+                                                UNO_QUERY_THROW)->getPropertyValue("Position") >>= next;
+            edge.Y = next.Y;
+        }
+        if (a.lastColumn < bounds.lastColumn) {
+            Reference<css::beans::XPropertySet>(CellsOf(sheet_, {a.firstRow, a.lastColumn + 1, a.firstRow, a.lastColumn + 1}),
+                                                UNO_QUERY_THROW)->getPropertyValue("Position") >>= next;
+            edge.X = next.X;
+        }
+        return edge;
+    }
     css::awt::Size Size() const {
         css::awt::Size size;
         Reference<css::beans::XPropertySet>(CellsOf(sheet_, Clip(sheet_, First())), UNO_QUERY_THROW)->getPropertyValue("Size") >>= size;
@@ -1250,6 +1474,8 @@ std::vector<Document> SpreadsheetDocuments(const SessionPtr& session) {
         Document document(all->nextElement(), UNO_QUERY);
         if (document.is()) documents.push_back(document);
     }
+    // The desktop gives the latest document first; Workbooks counts them in the order opened.
+    std::reverse(documents.begin(), documents.end());
     return documents;
 }
 
@@ -1274,6 +1500,22 @@ std::string FullNameOf(const Document& document) {
     rtl::OUString path;
     if (osl::FileBase::getSystemPathFromFileURL(url, path) == osl::FileBase::E_None) return ToUtf8(path);
     return ToUtf8(url);
+}
+
+void StoreActiveCopy(const SessionPtr& session, const std::string& path) {
+    Guarded([&] {
+        Document document = ActiveDocument(session);
+        if (!document.is()) Fail("No document is open.");
+        rtl::OUString url;
+        if (osl::FileBase::getFileURLFromSystemPath(FromUtf8(base::FullPath(path)), url) != osl::FileBase::E_None)
+            Fail("\"" + path + "\" is not a path.");
+        Sequence<css::beans::PropertyValue> arguments(2);
+        arguments.getArray()[0].Name = "FilterName";
+        arguments.getArray()[0].Value <<= rtl::OUString("Calc Office Open XML");
+        arguments.getArray()[1].Name = "Overwrite";
+        arguments.getArray()[1].Value <<= true;
+        Reference<css::frame::XStorable>(document, UNO_QUERY_THROW)->storeToURL(url, arguments);
+    });
 }
 
 }  // namespace arxutils::calc

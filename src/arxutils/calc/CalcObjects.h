@@ -3,10 +3,13 @@
 // nothing outside this folder includes this header.
 
 #include <memory>
+#include <set>
 #include <string>
 #include <string_view>
 
 #include <com/sun/star/frame/XDesktop2.hpp>
+#include <com/sun/star/sheet/XSheetAnnotations.hpp>
+#include <com/sun/star/sheet/XSpreadsheet.hpp>
 #include <com/sun/star/sheet/XSpreadsheetDocument.hpp>
 #include <com/sun/star/uno/Exception.hpp>
 #include <com/sun/star/uno/XComponentContext.hpp>
@@ -33,6 +36,20 @@ struct Session {
     bool displayAlerts = true;
     bool editDirectlyInCell = true;
     bool interactive = true;
+    // The document a writer made non-interactive (controllers locked, automatic calculation
+    // off), and whether it calculated automatically before; empty when none is.
+    css::uno::Reference<css::sheet::XSpreadsheetDocument> locked;
+    bool lockedAutomaticCalculation = true;
+    // The cells (row, column from 1) that hold a note on `notedSheet`, read once and kept up to
+    // date by the notes this connection adds and clears, so that clearing a cell without a note
+    // and adding a note cost no extra call; forgotten when cells move. A connection lives for
+    // one command.
+    css::uno::Reference<css::sheet::XSpreadsheet> notedSheet;
+    std::set<std::pair<int, int>> noted;
+    // The notes and the index of `notedSheet`, asked once; the index is forgotten when a sheet
+    // is inserted.
+    css::uno::Reference<css::sheet::XSheetAnnotations> notes;
+    int notedSheetIndex = -1;
 };
 using SessionPtr = std::shared_ptr<Session>;
 
@@ -64,6 +81,9 @@ std::unique_ptr<excel::Workbook> MakeWorkbook(const SessionPtr& session,
 // The spreadsheet documents of the desktop, in the desktop's order.
 std::vector<css::uno::Reference<css::sheet::XSpreadsheetDocument>> SpreadsheetDocuments(const SessionPtr& session);
 // The document's full name as the model gives it: its system path, or its title when unsaved.
+// Stores a copy of the active document as an xlsx file at `path`, as Calc's "Save a Copy" does;
+// the document keeps its location, its title and its modified flag.
+void StoreActiveCopy(const SessionPtr& session, const std::string& path);
 std::string FullNameOf(const css::uno::Reference<css::sheet::XSpreadsheetDocument>& document);
 
 }  // namespace arxutils::calc

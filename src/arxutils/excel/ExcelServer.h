@@ -50,6 +50,9 @@ public:
     // True when the user gave no workbook to attach to but a place for a new one: a command
     // that may use either then makes a new one, without changing its stored choice.
     virtual bool OffersOnlyANewWorkbook() { return false; }
+    // True for a display name the workbook chooser lists besides the .xls names of the system,
+    // a document this server opens in a format of its own (Calc's .ods); false by default.
+    virtual bool AlsoListed(const std::string& /*displayName*/) { return false; }
     // Lets the server give back the memory of workbook data nothing changed, once a command has
     // read what it needs; the data is read again if it is used later. Nothing by default.
     virtual void ReleaseUnchangedData() {}

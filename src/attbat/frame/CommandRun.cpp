@@ -107,7 +107,7 @@ CommandStatus ModuleRun::WithWorkbooks(const std::function<CommandStatus()>& wor
                 "missing); use --spreadsheet file.");
             return CommandStatus::Failed;
         }
-        std::unique_ptr<arxutils::excel::ExcelServer> live = setup_.liveServer(choice->connection, setup_.calcStart);
+        std::unique_ptr<arxutils::excel::ExcelServer> live = setup_.liveServer(choice->connection, setup_.calcStart, setup_.workbooks);
         arxutils::excel::SetCurrentServer(live.get());
         status = work();
         arxutils::excel::SetCurrentServer(nullptr);

@@ -27,9 +27,10 @@ class CAttBatApp;
 struct CommandEntry;
 
 // Makes the server of a running spreadsheet program at `connection` ("" for its default), which
-// may start the program when `start` is set; null where the program was built without one.
-using LiveServerFactory =
-    std::function<std::unique_ptr<arxutils::excel::ExcelServer>(const std::string& connection, bool start)>;
+// may start the program when `start` is set and makes the document, sheet and selection that
+// `workbooks` names the active ones; null where the program was built without one.
+using LiveServerFactory = std::function<std::unique_ptr<arxutils::excel::ExcelServer>(
+    const std::string& connection, bool start, const arxutils::excel::FileBackendOptions& workbooks)>;
 
 struct RunSetup {
     std::string drawing;   // the current document; "" for none

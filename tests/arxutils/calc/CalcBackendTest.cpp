@@ -21,6 +21,8 @@
 #include "arxutils/excel/AutomationError.h"
 #include "arxutils/excel/ExcelObjects.h"
 #include "host/Printer.h"
+#include "host/Ui.h"
+#include "tables/CStringTable.h"
 #include "host/ProgressMeter.h"
 
 namespace {
@@ -322,6 +324,86 @@ TEST_F(CalcBackendTest, AClosedDocumentGivesTheAutomationError) {
         EXPECT_NE(error.Description().find("LibreOffice Calc closed the document"), std::string::npos)
             << error.Description();
     }
+}
+
+TEST_F(CalcBackendTest, CalcEndingMidCommandIsAnAutomationErrorThatTheBridgeReports) {
+    const std::string profile = profile_ + "-ended";
+    const std::string makeProfile =
+        "'" + kOffice + "' --headless --terminate_after_init '-env:UserInstallation=file://" + profile + "' >/dev/null 2>&1";
+    ASSERT_EQ(std::system(makeProfile.c_str()), 0);
+    CalcBackendOptions options;
+    options.connection = SocketConnection(FreePort());
+    options.start = true;
+    options.profileUrl = "file://" + profile;
+    auto backend = CalcBackend::Create(options);
+    arxutils::excel::SetCurrentServer(backend.get());
+    ASSERT_TRUE(arxutils::ExcelUtils::StartExcel(false));
+    pid_t started = backend->StartedOffice();
+    ASSERT_GT(started, 0);
+    ASSERT_TRUE(arxutils::ExcelUtils::AddWorkbook());
+    ASSERT_TRUE(arxutils::ExcelUtils::SetCellValue(1, 1, "written"));
+    // The office goes away in the middle of the command (with soffice.bin, in its session).
+    EndOffice(started);
+    host::RecordingUi ui;
+    host::SetCurrentUi(&ui);
+    EXPECT_FALSE(arxutils::ExcelUtils::SetCellValue(1, 2, "lost"));
+    tables::CStringTable table;
+    EXPECT_FALSE(arxutils::ExcelUtils::ReadValues(table, "A1:B1"));
+    host::SetCurrentUi(nullptr);
+    ASSERT_FALSE(ui.Shown().empty());
+    EXPECT_NE(ui.Shown().back().text.find("connection to it was lost"), std::string::npos) << ui.Shown().back().text;
+    try {
+        arxutils::ExcelUtils::Worksheet->GetRange("A1")->GetValue();
+        FAIL() << "no error from an office that ended";
+    } catch (const AutomationError& error) {
+        EXPECT_EQ(error.Code(), arxutils::excel::kErrUnavailable);
+    }
+    arxutils::ExcelUtils::Disconnect();
+    arxutils::excel::SetCurrentServer(nullptr);
+    fs::remove_all(profile);
+}
+
+TEST_F(CalcBackendTest, WorkbookSheetAndSelectionOptionsAreMadeActiveOnFirstContact) {
+    const std::string path = profile_ + "-choice/Parts.xlsx";
+    fs::create_directories(fs::path(path).parent_path());
+    {
+        auto book = application_->GetWorkbooks()->Add();
+        book->GetWorksheets()->Add();
+        backend_->StoreActiveCopy(path);
+        book->Close();
+    }
+    CalcBackendOptions options;
+    options.connection = connection_;
+    options.workbook = path;
+    options.sheet = "sheet2";
+    options.selection = "b2:c3";
+    auto chosen = CalcBackend::Create(options);
+    arxutils::excel::SetCurrentServer(chosen.get());
+    ASSERT_TRUE(arxutils::ExcelUtils::ConnectToExcel(true)) << arxutils::ExcelUtils::LastError;
+    EXPECT_EQ(arxutils::ExcelUtils::Workbook->FullName(), path);
+    EXPECT_EQ(arxutils::ExcelUtils::Worksheet->GetName(), "Sheet2");
+    EXPECT_EQ(arxutils::ExcelUtils::SelectionAddress(), "$B$2:$C$3");
+    arxutils::ExcelUtils::Disconnect();
+    // Open already: made active again, not opened twice.
+    auto again = CalcBackend::Create(options);
+    arxutils::excel::SetCurrentServer(again.get());
+    ASSERT_TRUE(arxutils::ExcelUtils::ConnectToExcel(true));
+    EXPECT_EQ(application_->GetWorkbooks()->Count(), 1);
+    arxutils::ExcelUtils::Disconnect();
+    options.sheet = "Nowhere";
+    auto wrong = CalcBackend::Create(options);
+    std::unique_ptr<arxutils::excel::Application> application;
+    EXPECT_EQ(wrong->GetActiveObject(application), arxutils::excel::kErrUnavailable);
+    EXPECT_NE(wrong->NoInstanceText(0).find("has no sheet \"Nowhere\""), std::string::npos) << wrong->NoInstanceText(0);
+    arxutils::excel::SetCurrentServer(nullptr);
+    fs::remove_all(fs::path(path).parent_path());
+}
+
+TEST_F(CalcBackendTest, TheChooserListsCalcDocumentsToo) {
+    EXPECT_TRUE(backend_->AlsoListed("/w/Parts.ods"));
+    EXPECT_TRUE(backend_->AlsoListed("/w/PARTS.ODS"));
+    EXPECT_FALSE(backend_->AlsoListed("/w/Parts.odt"));
+    EXPECT_FALSE(backend_->AlsoListed(".ods"));
 }
 
 TEST_F(CalcBackendTest, ExcelUtilsWritesAStagedBlockAndItsCommentsIntoTheActiveDocument) {
