@@ -66,11 +66,15 @@ def key_cells(sheet):
 
 
 def check_switches(document, after):
-    """A command gives the document back repainting and calculating as before."""
+    """A command gives the document back repainting, calculating and recording undo steps as before."""
     if document.hasControllersLocked():
         fail(f"after {after}: the document's controllers are still locked")
     if not document.isAutomaticCalculationEnabled():
         fail(f"after {after}: automatic calculation is still off")
+    if document.isActionLocked():
+        fail(f"after {after}: the document's actions are still locked")
+    if document.UndoManager.isLocked():
+        fail(f"after {after}: the document's undo manager is still locked")
 
 
 def attribute_texts(path):

@@ -21,8 +21,11 @@
 #include <com/sun/star/container/XIndexAccess.hpp>
 #include <com/sun/star/container/XNameAccess.hpp>
 #include <com/sun/star/container/XNamed.hpp>
+#include <com/sun/star/document/XActionLockable.hpp>
 #include <com/sun/star/document/XDocumentProperties.hpp>
 #include <com/sun/star/document/XDocumentPropertiesSupplier.hpp>
+#include <com/sun/star/document/XUndoManager.hpp>
+#include <com/sun/star/document/XUndoManagerSupplier.hpp>
 #include <com/sun/star/frame/XComponentLoader.hpp>
 #include <com/sun/star/frame/XController.hpp>
 #include <com/sun/star/frame/XFrame.hpp>
@@ -442,8 +445,10 @@ public:
     void SetDisplayAlerts(bool on) override { session_->displayAlerts = on; }
     bool GetEditDirectlyInCell() override { return session_->editDirectlyInCell; }
     void SetEditDirectlyInCell(bool on) override { session_->editDirectlyInCell = on; }
-    // Off, the active document stops repainting and recalculating while a writer fills it, as
-    // Excel does when it isn't interactive; on, both are given back as they were.
+    // Off, the active document stops repainting, recalculating, laying out its drawing objects
+    // (the notes' captions) and recording undo steps while a writer fills it, as Excel does when
+    // it isn't interactive (its automation's changes can't be undone either); with them off a
+    // note costs half as much. On, all are given back as they were.
     void SetInteractive(bool on) override {
         session_->interactive = on;
         Guarded([&] {
@@ -455,6 +460,8 @@ public:
                 session_->lockedAutomaticCalculation = calculatable->isAutomaticCalculationEnabled();
                 calculatable->enableAutomaticCalculation(false);
                 Reference<css::frame::XModel>(document, UNO_QUERY_THROW)->lockControllers();
+                Reference<css::document::XActionLockable>(document, UNO_QUERY_THROW)->addActionLock();
+                Reference<css::document::XUndoManagerSupplier>(document, UNO_QUERY_THROW)->getUndoManager()->lock();
                 session_->locked = document;
                 return;
             }
@@ -462,6 +469,8 @@ public:
             // Cleared first: a document closed meanwhile has nothing left to give back.
             Document document = session_->locked;
             session_->locked.clear();
+            Reference<css::document::XUndoManagerSupplier>(document, UNO_QUERY_THROW)->getUndoManager()->unlock();
+            Reference<css::document::XActionLockable>(document, UNO_QUERY_THROW)->removeActionLock();
             Reference<css::frame::XModel>(document, UNO_QUERY_THROW)->unlockControllers();
             Reference<css::sheet::XCalculatable>(document, UNO_QUERY_THROW)
                 ->enableAutomaticCalculation(session_->lockedAutomaticCalculation);

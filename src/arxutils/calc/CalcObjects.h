@@ -36,8 +36,8 @@ struct Session {
     bool displayAlerts = true;
     bool editDirectlyInCell = true;
     bool interactive = true;
-    // The document a writer made non-interactive (controllers locked, automatic calculation
-    // off), and whether it calculated automatically before; empty when none is.
+    // The document a writer made non-interactive (controllers, actions and undo locked,
+    // automatic calculation off), and whether it calculated automatically before; empty when none is.
     css::uno::Reference<css::sheet::XSpreadsheetDocument> locked;
     bool lockedAutomaticCalculation = true;
     // The cells (row, column from 1) that hold a note on `notedSheet`, read once and kept up to
