@@ -3,15 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "attbat/export/ExportCommands.h"
+#include "attbat/commands/AllCommands.h"
 #include "attbat/frame/CAttBatApp.h"
-#include "attbat/import/ImportCommands.h"
-#include "attbat/authoring/AuthoringCommands.h"
-#include "attbat/cellblock/CellBlockCommands.h"
-#include "attbat/links/LinkCommands.h"
-#include "attbat/numbering/AutoNumberCommand.h"
-#include "attbat/schedules/ScheduleCommands.h"
-#include "attbat/update/UpdateCommands.h"
 #include "base/Memory.h"
 #include "cli/CommandLine.h"
 #include "cli/DxfTool.h"
@@ -41,13 +34,6 @@ int main(int argc, char** argv) {
                          return cli::RunShellTool(words, app);
                      },
                      true});
-    attbat::ImplementExportCommands(app);
-    attbat::ImplementImportCommands(app);
-    attbat::ImplementLinkCommands(app);
-    attbat::ImplementAuthoringCommands(app);
-    attbat::ImplementScheduleCommands(app);
-    attbat::ImplementUpdateCommands(app);
-    attbat::ImplementCellBlockCommands(app);
-    attbat::ImplementNumberingCommands(app);
+    attbat::ImplementAllCommands(app);
     return cli::RunCommandLine(args, app, tools);
 }
