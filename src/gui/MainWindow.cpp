@@ -28,6 +28,7 @@
 #include "gui/CommandForm.h"
 #include "gui/DrawingView.h"
 #include "gui/ScheduleWizard.h"
+#include "gui/SettingsWindows.h"
 #include "gui/GuiSession.h"
 #include "gui/QtUi.h"
 #include "gui/WorkbookPane.h"
@@ -319,10 +320,30 @@ std::unique_ptr<ScheduleWizard> MainWindow::MakeScheduleWizard() {
     return wizard;
 }
 
+std::unique_ptr<LinksWindow> MainWindow::MakeLinksWindow() {
+    host::Document* doc = session_.Current();
+    auto window = std::make_unique<LinksWindow>(doc ? &doc->Database() : nullptr, this);
+    connect(window.get(), &LinksWindow::DrawingChanged, this, [this] {
+        RefreshViews();
+        DrainConsole();
+    });
+    return window;
+}
+
 void MainWindow::RunCommand(const attbat::CommandEntry& entry) {
     if (entry.alias == "export") {
         std::unique_ptr<ScheduleWizard> wizard = MakeScheduleWizard();
         wizard->exec();
+        return;
+    }
+    if (entry.alias == "options") {
+        OptionsWindow window(this);
+        window.exec();
+        return;
+    }
+    if (entry.alias == "links") {
+        std::unique_ptr<LinksWindow> window = MakeLinksWindow();
+        window->exec();
         return;
     }
     std::unique_ptr<CommandForm> form = MakeForm(entry);

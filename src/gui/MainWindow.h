@@ -32,6 +32,7 @@ class QtUi;
 class ProgressWindow;
 class WorkbookPane;
 class ScheduleWizard;
+class LinksWindow;
 
 class MainWindow : public QMainWindow {
     Q_OBJECT
@@ -56,7 +57,10 @@ public:
     // view when there are any, a new workbook offered beside the drawing; the caller shows it
     // or, in tests, presses its buttons.
     std::unique_ptr<ScheduleWizard> MakeScheduleWizard();
-    // Opens the form of `entry` (the wizard for the export) and runs it on OK.
+    // The "Links" window over the current drawing; a button that changes the drawing redraws it.
+    std::unique_ptr<LinksWindow> MakeLinksWindow();
+    // Opens the window of `entry` (the wizard for the export, the Options and Links windows for
+    // theirs), else its form, which runs the command on OK.
     void RunCommand(const attbat::CommandEntry& entry);
     // Runs the command with these values as they stand, as the command line does.
     attbat::CommandStatus RunWithValues(const attbat::CommandEntry& entry, attbat::CommandContext& context);

@@ -13,6 +13,7 @@
 #include <QPushButton>
 #include <QLabel>
 #include <QListWidget>
+#include <QGroupBox>
 #include <QRadioButton>
 #include <QStackedWidget>
 #include <QTableWidget>
@@ -38,6 +39,7 @@
 #include "gui/MainWindow.h"
 #include "gui/QtUi.h"
 #include "gui/ScheduleWizard.h"
+#include "gui/SettingsWindows.h"
 #include "gui/WorkbookPane.h"
 #include "host/Console.h"
 #include "host/Document.h"
@@ -429,6 +431,70 @@ private slots:
             desks += block == QStringLiteral("DESK_SET");
         }
         QCOMPARE(desks, 2);
+    }
+
+    void OptionsWindowKeepsTheModelsBoxes() {
+        bool before = false, uploadBefore = false;
+        {
+            gui::OptionsWindow window;
+            // The model's boxes in its two groups, with its labels, showing what is stored.
+            const QList<QGroupBox*> groups = window.findChildren<QGroupBox*>();
+            QCOMPARE(groups.size(), 2);
+            QCOMPARE(groups[0]->title(), QStringLiteral("Export Attribute"));
+            for (const attbat::COptionsDialog::OptionBox& box : attbat::COptionsDialog::OptionBoxes()) {
+                QCheckBox* check = window.Box(box.key);
+                QVERIFY(check);
+                QCOMPARE(check->text().toStdString(), std::string(box.label));
+                QCOMPARE(check->isChecked(), window.Model().*box.member);
+            }
+            before = window.Model().m_calOuterPolygon;
+            uploadBefore = window.Model().m_autoUploadToActiveWorkbook;
+            window.Box("calc-outer-polygon")->click();
+            QCOMPARE(window.Model().m_calOuterPolygon, !before);
+            window.accept();
+            QCOMPARE(window.result(), static_cast<int>(QDialog::Accepted));
+        }
+        {
+            // OK stored it; Cancel stores nothing.
+            gui::OptionsWindow window;
+            QCOMPARE(window.Model().m_calOuterPolygon, !before);
+            QCOMPARE(window.Box("calc-outer-polygon")->isChecked(), !before);
+            window.Box("auto-upload")->click();
+            window.reject();
+        }
+        gui::OptionsWindow again;
+        QCOMPARE(again.Model().m_autoUploadToActiveWorkbook, uploadBefore);
+        QCOMPARE(again.Model().m_calOuterPolygon, !before);
+    }
+
+    void LinksWindowKeepsTheModelsState() {
+        std::unique_ptr<gui::LinksWindow> window = window_->MakeLinksWindow();
+        attbat::CLinksDialog& model = window->Model();
+        QCOMPARE(window->List()->count(), static_cast<int>(model.m_links.size()));
+        QCOMPARE(window->UpdateButton()->text(), QStringLiteral("Update Link"));
+        QCOMPARE(window->BreakButton()->text(), QStringLiteral("Break Link"));
+        QCOMPARE(window->AutoUpdateBox()->isChecked(), model.m_autoUpdate);
+        QCOMPARE(window->IgnorePropertiesBox()->isChecked(), model.m_ignoreProperties);
+        // "Update Link" with an empty workbook field: the model's message, in the host's box.
+        ui_.Clear();
+        QTest::mouseClick(window->UpdateButton(), Qt::LeftButton);
+        QCOMPARE(ui_.Shown().size(), std::size_t(1));
+        QCOMPARE(ui_.Shown().front().text, std::string("Invalid workbook path."));
+        // The auto-update options: OK stores them, a new window shows them.
+        const bool autoBefore = model.m_autoUpdate, ignoreBefore = model.m_ignoreProperties;
+        window->AutoUpdateBox()->click();
+        window->IgnorePropertiesBox()->click();
+        QCOMPARE(model.m_autoUpdate, !autoBefore);
+        QCOMPARE(model.m_ignoreProperties, !ignoreBefore);
+        window->accept();
+        std::unique_ptr<gui::LinksWindow> again = window_->MakeLinksWindow();
+        QCOMPARE(again->Model().m_autoUpdate, !autoBefore);
+        QCOMPARE(again->AutoUpdateBox()->isChecked(), !autoBefore);
+        QCOMPARE(again->IgnorePropertiesBox()->isChecked(), !ignoreBefore);
+        again->AutoUpdateBox()->click();
+        again->reject();
+        std::unique_ptr<gui::LinksWindow> third = window_->MakeLinksWindow();
+        QCOMPARE(third->Model().m_autoUpdate, !autoBefore);
     }
 
     void ImportByHandleTakesAnEditBack() {
