@@ -12,6 +12,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMessageBox>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QStackedWidget>
@@ -87,6 +88,25 @@ ScheduleWizard::ScheduleWizard(cad::Database* db, QWidget* parent) : QDialog(par
     back_->setObjectName(QStringLiteral("backButton"));
     next_->setObjectName(QStringLiteral("nextButton"));
     finish_->setObjectName(QStringLiteral("finishButton"));
+    // The template buttons, named as the wizard's controls name them.
+    const std::vector<attbat::Control>& all = attbat::CScheduleDialog::Controls();
+    auto templateButton = [&](const char* key, const char* name) {
+        const std::string label = LabelOf(all, key);
+        auto* button = new QPushButton(Q(label.substr(0, label.find(':'))) + QStringLiteral("..."), this);
+        button->setObjectName(QLatin1String(name));
+        buttons->addWidget(button);
+        return button;
+    };
+    QPushButton* load = templateButton("template", "loadTemplate");
+    QPushButton* save = templateButton("save-template", "saveTemplate");
+    connect(load, &QPushButton::clicked, this, [this] {
+        const QString file = QFileDialog::getOpenFileName(this, QString(), QString(), QStringLiteral("Templates (*.vlt)"));
+        if (!file.isEmpty()) LoadTemplate(file.toStdString());
+    });
+    connect(save, &QPushButton::clicked, this, [this] {
+        const QString file = QFileDialog::getSaveFileName(this, QString(), QString(), QStringLiteral("Templates (*.vlt)"));
+        if (!file.isEmpty()) SaveTemplate(file.toStdString());
+    });
     buttons->addStretch(1);
     for (QPushButton* button : {back_, next_, finish_, cancel}) buttons->addWidget(button);
     layout->addLayout(buttons);
@@ -363,6 +383,18 @@ void ScheduleWizard::SetPicked(cad::Database& db, const std::vector<std::string>
 void ScheduleWizard::SetOutput(const std::string& path) { output_->setText(Q(path)); }
 
 std::string ScheduleWizard::Output() const { return output_->text().toStdString(); }
+
+bool ScheduleWizard::SaveTemplate(const std::string& path) {
+    const base::Status saved = model_->SaveTemplate(path);
+    if (!saved) QMessageBox::warning(this, windowTitle(), Q(saved.Message()));
+    return static_cast<bool>(saved);
+}
+
+bool ScheduleWizard::LoadTemplate(const std::string& path) {
+    const bool loaded = model_->LoadTemplate(path);
+    ShowModel();
+    return loaded;
+}
 
 void ScheduleWizard::Next() {
     model_->GoNext();

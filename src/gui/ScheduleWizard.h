@@ -55,6 +55,11 @@ public:
     void Back();
     // Exports from the preview page; true when a workbook was written. The window closes then.
     bool Finish();
+    // The template buttons: the whole wizard state to a .vlt file, or back from one (the wizard
+    // then stands on the page the template was saved on). False when nothing was saved or loaded;
+    // the model has shown why.
+    bool SaveTemplate(const std::string& path);
+    bool LoadTemplate(const std::string& path);
     // "Export Options..." on the preview page: its own window bound to the dialog's model.
     void EditExportOptions();
 

@@ -21,6 +21,7 @@
 
 #include <deque>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <optional>
 #include <string>
@@ -431,6 +432,43 @@ private slots:
             desks += block == QStringLiteral("DESK_SET");
         }
         QCOMPARE(desks, 2);
+    }
+
+    void ScheduleWizardSavesAndLoadsTemplates() {
+        const std::string path = temp_->File("floor.vlt");
+        std::vector<int> order;
+        int rows = 0;
+        {
+            std::unique_ptr<gui::ScheduleWizard> wizard = window_->MakeScheduleWizard();
+            QCOMPARE(wizard->findChild<QPushButton*>(QStringLiteral("loadTemplate"))->text(),
+                     QStringLiteral("Load Template..."));
+            wizard->Next();
+            wizard->Next();
+            wizard->PreviewGrid()->horizontalHeader()->moveSection(3, 1);
+            order = wizard->Model().m_previewPage.ColumnOrder();
+            rows = wizard->Model().m_previewPage.RowCount();
+            QCOMPARE(order.at(1), 3);
+            QVERIFY(wizard->SaveTemplate(path));
+        }
+        QVERIFY(std::filesystem::exists(path));
+        // A new wizard loads it: it stands on the preview page with the order dragged.
+        std::unique_ptr<gui::ScheduleWizard> wizard = window_->MakeScheduleWizard();
+        QCOMPARE(wizard->Model().m_activePage, 0u);
+        QVERIFY(wizard->LoadTemplate(path));
+        QCOMPARE(wizard->Model().m_activePage, 2u);
+        QCOMPARE(wizard->Pages()->currentIndex(), 2);
+        QVERIFY(wizard->FinishButton()->isEnabled());
+        QCOMPARE(wizard->Model().m_previewPage.ColumnOrder(), order);
+        QCOMPARE(wizard->PreviewGrid()->rowCount(), rows);
+        // A file that is no template: the model's message, the wizard where it was.
+        const std::string bad = temp_->File("bad.vlt");
+        { std::ofstream(bad) << "not a template"; }
+        std::unique_ptr<gui::ScheduleWizard> other = window_->MakeScheduleWizard();
+        ui_.Clear();
+        QVERIFY(!other->LoadTemplate(bad));
+        QCOMPARE(other->Model().m_activePage, 0u);
+        QVERIFY(!ui_.Shown().empty());
+        QVERIFY(ui_.Shown().front().text.find("Invalid Velmar template file") != std::string::npos);
     }
 
     void OptionsWindowKeepsTheModelsBoxes() {
