@@ -2,6 +2,7 @@
 
 #include <QFont>
 #include <QList>
+#include <QFontDatabase>
 #include <QFontMetricsF>
 #include <QHash>
 #include <QPainter>
@@ -9,9 +10,13 @@
 #include <QRegularExpression>
 
 #include <algorithm>
+#include <filesystem>
+#include <memory>
 #include <cmath>
 #include <numbers>
 
+#include "attbat/export/TableTextExtents.h"
+#include "base/Text.h"
 #include "cad/BlockReference.h"
 #include "cad/Curves.h"
 #include "cad/Database.h"
@@ -19,7 +24,9 @@
 #include "cad/SymbolRecord.h"
 #include "cad/Text.h"
 #include "cad/geometry/Matrix3d.h"
+#include "cad/geometry/MLeader.h"
 #include "cad/geometry/PolylineShape.h"
+#include "fonts/FontFile.h"
 
 namespace gui {
 
@@ -34,41 +41,90 @@ constexpr double kCapPixels = 72;
 // not hang the paint.
 constexpr int kMaxDepth = 16;
 
-const QFont& TextFont() {
-    static const QFont font = [] {
-        QFont f(QStringLiteral("DejaVu Sans"));
-        f.setPixelSize(static_cast<int>(kFontPixels));
-        return f;
+// A font texts are drawn in, with the measures their layout needs. Faces are shared by every
+// scene of the process: a drawing's styles name a handful of fonts.
+struct TextFace {
+    QFont font;
+    double capPixels = kCapPixels;  // the height of the face's capitals at kFontPixels
+    double xScale = 1;              // a stand-in's stretch to the advance of what it stands for
+    std::vector<double> ascii;      // advances of the ASCII characters in cap heights
+    QHash<char16_t, double> others;
+
+    TextFace(const QFont& f, double cap, double stretch) : font(f), capPixels(cap), xScale(stretch) {
+        font.setPixelSize(static_cast<int>(kFontPixels));
+        const QFontMetricsF metrics(font);
+        ascii.resize(128);
+        for (int c = 0; c < 128; ++c) ascii[c] = metrics.horizontalAdvance(QChar(c)) / capPixels * xScale;
+    }
+    double Advance(QChar c) {
+        const char16_t u = c.unicode();
+        if (u < 128) return ascii[u];
+        auto found = others.find(u);
+        if (found == others.end())
+            found = others.insert(u, QFontMetricsF(font).horizontalAdvance(c) / capPixels * xScale);
+        return *found;
+    }
+};
+
+std::vector<std::unique_ptr<TextFace>>& Faces() {
+    static std::vector<std::unique_ptr<TextFace>> faces = [] {
+        std::vector<std::unique_ptr<TextFace>> list;
+        // Face 0: the sans font of texts whose font isn't on this machine.
+        list.push_back(std::make_unique<TextFace>(QFont(QStringLiteral("DejaVu Sans")), kCapPixels, 1));
+        return list;
     }();
-    return font;
+    return faces;
 }
 
-const QFontMetricsF& TextMetrics() {
-    static const QFontMetricsF metrics(TextFont());
-    return metrics;
+// Face 1: the stand-in of SHX fonts, the sans font narrowed to the mean advance the fonts layer
+// gives shape fonts (TableTextExtents::kStandInAdvance of the height).
+int ShapeFontFace() {
+    static const int index = [] {
+        TextFace& sans = *Faces()[0];
+        double sum = 0;
+        int count = 0;
+        for (int c = 33; c < 127; ++c, ++count) sum += sans.ascii[c];
+        const double stretch = attbat::TableTextExtents::kStandInAdvance / (sum / count);
+        Faces().push_back(std::make_unique<TextFace>(sans.font, kCapPixels, stretch));
+        return static_cast<int>(Faces().size()) - 1;
+    }();
+    return index;
+}
+
+// The face of a TrueType or OpenType file, registered with the application once; face 0 when Qt
+// can't load it.
+int FileFace(const std::string& path) {
+    static std::map<std::string, int> byFile;
+    auto found = byFile.find(path);
+    if (found != byFile.end()) return found->second;
+    int index = 0;
+    const int id = QFontDatabase::addApplicationFont(QString::fromStdString(path));
+    const QStringList families = id < 0 ? QStringList() : QFontDatabase::applicationFontFamilies(id);
+    if (!families.isEmpty()) {
+        QFont font(families.front());
+        // A family's files differ in weight and slant, which their names tell ("-SemiBoldItalic").
+        const QString file = QString::fromStdString(std::filesystem::path(path).stem().string()).toLower();
+        if (file.contains(QLatin1String("extrabold"))) font.setWeight(QFont::ExtraBold);
+        else if (file.contains(QLatin1String("semibold"))) font.setWeight(QFont::DemiBold);
+        else if (file.contains(QLatin1String("bold"))) font.setWeight(QFont::Bold);
+        else if (file.contains(QLatin1String("light"))) font.setWeight(QFont::Light);
+        if (file.contains(QLatin1String("italic")) || file.contains(QLatin1String("oblique"))) font.setItalic(true);
+        font.setPixelSize(static_cast<int>(kFontPixels));
+        const double cap = QFontMetricsF(font).capHeight();
+        Faces().push_back(std::make_unique<TextFace>(font, cap > 1 ? cap : 0.7 * kFontPixels, 1));
+        index = static_cast<int>(Faces().size()) - 1;
+    }
+    byFile.emplace(path, index);
+    return index;
 }
 
 // The advance of a line of text in cap heights, from the advances of its characters: a big drawing
 // has hundreds of thousands of attributes, and shaping each one to measure it would cost seconds.
 // Kerning is left out, which CAD fonts mostly don't have anyway.
-double TextWidth(const QString& line) {
-    static std::vector<double> ascii = [] {
-        std::vector<double> table(128);
-        for (int c = 0; c < 128; ++c) table[c] = TextMetrics().horizontalAdvance(QChar(c)) / kCapPixels;
-        return table;
-    }();
-    static QHash<char16_t, double> others;
+double TextWidth(const QString& line, int face) {
+    TextFace& f = *Faces()[face];
     double width = 0;
-    for (QChar c : line) {
-        const char16_t u = c.unicode();
-        if (u < 128) {
-            width += ascii[u];
-            continue;
-        }
-        auto found = others.find(u);
-        if (found == others.end()) found = others.insert(u, TextMetrics().horizontalAdvance(c) / kCapPixels);
-        width += *found;
-    }
+    for (QChar c : line) width += f.Advance(c);
     return width;
 }
 
@@ -232,13 +288,14 @@ bool HatchBoundaries(const cad::TagList& tags, QPainterPath& path) {
 // heights between baselines, anchored as `horizontal` (0 left, 1 centre, 2 right) and
 // `vertical` (0 baseline, 1 bottom, 2 middle, 3 top) say.
 Primitive MakeText(const QString& lines, QPointF at, double height, double rotation, double widthFactor,
-                   int horizontal, int vertical, const QTransform& toParent) {
+                   int horizontal, int vertical, const QTransform& toParent, int face) {
     Primitive p;
     p.kind = Primitive::Kind::Text;
+    p.face = face;
     p.text = lines;
     const QStringList list = lines.split(QLatin1Char('\n'));
     double width = 0;
-    for (const QString& line : list) width = std::max(width, TextWidth(line));
+    for (const QString& line : list) width = std::max(width, TextWidth(line, face));
     const double spacing = 5.0 / 3.0;
     const double depth = (list.size() - 1) * spacing;
     double dx = horizontal == 1 ? -width / 2 : horizontal == 2 ? -width : 0;
@@ -257,6 +314,10 @@ Primitive MakeText(const QString& lines, QPointF at, double height, double rotat
 }
 
 }  // namespace
+
+QFont TextFaceFont(int face) {
+    return face >= 0 && face < static_cast<int>(Faces().size()) ? Faces()[face]->font : Faces()[0]->font;
+}
 
 QColor AciColor(int aci) {
     static const QColor fixed[] = {QColor(0, 0, 0),       QColor(255, 0, 0),     QColor(255, 255, 0),
@@ -306,6 +367,34 @@ DrawingScene::DrawingScene(cad::Database& db, cad::BlockRecord space) : db_(db) 
         items_.push_back(std::move(item));
     }
     BuildIndex();
+}
+
+int DrawingScene::StyleFace(const std::string& styleName) {
+    const std::string key = base::ToUpper(styleName.empty() ? std::string("STANDARD") : styleName);
+    auto found = styleFaces_.find(key);
+    if (found != styleFaces_.end()) return found->second;
+    int face = 0;
+    const cad::SymbolRecord style = db_.FindRecord("STYLE", styleName.empty() ? std::string("Standard") : styleName);
+    if (style) {
+        // The style's font file (3), else the family AutoCAD keeps in the style's extended data.
+        std::string name = style.GetText(3);
+        if (name.empty())
+            for (const cad::Tag& tag : style.Xdata("ACAD"))
+                if (tag.code == 1000 && !tag.value.empty()) {
+                    name = tag.value;
+                    break;
+                }
+        const std::string extension = base::ToLower(std::filesystem::path(name).extension().string());
+        if (!name.empty() && (extension.empty() || extension == ".shx")) {
+            face = ShapeFontFace();
+        } else if (!name.empty()) {
+            const std::string file = fonts::FindFontFile(name);
+            // A stand-in fontconfig chose is no better than our own sans font.
+            if (!file.empty() && fonts::FontFileMatches(name, file)) face = FileFace(file);
+        }
+    }
+    styleFaces_.emplace(key, face);
+    return face;
 }
 
 int DrawingScene::LayerIndex(const std::string& name) {
@@ -483,7 +572,8 @@ void DrawingScene::AddEntity(const cad::Entity& entity, std::vector<Primitive>& 
             if (h == 3 || h == 5) h = 0;  // aligned and fit start at the first point
         }
         const double rotation = entity.GetReal(50, 0) * kPi / 180;
-        out.push_back(MakeText(text, at, height, rotation, entity.GetReal(41, 1), h, vertical, Ocs(entity)));
+        out.push_back(MakeText(text, at, height, rotation, entity.GetReal(41, 1), h, vertical, Ocs(entity),
+                               StyleFace(entity.GetText(7))));
         out.back().aci = p.aci;
         out.back().layer = p.layer;
     } else if (type == "MTEXT") {
@@ -498,11 +588,13 @@ void DrawingScene::AddEntity(const cad::Entity& entity, std::vector<Primitive>& 
         const int attach = static_cast<int>(entity.GetInt(71, 1));
         const int h = (attach - 1) % 3;
         const int v = attach <= 3 ? 3 : attach <= 6 ? 2 : 1;
-        out.push_back(MakeText(text, Xy(entity, 10), entity.GetReal(40, 1), rotation, 1, h, v, {}));
+        out.push_back(MakeText(text, Xy(entity, 10), entity.GetReal(40, 1), rotation, 1, h, v, {}, StyleFace(entity.GetText(7))));
         out.back().aci = p.aci;
         out.back().layer = p.layer;
     } else if (type == "INSERT" || type == "MINSERT") {
         AddReference(entity, out);
+    } else if (type == "MULTILEADER") {
+        AddMultiLeader(entity, out);
     } else if (type == "DIMENSION") {
         // A dimension is drawn by its anonymous block, already in world coordinates.
         const cad::BlockRecord block = db_.FindBlock(entity.GetText(2));
@@ -534,6 +626,188 @@ void DrawingScene::AddReference(const cad::Entity& entity, std::vector<Primitive
     }
     for (const cad::Attribute& attribute : reference.Attributes()) {
         if (attribute.IsVisible()) AddEntity(attribute, out);
+    }
+}
+
+void DrawingScene::AddMultiLeader(const cad::Entity& entity, std::vector<Primitive>& out) {
+    Primitive p;
+    p.aci = entity.Color();
+    p.layer = LayerIndex(entity.LayerName());
+    // The leaders and the content's placement are in the context data; the leader lines' type
+    // and the arrowhead follow it.
+    struct Leader {
+        std::vector<std::vector<QPointF>> lines;
+        QPointF landing;
+        bool hasLanding = false;
+        QPointF dogleg;
+        double doglegLength = 0;
+    };
+    std::vector<Leader> leaders;
+    double scale = 1, textHeight = 1, arrowSize = -1, textRotation = 0;
+    int attachment = 1;
+    std::string contents;
+    cad::Handle textStyle = 0;
+    QPointF textAt;
+    int level = 0;  // 0 entity, 1 context, 2 leader, 3 leader line
+    bool seenScale = false, seenLanding = false;
+    int lineType = 1;
+    bool doglegEnabled = true;
+    double entityArrowSize = -1;
+    cad::Handle arrowBlock = 0;
+    const cad::TagList tags = entity.Tags();
+    for (std::size_t i = 0; i < tags.size(); ++i) {
+        const cad::Tag& tag = tags[i];
+        const double next = i + 1 < tags.size() ? tags[i + 1].Real() : 0;
+        if (tag.code == 300 && tag.value == "CONTEXT_DATA{") { level = 1; continue; }
+        if (tag.code == 302 && tag.value == "LEADER{") {
+            level = 2;
+            leaders.emplace_back();
+            seenLanding = false;
+            continue;
+        }
+        if (level == 2 && tag.code == 304 && tag.value == "LEADER_LINE{") {
+            level = 3;
+            leaders.back().lines.emplace_back();
+            continue;
+        }
+        if (tag.code == 305 && level == 3) { level = 2; continue; }
+        if (tag.code == 303 && level == 2) { level = 1; continue; }
+        if (tag.code == 301 && level == 1) { level = 0; continue; }
+        switch (level) {
+        case 3:
+            if (tag.code == 10) leaders.back().lines.back().emplace_back(tag.Real(), next);
+            break;
+        case 2:
+            if (tag.code == 10 && !seenLanding) {
+                leaders.back().landing = QPointF(tag.Real(), next);
+                leaders.back().hasLanding = seenLanding = true;
+            }
+            if (tag.code == 11) leaders.back().dogleg = QPointF(tag.Real(), next);
+            if (tag.code == 40) leaders.back().doglegLength = tag.Real();
+            break;
+        case 1:
+            if (tag.code == 40 && !seenScale) { scale = tag.Real(); seenScale = true; }
+            if (tag.code == 41) textHeight = tag.Real();
+            if (tag.code == 140) arrowSize = tag.Real();
+            if (tag.code == 304) contents = tag.value;
+            if (tag.code == 340) textStyle = std::strtoull(tag.value.c_str(), nullptr, 16);
+            if (tag.code == 12) textAt = QPointF(tag.Real(), next);
+            if (tag.code == 42) textRotation = tag.Real();
+            if (tag.code == 171) attachment = static_cast<int>(tag.Real());
+            break;
+        default:
+            if (tag.code == 170) lineType = static_cast<int>(tag.Real());
+            if (tag.code == 291) doglegEnabled = tag.Real() != 0;
+            if (tag.code == 42) entityArrowSize = tag.Real();
+            if (tag.code == 342) arrowBlock = std::strtoull(tag.value.c_str(), nullptr, 16);
+            break;
+        }
+    }
+    if (arrowSize < 0) arrowSize = entityArrowSize >= 0 ? entityArrowSize * scale : 0;
+
+    // The leaders: each line from its arrowhead's tip through its vertices to the landing, then
+    // the dogleg along the content.
+    for (const Leader& leader : leaders) {
+        for (const std::vector<QPointF>& line : leader.lines) {
+            if (lineType == 0 || line.empty()) continue;
+            QPainterPath path(line.front());
+            for (std::size_t k = 1; k < line.size(); ++k) path.lineTo(line[k]);
+            if (leader.hasLanding) path.lineTo(leader.landing);
+            p.kind = Primitive::Kind::Path;
+            p.path = path;
+            p.bounds = path.boundingRect();
+            out.push_back(p);
+            // The arrowhead: a closed filled one, unless a block stands for it (drawn by that
+            // block at the tip, pointing back along the line).
+            const QPointF from = line.size() > 1 ? line[1] : leader.hasLanding ? leader.landing : line.front();
+            const QPointF d = line.front() - from;
+            const double length = std::hypot(d.x(), d.y());
+            if (arrowSize <= 0 || length <= 0) continue;
+            const double angle = std::atan2(d.y(), d.x());
+            const QTransform place = QTransform().scale(arrowSize, arrowSize) * QTransform().rotateRadians(angle) *
+                                     QTransform::fromTranslate(line.front().x(), line.front().y());
+            const cad::Object arrow = arrowBlock ? db_.ObjectByHandle(arrowBlock) : cad::Object();
+            const cad::BlockRecord arrowRecord =
+                arrow && arrow.Type() == "BLOCK_RECORD" ? db_.FindBlock(arrow.GetText(2)) : cad::BlockRecord();
+            if (arrowRecord) {
+                // An empty block draws no arrowhead at all.
+                if (Block(arrowRecord.Index()).bounds.isNull()) continue;
+                Primitive head = p;
+                head.kind = Primitive::Kind::Block;
+                head.block = arrowRecord.Index();
+                head.transform = place;
+                head.bounds = place.mapRect(Block(arrowRecord.Index()).bounds);
+                out.push_back(head);
+            } else {
+                QPainterPath head;
+                head.moveTo(0, 0);
+                head.lineTo(-1, 1.0 / 6);
+                head.lineTo(-1, -1.0 / 6);
+                head.closeSubpath();
+                p.kind = Primitive::Kind::Filled;
+                p.path = place.map(head);
+                p.bounds = p.path.boundingRect();
+                out.push_back(p);
+            }
+        }
+        if (doglegEnabled && leader.hasLanding && leader.doglegLength > 0) {
+            QPainterPath path(leader.landing);
+            path.lineTo(leader.landing + leader.dogleg * leader.doglegLength);
+            p.kind = Primitive::Kind::Path;
+            p.path = path;
+            p.bounds = path.boundingRect();
+            out.push_back(p);
+        }
+    }
+
+    const cad::MLeader leader(entity.GetDatabase(), entity.Index());
+    const cad::MLeaderContentKind content = leader.ContentType();
+    if (content == cad::MLeaderContentKind::MText && !contents.empty()) {
+        const QString text = PlainMText(contents);
+        if (!text.trimmed().isEmpty()) {
+            std::string styleName;
+            if (textStyle)
+                if (const cad::Object style = db_.ObjectByHandle(textStyle); style && style.Type() == "STYLE")
+                    styleName = style.GetText(2);
+            const int a = attachment >= 1 && attachment <= 9 ? attachment : 1;
+            out.push_back(MakeText(text, textAt, textHeight, textRotation, 1, (a - 1) % 3, a <= 3 ? 3 : a <= 6 ? 2 : 1,
+                                   {}, StyleFace(styleName)));
+            out.back().aci = p.aci;
+            out.back().layer = p.layer;
+        }
+    } else if (content == cad::MLeaderContentKind::Block) {
+        const cad::BlockRecord block = leader.BlockContent();
+        if (!block || Block(block.Index()).bounds.isNull()) return;
+        const cad::Point3 at = leader.BlockPosition();
+        const cad::Point3 factors = leader.BlockScale();
+        const QTransform place = QTransform().scale(factors.x, factors.y) *
+                                 QTransform().rotateRadians(leader.BlockRotation()) *
+                                 QTransform::fromTranslate(at.x, at.y);
+        Primitive content = p;
+        content.kind = Primitive::Kind::Block;
+        content.block = block.Index();
+        content.transform = place;
+        content.bounds = place.mapRect(Block(block.Index()).bounds);
+        out.push_back(content);
+        // The attribute values the multileader keeps, where their definitions stand in the block.
+        const cad::Point3 base = block.BasePoint();
+        const QTransform toWorld = QTransform::fromTranslate(-base.x, -base.y) * place;
+        for (const cad::MLeader::AttributeValue& value : leader.BlockAttributeValues()) {
+            const cad::Object definition = db_.ObjectByHandle(value.definition);
+            if (!definition || definition.Type() != "ATTDEF" || value.value.empty()) continue;
+            if (definition.GetInt(70, 0) & 1) continue;  // invisible
+            int h = static_cast<int>(definition.GetInt(72, 0));
+            int v = static_cast<int>(definition.GetInt(74, 0));
+            QPointF where = Xy(definition, 10);
+            if ((h != 0 || v != 0) && definition.Has(11)) where = Xy(definition, 11);
+            if (h == 4) h = 1, v = 2;
+            if (h == 3 || h == 5) h = 0;
+            out.push_back(MakeText(ShownText(value.value), where, definition.GetReal(40, 1),
+                                   definition.GetReal(50, 0) * kPi / 180, definition.GetReal(41, 1), h, v, toWorld,
+                                   StyleFace(definition.GetText(7))));
+            out.back().aci = p.aci;
+            out.back().layer = p.layer;
+        }
     }
 }
 
@@ -681,16 +955,18 @@ void DrawingScene::PaintPrimitives(QPainter& painter, const std::vector<Primitiv
             painter.drawPath(p.path);
             break;
         case Primitive::Kind::Text: {
-            const QTransform xf = QTransform::fromScale(1 / kCapPixels, -1 / kCapPixels) * p.transform * toDevice;
+            const TextFace& face = *Faces()[p.face];
+            const QTransform xf =
+                QTransform::fromScale(face.xScale / face.capPixels, -1 / face.capPixels) * p.transform * toDevice;
             // Texts under a pixel and a half high are not read by anyone: skipped.
-            const double scale = std::sqrt(std::abs(xf.determinant())) * kCapPixels;
+            const double scale = std::sqrt(std::abs(xf.determinant()) / face.xScale) * face.capPixels;
             if (scale < 1.5) break;
             painter.setTransform(xf);
             painter.setPen(color);
-            painter.setFont(TextFont());
+            painter.setFont(face.font);
             const QStringList lines = p.text.split(QLatin1Char('\n'));
             for (int i = 0; i < lines.size(); ++i) {
-                painter.drawText(QPointF(0, i * kCapPixels * 5.0 / 3.0), lines[i]);
+                painter.drawText(QPointF(0, i * face.capPixels * 5.0 / 3.0), lines[i]);
             }
             break;
         }

@@ -4,6 +4,7 @@
 // the space's items so that a view of a small part of a big drawing touches only what it shows.
 
 #include <QColor>
+#include <QFont>
 #include <QPainterPath>
 #include <QRectF>
 #include <QString>
@@ -30,6 +31,9 @@ namespace gui {
 // black there. Out of range gives black.
 QColor AciColor(int aci);
 
+// The font of a text primitive's face (its pixel size is the layout's, not the text's).
+QFont TextFaceFont(int face);
+
 // One drawable piece: a path (lines, arcs, polylines, outlines), a text, or a block drawn through
 // a transform.
 struct Primitive {
@@ -41,6 +45,7 @@ struct Primitive {
     std::uint32_t block = 0;  // Block: the block record's index
     int aci = 256;          // 0 BYBLOCK, 256 BYLAYER, else the colour number
     int layer = 0;          // index into the scene's layers
+    int face = 0;           // Text: the font it is drawn in (0: the sans font standing in)
     QRectF bounds;          // in the coordinates of what holds it
 };
 
@@ -95,9 +100,15 @@ private:
         bool building = false;
     };
     int LayerIndex(const std::string& name);
+    // The face texts of the text style `styleName` are drawn in: the style's TrueType font when
+    // the machine has it, a narrowed sans font for SHX fonts, else the sans font.
+    int StyleFace(const std::string& styleName);
     // Appends what `entity` draws (in the coordinates of what holds it) to `out`.
     void AddEntity(const cad::Entity& entity, std::vector<Primitive>& out);
     void AddReference(const cad::Entity& entity, std::vector<Primitive>& out);
+    // A multileader: its leader lines with their arrowheads and doglegs, then its text or its
+    // block with the attribute values it keeps, from its context data.
+    void AddMultiLeader(const cad::Entity& entity, std::vector<Primitive>& out);
     const BlockGeometry& Block(std::uint32_t index);
     void BuildIndex();
     void PaintPrimitives(QPainter& painter, const std::vector<Primitive>& primitives, const QTransform& toDevice,
@@ -108,6 +119,7 @@ private:
     std::vector<SceneItem> items_;
     std::vector<SceneLayer> layers_;
     std::map<std::string, int> layerIndex_;
+    std::map<std::string, int> styleFaces_;
     std::map<std::uint32_t, BlockGeometry> blocks_;
     std::map<cad::Handle, std::size_t> byHandle_;
     QRectF extents_;

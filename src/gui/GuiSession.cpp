@@ -13,6 +13,7 @@
 #include "base/Text.h"
 #include "host/Document.h"
 #include "host/Printer.h"
+#include "host/ProgressMeter.h"
 
 namespace gui {
 
@@ -102,6 +103,22 @@ attbat::CommandStatus GuiSession::Run(const attbat::CommandEntry& entry, attbat:
         }
     }
     return status;
+}
+
+bool GuiSession::RunWork(const std::function<bool()>& work) {
+    ApplyWorkbooks();
+    run_->UseCurrentDocument();
+    host::ProgressMeter::ResetCancel();
+    attbat::CommandContext context;
+    bool done = false;
+    run_->WithWorkbooks(
+        [&] {
+            done = work();
+            return done ? attbat::CommandStatus::Done : attbat::CommandStatus::Failed;
+        },
+        context);
+    host::CurrentPrinter().FinishLine();
+    return done;
 }
 
 attbat::CommandStatus GuiSession::Run(const std::string& name, const attbat::ControlValues& values) {

@@ -4,6 +4,7 @@
 // the running spreadsheet's; commands run one after another in the run, as the host's command
 // line has them, and what they print is kept for the console pane.
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -65,6 +66,9 @@ public:
     attbat::CommandStatus Run(const attbat::CommandEntry& entry, attbat::CommandContext& context);
     // Runs the command named `name` (local, global name or alias) with `values`.
     attbat::CommandStatus Run(const std::string& name, const attbat::ControlValues& values = {});
+    // Runs `work` on the current drawing as a command runs, with the running spreadsheet's
+    // workbooks open around it (a window that does a command's work itself); its answer.
+    bool RunWork(const std::function<bool()>& work);
     // What was printed since the last call, taken.
     Printed TakePrinted();
 

@@ -27,6 +27,8 @@
 #include "cad/Database.h"
 #include "gui/CommandForm.h"
 #include "gui/DrawingView.h"
+#include "gui/ScheduleWizard.h"
+#include "gui/SettingsWindows.h"
 #include "gui/GuiSession.h"
 #include "gui/QtUi.h"
 #include "gui/WorkbookPane.h"
@@ -290,7 +292,60 @@ attbat::CommandStatus MainWindow::RunForm(const attbat::CommandEntry& entry, con
     return RunWithValues(entry, context);
 }
 
+std::unique_ptr<ScheduleWizard> MainWindow::MakeScheduleWizard() {
+    host::Document* doc = session_.Current();
+    auto wizard = std::make_unique<ScheduleWizard>(doc ? &doc->Database() : nullptr, this);
+    if (DrawingView* view = CurrentView(); view && doc) wizard->SetPicked(doc->Database(), view->SelectedHandles());
+    if (session_.Workbook().empty()) {
+        if (!session_.Output().empty()) {
+            wizard->SetOutput(session_.Output());
+        } else if (doc) {
+            wizard->SetOutput(std::filesystem::path(doc->FileName()).replace_extension(".xlsx").string());
+        }
+    }
+    ScheduleWizard* raw = wizard.get();
+    wizard->SetExportRunner([this, raw](const std::function<bool()>& work) {
+        host::CurrentPrinter().Print("\nCommand: VelmarOut\n");
+        session_.SetOutput(raw->Output());
+        const bool done = session_.RunWork(work);
+        DrainConsole();
+        RefreshViews();
+        if (!session_.Workbook().empty()) {
+            workbook_->ShowWorkbook(session_.Workbook());
+        } else if (!session_.Output().empty() && std::filesystem::exists(session_.Output())) {
+            workbook_->ShowWorkbook(session_.Output());
+        }
+        return done;
+    });
+    return wizard;
+}
+
+std::unique_ptr<LinksWindow> MainWindow::MakeLinksWindow() {
+    host::Document* doc = session_.Current();
+    auto window = std::make_unique<LinksWindow>(doc ? &doc->Database() : nullptr, this);
+    connect(window.get(), &LinksWindow::DrawingChanged, this, [this] {
+        RefreshViews();
+        DrainConsole();
+    });
+    return window;
+}
+
 void MainWindow::RunCommand(const attbat::CommandEntry& entry) {
+    if (entry.alias == "export") {
+        std::unique_ptr<ScheduleWizard> wizard = MakeScheduleWizard();
+        wizard->exec();
+        return;
+    }
+    if (entry.alias == "options") {
+        OptionsWindow window(this);
+        window.exec();
+        return;
+    }
+    if (entry.alias == "links") {
+        std::unique_ptr<LinksWindow> window = MakeLinksWindow();
+        window->exec();
+        return;
+    }
     std::unique_ptr<CommandForm> form = MakeForm(entry);
     if (form->exec() != QDialog::Accepted) return;
     RunForm(entry, *form);

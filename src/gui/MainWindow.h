@@ -31,6 +31,8 @@ class GuiSession;
 class QtUi;
 class ProgressWindow;
 class WorkbookPane;
+class ScheduleWizard;
+class LinksWindow;
 
 class MainWindow : public QMainWindow {
     Q_OBJECT
@@ -51,7 +53,14 @@ public:
     // Runs `entry` with the form's values: the console shows what it printed, the views and the
     // workbook pane what it changed.
     attbat::CommandStatus RunForm(const attbat::CommandEntry& entry, const CommandForm& form);
-    // Opens the form of `entry` and runs it on OK.
+    // The export's schedule wizard on the current drawing, its source the objects picked in the
+    // view when there are any, a new workbook offered beside the drawing; the caller shows it
+    // or, in tests, presses its buttons.
+    std::unique_ptr<ScheduleWizard> MakeScheduleWizard();
+    // The "Links" window over the current drawing; a button that changes the drawing redraws it.
+    std::unique_ptr<LinksWindow> MakeLinksWindow();
+    // Opens the window of `entry` (the wizard for the export, the Options and Links windows for
+    // theirs), else its form, which runs the command on OK.
     void RunCommand(const attbat::CommandEntry& entry);
     // Runs the command with these values as they stand, as the command line does.
     attbat::CommandStatus RunWithValues(const attbat::CommandEntry& entry, attbat::CommandContext& context);

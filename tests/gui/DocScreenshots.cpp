@@ -21,6 +21,7 @@
 #include "gui/DrawingView.h"
 #include "gui/GuiSession.h"
 #include "gui/MainWindow.h"
+#include "gui/ScheduleWizard.h"
 #include "gui/WorkbookPane.h"
 #include "host/Console.h"
 #include "host/Document.h"
@@ -67,15 +68,18 @@ int main(int argc, char** argv) {
         Save(window, folder, "2-picked-selection.png");
         view->ClearSelection();
 
-        const attbat::CommandEntry* exportEntry = app.FindCommand("export");
-        std::unique_ptr<gui::CommandForm> form = window.MakeForm(*exportEntry);
-        form->SetOutput(temp.File("floor.xlsx"));
-        form->show();
-        form->findChild<QPushButton*>(QStringLiteral("previewButton"))->click();
-        form->PreviewGrid()->horizontalHeader()->moveSection(2, 1);
-        Save(*form, folder, "3-export-wizard-preview.png");
-        window.RunForm(*exportEntry, *form);
-        form.reset();
+        // The export's wizard, page by page, then Finish.
+        std::unique_ptr<gui::ScheduleWizard> wizard = window.MakeScheduleWizard();
+        wizard->SetOutput(temp.File("floor.xlsx"));
+        wizard->show();
+        Save(*wizard, folder, "3a-export-wizard-data-source.png");
+        wizard->Next();
+        Save(*wizard, folder, "3b-export-wizard-attributes.png");
+        wizard->Next();
+        wizard->PreviewGrid()->horizontalHeader()->moveSection(2, 1);
+        Save(*wizard, folder, "3-export-wizard-preview.png");
+        wizard->Finish();
+        wizard.reset();
         Save(window, folder, "4-exported-workbook.png");
 
         // An edit in the workbook, then the import by handle.

@@ -15,7 +15,13 @@
 
 #include "cad/BlockRecord.h"
 #include "cad/Database.h"
+#include "cad/BlockReference.h"
+#include "cad/Entity.h"
+#include "cad/Text.h"
+#include "cad/geometry/MLeader.h"
 #include "cad/geometry/DrawingExtents.h"
+#include "fonts/FontFile.h"
+#include "fonts/FontMetrics.h"
 #include "gui/DrawingScene.h"
 #include "gui/DrawingView.h"
 
@@ -64,6 +70,8 @@ private slots:
                                  << QStringLiteral("ezdxf-192-inserts-576-attribs-ac1018");
         QTest::newRow("flange") << QStringLiteral(VELMAR_CORPUS "/dxf/qcad-flange-attribs-ac1027.dxf")
                                 << QStringLiteral("qcad-flange-attribs-ac1027");
+        QTest::newRow("mleader-blocks") << QStringLiteral(VELMAR_CORPUS "/dxf/gdal-leader-mleader-blockcontent-ac1027.dxf")
+                                        << QStringLiteral("gdal-leader-mleader-blockcontent-ac1027");
     }
 
     void Pictures() {
@@ -125,6 +133,107 @@ private slots:
         for (const cad::Entity& entity : db->ModelSpace().Entities()) inDrawing += entity.Type() == "INSERT";
         QCOMPARE(references, inDrawing);
         QVERIFY(references >= 10);
+    }
+
+    void TextsAreDrawnInTheirStylesFonts() {
+        std::unique_ptr<cad::Database> db = Read(VELMAR_SOURCE_DIR "/examples/floor.dxf");
+        // Two unrotated one-line attributes of the sample, each the only one of its text in its
+        // reference: one keeps Standard (txt, a shape font), the other is given a style of the
+        // drawing whose TrueType file the machine has.
+        std::vector<cad::Entity> texts;
+        std::vector<cad::Handle> owners;
+        for (const cad::Entity& entity : db->ModelSpace().Entities()) {
+            if (entity.Type() != "INSERT" || texts.size() == 2) continue;
+            const cad::BlockReference reference(entity.GetDatabase(), entity.Index());
+            for (const cad::Attribute& attribute : reference.Attributes()) {
+                if (!attribute.IsVisible() || (attribute.GetInt(70, 0) & 1) || attribute.GetReal(50, 0) != 0 ||
+                    attribute.GetReal(41, 1) != 1 || attribute.IsMTextAttribute())
+                    continue;
+                const std::string text = attribute.GetText(1);
+                if (text.size() < 4 || text.find('%') != std::string::npos) continue;
+                texts.push_back(attribute);
+                owners.push_back(entity.GetHandle());
+                break;
+            }
+        }
+        QCOMPARE(texts.size(), std::size_t(2));
+        cad::Entity& serif = texts[1];
+        serif.SetText(7, "LiberationSerif");
+        const std::string serifFile = fonts::FindFontFile("LiberationSerif-Regular.ttf");
+        if (!fonts::FontFileMatches("LiberationSerif-Regular.ttf", serifFile)) QSKIP("no Liberation Serif here");
+        const gui::DrawingScene scene(*db);
+        auto primitiveOf = [&](int k) -> const gui::Primitive& {
+            const long i = scene.Find(owners[k]);
+            if (i < 0) qFatal("a reference not in the scene");
+            for (const gui::Primitive& p : scene.Items()[i].primitives)
+                if (p.kind == gui::Primitive::Kind::Text && p.text == QString::fromStdString(texts[k].GetText(1))) return p;
+            qFatal("an attribute not drawn");
+        };
+        const gui::Primitive& standard = primitiveOf(0);
+        const gui::Primitive& styled = primitiveOf(1);
+        QCOMPARE(standard.kind, gui::Primitive::Kind::Text);
+        QCOMPARE(gui::TextFaceFont(styled.face).family(), QStringLiteral("Liberation Serif"));
+        QVERIFY(gui::TextFaceFont(standard.face).family() != QStringLiteral("Liberation Serif"));
+        // The styled text is as wide as the fonts layer measures it in that font; the shape font's
+        // as wide as the fonts layer's stand-in advance makes it.
+        auto metrics = fonts::FontMetrics::Open(serifFile);
+        QVERIFY(metrics);
+        const double height = serif.GetReal(40, 1);
+        const double serifWidth = metrics->TextWidth(serif.GetText(1), height);
+        QVERIFY2(std::abs(styled.bounds.width() - serifWidth) < 0.05 * serifWidth,
+                 qPrintable(QStringLiteral("%1 vs %2").arg(styled.bounds.width()).arg(serifWidth)));
+        const std::string text = texts[0].GetText(1);
+        const double standInWidth = text.size() * texts[0].GetReal(40, 1) * 0.6;
+        QVERIFY2(std::abs(standard.bounds.width() - standInWidth) < 0.15 * standInWidth,
+                 qPrintable(QStringLiteral("%1 vs %2").arg(standard.bounds.width()).arg(standInWidth)));
+    }
+
+    void MultileadersDrawTheirLeadersAndContent() {
+        std::unique_ptr<cad::Database> db = Read(VELMAR_CORPUS "/dxf/gdal-leader-mleader-blockcontent-ac1027.dxf");
+        const gui::DrawingScene scene(*db);
+        // 797: a text multileader whose leader runs from (30,35) through three vertices to its
+        // landing (40,20), a dogleg of 8 along x, an arrowhead block at the tip.
+        const long i = scene.Find(0x797);
+        QVERIFY(i >= 0);
+        const std::vector<gui::Primitive>& primitives = scene.Items()[i].primitives;
+        bool leader = false, dogleg = false, arrow = false, text = false;
+        for (const gui::Primitive& p : primitives) {
+            if (p.kind == gui::Primitive::Kind::Path && p.path.elementCount() == 5) {
+                leader = p.path.elementAt(0).x == 30 && p.path.elementAt(0).y == 35 && p.path.elementAt(4).x == 40 &&
+                         p.path.elementAt(4).y == 20;
+            }
+            if (p.kind == gui::Primitive::Kind::Path && p.path.elementCount() == 2)
+                dogleg = p.path.elementAt(0).x == 40 && p.path.elementAt(1).x == 48 && p.path.elementAt(1).y == 20;
+            if (p.kind == gui::Primitive::Kind::Block) arrow = p.bounds.contains(QPointF(30, 35));
+            if (p.kind == gui::Primitive::Kind::Text) {
+                QCOMPARE(p.text, QStringLiteral("Basic Multileader"));
+                // Attached at its top left corner at (50, 22.03), 4 high.
+                QVERIFY(std::abs(p.bounds.left() - 50) < 1e-6);
+                QVERIFY(std::abs(p.bounds.bottom() - 22.0327) < 0.01);
+                text = true;
+            }
+        }
+        QVERIFY(leader);
+        QVERIFY(dogleg);
+        QVERIFY(arrow);
+        QVERIFY(text);
+        // Every block content is its block, drawn where the multileader places it.
+        int blocks = 0;
+        for (const cad::Entity& entity : db->ModelSpace().Entities()) {
+            if (entity.Type() != "MULTILEADER") continue;
+            const cad::MLeader multileader(entity.GetDatabase(), entity.Index());
+            if (multileader.ContentType() != cad::MLeaderContentKind::Block || !multileader.BlockContent()) continue;
+            const long item = scene.Find(entity.GetHandle());
+            QVERIFY(item >= 0);
+            const cad::Point3 at = multileader.BlockPosition();
+            bool found = false;
+            for (const gui::Primitive& p : scene.Items()[item].primitives)
+                found |= p.kind == gui::Primitive::Kind::Block && p.block == multileader.BlockContent().Index() &&
+                         std::abs(p.transform.dx() - at.x) < 1e-9 && std::abs(p.transform.dy() - at.y) < 1e-9;
+            QVERIFY(found);
+            ++blocks;
+        }
+        QVERIFY(blocks >= 1);
     }
 
     void LevelOfDetailDrawsSmallReferencesAsBoxes() {

@@ -11,16 +11,23 @@
 #include <QApplication>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QLabel>
+#include <QListWidget>
+#include <QGroupBox>
+#include <QRadioButton>
+#include <QStackedWidget>
 #include <QTableWidget>
 #include <QtTest/QtTest>
 
 #include <deque>
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <optional>
 #include <string>
 
 #include "../host/TempFolder.h"
+#include "attbat/export/CExportOptionsDialog.h"
 #include "attbat/frame/CAttBatApp.h"
 #include "attbat/frame/CommandTable.h"
 #include "attbat/numbering/NumberingState.h"
@@ -32,6 +39,8 @@
 #include "gui/GuiSession.h"
 #include "gui/MainWindow.h"
 #include "gui/QtUi.h"
+#include "gui/ScheduleWizard.h"
+#include "gui/SettingsWindows.h"
 #include "gui/WorkbookPane.h"
 #include "host/Console.h"
 #include "host/Document.h"
@@ -230,6 +239,300 @@ private slots:
             for (int c = 0; c < sheet->columnCount(); ++c)
                 if (sheet->item(r, c) && !sheet->item(r, c)->toolTip().isEmpty()) ++commented;
         QVERIFY(commented >= rows - 1);
+    }
+
+    void ScheduleWizardWalksItsPages() {
+        std::unique_ptr<gui::ScheduleWizard> wizard = window_->MakeScheduleWizard();
+        attbat::CScheduleDialog& model = wizard->Model();
+        // The source page: the current drawing read, Back and Finish off, the labels the page's.
+        QCOMPARE(model.m_activePage, 0u);
+        QCOMPARE(wizard->Pages()->currentIndex(), 0);
+        QCOMPARE(wizard->findChild<QLabel*>(QStringLiteral("pageTitle"))->text(), QStringLiteral("Data Source"));
+        QVERIFY(!wizard->BackButton()->isEnabled());
+        QVERIFY(wizard->NextButton()->isEnabled());
+        QVERIFY(!wizard->FinishButton()->isEnabled());
+        QCOMPARE(model.m_blockSourcePage.m_dataSource, 0);
+        QVERIFY(wizard->findChild<QRadioButton*>(QStringLiteral("source0"))->isChecked());
+        QCOMPARE(wizard->findChild<QRadioButton*>(QStringLiteral("source2"))->text(), QStringLiteral("Select Drawings"));
+        QVERIFY(model.m_activeBlocks == &model.m_blockSourcePage.m_currentBlocks);
+        QVERIFY(!wizard->findChild<QListWidget*>(QStringLiteral("drawingList"))->isEnabled());
+        // The drawing list's source enables its list; back to the current drawing.
+        wizard->findChild<QRadioButton*>(QStringLiteral("source2"))->click();
+        QCOMPARE(model.m_blockSourcePage.m_dataSource, 2);
+        QVERIFY(wizard->findChild<QListWidget*>(QStringLiteral("drawingList"))->isEnabled());
+        QVERIFY(model.m_activeBlocks == &model.m_blockSourcePage.m_drawingBlocks);
+        wizard->findChild<QRadioButton*>(QStringLiteral("source0"))->click();
+        QCOMPARE(model.m_blockSourcePage.m_dataSource, 0);
+        QVERIFY(model.m_activeBlocks == &model.m_blockSourcePage.m_currentBlocks);
+        // A filter box is the filter's member.
+        auto* xrefs = qobject_cast<QCheckBox*>(wizard->Field("include-xrefs"));
+        QVERIFY(xrefs);
+        QCOMPARE(xrefs->text(), QStringLiteral("Include Xrefs"));
+        const int xrefsBefore = model.m_filter.incXref;
+        QCOMPARE(xrefs->isChecked(), xrefsBefore != 0);
+        xrefs->click();
+        QCOMPARE(model.m_filter.incXref, xrefsBefore ? 0 : 1);
+        xrefs->click();
+        QCOMPARE(model.m_filter.incXref, xrefsBefore);
+
+        // The attribute page: a row per block of the drawing, ticked as the model has them.
+        QTest::mouseClick(wizard->NextButton(), Qt::LeftButton);
+        QCOMPARE(model.m_activePage, 1u);
+        QCOMPARE(wizard->Pages()->currentIndex(), 1);
+        QCOMPARE(wizard->findChild<QLabel*>(QStringLiteral("pageTitle"))->text(), QStringLiteral("Attribute"));
+        QVERIFY(wizard->BackButton()->isEnabled());
+        QListWidget* blocks = wizard->BlockList();
+        QCOMPARE(blocks->count(), static_cast<int>(model.m_attributePage.m_blockList.size()));
+        QVERIFY(blocks->count() >= 2);
+        int chairRow = -1;
+        for (int r = 0; r < blocks->count(); ++r) {
+            QCOMPARE(blocks->item(r)->text().toStdString(), model.m_attributePage.m_blockList[r].name);
+            QCOMPARE(blocks->item(r)->checkState() == Qt::Checked, model.m_attributePage.m_blockList[r].checked);
+            if (blocks->item(r)->text() == QStringLiteral("CHAIR")) chairRow = r;
+        }
+        QVERIFY(chairRow >= 0);
+        // Unticking CHAIR takes it out of the schedule; "Position X" is the view's member.
+        blocks->item(chairRow)->setCheckState(Qt::Unchecked);
+        QVERIFY(!model.m_attributePage.m_blockList[chairRow].checked);
+        auto* positionX = qobject_cast<QCheckBox*>(wizard->Field("position-x"));
+        QVERIFY(positionX);
+        const bool positionBefore = positionX->isChecked();
+        QCOMPARE(model.m_view.showPosX != 0, positionBefore);
+        positionX->click();
+        QCOMPARE(model.m_view.showPosX != 0, !positionBefore);
+        // "Display blocks currently in-use only" rebuilds the list from the model.
+        auto* inUse = qobject_cast<QCheckBox*>(wizard->Field("in-use-only"));
+        QCOMPARE(inUse->text(), QStringLiteral("Display blocks currently in-use only"));
+        QCOMPARE(inUse->isChecked(), model.m_attributePage.m_inUseOnly != 0);
+
+        // The preview page: the grid is the model's table, without the unticked block.
+        QTest::mouseClick(wizard->NextButton(), Qt::LeftButton);
+        QCOMPARE(model.m_activePage, 2u);
+        QCOMPARE(wizard->findChild<QLabel*>(QStringLiteral("pageTitle"))->text(), QStringLiteral("Preview"));
+        QVERIFY(!wizard->NextButton()->isEnabled());
+        QVERIFY(wizard->FinishButton()->isEnabled());
+        QTableWidget* grid = wizard->PreviewGrid();
+        attbat::CAttPreviewPage& preview = model.m_previewPage;
+        QCOMPARE(grid->rowCount(), preview.RowCount());
+        QCOMPARE(grid->columnCount(), preview.ColumnCount());
+        QVERIFY(grid->rowCount() > 5);
+        QVERIFY(grid->columnCount() > 3);
+        QCOMPARE(grid->horizontalHeaderItem(0)->text(), QStringLiteral("A"));
+        QCOMPARE(grid->horizontalHeaderItem(1)->text(), QStringLiteral("B"));
+        QCOMPARE(grid->item(0, 0)->text(), QStringLiteral("Block Name"));
+        for (int r = 1; r < grid->rowCount(); ++r) QVERIFY(grid->item(r, 0)->text() != QStringLiteral("CHAIR"));
+        const int positionColumns = [&] {
+            int n = 0;
+            for (int c = 0; c < grid->columnCount(); ++c) n += grid->item(0, c)->text() == QStringLiteral("Position X");
+            return n;
+        }();
+        QCOMPARE(positionColumns, positionBefore ? 0 : 1);
+
+        // Back keeps the ticks; Next builds the same table again.
+        QTest::mouseClick(wizard->BackButton(), Qt::LeftButton);
+        QCOMPARE(model.m_activePage, 1u);
+        QCOMPARE(wizard->BlockList()->item(chairRow)->checkState(), Qt::Unchecked);
+        const int rows = preview.RowCount();
+        QTest::mouseClick(wizard->NextButton(), Qt::LeftButton);
+        QCOMPARE(preview.RowCount(), rows);
+
+        // Dragging the third header before the second: the page's order, shown as the page has it.
+        const QString second = grid->item(0, 1)->text(), third = grid->item(0, 2)->text();
+        grid->horizontalHeader()->moveSection(2, 1);
+        QCOMPARE(preview.ColumnOrder().at(1), 2);
+        QCOMPARE(preview.ColumnOrder().at(2), 1);
+        QCOMPARE(grid->item(0, 1)->text(), third);
+        QCOMPARE(grid->item(0, 2)->text(), second);
+        // The first column stays pinned.
+        grid->horizontalHeader()->moveSection(1, 0);
+        QCOMPARE(preview.ColumnOrder().at(0), 0);
+        QCOMPARE(grid->item(0, 0)->text(), QStringLiteral("Block Name"));
+        // A click on a header sorts the rows under the header row by it; a second one reverses.
+        grid->horizontalHeader()->sectionClicked(1);
+        QCOMPARE(preview.m_sortColumn, preview.ColumnOrder().at(1));
+        auto sorted = [grid](int column, bool ascending) {
+            for (int r = 2; r < grid->rowCount(); ++r) {
+                const std::string a = grid->item(r - 1, column)->text().toStdString();
+                const std::string b = grid->item(r, column)->text().toStdString();
+                if (ascending ? a > b : a < b) return false;
+            }
+            return true;
+        };
+        QVERIFY(sorted(1, true));
+        grid->horizontalHeader()->sectionClicked(1);
+        QVERIFY(sorted(1, false));
+        QVERIFY(!sorted(1, true));
+        QCOMPARE(grid->item(0, 0)->text(), QStringLiteral("Block Name"));
+
+        // The export options in their own window: "Apply border" stored by the dialog's OK.
+        int borderBefore = 0;
+        {
+            attbat::CExportOptionsDialog stored(model.Settings());
+            stored.OnInitDialog();
+            borderBefore = stored.m_options.applyBorder;
+        }
+        bool optionsShown = false;
+        QTimer::singleShot(0, [&] {
+            QWidget* window = QApplication::activeModalWidget();
+            if (!window || window->objectName() != QStringLiteral("exportOptionsWindow")) return;
+            optionsShown = true;
+            auto* border = window->findChild<QCheckBox*>(QStringLiteral("border"));
+            QCOMPARE(border->text(), QStringLiteral("Apply border"));
+            QCOMPARE(border->isChecked(), borderBefore != 0);
+            border->click();
+            static_cast<QDialog*>(window)->accept();
+        });
+        wizard->findChild<QPushButton*>(QStringLiteral("exportOptions"))->click();
+        QVERIFY(optionsShown);
+        {
+            attbat::CExportOptionsDialog stored(model.Settings());
+            stored.OnInitDialog();
+            QCOMPARE(stored.m_options.applyBorder, borderBefore ? 0 : 1);
+        }
+
+        // Finish writes the workbook the page shows, and the workbook pane opens it.
+        const std::string output = temp_->File("wizard.xlsx");
+        auto* outputField = qobject_cast<QLineEdit*>(wizard->Field("output"));
+        QVERIFY(outputField);
+        outputField->setText(QString::fromStdString(output));
+        QTest::mouseClick(wizard->FinishButton(), Qt::LeftButton);
+        QVERIFY2(std::filesystem::exists(output), ConsoleText().c_str());
+        QCOMPARE(wizard->result(), static_cast<int>(QDialog::Accepted));
+        QCOMPARE(window_->Workbook()->Path(), output);
+        QTableWidget* sheet = window_->Workbook()->Grid();
+        QCOMPARE(sheet->rowCount(), grid->rowCount());
+        for (int r = 0; r < grid->rowCount(); ++r)
+            for (int c = 0; c < grid->columnCount(); ++c)
+                QCOMPARE(sheet->item(r, c) ? sheet->item(r, c)->text() : QString(), grid->item(r, c)->text());
+    }
+
+    void ScheduleWizardTakesThePickedObjects() {
+        gui::DrawingView* view = window_->CurrentView();
+        for (const char* handle : {"12D", "130"}) {
+            const long i = view->Scene().Find(cad::ParseHandle(handle));
+            QVERIFY(i >= 0);
+            view->PickAt(view->WorldToDevice().map(view->Scene().Items()[i].bounds.center()).toPoint(), false);
+        }
+        QCOMPARE(view->SelectedHandles().size(), std::size_t(2));
+        std::unique_ptr<gui::ScheduleWizard> wizard = window_->MakeScheduleWizard();
+        attbat::CScheduleDialog& model = wizard->Model();
+        QCOMPARE(model.m_blockSourcePage.m_dataSource, 1);
+        QVERIFY(wizard->findChild<QRadioButton*>(QStringLiteral("source1"))->isChecked());
+        QVERIFY(model.m_activeBlocks == &model.m_blockSourcePage.m_selectedBlocks);
+        QCOMPARE(wizard->findChild<QLabel*>(QStringLiteral("countLabel"))->text(),
+                 QString::fromStdString(model.m_blockSourcePage.CountLabel()));
+        QCOMPARE(model.m_blockSourcePage.CountLabel(), std::string("2"));
+        wizard->Next();
+        wizard->Next();
+        QTableWidget* grid = wizard->PreviewGrid();
+        int desks = 0;
+        for (int r = 1; r < grid->rowCount(); ++r) {
+            const QString block = grid->item(r, 0)->text();
+            QVERIFY2(block == QStringLiteral("DESK_SET") || block == QStringLiteral("CHAIR"), qPrintable(block));
+            desks += block == QStringLiteral("DESK_SET");
+        }
+        QCOMPARE(desks, 2);
+    }
+
+    void ScheduleWizardSavesAndLoadsTemplates() {
+        const std::string path = temp_->File("floor.vlt");
+        std::vector<int> order;
+        int rows = 0;
+        {
+            std::unique_ptr<gui::ScheduleWizard> wizard = window_->MakeScheduleWizard();
+            QCOMPARE(wizard->findChild<QPushButton*>(QStringLiteral("loadTemplate"))->text(),
+                     QStringLiteral("Load Template..."));
+            wizard->Next();
+            wizard->Next();
+            wizard->PreviewGrid()->horizontalHeader()->moveSection(3, 1);
+            order = wizard->Model().m_previewPage.ColumnOrder();
+            rows = wizard->Model().m_previewPage.RowCount();
+            QCOMPARE(order.at(1), 3);
+            QVERIFY(wizard->SaveTemplate(path));
+        }
+        QVERIFY(std::filesystem::exists(path));
+        // A new wizard loads it: it stands on the preview page with the order dragged.
+        std::unique_ptr<gui::ScheduleWizard> wizard = window_->MakeScheduleWizard();
+        QCOMPARE(wizard->Model().m_activePage, 0u);
+        QVERIFY(wizard->LoadTemplate(path));
+        QCOMPARE(wizard->Model().m_activePage, 2u);
+        QCOMPARE(wizard->Pages()->currentIndex(), 2);
+        QVERIFY(wizard->FinishButton()->isEnabled());
+        QCOMPARE(wizard->Model().m_previewPage.ColumnOrder(), order);
+        QCOMPARE(wizard->PreviewGrid()->rowCount(), rows);
+        // A file that is no template: the model's message, the wizard where it was.
+        const std::string bad = temp_->File("bad.vlt");
+        { std::ofstream(bad) << "not a template"; }
+        std::unique_ptr<gui::ScheduleWizard> other = window_->MakeScheduleWizard();
+        ui_.Clear();
+        QVERIFY(!other->LoadTemplate(bad));
+        QCOMPARE(other->Model().m_activePage, 0u);
+        QVERIFY(!ui_.Shown().empty());
+        QVERIFY(ui_.Shown().front().text.find("Invalid Velmar template file") != std::string::npos);
+    }
+
+    void OptionsWindowKeepsTheModelsBoxes() {
+        bool before = false, uploadBefore = false;
+        {
+            gui::OptionsWindow window;
+            // The model's boxes in its two groups, with its labels, showing what is stored.
+            const QList<QGroupBox*> groups = window.findChildren<QGroupBox*>();
+            QCOMPARE(groups.size(), 2);
+            QCOMPARE(groups[0]->title(), QStringLiteral("Export Attribute"));
+            for (const attbat::COptionsDialog::OptionBox& box : attbat::COptionsDialog::OptionBoxes()) {
+                QCheckBox* check = window.Box(box.key);
+                QVERIFY(check);
+                QCOMPARE(check->text().toStdString(), std::string(box.label));
+                QCOMPARE(check->isChecked(), window.Model().*box.member);
+            }
+            before = window.Model().m_calOuterPolygon;
+            uploadBefore = window.Model().m_autoUploadToActiveWorkbook;
+            window.Box("calc-outer-polygon")->click();
+            QCOMPARE(window.Model().m_calOuterPolygon, !before);
+            window.accept();
+            QCOMPARE(window.result(), static_cast<int>(QDialog::Accepted));
+        }
+        {
+            // OK stored it; Cancel stores nothing.
+            gui::OptionsWindow window;
+            QCOMPARE(window.Model().m_calOuterPolygon, !before);
+            QCOMPARE(window.Box("calc-outer-polygon")->isChecked(), !before);
+            window.Box("auto-upload")->click();
+            window.reject();
+        }
+        gui::OptionsWindow again;
+        QCOMPARE(again.Model().m_autoUploadToActiveWorkbook, uploadBefore);
+        QCOMPARE(again.Model().m_calOuterPolygon, !before);
+    }
+
+    void LinksWindowKeepsTheModelsState() {
+        std::unique_ptr<gui::LinksWindow> window = window_->MakeLinksWindow();
+        attbat::CLinksDialog& model = window->Model();
+        QCOMPARE(window->List()->count(), static_cast<int>(model.m_links.size()));
+        QCOMPARE(window->UpdateButton()->text(), QStringLiteral("Update Link"));
+        QCOMPARE(window->BreakButton()->text(), QStringLiteral("Break Link"));
+        QCOMPARE(window->AutoUpdateBox()->isChecked(), model.m_autoUpdate);
+        QCOMPARE(window->IgnorePropertiesBox()->isChecked(), model.m_ignoreProperties);
+        // "Update Link" with an empty workbook field: the model's message, in the host's box.
+        ui_.Clear();
+        QTest::mouseClick(window->UpdateButton(), Qt::LeftButton);
+        QCOMPARE(ui_.Shown().size(), std::size_t(1));
+        QCOMPARE(ui_.Shown().front().text, std::string("Invalid workbook path."));
+        // The auto-update options: OK stores them, a new window shows them.
+        const bool autoBefore = model.m_autoUpdate, ignoreBefore = model.m_ignoreProperties;
+        window->AutoUpdateBox()->click();
+        window->IgnorePropertiesBox()->click();
+        QCOMPARE(model.m_autoUpdate, !autoBefore);
+        QCOMPARE(model.m_ignoreProperties, !ignoreBefore);
+        window->accept();
+        std::unique_ptr<gui::LinksWindow> again = window_->MakeLinksWindow();
+        QCOMPARE(again->Model().m_autoUpdate, !autoBefore);
+        QCOMPARE(again->AutoUpdateBox()->isChecked(), !autoBefore);
+        QCOMPARE(again->IgnorePropertiesBox()->isChecked(), !ignoreBefore);
+        again->AutoUpdateBox()->click();
+        again->reject();
+        std::unique_ptr<gui::LinksWindow> third = window_->MakeLinksWindow();
+        QCOMPARE(third->Model().m_autoUpdate, !autoBefore);
     }
 
     void ImportByHandleTakesAnEditBack() {
