@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "attbat/commands/AllCommands.h"
 #include "attbat/frame/CAttBatApp.h"
 #include "cad/Database.h"
 #include "gui/DrawingScene.h"
@@ -46,7 +47,7 @@ int main(int argc, char** argv) {
     const std::string drawing = argv[1];
     const int rounds = argc > 2 ? std::max(1, std::atoi(argv[2])) : 3;
     attbat::CAttBatApp& app = attbat::TheApp();
-    gui::ImplementAllCommands(app);
+    attbat::ImplementAllCommands(app);
     host::RecordingUi ui;
     attbat::RunSetup setup;
     // Settings of its own, so that the user's stay as they are.

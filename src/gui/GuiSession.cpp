@@ -1,35 +1,13 @@
 #include "gui/GuiSession.h"
 
-#include "attbat/authoring/AuthoringCommands.h"
-#include "attbat/cellblock/CellBlockCommands.h"
-#include "attbat/export/ExportCommands.h"
 #include "attbat/frame/CAttBatApp.h"
 #include "attbat/frame/CommandTable.h"
-#include "attbat/import/ImportCommands.h"
-#include "attbat/links/LinkCommands.h"
-#include "attbat/numbering/AutoNumberCommand.h"
-#include "attbat/schedules/ScheduleCommands.h"
-#include "attbat/update/UpdateCommands.h"
 #include "base/Text.h"
 #include "host/Document.h"
 #include "host/Printer.h"
 #include "host/ProgressMeter.h"
 
 namespace gui {
-
-void ImplementAllCommands(attbat::CAttBatApp& app) {
-    static bool done = false;
-    if (done) return;
-    done = true;
-    attbat::ImplementExportCommands(app);
-    attbat::ImplementImportCommands(app);
-    attbat::ImplementLinkCommands(app);
-    attbat::ImplementAuthoringCommands(app);
-    attbat::ImplementScheduleCommands(app);
-    attbat::ImplementUpdateCommands(app);
-    attbat::ImplementCellBlockCommands(app);
-    attbat::ImplementNumberingCommands(app);
-}
 
 GuiSession::GuiSession(attbat::CAttBatApp& app, host::Ui& ui, attbat::RunSetup setup)
     : app_(app), setup_(std::move(setup)) {

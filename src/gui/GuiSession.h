@@ -82,7 +82,4 @@ private:
     std::unique_ptr<attbat::ModuleRun> run_;
 };
 
-// Gives every command of the table its work, as the command line does.
-void ImplementAllCommands(attbat::CAttBatApp& app);
-
 }  // namespace gui

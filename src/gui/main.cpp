@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QStringList>
 
+#include "attbat/commands/AllCommands.h"
 #include "attbat/frame/CAttBatApp.h"
 #include "gui/GuiSession.h"
 #include "gui/MainWindow.h"
@@ -13,7 +14,7 @@ int main(int argc, char** argv) {
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Velmar"));
     attbat::CAttBatApp& app = attbat::TheApp();
-    gui::ImplementAllCommands(app);
+    attbat::ImplementAllCommands(app);
     gui::QtUi ui;
     // Prompts of the commands are asked in a dialog, never on a terminal.
     host::CurrentConsole().SetAsker([&ui](std::string_view prompt) { return ui.Ask(prompt); });

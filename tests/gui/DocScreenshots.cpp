@@ -16,6 +16,7 @@
 #include <string>
 
 #include "../host/TempFolder.h"
+#include "attbat/commands/AllCommands.h"
 #include "attbat/frame/CAttBatApp.h"
 #include "gui/CommandForm.h"
 #include "gui/DrawingView.h"
@@ -46,7 +47,7 @@ int main(int argc, char** argv) {
     const std::string drawing = temp.File("floor.dxf");
     std::filesystem::copy_file(VELMAR_SOURCE_DIR "/examples/floor.dxf", drawing);
     attbat::CAttBatApp& app = attbat::TheApp();
-    gui::ImplementAllCommands(app);
+    attbat::ImplementAllCommands(app);
     host::RecordingUi ui;
     attbat::RunSetup setup;
     setup.settings = temp.File("settings.ini");

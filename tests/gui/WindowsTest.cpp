@@ -27,6 +27,7 @@
 #include <string>
 
 #include "../host/TempFolder.h"
+#include "attbat/commands/AllCommands.h"
 #include "attbat/export/CExportOptionsDialog.h"
 #include "attbat/frame/CAttBatApp.h"
 #include "attbat/frame/CommandTable.h"
@@ -129,7 +130,7 @@ private:
     }
 
 private slots:
-    void initTestCase() { gui::ImplementAllCommands(attbat::TheApp()); }
+    void initTestCase() { attbat::ImplementAllCommands(attbat::TheApp()); }
 
     void init() {
         temp_ = std::make_unique<TempFolder>();
