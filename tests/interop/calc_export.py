@@ -4,22 +4,21 @@ soffice: the document, saved by Calc itself and read by openpyxl, holds the very
 comments that the export to a workbook file writes. A refused connection fails the command with
 a message that names the connection."""
 import os
-import signal
-import socket
 import subprocess
 import sys
 import tempfile
-import time
 from pathlib import Path
 
 import openpyxl
-import uno  # python3-uno: the independent UNO client that reads back what velmar wrote
+import uno  # noqa: F401  (python3-uno: its import hook gives com.sun.star)
 from com.sun.star.beans import PropertyValue
+
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+from headless_office import OFFICE, free_port, headless_office  # noqa: E402
 
 BUILD = Path(os.environ["VELMAR_BUILD_DIR"])
 SOURCE = Path(os.environ["VELMAR_SOURCE_DIR"])
 TOOL = BUILD / "src/cli/velmar"
-OFFICE = "/usr/lib/libreoffice/program/soffice"
 failures = []
 
 
@@ -28,22 +27,9 @@ def fail(text):
     print("FAIL:", text)
 
 
-def free_port():
-    with socket.socket() as s:
-        s.bind(("127.0.0.1", 0))
-        return s.getsockname()[1]
-
-
 def velmar(work, *args):
     return subprocess.run([str(TOOL), "--settings", str(work / "settings.ini"), *args],
                           capture_output=True, text=True, timeout=300, cwd=work)
-
-
-def desktop_at(connection):
-    local = uno.getComponentContext()
-    resolver = local.ServiceManager.createInstanceWithContext("com.sun.star.bridge.UnoUrlResolver", local)
-    context = resolver.resolve(f"uno:{connection};urp;StarOffice.ComponentContext")
-    return context.ServiceManager.createInstanceWithContext("com.sun.star.frame.Desktop", context)
 
 
 def cells_and_comments(path):
@@ -66,21 +52,7 @@ def main():
         work = Path(temp)
         drawing = work / "floor.dxf"
         drawing.write_bytes((SOURCE / "examples/floor.dxf").read_bytes())
-        profile = f"-env:UserInstallation=file://{work}/profile"
-        # The profile is made first: soffice restarts itself after making one.
-        subprocess.run([OFFICE, "--headless", "--terminate_after_init", profile], capture_output=True, timeout=300)
-        connection = f"socket,host=127.0.0.1,port={free_port()}"
-        office = subprocess.Popen([OFFICE, "--headless", "--invisible", "--nologo", "--norestore", "--nodefault",
-                                   f"--accept={connection};urp;", profile],
-                                  stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, start_new_session=True)
-        try:
-            desktop = None
-            for _ in range(300):
-                try:
-                    desktop = desktop_at(connection)
-                    break
-                except Exception:
-                    time.sleep(0.2)
+        with headless_office(work) as (connection, desktop):
             if desktop is None:
                 fail(f"soffice did not accept {connection}")
                 return 1
@@ -136,9 +108,6 @@ def main():
                 fail(f"a refused connection: exit {refused.returncode}")
             if nobody not in refused.stdout + refused.stderr:
                 fail(f"a refused connection isn't named: {refused.stdout}{refused.stderr}")
-        finally:
-            os.killpg(office.pid, signal.SIGKILL)
-            office.wait()
     return 1 if failures else 0
 
 

@@ -9,39 +9,22 @@ of the export."""
 import os
 import re
 import shutil
-import signal
-import socket
-import subprocess
 import sys
 import tempfile
-import time
 from pathlib import Path
 
 import ezdxf
 import openpyxl
-import uno  # python3-uno: the user's hands on the document
+import uno  # noqa: F401  (python3-uno: its import hook gives com.sun.star)
 from com.sun.star.beans import PropertyValue
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
 from velmar_checks import SAMPLE, fail, failures  # noqa: E402
 from velmar_checks import run as velmar  # noqa: E402
+from headless_office import OFFICE, free_port, headless_office  # noqa: E402
 
-OFFICE = "/usr/lib/libreoffice/program/soffice"
 # "<drawing><HANDLE_TAG>": a plain attribute key.
 KEY = re.compile(r"^(?P<drawing>.*)<(?P<handle>[0-9A-Fa-f]+)_(?P<tag>[^()<>:]+)>$")
-
-
-def free_port():
-    with socket.socket() as s:
-        s.bind(("127.0.0.1", 0))
-        return s.getsockname()[1]
-
-
-def desktop_at(connection):
-    local = uno.getComponentContext()
-    resolver = local.ServiceManager.createInstanceWithContext("com.sun.star.bridge.UnoUrlResolver", local)
-    context = resolver.resolve(f"uno:{connection};urp;StarOffice.ComponentContext")
-    return context.ServiceManager.createInstanceWithContext("com.sun.star.frame.Desktop", context)
 
 
 def spreadsheets(desktop):
@@ -93,25 +76,11 @@ def main():
         work = Path(temp)
         drawing = work / "floor.dxf"
         shutil.copyfile(SAMPLE, drawing)
-        profile = f"-env:UserInstallation=file://{work}/profile"
-        # The profile is made first: soffice restarts itself after making one.
-        subprocess.run([OFFICE, "--headless", "--terminate_after_init", profile], capture_output=True, timeout=300)
-        connection = f"socket,host=127.0.0.1,port={free_port()}"
-        office = subprocess.Popen([OFFICE, "--headless", "--invisible", "--nologo", "--norestore", "--nodefault",
-                                   f"--accept={connection};urp;", profile],
-                                  stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, start_new_session=True)
-        calc = ("--spreadsheet", "calc", "--calc-connect", connection)
-        try:
-            desktop = None
-            for _ in range(300):
-                try:
-                    desktop = desktop_at(connection)
-                    break
-                except Exception:
-                    time.sleep(0.2)
+        with headless_office(work) as (connection, desktop):
             if desktop is None:
                 fail(f"soffice did not accept {connection}")
                 return 1
+            calc = ("--spreadsheet", "calc", "--calc-connect", connection)
 
             velmar(work, *calc, "--drawing", drawing, "export")
             documents = spreadsheets(desktop)
@@ -199,9 +168,6 @@ def main():
                 if value != text:
                     fail(f"saved {key}: {value!r}, expected {text!r}")
             print(f"{len(keys)} keys, {len(comments)} comments; 2 edits imported, 1 value uploaded, nothing saved")
-        finally:
-            os.killpg(office.pid, signal.SIGKILL)
-            office.wait()
     return 1 if failures else 0
 
 
