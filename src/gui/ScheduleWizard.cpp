@@ -26,6 +26,7 @@
 #include "attbat/model/OuterPolygon.h"
 #include "base/Text.h"
 #include "cad/Database.h"
+#include "host/Ui.h"
 
 namespace gui {
 
@@ -37,6 +38,11 @@ QString Q(std::string_view text) { return QString::fromUtf8(text.data(), static_
 std::string LabelOf(const std::vector<attbat::Control>& controls, std::string_view key) {
     const attbat::Control* control = attbat::FindControl(controls, key);
     return control ? control->label : std::string(key);
+}
+
+// A button's text from its control's label: the words before the colon, and "...".
+QString ButtonText(const std::string& label) {
+    return Q(base::Trim(label.substr(0, label.find(':')))) + QStringLiteral("...");
 }
 
 // The items of a choice: its label's parts ("A / B / C") when they are as many as its choices,
@@ -91,8 +97,7 @@ ScheduleWizard::ScheduleWizard(cad::Database* db, QWidget* parent) : QDialog(par
     // The template buttons, named as the wizard's controls name them.
     const std::vector<attbat::Control>& all = attbat::CScheduleDialog::Controls();
     auto templateButton = [&](const char* key, const char* name) {
-        const std::string label = LabelOf(all, key);
-        auto* button = new QPushButton(Q(label.substr(0, label.find(':'))) + QStringLiteral("..."), this);
+        auto* button = new QPushButton(ButtonText(LabelOf(all, key)), this);
         button->setObjectName(QLatin1String(name));
         buttons->addWidget(button);
         return button;
@@ -177,9 +182,7 @@ QWidget* ScheduleWizard::MakeSourcePage() {
             page.AddDrawing(file.toStdString());
         ShowSource();
     });
-    addButton(Q(base::Trim(LabelOf(controls, "add-folder").substr(0, LabelOf(controls, "add-folder").find(':')))) +
-                  QStringLiteral("..."),
-              "addFolder", [this, &page] {
+    addButton(ButtonText(LabelOf(controls, "add-folder")), "addFolder", [this, &page] {
                   const QString folder = QFileDialog::getExistingDirectory(this);
                   if (!folder.isEmpty()) page.AddFolder(folder.toStdString());
                   ShowSource();
@@ -187,6 +190,14 @@ QWidget* ScheduleWizard::MakeSourcePage() {
     addButton(QStringLiteral("Remove"), "removeDrawings", [this, &page] {
         page.Remove();
         ShowSource();
+    });
+    addButton(ButtonText(LabelOf(controls, "list")), "loadList", [this] {
+        const QString file = QFileDialog::getOpenFileName(this, QString(), QString(), QStringLiteral("Lists (*.lst)"));
+        if (!file.isEmpty()) LoadList(file.toStdString());
+    });
+    addButton(ButtonText(LabelOf(controls, "save-list")), "saveList", [this] {
+        const QString file = QFileDialog::getSaveFileName(this, QString(), QString(), QStringLiteral("Lists (*.lst)"));
+        if (!file.isEmpty()) SaveList(file.toStdString());
     });
     auto* subfolder = new QCheckBox(Q(LabelOf(controls, "search-subfolder")), widget);
     subfolder->setObjectName(QStringLiteral("search-subfolder"));
@@ -387,6 +398,19 @@ std::string ScheduleWizard::Output() const { return output_->text().toStdString(
 bool ScheduleWizard::SaveTemplate(const std::string& path) {
     const base::Status saved = model_->SaveTemplate(path);
     if (!saved) QMessageBox::warning(this, windowTitle(), Q(saved.Message()));
+    return static_cast<bool>(saved);
+}
+
+bool ScheduleWizard::LoadList(const std::string& path) {
+    const base::Status loaded = model_->m_blockSourcePage.LoadList(path);
+    if (!loaded) host::ShowMessage(loaded.Message(), "Velmar");
+    ShowSource();
+    return static_cast<bool>(loaded);
+}
+
+bool ScheduleWizard::SaveList(const std::string& path) {
+    const base::Status saved = model_->m_blockSourcePage.SaveList(path);
+    if (!saved) host::ShowMessage(saved.Message(), "Velmar");
     return static_cast<bool>(saved);
 }
 

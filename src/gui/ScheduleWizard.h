@@ -60,6 +60,10 @@ public:
     // the model has shown why.
     bool SaveTemplate(const std::string& path);
     bool LoadTemplate(const std::string& path);
+    // The list buttons of the data source page: the drawing list from a .lst file, or to one.
+    // False when nothing was loaded or saved; a message says why.
+    bool LoadList(const std::string& path);
+    bool SaveList(const std::string& path);
     // "Export Options..." on the preview page: its own window bound to the dialog's model.
     void EditExportOptions();
 

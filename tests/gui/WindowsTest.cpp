@@ -22,6 +22,7 @@
 #include <deque>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <memory>
 #include <optional>
 #include <string>
@@ -470,6 +471,35 @@ private slots:
         QCOMPARE(other->Model().m_activePage, 0u);
         QVERIFY(!ui_.Shown().empty());
         QVERIFY(ui_.Shown().front().text.find("Invalid Velmar template file") != std::string::npos);
+    }
+
+    void ScheduleWizardLoadsAndSavesDrawingLists() {
+        const std::string list = temp_->File("drawings.lst");
+        const std::string sample = std::string(VELMAR_SOURCE_DIR) + "/examples/floor.dxf";
+        { std::ofstream(list) << "  " << sample << "  \r\n\r\n" << temp_->File("other.dxf") << "\n"; }
+        std::unique_ptr<gui::ScheduleWizard> wizard = window_->MakeScheduleWizard();
+        QCOMPARE(wizard->findChild<QPushButton*>(QStringLiteral("loadList"))->text(), QStringLiteral("Load List..."));
+        QCOMPARE(wizard->findChild<QPushButton*>(QStringLiteral("saveList"))->text(), QStringLiteral("Save List..."));
+        // The list buttons go with the list: off for the current drawing, on for drawings.
+        QVERIFY(!wizard->findChild<QPushButton*>(QStringLiteral("loadList"))->isEnabled());
+        wizard->findChild<QRadioButton*>(QStringLiteral("source2"))->click();
+        QVERIFY(wizard->findChild<QPushButton*>(QStringLiteral("loadList"))->isEnabled());
+        QVERIFY(wizard->LoadList(list));
+        auto* drawings = wizard->findChild<QListWidget*>(QStringLiteral("drawingList"));
+        QCOMPARE(drawings->count(), 2);
+        QCOMPARE(drawings->item(0)->text(), QStringLiteral("floor.dxf"));  // the name, its folder beside it
+        QCOMPARE(wizard->Model().m_blockSourcePage.m_drawingList.size(), std::size_t{2});
+        const std::string saved = temp_->File("saved.lst");
+        QVERIFY(wizard->SaveList(saved));
+        std::ifstream in(saved, std::ios::binary);
+        const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+        QCOMPARE(text, sample + "\r\r\n" + temp_->File("other.dxf") + "\r\r\n");
+        // A list that can't be read: the model's message, and the list emptied as the model does.
+        ui_.Clear();
+        QVERIFY(!wizard->LoadList(temp_->File("missing.lst")));
+        QVERIFY(!ui_.Shown().empty());
+        QVERIFY(ui_.Shown().front().text.find("missing.lst") != std::string::npos);
+        QCOMPARE(drawings->count(), 0);
     }
 
     void OptionsWindowKeepsTheModelsBoxes() {
