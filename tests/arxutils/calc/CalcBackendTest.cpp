@@ -1,16 +1,10 @@
-// The object model over a running LibreOffice Calc, against a real headless soffice that the
-// suite starts on a free port with a profile of its own, and ends.
+// The object model over a running LibreOffice Calc, against the test program's own headless
+// soffice (HeadlessOffice: a free port, a profile of its own, ended with the program).
 
 #include "arxutils/calc/CalcBackend.h"
 
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
-#include <netinet/in.h>
-#include <signal.h>
-#include <sys/prctl.h>
-#include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
@@ -20,10 +14,11 @@
 #include "arxutils/ExcelUtils.h"
 #include "arxutils/excel/AutomationError.h"
 #include "arxutils/excel/ExcelObjects.h"
+#include "calc/HeadlessOffice.h"
 #include "host/Printer.h"
+#include "host/ProgressMeter.h"
 #include "host/Ui.h"
 #include "tables/CStringTable.h"
-#include "host/ProgressMeter.h"
 
 namespace {
 
@@ -35,74 +30,28 @@ using arxutils::excel::Variant;
 using arxutils::excel::VariantArray;
 using arxutils::excel::VarType;
 
-const std::string kOffice = std::string(VELMAR_LIBREOFFICE_PROGRAM) + "/soffice";
+using velmar_test::HeadlessOffice;
 
-// A port nobody listens on at the moment of asking.
-int FreePort() {
-    int s = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in address{};
-    address.sin_family = AF_INET;
-    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    bind(s, reinterpret_cast<sockaddr*>(&address), sizeof address);
-    socklen_t length = sizeof address;
-    getsockname(s, reinterpret_cast<sockaddr*>(&address), &length);
-    close(s);
-    return ntohs(address.sin_port);
-}
-
-std::string SocketConnection(int port) { return "socket,host=127.0.0.1,port=" + std::to_string(port); }
-
-// Ends a soffice we started, with everything it started in its process group.
-void EndOffice(pid_t& pid) {
-    if (pid <= 0) return;
-    kill(-pid, SIGKILL);
-    kill(pid, SIGKILL);
-    waitpid(pid, nullptr, 0);
-    pid = 0;
+// Options that start a soffice of the test's own on a free port, with a profile made beforehand
+// in the suite's profile folder plus `suffix`.
+CalcBackendOptions StartingOptions(const std::string& suffix) {
+    const std::string profile = HeadlessOffice::Profile() + suffix;
+    EXPECT_TRUE(HeadlessOffice::MakeProfile(profile)) << profile;
+    CalcBackendOptions options;
+    options.connection = HeadlessOffice::SocketConnection(HeadlessOffice::FreePort());
+    options.start = true;
+    options.profileUrl = "file://" + profile;
+    return options;
 }
 
 class CalcBackendTest : public ::testing::Test {
 protected:
-    static void SetUpTestSuite() {
-        if (!fs::exists(kOffice)) return;
-        profile_ = (fs::temp_directory_path() / ("velmar-calc-test-" + std::to_string(getpid()))).string();
-        fs::remove_all(profile_);
-        connection_ = SocketConnection(FreePort());
-        const std::string user = "-env:UserInstallation=file://" + profile_;
-        // A new profile is made on a first run, after which soffice restarts itself and drops
-        // every connection: the profile is made beforehand by a run that ends at once.
-        const std::string makeProfile = "'" + kOffice + "' --headless --terminate_after_init '" + user + "' >/dev/null 2>&1";
-        if (std::system(makeProfile.c_str()) != 0) return;
-        office_ = fork();
-        if (office_ == 0) {
-            setpgid(0, 0);
-            // A test program that crashes takes its soffice with it.
-            prctl(PR_SET_PDEATHSIG, SIGKILL);
-            int devNull = open("/dev/null", O_RDWR);
-            dup2(devNull, 1);
-            dup2(devNull, 2);
-            std::string accept = "--accept=" + connection_ + ";urp;";
-            execl(kOffice.c_str(), kOffice.c_str(), "--headless", "--invisible", "--nologo", "--norestore",
-                  "--nodefault", accept.c_str(), user.c_str(), static_cast<char*>(nullptr));
-            _exit(127);
-        }
-        setpgid(office_, office_);
-        // A first start makes the profile, which takes a while on a slow machine.
-        auto backend = CalcBackend::Create({connection_});
-        for (int i = 0; i < 300; ++i) {
-            std::unique_ptr<arxutils::excel::Application> application;
-            if (backend->GetActiveObject(application) == 0) return;
-            std::this_thread::sleep_for(std::chrono::milliseconds(200));
-        }
-        EndOffice(office_);
-    }
-    static void TearDownTestSuite() {
-        EndOffice(office_);
-        if (!profile_.empty()) fs::remove_all(profile_);
-    }
     void SetUp() override {
-        if (!fs::exists(kOffice)) GTEST_SKIP() << "LibreOffice is not installed (" << kOffice << " is missing)";
-        ASSERT_GT(office_, 0) << "the headless soffice did not accept " << connection_;
+        if (!HeadlessOffice::Installed())
+            GTEST_SKIP() << "LibreOffice is not installed (" << HeadlessOffice::Program() << " is missing)";
+        connection_ = HeadlessOffice::Connection();
+        profile_ = HeadlessOffice::Profile();
+        ASSERT_FALSE(connection_.empty()) << "the headless soffice did not start";
         backend_ = CalcBackend::Create({connection_});
         ASSERT_EQ(backend_->GetActiveObject(application_), 0) << backend_->NoInstanceText(0);
         host::CurrentPrinter().Capture(true);
@@ -124,9 +73,8 @@ protected:
 
     static Variant Text(std::string text) { return Variant::String(std::move(text)); }
 
-    static inline pid_t office_ = 0;
-    static inline std::string connection_;
-    static inline std::string profile_;
+    std::string connection_;
+    std::string profile_;
     std::unique_ptr<CalcBackend> backend_;
     std::unique_ptr<arxutils::excel::Application> application_;
 };
@@ -137,7 +85,7 @@ TEST_F(CalcBackendTest, AttachesToARunningSofficeAndReadsItsVersion) {
 }
 
 TEST_F(CalcBackendTest, RefusedConnectionIsAnUnavailableAutomationErrorSayingWhere) {
-    const std::string nobody = SocketConnection(FreePort());
+    const std::string nobody = HeadlessOffice::SocketConnection(HeadlessOffice::FreePort());
     auto backend = CalcBackend::Create({nobody});
     std::unique_ptr<arxutils::excel::Application> application;
     EXPECT_EQ(backend->GetActiveObject(application), arxutils::excel::kErrUnavailable);
@@ -163,13 +111,7 @@ TEST_F(CalcBackendTest, MalformedConnectionIsRefusedWithItsText) {
 
 TEST_F(CalcBackendTest, StartsAHeadlessSofficeWhenAskedAndItKeepsRunning) {
     const std::string profile = profile_ + "-started";
-    const std::string makeProfile =
-        "'" + kOffice + "' --headless --terminate_after_init '-env:UserInstallation=file://" + profile + "' >/dev/null 2>&1";
-    ASSERT_EQ(std::system(makeProfile.c_str()), 0);
-    CalcBackendOptions options;
-    options.connection = SocketConnection(FreePort());
-    options.start = true;
-    options.profileUrl = "file://" + profile;
+    const CalcBackendOptions options = StartingOptions("-started");
     auto backend = CalcBackend::Create(options);
     std::unique_ptr<arxutils::excel::Application> application = backend->CreateApplication();
     pid_t started = backend->StartedOffice();
@@ -180,7 +122,7 @@ TEST_F(CalcBackendTest, StartsAHeadlessSofficeWhenAskedAndItKeepsRunning) {
     auto later = CalcBackend::Create({options.connection});
     std::unique_ptr<arxutils::excel::Application> again;
     EXPECT_EQ(later->GetActiveObject(again), 0) << later->NoInstanceText(0);
-    EndOffice(started);
+    HeadlessOffice::End(started);
     fs::remove_all(profile);
 }
 
@@ -328,13 +270,7 @@ TEST_F(CalcBackendTest, AClosedDocumentGivesTheAutomationError) {
 
 TEST_F(CalcBackendTest, CalcEndingMidCommandIsAnAutomationErrorThatTheBridgeReports) {
     const std::string profile = profile_ + "-ended";
-    const std::string makeProfile =
-        "'" + kOffice + "' --headless --terminate_after_init '-env:UserInstallation=file://" + profile + "' >/dev/null 2>&1";
-    ASSERT_EQ(std::system(makeProfile.c_str()), 0);
-    CalcBackendOptions options;
-    options.connection = SocketConnection(FreePort());
-    options.start = true;
-    options.profileUrl = "file://" + profile;
+    const CalcBackendOptions options = StartingOptions("-ended");
     auto backend = CalcBackend::Create(options);
     arxutils::excel::SetCurrentServer(backend.get());
     ASSERT_TRUE(arxutils::ExcelUtils::StartExcel(false));
@@ -343,7 +279,7 @@ TEST_F(CalcBackendTest, CalcEndingMidCommandIsAnAutomationErrorThatTheBridgeRepo
     ASSERT_TRUE(arxutils::ExcelUtils::AddWorkbook());
     ASSERT_TRUE(arxutils::ExcelUtils::SetCellValue(1, 1, "written"));
     // The office goes away in the middle of the command (with soffice.bin, in its session).
-    EndOffice(started);
+    HeadlessOffice::End(started);
     host::RecordingUi ui;
     host::SetCurrentUi(&ui);
     EXPECT_FALSE(arxutils::ExcelUtils::SetCellValue(1, 2, "lost"));

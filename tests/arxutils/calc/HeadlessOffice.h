@@ -28,9 +28,31 @@ public:
     static bool Installed() { return std::filesystem::exists(Program()); }
 
     // The connection of the running office, started on first use; "" when it would not start.
-    static const std::string& Connection() {
-        static HeadlessOffice office;
-        return office.connection_;
+    static const std::string& Connection() { return Instance().connection_; }
+
+    static std::string SocketConnection(int port) { return "socket,host=127.0.0.1,port=" + std::to_string(port); }
+
+    // Makes a soffice profile in `folder` by a run that ends at once: a first run on a new
+    // profile restarts soffice, which would drop every connection. False when soffice failed.
+    static bool MakeProfile(const std::string& folder) {
+        const std::string command = "'" + Program() + "' --headless --terminate_after_init "
+                                    "'-env:UserInstallation=file://" + folder + "' >/dev/null 2>&1";
+        return std::system(command.c_str()) == 0;
+    }
+
+    // Ends a soffice started as the leader of its process group, with all it started.
+    static void End(pid_t& pid) {
+        if (pid <= 0) return;
+        kill(-pid, SIGKILL);
+        kill(pid, SIGKILL);
+        waitpid(pid, nullptr, 0);
+        pid = 0;
+    }
+
+    // The profile folder of the running office; "" before it started or when it would not.
+    static const std::string& Profile() {
+        Connection();
+        return Instance().profile_;
     }
 
     // A port nobody listens on at the moment of asking.
@@ -49,26 +71,24 @@ public:
     HeadlessOffice(const HeadlessOffice&) = delete;
     HeadlessOffice& operator=(const HeadlessOffice&) = delete;
     ~HeadlessOffice() {
-        if (pid_ > 0) {
-            kill(-pid_, SIGKILL);
-            kill(pid_, SIGKILL);
-            waitpid(pid_, nullptr, 0);
-        }
+        End(pid_);
         if (!profile_.empty()) std::filesystem::remove_all(profile_);
     }
 
 private:
+    static HeadlessOffice& Instance() {
+        static HeadlessOffice office;
+        return office;
+    }
+
     HeadlessOffice() {
         namespace fs = std::filesystem;
         if (!Installed()) return;
         profile_ = (fs::temp_directory_path() / ("velmar-office-" + std::to_string(getpid()))).string();
         fs::remove_all(profile_);
-        const std::string connection = "socket,host=127.0.0.1,port=" + std::to_string(FreePort());
+        const std::string connection = SocketConnection(FreePort());
         const std::string user = "-env:UserInstallation=file://" + profile_;
-        // A first run on a new profile restarts soffice, which drops every connection: the
-        // profile is made beforehand by a run that ends at once.
-        const std::string makeProfile = "'" + Program() + "' --headless --terminate_after_init '" + user + "' >/dev/null 2>&1";
-        if (std::system(makeProfile.c_str()) != 0) return;
+        if (!MakeProfile(profile_)) return;
         pid_ = fork();
         if (pid_ == 0) {
             setpgid(0, 0);
