@@ -12,7 +12,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
-#include <QMessageBox>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QStackedWidget>
@@ -397,7 +396,7 @@ std::string ScheduleWizard::Output() const { return output_->text().toStdString(
 
 bool ScheduleWizard::SaveTemplate(const std::string& path) {
     const base::Status saved = model_->SaveTemplate(path);
-    if (!saved) QMessageBox::warning(this, windowTitle(), Q(saved.Message()));
+    if (!saved) host::ShowMessage(saved.Message(), "Velmar");
     return static_cast<bool>(saved);
 }
 
