@@ -2,6 +2,7 @@
 // Giving memory back to the system between the phases of a long command, and leaving it to the
 // system when the process ends with the command.
 
+#include <cstdint>
 #include <memory>
 #include <utility>
 
@@ -11,6 +12,10 @@ namespace base {
 // the system. Worth it after a big working set of small blocks was freed and before the next
 // one is built; costs about a millisecond per hundred megabytes of heap.
 void ReturnFreeMemory();
+
+// The memory the system can give without swapping (MemAvailable), in bytes; 0 when it doesn't
+// say.
+std::uint64_t AvailableMemory();
 
 // Whether the process ends when its command ends. Then what the command built is left to the
 // system, which takes a process's memory back at once, instead of being freed block by block (a

@@ -4,6 +4,7 @@
 #include <filesystem>
 
 #include "base/AtomicFile.h"
+#include "base/Memory.h"
 #include "base/Path.h"
 #include "base/Text.h"
 #include "host/DwgConverter.h"
@@ -11,8 +12,20 @@
 
 namespace host {
 
+namespace {
+
+// Whether reading the drawing of `path` while a workbook is read leaves the system room: its
+// database and the workbook's model each take a few times the file's size.
+bool HasRoomToReadAhead(const std::string& path) {
+    std::error_code error;
+    const std::uintmax_t size = std::filesystem::file_size(path, error);
+    return !error && base::AvailableMemory() / 8 > size;
+}
+
+}  // namespace
+
 base::Result<std::unique_ptr<Document>> Document::Open(const std::string& path, ReadKind when) {
-    if (when == ReadKind::OnFirstUse) {
+    if (when != ReadKind::Now) {
         // DWG files without a converter are refused before anything is read; with one, the
         // conversion waits for the first use like the read.
         base::Status readable = RefuseUnconvertibleDwg(path);
@@ -22,7 +35,9 @@ base::Result<std::unique_ptr<Document>> Document::Open(const std::string& path, 
             readable = base::Status::Error(path + ": no such drawing.");
         if (readable && !IsDwgPath(path)) readable = cad::Database::CanOpen(path);
         if (!readable) return readable;
-        return std::unique_ptr<Document>(new Document(path));
+        std::unique_ptr<Document> doc(new Document(path));
+        if (when == ReadKind::Ahead && !IsDwgPath(path) && HasRoomToReadAhead(path)) doc->ReadAhead();
+        return doc;
     }
     auto db = ReadSideDatabase(path);
     if (!db) return base::Status::Error(db.GetStatus().Message());
@@ -31,9 +46,15 @@ base::Result<std::unique_ptr<Document>> Document::Open(const std::string& path, 
 
 Document::Document(std::unique_ptr<cad::Database> db) : path_(db->FileName()), db_(std::move(db)) {}
 
+Document::~Document() { base::Dispose(std::move(db_)); }
+
+void Document::ReadAhead() {
+    reading_ = std::async(std::launch::async, [path = path_] { return cad::Database::Open(path); });
+}
+
 cad::Database& Document::Database() {
     if (!db_) {
-        auto db = ReadSideDatabase(path_);
+        auto db = reading_.valid() ? reading_.get() : ReadSideDatabase(path_);
         if (db) {
             Adopt(std::move(db.Value()));
         } else {
@@ -79,6 +100,7 @@ void Document::RemoveDatabaseReactor(cad::DatabaseReactor* reactor) {
 }
 
 base::Status Document::Reload() {
+    if (reading_.valid()) reading_.get();  // a reading from before the change
     auto db = ReadSideDatabase(path_);
     if (!db) return db.GetStatus();
     Adopt(std::move(db.Value()));

@@ -2,6 +2,7 @@
 // Documents as the CAD host has them: the current drawing (named by --drawing), other drawings
 // open in the same run, side databases read from a file and saved back in the version they were
 // read in, document locks and the queue of strings sent to a document's command line.
+#include <future>
 #include <memory>
 #include <optional>
 #include <string>
@@ -15,9 +16,11 @@
 
 namespace host {
 
-// When a document's drawing is read: at once, or on the first use of its database (a command
-// that reads a workbook first keeps the two out of memory at the same time).
-enum class ReadKind { Now, OnFirstUse };
+// When a document's drawing is read: at once; on the first use of its database (a command that
+// reads a workbook first keeps the two out of memory at the same time); or Ahead, on another
+// thread from the open on, taken at the first use, so that such a command reads both at once
+// (when the system has the memory for it, else as OnFirstUse).
+enum class ReadKind { Now, OnFirstUse, Ahead };
 
 // What a save does with the backup NAME.bak: the host's save with backup replaces it; a save of
 // a change that matters little (the view alone) keeps an existing one, the only copy from
@@ -27,12 +30,15 @@ enum class BackupMode { Replace, KeepExisting };
 // One open drawing: its file, its database, its lock and its command queue.
 class Document {
 public:
-    // Reads `path`, or with OnFirstUse only checks that it could be read; a failure says why (a
-    // .dwg file is refused with what to do).
+    // Reads `path`, or with OnFirstUse and Ahead first checks that it could be read; a failure
+    // says why (a .dwg file is refused with what to do).
     static base::Result<std::unique_ptr<Document>> Open(const std::string& path,
                                                         ReadKind when = ReadKind::Now);
     // Wraps a database read elsewhere; its file name is the database's.
     explicit Document(std::unique_ptr<cad::Database> db);
+    // Waits for a reading ahead; the drawing is left to the process's end when the process ends
+    // with the command.
+    ~Document();
 
     // The full path the drawing was read from.
     const std::string& FileName() const { return path_; }
@@ -83,10 +89,14 @@ public:
 
 private:
     explicit Document(std::string path) : path_(std::move(path)) {}
+    // Starts reading the drawing on another thread; Database() takes the result.
+    void ReadAhead();
     // Takes a reading of the drawing as the document's, with the document's reactors on it.
     void Adopt(std::unique_ptr<cad::Database> db);
 
     std::string path_;
+    // Reads only its own file into its own database: shares nothing with this thread.
+    std::future<base::Result<std::unique_ptr<cad::Database>>> reading_;
     std::unique_ptr<cad::Database> db_;
     std::optional<cad::UnitSettings> units_;
     base::Status loadStatus_ = base::Status::Ok();

@@ -34,4 +34,9 @@ TEST_F(MemoryTest, ADisposableIsLeftToTheSystemWhenTheProcessEndsWithItsCommand)
     for (Counted* object : left) delete object;  // the test's process goes on
 }
 
+TEST(Memory, TheSystemsAvailableMemoryIsReadFromItsOwnAccount) {
+    // Linux always says; a machine that runs these tests has at least a few megabytes to give.
+    EXPECT_GT(base::AvailableMemory(), std::uint64_t{4} << 20);
+}
+
 }  // namespace

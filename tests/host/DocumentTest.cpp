@@ -96,6 +96,48 @@ TEST_F(DocumentManagerTest, ADrawingReadOnFirstUseIsReadThenAndNotAtOpen) {
     EXPECT_EQ((*doc)->Database().Blocks().size(), (*direct)->Blocks().size());
 }
 
+TEST_F(DocumentManagerTest, ADrawingReadAheadIsTakenAtFirstUseAsReadAtOpen) {
+    std::string path = CopyCorpus(dir, "attribute-ac1032.dxf");
+    auto direct = cad::Database::Open(path);
+    ASSERT_TRUE(direct);
+    auto doc = host::DocumentManager::Instance().OpenCurrent(path, host::ReadKind::Ahead);
+    ASSERT_TRUE(doc) << doc.GetStatus().Message();
+    EXPECT_TRUE((*doc)->IsReleased());
+    ASSERT_TRUE((*doc)->Load());
+    EXPECT_FALSE((*doc)->IsReleased());
+    EXPECT_EQ((*doc)->Database().Blocks().size(), (*direct)->Blocks().size());
+    EXPECT_EQ((*doc)->Database().Write(), (*direct)->Write());
+    EXPECT_TRUE((*doc)->Save());
+    EXPECT_EQ(*base::ReadFile(path), (*direct)->Write());
+}
+
+TEST_F(DocumentManagerTest, AMalformedDrawingReadAheadLoadsAsEmptyAndSaysWhere) {
+    std::string path = dir.File("broken.dxf");
+    ASSERT_TRUE(base::WriteFileAtomic(path, "0\nSECTION\n2\nENTITIES\n0\nINSERT\n5\n"));
+    auto doc = host::DocumentManager::Instance().OpenCurrent(path, host::ReadKind::Ahead);
+    ASSERT_TRUE(doc) << doc.GetStatus().Message();
+    const base::Status& loaded = (*doc)->Load();
+    ASSERT_FALSE(loaded);
+    EXPECT_NE(loaded.Message().find("broken.dxf"), std::string::npos);
+    EXPECT_TRUE((*doc)->Save());
+    EXPECT_EQ(*base::ReadFile(path), "0\nSECTION\n2\nENTITIES\n0\nINSERT\n5\n");
+}
+
+TEST_F(DocumentManagerTest, AMissingDrawingIsRefusedAtOpenWhenReadAhead) {
+    auto missing = host::DocumentManager::Instance().OpenCurrent(dir.File("gone.dxf"), host::ReadKind::Ahead);
+    ASSERT_FALSE(missing);
+    EXPECT_NE(missing.GetStatus().Message().find("gone.dxf: cannot open"), std::string::npos);
+}
+
+TEST_F(DocumentManagerTest, AReloadAfterAReadAheadReadsTheFileAsItIsNow) {
+    std::string path = CopyCorpus(dir, "attribute-ac1032.dxf");
+    auto doc = host::DocumentManager::Instance().OpenCurrent(path, host::ReadKind::Ahead);
+    ASSERT_TRUE(doc) << doc.GetStatus().Message();
+    ASSERT_TRUE(base::WriteFileAtomic(path, "  0\nSECTION\n  2\nENTITIES\n  0\nENDSEC\n  0\nEOF\n"));
+    ASSERT_TRUE((*doc)->Reload());
+    EXPECT_EQ((*doc)->Database().Write(), "  0\nSECTION\n  2\nENTITIES\n  0\nENDSEC\n  0\nEOF\n");
+}
+
 TEST_F(DocumentManagerTest, AMissingOrDwgDrawingIsRefusedAtOpenAlsoWhenReadOnFirstUse) {
     auto& manager = host::DocumentManager::Instance();
     auto missing = manager.OpenCurrent(dir.File("gone.dxf"), host::ReadKind::OnFirstUse);

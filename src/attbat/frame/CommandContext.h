@@ -52,8 +52,9 @@ struct CommandHandler {
     std::vector<Control> controls;
     std::string argumentsUsage;  // e.g. "[on|off]"; "" when it takes no words
     std::function<CommandStatus(CommandContext&)> run;
-    // The current drawing is read when the command first uses it, not before it starts; such a
-    // command checks the document's load status itself.
+    // The command reads a workbook before it uses the current drawing: the drawing is read on
+    // another thread meanwhile (host::ReadKind::Ahead). Such a command checks the document's
+    // load status itself.
     bool readsDrawingOnFirstUse = false;
     // The command changes only how the drawing is viewed: its save keeps an existing backup,
     // which may be the only copy from before an import.

@@ -211,7 +211,7 @@ CommandStatus RunCommand(CAttBatApp& app, const CommandEntry& entry, CommandCont
     ModuleRun run(app, setup, ui);
     const CommandHandler* handler = app.Handler(entry);
     const host::ReadKind when =
-        handler && handler->readsDrawingOnFirstUse ? host::ReadKind::OnFirstUse : host::ReadKind::Now;
+        handler && handler->readsDrawingOnFirstUse ? host::ReadKind::Ahead : host::ReadKind::Now;
     if (base::Status opened = run.OpenDrawing(when); !opened) {
         host::CurrentPrinter().Warn(opened.Message());
         return CommandStatus::Failed;
