@@ -22,6 +22,7 @@
 #include "cad/BlockRecord.h"
 #include "cad/BlockReference.h"
 #include "cad/Dictionary.h"
+#include "cad/FileReader.h"
 #include "cad/GroupCode.h"
 #include "cad/Object.h"
 #include "cad/SymbolRecord.h"
@@ -106,30 +107,6 @@ base::Result<int> OpenDrawingFile(const std::string& path, std::size_t& size) {
     return fd;
 }
 
-// Reads a whole file into a buffer of exactly its size: a drawing can be hundreds of megabytes,
-// and a growing buffer would need a multiple of that for a moment.
-base::Result<std::string> ReadDrawingFile(const std::string& path) {
-    std::size_t size = 0;
-    auto opened = OpenDrawingFile(path, size);
-    if (!opened) return opened.GetStatus();
-    const int fd = *opened;
-    std::string bytes;
-    bytes.resize(size);
-    std::size_t done = 0;
-    while (done < bytes.size()) {
-        ssize_t n = ::read(fd, bytes.data() + done, bytes.size() - done);
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) {
-            std::string reason = n < 0 ? std::strerror(errno) : "the file got shorter while it was read";
-            ::close(fd);
-            return base::Status::Error(fmt::format("{}: cannot read: {}", path, reason));
-        }
-        done += static_cast<std::size_t>(n);
-    }
-    ::close(fd);
-    return bytes;
-}
-
 }  // namespace
 
 base::Status Database::CanOpen(const std::string& path) {
@@ -141,14 +118,24 @@ base::Status Database::CanOpen(const std::string& path) {
 }
 
 base::Result<std::unique_ptr<Database>> Database::Open(const std::string& path) {
-    auto bytes = ReadDrawingFile(path);
-    if (!bytes) return bytes.GetStatus();
-    return FromBytes(std::move(*bytes), path);
+    std::size_t size = 0;
+    auto opened = OpenDrawingFile(path, size);
+    if (!opened) return opened.GetStatus();
+    // The file is read on another thread while this one scans what is in.
+    FileReader reader(*opened, path, size);
+    std::unique_ptr<Database> db(new Database());
+    db->bytes_ = reader.Bytes();
+    db->fileName_ = path;
+    base::Status status = db->Load(&reader);
+    if (!status) return status;
+    db->units_ = db->ReadUnits();
+    return db;
 }
 
 base::Result<std::unique_ptr<Database>> Database::FromBytes(std::string bytes, std::string fileName) {
     std::unique_ptr<Database> db(new Database());
-    db->bytes_ = std::move(bytes);
+    db->givenBytes_ = std::make_unique<std::string>(std::move(bytes));
+    db->bytes_ = *db->givenBytes_;
     db->fileName_ = std::move(fileName);
     base::Status status = db->Load();
     if (!status) return status;
@@ -159,8 +146,17 @@ base::Result<std::unique_ptr<Database>> Database::FromBytes(std::string bytes, s
 // ---------------------------------------------------------------------------------------------
 // Reading
 
-base::Status Database::Load() {
-    base::Status status = ScanTags(bytes_, fileName_, stream_);
+base::Status Database::Load(FileReader* reader) {
+    base::Status status = reader ? ScanTags(bytes_, fileName_, stream_,
+                                            [reader](std::size_t want) { return reader->WaitFor(want); })
+                                 : ScanTags(bytes_, fileName_, stream_);
+    if (reader) {
+        // A reading that fell short says why, before what the scan made of it; a failed scan
+        // stops the reading. Once whole, the buffer is the database's.
+        base::Status read = reader->Finish(!status);
+        if (!read) return read;
+        if (status) fileBytes_ = reader->TakeBuffer();
+    }
     if (!status) return status;
     if (bytes_.find_first_not_of(" \t\r\n\x1a") == std::string::npos)
         return base::Status::Error(fmt::format("{}: the file is empty", fileName_));

@@ -25,6 +25,7 @@
 
 namespace cad {
 
+class FileReader;
 class Object;
 class Entity;
 class BlockRecord;
@@ -225,7 +226,8 @@ private:
     Database() = default;
     // Takes over a drawing read anew, as UpgradeTo does.
     Database& operator=(Database&&) = default;
-    base::Status Load();
+    // Indexes bytes_; with a `reader` they are still being read, and the scan follows it.
+    base::Status Load(FileReader* reader = nullptr);
     void IndexRecords();
     void IndexBlocks();
     void AssignMissingHandles();
@@ -314,7 +316,11 @@ private:
     bool NeedsNewWidths(std::uint32_t rec) const;
 
     std::string fileName_;
-    std::string bytes_;
+    // The file's bytes, in a buffer read for them or a string handed over (each on the heap, so
+    // that bytes_ stays valid when the database is moved).
+    std::unique_ptr<char[]> fileBytes_;
+    std::unique_ptr<std::string> givenBytes_;
+    std::string_view bytes_;
     TagStream stream_;
     TextCodec codec_;
     std::vector<Record> records_;

@@ -99,27 +99,6 @@ inline const char* LineEnd(const char* p, const char* end) {
     return nullptr;
 }
 
-// The number of `eol` in `bytes`, sixteen bytes at a time: two lines make a tag, so this sizes
-// the tag index of an ASCII file exactly.
-std::size_t CountLineEnds(std::string_view bytes, char eol) {
-    using Bytes16 = unsigned char __attribute__((vector_size(16)));
-    const char* p = bytes.data();
-    const char* end = p + bytes.size();
-    std::size_t count = 0;
-    while (end - p >= 16) {
-        // Each lane counts its line ends for at most 255 rounds, then the lanes are summed.
-        Bytes16 lanes = {};
-        for (int round = 0; round < 255 && end - p >= 16; ++round, p += 16) {
-            Bytes16 chunk;
-            std::memcpy(&chunk, p, 16);
-            lanes += reinterpret_cast<Bytes16>(chunk == static_cast<unsigned char>(eol)) & 1;
-        }
-        for (int k = 0; k < 16; ++k) count += lanes[k];
-    }
-    for (; p < end; ++p) count += *p == eol;
-    return count;
-}
-
 // A group code line: its code, -1 when it is not plain digits and needs the careful road, and
 // where its '\n' is (the buffer's size when there is none).
 struct CodeLine {
@@ -153,10 +132,21 @@ inline CodeLine ReadCodeLine(const char* data, std::size_t n, std::size_t pos) {
     return {-1, nl ? static_cast<std::size_t>(nl - data) : n};
 }
 
+// How far ahead of the scan a buffer still being filled is waited for.
+constexpr std::size_t kScanAhead = std::size_t{4} << 20;
+
+// The message for a buffer whose filling stopped short; its reader says why.
+base::Status StoppedShort(std::string_view fileName) {
+    return base::Status::Error(fmt::format("{}: the file could not be read to its end", fileName));
+}
+
 template <char Eol>
-base::Status ScanAscii(std::string_view bytes, std::string_view fileName, TagStream& out) {
+base::Status ScanAscii(std::string_view bytes, std::string_view fileName, TagStream& out,
+                       const WaitForBytes& waitFor) {
     const char* data = bytes.data();
-    const std::size_t n = bytes.size();
+    const std::size_t total = bytes.size();
+    // The bytes that may be looked at: all, or those in so far.
+    std::size_t n = waitFor ? waitFor(kScanAhead) : total;
     std::size_t pos = 0;
     if (n >= 3 && std::memcmp(data, "\xEF\xBB\xBF", 3) == 0) pos = 3;  // a UTF-8 mark from editors
     out.prefix = static_cast<std::uint32_t>(pos);
@@ -164,14 +154,32 @@ base::Status ScanAscii(std::string_view bytes, std::string_view fileName, TagStr
     auto fail = [&](std::size_t at, const std::string& why) {
         return base::Status::Error(fmt::format("{}: line {}: {}", fileName, at, why));
     };
-    while (pos < n) {
+    // More of a buffer being filled; false when its filling stopped short.
+    auto waitForMore = [&](std::size_t want) {
+        const std::size_t in = waitFor(want);
+        if (in < std::min(want, total)) return false;
+        n = in;
+        return true;
+    };
+    while (pos < total) {
+        if (n < total && n - pos < kScanAhead / 2 && !waitForMore(pos + kScanAhead)) return StoppedShort(fileName);
         const CodeLine codeLine = ReadCodeLine<Eol>(data, n, pos);
         const int fastCode = codeLine.code;
         const std::size_t lineEnd = codeLine.lineEnd;
+        if (n < total) {
+            // A tag read only when both its lines are in: one that reaches past them is read
+            // again with more.
+            const char* valueEnd = lineEnd + 1 < n ? LineEnd<Eol>(data + lineEnd + 1, data + n) : nullptr;
+            if (!valueEnd || valueEnd + 1 >= data + n) {
+                if (!waitForMore(n + kScanAhead)) return StoppedShort(fileName);
+                continue;
+            }
+        }
         const char* nl = lineEnd < n ? data + lineEnd : nullptr;
         std::string_view codeText = fastCode >= 0 ? std::string_view("0") : TrimBlanks(bytes.substr(pos, lineEnd - pos));
         if (codeText.empty() || codeText == "\x1a") {
             // Blank lines or a DOS end mark after the last tag are trailing bytes, not a tag.
+            if (n < total && !waitForMore(total)) return StoppedShort(fileName);
             std::size_t k = pos;
             while (k < n && (IsBlank(data[k]) || data[k] == '\n' || data[k] == '\x1a')) ++k;
             if (k == n) break;
@@ -305,14 +313,23 @@ base::Status ScanBinary(std::string_view bytes, std::string_view fileName, TagSt
 }  // namespace
 
 void TagIndex::Reserve(std::size_t tags) {
-    codes_.resize(std::max(tags, size_));
-    offsets_.resize(codes_.size());
-    groups_.resize((codes_.size() >> kGroupBits) + 1);
+    tags = std::max(tags, size_);
+    // Left uninitialised on purpose (see above); what was pushed is carried over.
+    std::unique_ptr<std::int16_t[]> codes(new std::int16_t[tags]);
+    std::unique_ptr<std::uint16_t[]> offsets(new std::uint16_t[tags]);
+    std::unique_ptr<Group[]> groups(new Group[(tags >> kGroupBits) + 1]);
+    std::copy_n(codes_.get(), size_, codes.get());
+    std::copy_n(offsets_.get(), size_, offsets.get());
+    if (size_ > 0) std::copy_n(groups_.get(), ((size_ - 1) >> kGroupBits) + 1, groups.get());
+    codes_ = std::move(codes);
+    offsets_ = std::move(offsets);
+    groups_ = std::move(groups);
+    capacity_ = tags;
 }
 
 void TagIndex::Grow() {
-    // Only when a scan outruns its estimate; never for a counted file.
-    Reserve(codes_.size() + codes_.size() / 4 + 64);
+    // Only when a scan outruns its bound; never for a scanned file.
+    Reserve(capacity_ + capacity_ / 4 + 64);
 }
 
 void TagIndex::PushWide(std::size_t i, std::uint32_t start) {
@@ -327,14 +344,20 @@ void TagIndex::PushWide(std::size_t i, std::uint32_t start) {
     wide_[g.wide + (i & kGroupMask)] = start;
 }
 
-base::Status ScanTags(std::string_view bytes, std::string_view fileName, TagStream& out) {
+base::Status ScanTags(std::string_view bytes, std::string_view fileName, TagStream& out,
+                      const WaitForBytes& waitFor) {
     out = TagStream();
     if (bytes.size() >= 0xFFFFFFFFull)
         return base::Status::Error(fmt::format("{}: the file is too large (4 GiB or more)", fileName));
-    // The index is sized before the scan, never regrown: a drawing's tags are counted by its
-    // line ends, or by a first pass over a binary file, which is cheap next to the second.
-    bool binary = bytes.substr(0, kBinarySentinel.size()) == kBinarySentinel;
+    // What the scan decides from the file's start is decided on bytes that are in.
+    std::size_t in = waitFor ? waitFor(kScanAhead) : bytes.size();
+    if (in < std::min(kScanAhead, bytes.size())) return StoppedShort(fileName);
+    // The index is sized before the scan, never regrown: by a first pass over a binary file,
+    // which is cheap next to the second; an ASCII tag takes at least three bytes (a digit and
+    // two line ends), which bounds the tags of the file.
+    bool binary = bytes.substr(0, std::min(in, kBinarySentinel.size())) == kBinarySentinel;
     if (binary) {
+        if (waitFor && waitFor(bytes.size()) < bytes.size()) return StoppedShort(fileName);
         std::size_t count = 0;
         base::Status counted = ScanBinary(bytes, fileName, out, false, count);
         if (!counted) return counted;
@@ -345,12 +368,18 @@ base::Status ScanTags(std::string_view bytes, std::string_view fileName, TagStre
     // Old Mac programs end lines with a lone CR; the first line says which end the file uses,
     // so that finding it costs no pass over the file.
     std::size_t firstEnd = 0;
-    while (firstEnd < bytes.size() && bytes[firstEnd] != '\n' && bytes[firstEnd] != '\r') ++firstEnd;
+    while (firstEnd < in && bytes[firstEnd] != '\n' && bytes[firstEnd] != '\r') ++firstEnd;
+    if (firstEnd + 1 >= in && in < bytes.size()) {
+        // A first line longer than the look ahead: the end is only known with all of it.
+        in = waitFor(bytes.size());
+        if (in < bytes.size()) return StoppedShort(fileName);
+        while (firstEnd < in && bytes[firstEnd] != '\n' && bytes[firstEnd] != '\r') ++firstEnd;
+    }
     const bool crOnly = firstEnd + 1 < bytes.size() && bytes[firstEnd] == '\r' && bytes[firstEnd + 1] != '\n';
     out.lineEnd = crOnly ? '\r' : '\n';
-    out.tags.Reserve((CountLineEnds(bytes, out.lineEnd) + 1) / 2 + 1);
+    out.tags.Reserve(bytes.size() / 3 + 2);
     out.form = DxfForm::Ascii;
-    return crOnly ? ScanAscii<'\r'>(bytes, fileName, out) : ScanAscii<'\n'>(bytes, fileName, out);
+    return crOnly ? ScanAscii<'\r'>(bytes, fileName, out, waitFor) : ScanAscii<'\n'>(bytes, fileName, out, waitFor);
 }
 
 std::string_view RawValue(std::string_view bytes, const TagStream& stream, std::size_t index) {

@@ -3,6 +3,8 @@
 // copying a value. Values are read back from the buffer on demand.
 
 #include <cstdint>
+#include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -33,15 +35,16 @@ public:
     // The group code of tag `i`; -1 for the sentinel.
     int Code(std::size_t i) const { return codes_[i]; }
     // The group codes in order, for loops that only look at codes.
-    const std::int16_t* Codes() const { return codes_.data(); }
+    const std::int16_t* Codes() const { return codes_.get(); }
 
     // Makes room for `tags` tags so that a scan that stays within it never regrows; the scan
-    // writes into the room without checking each time.
+    // writes into the room without checking each time. The room is not cleared: memory the
+    // scan never reaches is never touched, so a bound far above the count costs nothing.
     void Reserve(std::size_t tags);
     // Appends a tag; starts must not decrease.
     void Push(std::uint32_t start, int code) {
         const std::size_t i = size_;
-        if (i == codes_.size()) Grow();
+        if (i == capacity_) Grow();
         ++size_;
         codes_[i] = static_cast<std::int16_t>(code);
         if ((i & kGroupMask) == 0) groups_[i >> kGroupBits] = {start, kNarrow};
@@ -61,11 +64,12 @@ private:
     void PushWide(std::size_t i, std::uint32_t start);
     void Grow();
 
-    std::vector<std::int16_t> codes_;
-    std::vector<std::uint16_t> offsets_;
-    std::vector<Group> groups_;
+    std::unique_ptr<std::int16_t[]> codes_;
+    std::unique_ptr<std::uint16_t[]> offsets_;
+    std::unique_ptr<Group[]> groups_;
     std::vector<std::uint32_t> wide_;
-    std::size_t size_ = 0;  // tags pushed; the vectors are sized ahead of it
+    std::size_t size_ = 0;      // tags pushed
+    std::size_t capacity_ = 0;  // room of codes_ and offsets_; groups_ has a group per 64 of it
 };
 
 // The tags of a buffer; bytes after the sentinel (trash beyond EOF, a DOS end-of-file mark) are
@@ -82,9 +86,15 @@ struct TagStream {
     std::size_t Count() const { return tags.Size() == 0 ? 0 : tags.Size() - 1; }
 };
 
+// For a buffer still being filled: returns once at least `want` of its bytes (or all of them)
+// are in, with how many are; fewer than asked means the filling stopped short.
+using WaitForBytes = std::function<std::size_t(std::size_t want)>;
+
 // Finds every tag of `bytes`. A failure names `fileName` and the line (ASCII) or byte offset
-// (binary) with the reason; buffers of 4 GiB and more are refused.
-base::Status ScanTags(std::string_view bytes, std::string_view fileName, TagStream& out);
+// (binary) with the reason; buffers of 4 GiB and more are refused. With `waitFor` the buffer is
+// still being filled: the scan follows the filling and never looks past what is in.
+base::Status ScanTags(std::string_view bytes, std::string_view fileName, TagStream& out,
+                      const WaitForBytes& waitFor = {});
 
 // The value of tag `index` as stored: the text of an ASCII value line without its line end, the
 // text of a binary string without its terminating zero, the payload of a binary chunk without
