@@ -228,8 +228,17 @@ void Database::IndexRecords() {
     std::uint32_t sectionRec = kNone, tableRec = kNone, blockRec = kNone, seqOwner = kNone;
     bool seqIsInsert = false;
     std::uint16_t lastType = kNoType;
+    // The bytes of a record are asked for a few records ahead of its reading: they were scanned
+    // long ago and are no longer in the cache.
+    std::size_t ahead = 0;
+    auto fetchAhead = [&] {
+        while (++ahead < count && codes[ahead] != 0) {}
+        if (ahead < count) __builtin_prefetch(bytes_.data() + stream_.tags.Start(ahead));
+    };
+    for (int k = 0; k < 8; ++k) fetchAhead();
     std::size_t i = 0;
     while (i < count) {
+        fetchAhead();
         std::size_t j = i + 1;
         while (j < count && codes[j] != 0) ++j;
         Record rec;
