@@ -253,7 +253,8 @@ void Database::IndexRecords() {
         std::string_view type = TrimBlanks(RawValue(bytes_, stream_, rec.firstTag));
         Record& r = records_.back();
         r.type = lastType = InternType(type, lastType);
-        if (type == "SECTION") {
+        const RecordRole role = r.type != kNoType ? typeRoles_[r.type] : RoleOfType(type);
+        if (role == RecordRole::Section) {
             if (section != SectionKind::None) {
                 fatal(fmt::format("{}: a new section starts before the {} section ends (no ENDSEC)",
                                   where(r.firstTag), SectionName(section)));
@@ -267,7 +268,7 @@ void Database::IndexRecords() {
             r.section = section;
             continue;
         }
-        if (type == "EOF") {
+        if (role == RecordRole::Eof) {
             if (section != SectionKind::None) {
                 fatal(fmt::format("{}: the file ends inside the {} section (no ENDSEC)", where(r.firstTag),
                                   SectionName(section)));
@@ -282,7 +283,7 @@ void Database::IndexRecords() {
         }
         r.section = section;
         r.parent = sectionRec;
-        if (type == "ENDSEC") {
+        if (role == RecordRole::EndSec) {
             if (blockRec != kNone) {
                 fatal(fmt::format("{}: the block that starts at {} has no ENDBLK", where(r.firstTag),
                                   where(records_[blockRec].firstTag)));
@@ -293,7 +294,7 @@ void Database::IndexRecords() {
             continue;
         }
         // Handles: 5, or 105 on DIMSTYLE records, in the object's own data.
-        int handleCode = type == "DIMSTYLE" ? 105 : 5;
+        int handleCode = role == RecordRole::DimStyle ? 105 : 5;
         if (section != SectionKind::Header && section != SectionKind::Classes) {
             for (std::uint32_t k = r.firstTag + 1; k < r.firstTag + tagCount; ++k) {
                 int code = codes[k];
@@ -308,9 +309,9 @@ void Database::IndexRecords() {
             }
         }
         if (section == SectionKind::Tables) {
-            if (type == "TABLE") {
+            if (role == RecordRole::Table) {
                 tableRec = index;
-            } else if (type == "ENDTAB") {
+            } else if (role == RecordRole::EndTab) {
                 r.parent = tableRec;
                 tableRec = kNone;
             } else if (tableRec != kNone) {
@@ -319,7 +320,7 @@ void Database::IndexRecords() {
             continue;
         }
         if (section != SectionKind::Blocks && section != SectionKind::Entities) continue;
-        if (type == "BLOCK") {
+        if (role == RecordRole::Block) {
             if (blockRec != kNone) {
                 fatal(fmt::format("{}: a block starts inside the block that starts at {} (no ENDBLK)",
                                   where(r.firstTag), where(records_[blockRec].firstTag)));
@@ -329,14 +330,14 @@ void Database::IndexRecords() {
             seqOwner = kNone;
             continue;
         }
-        if (type == "ENDBLK") {
+        if (role == RecordRole::EndBlk) {
             r.parent = blockRec;
             blockRec = kNone;
             seqOwner = kNone;
             continue;
         }
         std::uint32_t container = blockRec != kNone ? blockRec : sectionRec;
-        bool attrib = type == "ATTRIB", vertex = type == "VERTEX", seqend = type == "SEQEND";
+        bool attrib = role == RecordRole::Attrib, vertex = role == RecordRole::Vertex, seqend = role == RecordRole::SeqEnd;
         if (seqOwner != kNone && ((attrib && seqIsInsert) || (vertex && !seqIsInsert) || seqend)) {
             r.parent = seqOwner;
             if (seqend) seqOwner = kNone;
@@ -349,9 +350,9 @@ void Database::IndexRecords() {
         }
         r.parent = container;
         seqOwner = kNone;
-        if (type == "POLYLINE" || type == "INSERT" || type == "MINSERT") {
+        if (role == RecordRole::Polyline || role == RecordRole::Insert) {
             seqOwner = index;
-            seqIsInsert = type != "POLYLINE";
+            seqIsInsert = role == RecordRole::Insert;
         }
     }
     if (section != SectionKind::None) {
@@ -856,6 +857,18 @@ void Database::RehashHandles(std::size_t slots) {
     }
 }
 
+Database::RecordRole Database::RoleOfType(std::string_view type) {
+    static const std::pair<std::string_view, RecordRole> kRoles[] = {
+        {"SECTION", RecordRole::Section}, {"ENDSEC", RecordRole::EndSec},     {"EOF", RecordRole::Eof},
+        {"TABLE", RecordRole::Table},     {"ENDTAB", RecordRole::EndTab},     {"BLOCK", RecordRole::Block},
+        {"ENDBLK", RecordRole::EndBlk},   {"ATTRIB", RecordRole::Attrib},     {"VERTEX", RecordRole::Vertex},
+        {"SEQEND", RecordRole::SeqEnd},   {"POLYLINE", RecordRole::Polyline}, {"INSERT", RecordRole::Insert},
+        {"MINSERT", RecordRole::Insert},  {"DIMSTYLE", RecordRole::DimStyle}};
+    for (const auto& [name, role] : kRoles)
+        if (name == type) return role;
+    return RecordRole::Other;
+}
+
 std::uint16_t Database::InternType(std::string_view type, std::uint16_t hint) {
     // A drawing has a few dozen record types, mostly in runs (ATTRIB after ATTRIB).
     if (hint < typeNames_.size() && typeNames_[hint] == type) return hint;
@@ -863,6 +876,7 @@ std::uint16_t Database::InternType(std::string_view type, std::uint16_t hint) {
         if (typeNames_[t] == type) return static_cast<std::uint16_t>(t);
     if (typeNames_.size() >= kNoType) return kNoType;
     typeNames_.emplace_back(type);
+    typeRoles_.push_back(RoleOfType(type));
     return static_cast<std::uint16_t>(typeNames_.size() - 1);
 }
 

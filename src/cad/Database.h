@@ -280,6 +280,11 @@ private:
     bool IndexHandle(Handle handle, std::uint32_t rec, bool onlyNew = false);
     void RehashHandles(std::size_t slots);
     std::uint16_t InternType(std::string_view type, std::uint16_t hint);
+    // What a record type means to the indexing of records; Other for most.
+    enum class RecordRole : std::uint8_t {
+        Other, Section, EndSec, Eof, Table, EndTab, Block, EndBlk, Attrib, Vertex, SeqEnd, Polyline, Insert, DimStyle
+    };
+    static RecordRole RoleOfType(std::string_view type);
 
     // The name of block `block` as BlockRecord::Name gives it, without a copy where it can.
     std::string_view BlockNameView(std::uint32_t block, std::string& scratch);
@@ -335,6 +340,7 @@ private:
     std::uint64_t blockNamesAt_ = 0;
     std::uint32_t originalRecords_ = 0;   // records read from the file come first
     std::vector<std::string> typeNames_;  // record types as read, in order of first sight
+    std::vector<RecordRole> typeRoles_;   // the role of each of typeNames_
     // Records by handle, open addressing with linear probing: kNone marks a free slot, and the
     // handle is the record's own, so a slot costs 4 bytes.
     std::vector<std::uint32_t> handleSlots_;
