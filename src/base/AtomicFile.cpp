@@ -26,6 +26,8 @@ namespace {
 // Large enough that a write call costs nothing next to the bytes it moves; pieces at least
 // this long skip the buffer.
 constexpr std::size_t kBufferSize = 256 * 1024;
+// How much is written between two hints to start writing it to disk.
+constexpr std::uint64_t kWriteBackStep = std::uint64_t{16} << 20;
 
 // A leftover that nobody holds is removed once its writer is gone, or after this long even when
 // its pid runs again (pids are reused).
@@ -282,9 +284,22 @@ Status AtomicFile::OpenWithAttributesOf(const std::string& model, bool refuseRea
 }
 
 bool AtomicFile::Flush() {
-    if (error_ == 0 && !buffer_.empty() && !WriteAll(fd_, buffer_, error_)) return false;
+    if (error_ == 0 && !buffer_.empty() && !WriteOut(buffer_)) return false;
     buffer_.clear();
     return error_ == 0;
+}
+
+bool AtomicFile::WriteOut(std::string_view bytes) {
+    if (!WriteAll(fd_, bytes, error_)) return false;
+    written_ += bytes.size();
+    if (written_ - handedToDisk_ >= kWriteBackStep) {
+        // The system starts writing what is written so far, so that the sync of Commit finds
+        // little left to wait for; only a hint, Commit's sync is what counts.
+        ::sync_file_range(fd_, static_cast<off_t>(handedToDisk_), static_cast<off_t>(written_ - handedToDisk_),
+                          SYNC_FILE_RANGE_WRITE);
+        handedToDisk_ = written_;
+    }
+    return true;
 }
 
 void AtomicFile::Write(std::string_view bytes) {
@@ -294,7 +309,7 @@ void AtomicFile::Write(std::string_view bytes) {
         return;
     }
     if (!Flush()) return;
-    if (bytes.size() >= kBufferSize) WriteAll(fd_, bytes, error_);
+    if (bytes.size() >= kBufferSize) WriteOut(bytes);
     else buffer_.append(bytes);
 }
 

@@ -8,6 +8,7 @@
 // (flock) while it is written, so that a later run can tell the leftover of a killed save from
 // one still being written, and remove it.
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -45,6 +46,8 @@ public:
 private:
     Status OpenWithAttributesOf(const std::string& model, bool refuseReadOnly);
     bool Flush();
+    // Writes `bytes` to the temporary file; false (and the error kept) on failure.
+    bool WriteOut(std::string_view bytes);
     Status Fail(const std::string& what);
     static Status CopyWithAttributes(const std::string& from, const std::string& to);
 
@@ -54,6 +57,8 @@ private:
     std::vector<std::string> removedStale_;
     int fd_ = -1;
     int error_ = 0;  // errno of the first failed write
+    std::uint64_t written_ = 0;       // bytes written to the temporary file
+    std::uint64_t handedToDisk_ = 0;  // of those, how many the system was told to write out
     bool committed_ = false;
 };
 

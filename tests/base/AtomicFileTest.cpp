@@ -53,6 +53,23 @@ TEST(AtomicFile, PiecesOfEverySizeArriveInOrder) {
     EXPECT_EQ(EntriesIn(folder), 1u);
 }
 
+TEST(AtomicFile, AFileWrittenToDiskWhileItIsWrittenArrivesWhole) {
+    // Past every 16 MiB the system is told to start writing; the file is the same.
+    std::string folder = Folder("handed");
+    std::string expected;
+    base::AtomicFile file(folder + "/big.dxf");
+    ASSERT_TRUE(file.Open());
+    for (int i = 0; i < 40; ++i) {
+        std::string piece((i % 3 + 1) * 700000 + i, static_cast<char>('a' + i % 26));
+        expected += piece;
+        file.Write(piece);
+    }
+    ASSERT_GT(expected.size(), std::size_t{48} << 20);
+    ASSERT_TRUE(file.Commit());
+    EXPECT_TRUE(*base::ReadFile(folder + "/big.dxf") == expected);
+    EXPECT_EQ(EntriesIn(folder), 1u);
+}
+
 TEST(AtomicFile, KeepsTheOldFileAsBackupAndItsPermissions) {
     std::string folder = Folder("backup");
     std::string path = folder + "/plan.dxf";
