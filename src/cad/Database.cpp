@@ -897,11 +897,19 @@ std::vector<Object> Database::Objects() {
 }
 
 std::vector<std::pair<std::string, std::size_t>> Database::CountsByType() const {
+    // Records read as they are counted by their type's number, the others by name.
+    std::vector<std::size_t> byType(typeNames_.size(), 0);
     std::map<std::string, std::size_t> counts;
     for (std::uint32_t k = first_; k != kNone; k = records_[k].next) {
-        std::string type = TypeOf(k);
-        if (!type.empty()) ++counts[type];
+        const Record& r = records_[k];
+        if (r.owned == kNone && r.type != kNoType) {
+            ++byType[r.type];
+        } else if (std::string type = TypeOf(k); !type.empty()) {
+            ++counts[type];
+        }
     }
+    for (std::size_t t = 0; t < byType.size(); ++t)
+        if (byType[t] > 0 && !typeNames_[t].empty()) counts[typeNames_[t]] += byType[t];
     return {counts.begin(), counts.end()};
 }
 
