@@ -195,7 +195,7 @@ private:
 
 TEST(LinkCommentLinesTest, ACommentWhoseLinesAllFailTheTestsReadsNoCell) {
     CountingComment comment("_DE\n:Layer\nplain words\n\n");
-    ExcelUtils::StringMap map;
+    arxutils::KeyLines map;
     ExcelUtils::AddKeyLines(comment, map, false);
     EXPECT_EQ(comment.parents, 0);
     EXPECT_TRUE(map.empty());
