@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
@@ -517,17 +518,45 @@ void KeyLines::AddKept(std::string_view key, std::string_view value) {
 
 void KeyLines::Sort() {
     if (sorted_ == entries_.size()) return;
-    // Stable, so that of equal keys the one added last ends last and is the one kept.
-    std::stable_sort(entries_.begin(), entries_.end(),
-                     [](const Entry& a, const Entry& b) { return a.key < b.key; });
-    std::size_t kept = 0;
+    // The keys of a sheet share a long beginning (the drawing's path), so the order is found on
+    // the eight bytes after what all of them share, big-endian in one number, and whole keys are
+    // compared only where those are equal. Equal keys stay in the order they were added, so the
+    // last of each run is the one kept.
+    const std::string_view first = entries_.front().key;
+    std::size_t shared = first.size();
     for (const Entry& entry : entries_) {
-        if (kept > 0 && entries_[kept - 1].key == entry.key) entries_[kept - 1] = entry;
-        else entries_[kept++] = entry;
+        const std::size_t most = std::min(shared, entry.key.size());
+        shared = std::mismatch(first.begin(), first.begin() + static_cast<std::ptrdiff_t>(most), entry.key.begin()).first -
+                 first.begin();
     }
-    entries_.resize(kept);
-    entries_.shrink_to_fit();
-    sorted_ = kept;
+    struct Place {
+        std::uint64_t word;
+        std::uint32_t index;
+    };
+    std::vector<Place> order(entries_.size());
+    for (std::size_t i = 0; i < entries_.size(); ++i) {
+        const std::string_view key = entries_[i].key;
+        std::uint64_t word = 0;
+        for (std::size_t b = 0; b < 8; ++b) {
+            const std::size_t at = shared + b;
+            word = word << 8 | (at < key.size() ? static_cast<unsigned char>(key[at]) : 0u);
+        }
+        order[i] = {word, static_cast<std::uint32_t>(i)};
+    }
+    std::stable_sort(order.begin(), order.end(), [&](const Place& a, const Place& b) {
+        if (a.word != b.word) return a.word < b.word;
+        return entries_[a.index].key.substr(shared) < entries_[b.index].key.substr(shared);
+    });
+    std::vector<Entry> sorted;
+    sorted.reserve(order.size());
+    for (const Place& place : order) {
+        const Entry& entry = entries_[place.index];
+        if (!sorted.empty() && sorted.back().key == entry.key) sorted.back() = entry;
+        else sorted.push_back(entry);
+    }
+    sorted.shrink_to_fit();
+    entries_.swap(sorted);
+    sorted_ = entries_.size();
 }
 
 void KeyLines::clear() {

@@ -9,6 +9,7 @@
 #include "attbat/model/DrawingWriter.h"
 #include "attbat/model/PropertyTable.h"
 #include "base/Format.h"
+#include "base/Memory.h"
 #include "base/Text.h"
 #include "cad/BlockReference.h"
 #include "cad/units/UnitSettings.h"
@@ -324,8 +325,10 @@ AcadBlockRefArray ApplyImportMap(ImportMap map, const ImportByHandleOptions& opt
     if (printSkipped) {
         for (const std::string& line : skipped) host::Printf("%s", line);
     }
-    // The keys are let go before the drawings are read, whose reading takes their room.
+    // The keys go before the drawings are read; they are a few large blocks, so handing the
+    // heap's free pages back is quick and keeps the drawing's reading from adding to them.
     map.clear();
+    base::ReturnFreeMemory();
     UpdateDrawings(rows, linkPath);
     return rows;
 }
