@@ -516,45 +516,71 @@ void KeyLines::AddKept(std::string_view key, std::string_view value) {
     entries_.push_back({Keep(key), value});
 }
 
+namespace {
+
+// A line's place in the sort: eight bytes of its key from some offset, big-endian, and how many
+// bytes of the key are left from there (9 for more than eight).
+struct KeyPlace {
+    std::uint64_t word;
+    std::uint32_t index;
+    std::uint8_t left;
+};
+
+// Sorts `places` stably by the keys of their lines. The keys of a sheet share long beginnings
+// (the drawing's path), so each range is sorted on the eight bytes after what its keys share,
+// and the runs that tie on those are sorted the same way further on; bytes are compared one
+// number at a time rather than by memcmp through the whole path.
+void SortPlaces(KeyPlace* first, KeyPlace* last, const std::vector<KeyLines::Entry>& entries) {
+    const auto keyOf = [&](const KeyPlace& place) { return entries[place.index].key; };
+    if (last - first < 2) return;
+    if (last - first <= 16) {
+        std::stable_sort(first, last, [&](const KeyPlace& a, const KeyPlace& b) { return keyOf(a) < keyOf(b); });
+        return;
+    }
+    const std::string_view front = keyOf(*first);
+    std::size_t shared = front.size();
+    for (const KeyPlace* p = first + 1; p != last && shared > 0; ++p) {
+        const std::string_view key = keyOf(*p);
+        const std::size_t most = std::min(shared, key.size());
+        shared = static_cast<std::size_t>(std::mismatch(front.begin(), front.begin() + static_cast<std::ptrdiff_t>(most),
+                                                        key.begin()).first - front.begin());
+    }
+    for (KeyPlace* p = first; p != last; ++p) {
+        const std::string_view key = keyOf(*p);
+        std::uint64_t word = 0;
+        for (std::size_t b = shared; b < shared + 8; ++b)
+            word = word << 8 | (b < key.size() ? static_cast<unsigned char>(key[b]) : 0u);
+        p->word = word;
+        p->left = static_cast<std::uint8_t>(std::min<std::size_t>(key.size() - shared, 9));
+    }
+    const auto before = [](const KeyPlace& a, const KeyPlace& b) {
+        return a.word != b.word ? a.word < b.word : a.left < b.left;
+    };
+    std::stable_sort(first, last, before);
+    for (KeyPlace* run = first; run != last;) {
+        KeyPlace* end = run + 1;
+        while (end != last && !before(*run, *end)) ++end;
+        // Keys that end within the eight bytes and tie on them are equal.
+        if (run->left > 8) SortPlaces(run, end, entries);
+        run = end;
+    }
+}
+
+}  // namespace
+
 void KeyLines::Sort() {
     if (sorted_ == entries_.size()) return;
-    // The keys of a sheet share a long beginning (the drawing's path), so the order is found on
-    // the eight bytes after what all of them share, big-endian in one number, and whole keys are
-    // compared only where those are equal. Equal keys stay in the order they were added, so the
-    // last of each run is the one kept.
-    const std::string_view first = entries_.front().key;
-    std::size_t shared = first.size();
-    for (const Entry& entry : entries_) {
-        const std::size_t most = std::min(shared, entry.key.size());
-        shared = std::mismatch(first.begin(), first.begin() + static_cast<std::ptrdiff_t>(most), entry.key.begin()).first -
-                 first.begin();
-    }
-    struct Place {
-        std::uint64_t word;
-        std::uint32_t index;
-    };
-    std::vector<Place> order(entries_.size());
-    for (std::size_t i = 0; i < entries_.size(); ++i) {
-        const std::string_view key = entries_[i].key;
-        std::uint64_t word = 0;
-        for (std::size_t b = 0; b < 8; ++b) {
-            const std::size_t at = shared + b;
-            word = word << 8 | (at < key.size() ? static_cast<unsigned char>(key[at]) : 0u);
-        }
-        order[i] = {word, static_cast<std::uint32_t>(i)};
-    }
-    std::stable_sort(order.begin(), order.end(), [&](const Place& a, const Place& b) {
-        if (a.word != b.word) return a.word < b.word;
-        return entries_[a.index].key.substr(shared) < entries_[b.index].key.substr(shared);
-    });
+    // Equal keys keep the order they were added in, so the last of each run is the one kept.
+    std::vector<KeyPlace> order(entries_.size());
+    for (std::size_t i = 0; i < entries_.size(); ++i) order[i] = {0, static_cast<std::uint32_t>(i), 0};
+    SortPlaces(order.data(), order.data() + order.size(), entries_);
     std::vector<Entry> sorted;
     sorted.reserve(order.size());
-    for (const Place& place : order) {
+    for (const KeyPlace& place : order) {
         const Entry& entry = entries_[place.index];
         if (!sorted.empty() && sorted.back().key == entry.key) sorted.back() = entry;
         else sorted.push_back(entry);
     }
-    sorted.shrink_to_fit();
     entries_.swap(sorted);
     sorted_ = entries_.size();
 }

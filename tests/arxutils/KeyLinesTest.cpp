@@ -58,6 +58,29 @@ TEST(KeyLines, GivesWhatAMapAssignedInTheSameOrderHolds) {
     EXPECT_EQ(lines.size(), map.size());
 }
 
+TEST(KeyLines, KeysThatArePrefixesOfOthersOrHoldZeroBytesSortAsStrings) {
+    std::mt19937 random(11);
+    std::uniform_int_distribution<int> length(0, 30);
+    std::uniform_int_distribution<int> letter(0, 3);
+    const std::string alphabet("a\0b\xFF", 4);
+    KeyLines lines;
+    std::map<std::string, std::string> map;
+    for (int i = 0; i < 20000; ++i) {
+        std::string key = i % 3 == 0 ? "shared/beginning/of/many/keys<" : "";
+        for (int n = length(random); n > 0; --n) key += alphabet[static_cast<std::size_t>(letter(random))];
+        lines.Add(key, std::to_string(i));
+        map[key] = std::to_string(i);
+    }
+    lines.Sort();
+    EXPECT_EQ(AsMap(lines), map);
+    ASSERT_EQ(lines.size(), map.size());
+    auto expected = map.begin();
+    for (const auto& [key, value] : lines) {
+        EXPECT_EQ(key, expected->first);
+        ++expected;
+    }
+}
+
 TEST(KeyLines, ACopyHoldsItsOwnTexts) {
     KeyLines copy;
     {
