@@ -224,9 +224,17 @@ class RowsByHandle {
 public:
     // The row's index, or -1 with `key` left for Add.
     int Find(int pathId, std::string_view handle) {
-        key_ = base::FoldCase(handle);
+        // Handles are ASCII hexadecimal: folded here byte by byte, anything else as text.
+        key_.clear();
+        for (char c : handle) {
+            if (static_cast<unsigned char>(c) >= 0x80) {
+                key_ = base::FoldCase(handle);
+                break;
+            }
+            key_ += c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
+        }
         key_ += '\0';
-        key_ += std::to_string(pathId);
+        key_.append(reinterpret_cast<const char*>(&pathId), sizeof pathId);
         auto found = rows_.find(key_);
         return found == rows_.end() ? -1 : found->second;
     }
