@@ -1,5 +1,6 @@
 #include "attbat/model/ScheduleRows.h"
 
+#include <algorithm>
 #include <unordered_map>
 #include <utility>
 
@@ -273,24 +274,33 @@ void MergeRows(RowTable& rows, RowTable& keys, int first, const AcadBlockView& v
 
 }  // namespace
 
+void TrimTrailingEmpty(tables::CStringArrayEx& row) {
+    int size = row.GetSize();
+    while (size > 0 && row[size - 1].empty()) --size;
+    if (size == row.GetSize()) return;
+    row.SetSize(size);
+    row.FreeExtra();
+}
+
 void BuildRows(AcadBlockArray& blockArray, RowTable& rows, RowTable& keys, AcadBlockView& view,
                const AcadBlockFilter& filter, const tables::CStringArrayEx& names,
-               const DrawingContext& drawing) {
+               const DrawingContext& drawing, int* fullWidth) {
     blockArray.BuildColumns(view);
     bool firstHeader = true;
     for (const std::string& name : names) {
         std::vector<AcadBlock*> found;
         blockArray.FindAllByName(name, found);
         const std::vector<const AcadBlock*> blocks(found.begin(), found.end());
-        AddGroup(blockArray, rows, keys, view, filter, blocks, firstHeader, drawing);
+        AddGroup(blockArray, rows, keys, view, filter, blocks, firstHeader, drawing, fullWidth);
     }
 }
 
 void AddGroup(const AcadBlockArray& blockArray, RowTable& rows, RowTable& keys,
               const AcadBlockView& view, const AcadBlockFilter& filter,
               const std::vector<const AcadBlock*>& blocks, bool& firstHeader,
-              const DrawingContext& drawing) {
+              const DrawingContext& drawing, int* fullWidth) {
     if (blocks.empty()) return;
+    const int rowsBefore = rows.GetSize();
     tables::CStringArrayEx ownColumns;
     if (view.headerStyle != 0) ownColumns = view.ColumnsOf(blocks);
     const tables::CStringArrayEx& columns = view.headerStyle != 0 ? ownColumns : view.columns;
@@ -318,6 +328,19 @@ void AddGroup(const AcadBlockArray& blockArray, RowTable& rows, RowTable& keys,
 
     const int cellCount = (view.showName ? 1 : 0) + 1 + (view.showCount ? 1 : 0) +
                           columns.GetSize();
+    // Rows to be merged are compared at full width; others are trimmed as they are made, so a
+    // schedule wider than most of its rows never holds every row at full width at once.
+    const bool trimEachRow = fullWidth != nullptr && !view.combineItems;
+    // The group's rows as handed over: each trimmed (again a quick look for those trimmed when
+    // made), and the group's width noted when it left any.
+    const auto handOver = [&] {
+        if (!fullWidth) return;
+        for (int r = rowsBefore; r < rows.GetSize(); ++r) {
+            TrimTrailingEmpty(rows[r]);
+            TrimTrailingEmpty(keys[r]);
+        }
+        if (rows.GetSize() > rowsBefore) *fullWidth = std::max(*fullWidth, cellCount);
+    };
     const int firstData = rows.GetSize();
     for (const AcadBlock* block : blocks) {
         if (!BlockPassesFilter(*block, filter)) continue;
@@ -354,6 +377,10 @@ void AddGroup(const AcadBlockArray& blockArray, RowTable& rows, RowTable& keys,
                 if (bit != 0) PropertyCell(row, bit, view.areaUnit, values[cell], rowKeys[cell], drawing);
             }
             attributeColumns.Fill(row, view, filled, values, rowKeys, firstColumnCell);
+            if (trimEachRow) {
+                TrimTrailingEmpty(values);
+                TrimTrailingEmpty(rowKeys);
+            }
             rows.Add(std::move(values));
             keys.Add(std::move(rowKeys));
         }
@@ -365,9 +392,11 @@ void AddGroup(const AcadBlockArray& blockArray, RowTable& rows, RowTable& keys,
             rows.RemoveAt(firstData - 1);
             keys.RemoveAt(firstData - 1);
         }
+        handOver();
         return;
     }
     if (view.combineItems) MergeRows(rows, keys, firstData, view);
+    handOver();
 }
 
 bool CellText(const AcadBlockRef& row, std::string_view column, std::string& valueOut,
