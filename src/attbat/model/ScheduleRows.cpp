@@ -274,6 +274,24 @@ void MergeRows(RowTable& rows, RowTable& keys, int first, const AcadBlockView& v
 
 }  // namespace
 
+namespace {
+
+// The cells of `row` up to its last non-empty one, moved into a row of exactly their room;
+// `row` keeps its size with every cell empty.
+tables::CStringArrayEx TakeCells(tables::CStringArrayEx& row) {
+    int size = row.GetSize();
+    while (size > 0 && row[size - 1].empty()) --size;
+    tables::CStringArrayEx taken;
+    taken.SetSize(size);
+    for (int c = 0; c < size; ++c) {
+        taken[c] = std::move(row[c]);
+        row[c].clear();
+    }
+    return taken;
+}
+
+}  // namespace
+
 void TrimTrailingEmpty(tables::CStringArrayEx& row) {
     int size = row.GetSize();
     while (size > 0 && row[size - 1].empty()) --size;
@@ -342,15 +360,18 @@ void AddGroup(const AcadBlockArray& blockArray, RowTable& rows, RowTable& keys,
         if (rows.GetSize() > rowsBefore) *fullWidth = std::max(*fullWidth, cellCount);
     };
     const int firstData = rows.GetSize();
+    // The row being made, sized once and filled by index rather than grown cell by cell. Trimmed
+    // rows take its cells and leave it empty for the next; full-width rows take it whole.
+    tables::CStringArrayEx values;
+    tables::CStringArrayEx rowKeys;
     for (const AcadBlock* block : blocks) {
         if (!BlockPassesFilter(*block, filter)) continue;
         for (const AcadBlockRef& row : block->refs) {
             if (!RowPassesFilter(row, blockArray.layers, filter, drawing)) continue;
-            // Sized once: a row is filled by index rather than grown cell by cell.
-            tables::CStringArrayEx values;
-            tables::CStringArrayEx rowKeys;
-            values.SetSize(cellCount);
-            rowKeys.SetSize(cellCount);
+            if (values.GetSize() != cellCount) {
+                values.SetSize(cellCount);
+                rowKeys.SetSize(cellCount);
+            }
             int cell = 0;
             if (view.showName) {
                 if (view.identityColumn == 2) {
@@ -378,11 +399,12 @@ void AddGroup(const AcadBlockArray& blockArray, RowTable& rows, RowTable& keys,
             }
             attributeColumns.Fill(row, view, filled, values, rowKeys, firstColumnCell);
             if (trimEachRow) {
-                TrimTrailingEmpty(values);
-                TrimTrailingEmpty(rowKeys);
+                rows.Add(TakeCells(values));
+                keys.Add(TakeCells(rowKeys));
+            } else {
+                rows.Add(std::exchange(values, {}));
+                keys.Add(std::exchange(rowKeys, {}));
             }
-            rows.Add(std::move(values));
-            keys.Add(std::move(rowKeys));
         }
     }
 
