@@ -1,5 +1,6 @@
 #include "attbat/model/DrawingWriter.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <vector>
@@ -212,10 +213,13 @@ bool WriteTo(const AcadBlockRef& row, cad::Database& db, int lunits, int aunits,
     cad::BlockReference ref(object.GetDatabase(), object.Index());
     TaggedAttributes attributes(ref);
 
-    // In world coordinates, as the sheet shows it and as the transform below moves it.
-    const cad::Point3 position = ref.WorldPosition();
-    const cad::Point3 scale = ref.ScaleFactors();
-    const double rotation = ref.Rotation();
+    // In world coordinates, as the sheet shows it and as the transform below moves it; read only
+    // for a row that sets a property.
+    const bool anyProperty = std::any_of(row.attributes.begin(), row.attributes.end(),
+                                         [](const AcadAttribute& value) { return value.kind != 0; });
+    const cad::Point3 position = anyProperty ? ref.WorldPosition() : cad::Point3();
+    const cad::Point3 scale = anyProperty ? ref.ScaleFactors() : cad::Point3();
+    const double rotation = anyProperty ? ref.Rotation() : 0.0;
     bool scaled = false, turned = false;
     cad::Point3 targetScale{1, 1, 1};
     cad::Point3 offset;
