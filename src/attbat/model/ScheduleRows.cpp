@@ -276,11 +276,17 @@ void MergeRows(RowTable& rows, RowTable& keys, int first, const AcadBlockView& v
 
 namespace {
 
+// The size of `row` without its trailing empty cells.
+int FilledSize(const tables::CStringArrayEx& row) {
+    int size = row.GetSize();
+    while (size > 0 && row[size - 1].empty()) --size;
+    return size;
+}
+
 // The cells of `row` up to its last non-empty one, moved into a row of exactly their room;
 // `row` keeps its size with every cell empty.
 tables::CStringArrayEx TakeCells(tables::CStringArrayEx& row) {
-    int size = row.GetSize();
-    while (size > 0 && row[size - 1].empty()) --size;
+    const int size = FilledSize(row);
     tables::CStringArrayEx taken;
     taken.SetSize(size);
     for (int c = 0; c < size; ++c) {
@@ -293,8 +299,7 @@ tables::CStringArrayEx TakeCells(tables::CStringArrayEx& row) {
 }  // namespace
 
 void TrimTrailingEmpty(tables::CStringArrayEx& row) {
-    int size = row.GetSize();
-    while (size > 0 && row[size - 1].empty()) --size;
+    const int size = FilledSize(row);
     if (size == row.GetSize()) return;
     row.SetSize(size);
     row.FreeExtra();
