@@ -62,6 +62,8 @@ public:
     void AddKept(std::string_view key, std::string_view value);
     // Adds a line, both texts copied.
     void Add(std::string_view key, std::string_view value) { AddKept(key, Keep(value)); }
+    // Makes room for `more` lines beyond those held, so a sheet's lines grow the list once.
+    void Reserve(std::size_t more) { entries_.reserve(entries_.size() + more); }
     // Key order, the last value of each key kept; lines added since the last call are merged in.
     void Sort();
     // Every line and text gone.

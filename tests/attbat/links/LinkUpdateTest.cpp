@@ -204,6 +204,16 @@ TEST(LinkCommentLinesTest, ACommentWhoseLinesAllFailTheTestsReadsNoCell) {
     EXPECT_EQ(property.parents, 0);
 }
 
+TEST_F(LinkTest, TheLinesOfASheetComeInKeyOrderWithTheLastCellOfARepeatedKey) {
+    Book({{"A2", "first", Key("<DE_WIDTH>")}, {"A3", "D99", Key("<DE_MARK>")}, {"A4", "second", Key("<DE_WIDTH>")}});
+    ASSERT_TRUE(ExcelUtils::ConnectToExcel(false));
+    ImportMap map;
+    EXPECT_TRUE(ReadCommentAndText(map, true));
+    ASSERT_EQ(map.size(), 2u);
+    EXPECT_EQ(map.Entries()[0].value, "D99");
+    EXPECT_EQ(map.Entries()[1].value, "second");
+}
+
 TEST_F(LinkTest, ASheetWhoseCommentsCannotBeHadIsSaidInABox) {
     Book({{"A2", "D99", Key("<DE_MARK>")}});
     ASSERT_TRUE(ExcelUtils::ConnectToExcel(false));
