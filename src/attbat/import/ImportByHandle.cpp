@@ -1,6 +1,7 @@
 #include "attbat/import/ImportByHandle.h"
 
 #include <algorithm>
+#include <map>
 #include <memory>
 #include <unordered_map>
 
