@@ -142,7 +142,7 @@ TEST(ExcelUtilsHandler, ApplicationFailureIsShownAndGivesFalse) {
 TEST(ExcelUtilsHandler, ReadCommentAndTextShowsAnInterfaceFailureWithItsDescription) {
     UiScope scope;
     arxutils::ExcelUtils::Worksheet = std::make_unique<FailingSheet>(excel::ErrorOrigin::Interface);
-    arxutils::ExcelUtils::StringMap map;
+    arxutils::KeyLines map;
     EXPECT_FALSE(arxutils::ExcelUtils::ReadCommentAndText(map, false));
     ASSERT_EQ(scope.ui.Shown().size(), 1u);
     EXPECT_EQ(scope.ui.Shown()[0].text, "interface failed");

@@ -13,6 +13,7 @@
 #include "xl/Package.h"
 
 using arxutils::ExcelUtils;
+using arxutils::KeyLines;
 namespace excel = arxutils::excel;
 
 namespace {
@@ -189,13 +190,13 @@ TEST_P(BackendTest, ReadCommentAndTextMapsKeyLinesToTheirCellText) {
         s.SetNumber(3, 3, 4);
         s.SetNote(3, 3, "x:y");
     }));
-    ExcelUtils::StringMap map;
+    KeyLines map;
     ASSERT_TRUE(ExcelUtils::ReadCommentAndText(map, false));
-    EXPECT_EQ(map, (ExcelUtils::StringMap{{"plan.dwg_1F_NAME", "Valve"}, {"plan.dwg_1F:Layer", "Valve"}, {"x:y", "4"}}));
-    ExcelUtils::StringMap withoutProperties;
+    EXPECT_EQ(map, (KeyLines{{"plan.dwg_1F_NAME", "Valve"}, {"plan.dwg_1F:Layer", "Valve"}, {"x:y", "4"}}));
+    KeyLines withoutProperties;
     ASSERT_TRUE(ExcelUtils::ReadCommentAndText(withoutProperties, true));
     EXPECT_EQ(withoutProperties.size(), 2u);
-    EXPECT_EQ(withoutProperties.count("x:y"), 0u);
+    EXPECT_EQ(withoutProperties.Find("x:y"), nullptr);
 }
 
 TEST_P(BackendTest, ReadCommentAndTextReadsEveryNoteOfACorpusSheet) {
@@ -203,7 +204,7 @@ TEST_P(BackendTest, ReadCommentAndTextReadsEveryNoteOfACorpusSheet) {
     Attach(path);
     auto notes = ExcelUtils::Worksheet->GetComments();
     EXPECT_GT(notes->Count(), 0);
-    ExcelUtils::StringMap map;
+    KeyLines map;
     EXPECT_TRUE(ExcelUtils::ReadCommentAndText(map, false));
     EXPECT_TRUE(ui_.Shown().empty());
 }
@@ -665,7 +666,7 @@ TEST_P(BackendTest, OperationsWithoutWorksheetReportAndGiveFalse) {
     tables::CStringTable table;
     EXPECT_FALSE(ExcelUtils::ReadValues(table, "A1"));
     EXPECT_EQ(LastBox(), "No worksheet is attached.");
-    ExcelUtils::StringMap map;
+    KeyLines map;
     EXPECT_FALSE(ExcelUtils::ReadCommentAndText(map, false));
     EXPECT_EQ(LastBox(), "Unknown error in ReadCommentAndText");
 }

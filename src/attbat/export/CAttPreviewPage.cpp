@@ -22,21 +22,6 @@ const std::string& CAttPreviewPage::TextAt(int row, int position) const {
     return CellOf(m_rows.at(row).texts, columnOrder_.at(position));
 }
 
-namespace {
-
-// The row without its trailing empty cells, held at its size: the cells past it read empty.
-tables::CStringArrayEx Trimmed(tables::CStringArrayEx row) {
-    int size = row.GetSize();
-    while (size > 0 && row[size - 1].empty()) --size;
-    if (size < row.GetSize()) {
-        row.SetSize(size);
-        row.FreeExtra();
-    }
-    return row;
-}
-
-}  // namespace
-
 const std::string& CAttPreviewPage::CellOf(const tables::CStringArrayEx& row, int column) {
     static const std::string empty;
     return column < row.GetSize() ? row[column] : empty;
@@ -91,17 +76,16 @@ void CAttPreviewPage::RefreshPage() {
         m_commentTable.RemoveAll();
         RowTable texts;
         // No ticked block gives no table at all, not a lone header.
-        if (!names.IsEmpty()) {
-            BuildRows(*blocks, texts, m_commentTable, copy, wizard_.m_filter, names, wizard_.Drawing());
-        }
-        for (const tables::CStringArrayEx& row : texts) columnCount_ = std::max(columnCount_, row.GetSize());
-        if (texts.IsEmpty()) columnCount_ = 0;
         // A header per block gives groups of different widths; the list is as wide as the widest.
-        // Rows keep their own width (cells past it read empty), so a schedule of many narrow
-        // groups doesn't hold a string for every empty cell twice over.
+        // Rows come without their trailing empty cells (cells past a row's end read empty), so
+        // a schedule of many narrow groups doesn't hold a string for every empty cell twice over.
+        int width = 0;
+        if (!names.IsEmpty()) {
+            BuildRows(*blocks, texts, m_commentTable, copy, wizard_.m_filter, names, wizard_.Drawing(), &width);
+        }
+        columnCount_ = texts.IsEmpty() ? 0 : width;
         m_rows.reserve(static_cast<std::size_t>(texts.GetSize()));
-        for (int i = 0; i < texts.GetSize() && columnCount_ > 0; ++i) m_rows.push_back({Trimmed(std::move(texts[i])), i});
-        for (tables::CStringArrayEx& keys : m_commentTable) keys = Trimmed(std::move(keys));
+        for (int i = 0; i < texts.GetSize() && columnCount_ > 0; ++i) m_rows.push_back({std::move(texts[i]), i});
         m_sortRestored = 0;
     }
     columnOrder_.resize(columnCount_);

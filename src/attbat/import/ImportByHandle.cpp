@@ -1,6 +1,9 @@
 #include "attbat/import/ImportByHandle.h"
 
+#include <algorithm>
+#include <map>
 #include <memory>
+#include <unordered_map>
 
 #include "arxutils/ArxUtils.h"
 #include "attbat/frame/CRegistry.h"
@@ -130,72 +133,182 @@ void ImportByHandleOptions::SaveSettings() const {
     CRegistry::SetInt(kSection, "SaveExcelLink", SaveExcelLink);
 }
 
-bool ParseImportKey(std::string_view key, const ImportByHandleOptions& options,
-                    std::string_view currentPath, ImportKey& out, std::string& skipMessage) {
-    out.DrawingPath.clear();
-    out.Handle.clear();
-    out.TagOrProperty.clear();
-    out.IsProperty = false;
-    skipMessage.clear();
-    if (key.empty()) return false;
-    std::string_view k = key;
+namespace {
+
+// The pieces of a key line, as views into it; `path` untrimmed, and empty when the options
+// ignore it.
+struct KeyParts {
     std::string_view path;
+    std::string_view handle;
+    std::string_view tag;
+    bool isProperty = false;
+};
+
+KeyParts SplitImportKey(std::string_view key, const ImportByHandleOptions& options) {
+    KeyParts parts;
+    if (key.empty()) return parts;
+    std::string_view k = key;
     std::size_t p = k.find('<');
     if (p != std::string_view::npos && p > 0 && k.back() == '>') {
-        path = k.substr(0, p);
-        std::size_t bar = path.find('|', 1);
-        if (bar != std::string_view::npos) path = path.substr(0, bar);
+        parts.path = k.substr(0, p);
+        std::size_t bar = parts.path.find('|', 1);
+        if (bar != std::string_view::npos) parts.path = parts.path.substr(0, bar);
         k = TrimAngles(k.substr(p));
     } else if (p == 0) {
         k = TrimAngles(k);
     }
-    if (options.CurrentDrawingOnly && options.IgnoreDrawingPath) path = {};
-    if (!path.empty()) out.DrawingPath = base::Trim(path);
-    if (options.CurrentDrawingOnly && !out.DrawingPath.empty() &&
-        !base::EqualNoCase(out.DrawingPath, currentPath)) {
-        skipMessage = base::Sprintf(
-            "\nThe path of the current drawing is '%s'. Skip the attribute values of the drawing '%s'.",
-            std::string(currentPath), out.DrawingPath);
-        return false;
-    }
-    std::string_view handle, tag;
+    if (options.CurrentDrawingOnly && options.IgnoreDrawingPath) parts.path = {};
     std::size_t u = k.find('_');
     if (u != std::string_view::npos && u > 0) {
-        handle = k.substr(0, u);
-        tag = k.substr(u + 1);
+        parts.handle = k.substr(0, u);
+        parts.tag = k.substr(u + 1);
     }
     if (!options.IgnoreProperty) {
         std::size_t c = k.find(':');
         // "2F:Layer_x" is a property, "2F_A:B" the attribute "A:B".
-        if (c != std::string_view::npos && c > 0 && (handle.empty() || handle.size() > c)) {
-            handle = k.substr(0, c);
-            tag = k.substr(c + 1);
-            out.IsProperty = true;
+        if (c != std::string_view::npos && c > 0 && (parts.handle.empty() || parts.handle.size() > c)) {
+            parts.handle = k.substr(0, c);
+            parts.tag = k.substr(c + 1);
+            parts.isProperty = true;
         }
     }
-    out.Handle.assign(handle);
-    out.TagOrProperty.assign(tag);
-    return !handle.empty() && !tag.empty();
+    return parts;
+}
+
+// The skip line of a drawing path other than the current drawing's; "" when the path is taken.
+std::string OtherDrawingMessage(const std::string& path, const ImportByHandleOptions& options,
+                                std::string_view currentPath) {
+    if (!options.CurrentDrawingOnly || path.empty() || base::EqualNoCase(path, currentPath)) return {};
+    return base::Sprintf(
+        "\nThe path of the current drawing is '%s'. Skip the attribute values of the drawing '%s'.",
+        std::string(currentPath), path);
+}
+
+// The drawing paths of the keys as they come: key lines in key order share a path, so each
+// is trimmed and compared with the current drawing's once per run of lines.
+class KeyPaths {
+public:
+    KeyPaths(const ImportByHandleOptions& options, std::string_view currentPath)
+        : options_(options), currentPath_(currentPath) {}
+
+    struct Path {
+        std::string trimmed;   // the drawing path of the rows; empty: the current drawing
+        std::string skip;      // the skip line when the drawing is not taken
+        int id = 0;            // one number per distinct trimmed path, without regard to case
+    };
+
+    const Path& Of(std::string_view raw) {
+        if (!valid_ || raw != raw_) {
+            raw_.assign(raw);
+            valid_ = true;
+            path_.trimmed = raw.empty() ? std::string() : base::Trim(raw);
+            path_.skip = OtherDrawingMessage(path_.trimmed, options_, currentPath_);
+            std::string folded = base::FoldCase(path_.trimmed);
+            auto found = std::find(folded_.begin(), folded_.end(), folded);
+            path_.id = static_cast<int>(found - folded_.begin());
+            if (found == folded_.end()) folded_.push_back(std::move(folded));
+        }
+        return path_;
+    }
+
+private:
+    const ImportByHandleOptions& options_;
+    std::string_view currentPath_;
+    std::string raw_;
+    bool valid_ = false;
+    Path path_;
+    std::vector<std::string> folded_;
+};
+
+// The row of a drawing (by its path's number) and handle, both without regard to case.
+class RowsByHandle {
+public:
+    // The row's index, or -1 with `key` left for Add.
+    int Find(int pathId, std::string_view handle) {
+        // Handles are ASCII hexadecimal: folded here byte by byte, anything else as text.
+        key_.clear();
+        for (char c : handle) {
+            if (static_cast<unsigned char>(c) >= 0x80) {
+                key_ = base::FoldCase(handle);
+                break;
+            }
+            key_ += c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
+        }
+        key_ += '\0';
+        key_.append(reinterpret_cast<const char*>(&pathId), sizeof pathId);
+        auto found = rows_.find(key_);
+        return found == rows_.end() ? -1 : found->second;
+    }
+    // Files the row of the last Find under `row`.
+    void Add(int row) { rows_.emplace(std::move(key_), row); }
+
+private:
+    std::unordered_map<std::string, int> rows_;
+    std::string key_;
+};
+
+}  // namespace
+
+bool ParseImportKey(std::string_view key, const ImportByHandleOptions& options,
+                    std::string_view currentPath, ImportKey& out, std::string& skipMessage) {
+    const KeyParts parts = SplitImportKey(key, options);
+    out.DrawingPath = parts.path.empty() ? std::string() : base::Trim(parts.path);
+    out.Handle.clear();
+    out.TagOrProperty.clear();
+    out.IsProperty = false;
+    skipMessage = OtherDrawingMessage(out.DrawingPath, options, currentPath);
+    if (key.empty() || !skipMessage.empty()) return false;
+    out.Handle.assign(parts.handle);
+    out.TagOrProperty.assign(parts.tag);
+    out.IsProperty = parts.isProperty;
+    return !parts.handle.empty() && !parts.tag.empty();
 }
 
 AcadBlockRefArray BuildImportList(const ImportMap& map, const ImportByHandleOptions& options,
                                   std::string_view currentPath, std::vector<std::string>& skipped) {
+    // Two passes over the keys: the first finds each one's row and counts the row's values, so
+    // that the second appends them into room made once; rows come in the order of their first
+    // key, values in key order.
     AcadBlockRefArray rows;
-    AcadBlockRefIndex index;
-    ImportKey key;
-    std::string skip;
-    for (const auto& [text, value] : map) {
-        if (!ParseImportKey(text, options, currentPath, key, skip)) {
-            bool known = false;
-            for (const std::string& line : skipped) known = known || line == skip;
-            if (!skip.empty() && !known) skipped.push_back(skip);
-            continue;
+    std::vector<int> rowOfKey(map.size(), -1);
+    std::vector<int> counts;
+    {
+        KeyPaths paths(options, currentPath);
+        RowsByHandle index;
+        std::size_t k = 0;
+        for (const auto& [text, value] : map) {
+            const KeyParts parts = SplitImportKey(text, options);
+            const KeyPaths::Path& path = paths.Of(parts.path);
+            if (!path.skip.empty()) {
+                if (std::find(skipped.begin(), skipped.end(), path.skip) == skipped.end())
+                    skipped.push_back(path.skip);
+            } else if (!parts.handle.empty() && !parts.tag.empty()) {
+                int row = index.Find(path.id, parts.handle);
+                if (row < 0) {
+                    AcadBlockRef added;
+                    added.dwgFile = path.trimmed;
+                    added.handle = parts.handle;
+                    row = rows.Add(std::move(added));
+                    index.Add(row);
+                    counts.push_back(0);
+                }
+                ++counts[row];
+                rowOfKey[k] = row;
+            }
+            ++k;
         }
-        rows.AddValue(key.DrawingPath, key.Handle, key.TagOrProperty, value, key.IsProperty, index);
     }
-    // The rows are held while the drawings are read and written: without their room to grow.
-    for (AcadBlockRef& row : rows) row.attributes.FreeExtra();
+    // The rows are held while the drawings are read and written: without room to grow.
     rows.FreeExtra();
+    for (int r = 0; r < rows.GetSize(); ++r) rows[r].attributes.Reserve(counts[r]);
+    std::size_t k = 0;
+    for (const auto& [text, value] : map) {
+        const int row = rowOfKey[k++];
+        if (row < 0) continue;
+        const KeyParts parts = SplitImportKey(text, options);
+        rows[row].attributes.Add(AcadAttribute(std::string(parts.tag), value,
+                                               parts.isProperty ? PropertyBitOf(parts.tag) : 0));
+    }
     return rows;
 }
 
@@ -221,9 +334,9 @@ AcadBlockRefArray ApplyImportMap(ImportMap map, const ImportByHandleOptions& opt
     if (printSkipped) {
         for (const std::string& line : skipped) host::Printf("%s", line);
     }
-    // The keys go at once, after the list is built: freed in one piece rather than entry by entry
-    // among the list's blocks, their pages go back before the drawings are read.
-    ImportMap().swap(map);
+    // The keys go before the drawings are read; they are a few large blocks, so handing the
+    // heap's free pages back is quick and keeps the drawing's reading from adding to them.
+    map.clear();
     base::ReturnFreeMemory();
     UpdateDrawings(rows, linkPath);
     return rows;

@@ -1,11 +1,11 @@
 #pragma once
 // Import by handle: the cell comments an export left name a drawing, a reference and a tag or
 // property; each is paired with its cell's displayed text and written back to that reference.
-#include <map>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "arxutils/ExcelUtils.h"
 #include "attbat/model/AcadBlockRefArray.h"
 
 namespace attbat {
@@ -43,7 +43,8 @@ struct ImportChange {
     std::string newValue;
 };
 
-using ImportMap = std::map<std::string, std::string>;
+// Key lines with their cells' texts, in key order.
+using ImportMap = arxutils::KeyLines;
 
 // Parses one key line against the current drawing's path. False when the key gives no handle
 // and tag, or names another drawing under CurrentDrawingOnly; then `skipMessage` holds the

@@ -3,11 +3,12 @@
 // read and the comment lines with their cells' texts, so that a drawing opened again soon after,
 // with the workbook unchanged, needs no trip to the spreadsheet.
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "arxutils/ExcelUtils.h"
 
 namespace attbat {
 
@@ -37,7 +38,7 @@ public:
     LinkFileStatus status;
     std::string fullPath;
     // Comment line -> the text its cell shows.
-    std::map<std::string, std::string> values;
+    arxutils::KeyLines values;
 
 private:
     bool compared_ = false;

@@ -1,5 +1,6 @@
 #include "attbat/links/LinkUpdate.h"
 
+#include <algorithm>
 #include <chrono>
 #include <set>
 #include <string>
@@ -106,11 +107,14 @@ ImportByHandleOptions AutomaticImportOptions() {
 }  // namespace
 
 bool ReadCommentAndText(ImportMap& map, bool ignoreProperties) {
+    bool ok = true;
     try {
         if (!ExcelUtils::Worksheet) throw AutomationError(0, "");
         auto comments = ExcelUtils::Worksheet->GetComments();
         const int count = comments->Count();
         host::ProgressMeter meter("Reading the data from Excel...", count + 1);
+        // A key comment mostly holds one key line.
+        map.Reserve(static_cast<std::size_t>(std::max(count, 0)));
         for (int i = 1; i <= count; ++i) {
             try {
                 ExcelUtils::AddKeyLines(*comments->Item(i), map, ignoreProperties);
@@ -120,12 +124,15 @@ bool ReadCommentAndText(ImportMap& map, bool ignoreProperties) {
             }
             meter.Step();
         }
-        return true;
     } catch (const AutomationError& e) {
         host::ShowMessage(e.Description().empty() ? "Unknown error in ReadCommentAndText" : e.Description(),
                           "Velmar");
-        return false;
+        ok = false;
     }
+    // Key order, a later line of a key replacing the earlier, also for what was read before a
+    // failure.
+    map.Sort();
+    return ok;
 }
 
 void UpdateAttributesFromLink2() {

@@ -10,7 +10,7 @@ namespace attbat {
 // Reads the attached sheet's comment lines that name an attribute ("_" past the first
 // character) or, unless `ignoreProperties`, a property (":"), with the text each cell shows.
 // A comment that can't be read is told on the command line and the next one follows; false
-// when the sheet's comments can't be had at all (told in a box).
+// when the sheet's comments can't be had at all (told in a box). `map` is left sorted either way.
 bool ReadCommentAndText(ImportMap& map, bool ignoreProperties);
 
 // Brings the current drawing's references up to date from every workbook their links name:

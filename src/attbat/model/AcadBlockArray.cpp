@@ -5,6 +5,7 @@
 #include <functional>
 #include <map>
 #include <set>
+#include <string_view>
 #include <unordered_set>
 #include <utility>
 
@@ -221,7 +222,8 @@ void AcadBlockArray::RemoveFile(std::string_view path) {
 void AcadBlockArray::RemoveMissingTags(const tables::CStringArrayEx& blockNames,
                                        const AcadAttDefTagArray& tags,
                                        AcadAttDefTagArray& out) const {
-    std::set<std::pair<std::string, int>> withValue;
+    // Views of the attributes' own tags: a value doesn't copy its tag to be looked up.
+    std::set<std::pair<std::string_view, int>> withValue;
     for (const AcadBlock& block : *this) {
         if (blockNames.FindString(block.name, true) < 0) continue;
         for (const AcadBlockRef& row : block.refs) {
@@ -231,7 +233,7 @@ void AcadBlockArray::RemoveMissingTags(const tables::CStringArrayEx& blockNames,
         }
     }
     for (const AcadAttDefTag& tag : tags) {
-        if (withValue.count({tag.tag, tag.dupIndex}) == 0) out.Add(tag);
+        if (withValue.count({std::string_view(tag.tag), tag.dupIndex}) == 0) out.Add(tag);
     }
 }
 

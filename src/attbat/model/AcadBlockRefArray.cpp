@@ -49,18 +49,6 @@ AcadBlockRef* AcadBlockRefArray::FindByHandleAndFile(std::string_view file,
     return nullptr;
 }
 
-namespace {
-
-// Drawing and handle folded, with a byte between that no handle holds.
-std::string IndexKey(std::string_view file, std::string_view handle) {
-    std::string key = base::FoldCase(handle);
-    key += '\0';
-    key += base::FoldCase(file);
-    return key;
-}
-
-}  // namespace
-
 void AcadBlockRefArray::AppendValue(AcadBlockRef& row, std::string_view tag,
                                     std::string_view value, bool isProperty) {
     row.attributes.Add(AcadAttribute(std::string(tag), value, isProperty ? PropertyBitOf(tag) : 0));
@@ -78,31 +66,6 @@ void AcadBlockRefArray::AddValue(std::string_view file, std::string_view handle,
     if (tag.empty()) return;
     AcadBlockRef* row = FindByHandleAndFile(file, handle);
     AppendValue(row != nullptr ? *row : GetAt(AppendRow(file, handle)), tag, value, isProperty);
-}
-
-void AcadBlockRefArray::AddValue(std::string_view file, std::string_view handle,
-                                 std::string_view tag, std::string_view value, bool isProperty,
-                                 AcadBlockRefIndex& index) {
-    if (tag.empty()) return;
-    if (index.indexed_ > GetSize()) index = AcadBlockRefIndex();
-    if (index.last_ >= 0 && index.last_ < GetSize()) {
-        AcadBlockRef& last = GetAt(index.last_);
-        if (base::EqualNoCase(last.handle, handle) && base::EqualNoCase(last.dwgFile, file)) {
-            AppendValue(last, tag, value, isProperty);
-            return;
-        }
-    }
-    for (; index.indexed_ < GetSize(); ++index.indexed_) {
-        const AcadBlockRef& row = GetAt(index.indexed_);
-        index.rows_.try_emplace(IndexKey(row.dwgFile, row.handle), index.indexed_);
-    }
-    const auto [at, isNew] = index.rows_.try_emplace(IndexKey(file, handle), GetSize());
-    if (isNew) {
-        AppendRow(file, handle);
-        index.indexed_ = GetSize();
-    }
-    index.last_ = at->second;
-    AppendValue(GetAt(at->second), tag, value, isProperty);
 }
 
 }  // namespace attbat

@@ -2,23 +2,11 @@
 // The rows of one block, normally from the top of the drawing down.
 #include <string>
 #include <string_view>
-#include <unordered_map>
 
 #include "attbat/model/AcadBlockRef.h"
 #include "tables/Array.h"
 
 namespace attbat {
-
-// Rows of an update list by drawing and handle, so that AddValue over hundreds of thousands of
-// values doesn't search the list each time. It catches up with rows appended to the array in
-// any way; rows changed or removed in place need a fresh index.
-class AcadBlockRefIndex {
-private:
-    friend class AcadBlockRefArray;
-    std::unordered_map<std::string, int> rows_;
-    int indexed_ = 0;  // how many rows of the array the map has seen
-    int last_ = -1;    // the row of the previous value: a worksheet row comes cell by cell
-};
 
 class AcadBlockRefArray : public tables::Array<AcadBlockRef> {
 public:
@@ -42,10 +30,6 @@ public:
     // `isProperty` is set, else 0. An empty tag adds nothing.
     void AddValue(std::string_view file, std::string_view handle, std::string_view tag,
                   std::string_view value, bool isProperty);
-    // The same, finding the row through `index` in constant time; the result is the same as
-    // long as no drawing and handle stands twice in the array.
-    void AddValue(std::string_view file, std::string_view handle, std::string_view tag,
-                  std::string_view value, bool isProperty, AcadBlockRefIndex& index);
 
 private:
     // Appends the value to a row, a property when `isProperty` is set.

@@ -44,14 +44,19 @@ struct CachedRef {
 class ReadCache {
 public:
     explicit ReadCache(cad::Database& db) : db_(db) {
+        // References of one block mostly follow each other: its list is looked up once a run.
+        std::string lastName;
+        std::vector<CachedRef>* refs = nullptr;
         for (const cad::BlockRecord& block : db.Blocks()) {
             for (const cad::Entity& entity : block.Entities()) {
-                std::string type = entity.Type();
-                if (type != "INSERT" && type != "MINSERT") continue;
+                if (!entity.IsA("INSERT") && !entity.IsA("MINSERT")) continue;
                 cad::BlockReference ref(entity.GetDatabase(), entity.Index());
                 ReferenceFields fields = ReadReferenceFields(ref);
-                std::string key = base::FoldCase(fields.blockName);
-                refsByBlock_[std::move(key)].push_back(CachedRef{ref, ref.OwnerBlock(), std::move(fields)});
+                if (!refs || fields.blockName != lastName) {
+                    lastName = fields.blockName;
+                    refs = &refsByBlock_[base::FoldCase(lastName)];
+                }
+                refs->push_back(CachedRef{ref, ref.OwnerBlock(), std::move(fields)});
             }
         }
     }

@@ -1,5 +1,6 @@
 #include "attbat/model/DrawingWriter.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <vector>
@@ -100,14 +101,47 @@ bool FindDynamicPropertyChange(const cad::BlockReference& ref, const AcadAttribu
 
 namespace {
 
-void WriteAttribute(cad::BlockReference& ref, const AcadAttribute& value, cad::Database& db, int lunits,
-                    int aunits, WriteTrace* trace) {
-    for (cad::Attribute& attribute : ref.Attributes()) {
-        if (attribute.Tag() != value.tag) continue;
-        SetAttributeText(attribute, value.value, trace);
+// The attributes of one reference with their tags, read once for all the values of its row
+// rather than once a value.
+class TaggedAttributes {
+public:
+    explicit TaggedAttributes(const cad::BlockReference& ref) : ref_(ref) {}
+
+    // The first attribute tagged `tag` (case counts); null when none.
+    cad::Attribute* Find(std::string_view tag) {
+        if (!read_) Read();
+        for (std::size_t i = 0; i < tags_.size(); ++i)
+            if (tags_[i] == tag) return &attributes_[i];
+        return nullptr;
+    }
+    // To be read again: a dynamic property's new value may remake the reference's attributes.
+    void Forget() { read_ = false; }
+
+private:
+    void Read() {
+        attributes_ = ref_.Attributes();
+        tags_.clear();
+        tags_.reserve(attributes_.size());
+        for (const cad::Attribute& attribute : attributes_) tags_.push_back(attribute.Tag());
+        read_ = true;
+    }
+
+    const cad::BlockReference& ref_;
+    bool read_ = false;
+    std::vector<cad::Attribute> attributes_;
+    std::vector<std::string> tags_;
+};
+
+void WriteAttribute(cad::BlockReference& ref, TaggedAttributes& attributes, const AcadAttribute& value,
+                    cad::Database& db, int lunits, int aunits, WriteTrace* trace) {
+    if (cad::Attribute* attribute = attributes.Find(value.tag)) {
+        SetAttributeText(*attribute, value.value, trace);
         return;
     }
-    if (WriteDynamicProperty(ref, value, db, lunits, aunits, trace)) return;
+    if (WriteDynamicProperty(ref, value, db, lunits, aunits, trace)) {
+        attributes.Forget();
+        return;
+    }
     std::string handle = HandleOfTag(value.tag);
     if (handle.empty()) return;
     cad::Object target = arxutils::HandleToId(db, handle);
@@ -137,7 +171,11 @@ std::string AttributeText(const cad::Attribute& attribute) {
 }
 
 bool SetAttributeText(cad::Attribute& attribute, const std::string& value, WriteTrace* trace) {
-    if (AttributeText(attribute) == value) return false;
+    // AttributeText without a copy of the text in the usual single-line case.
+    std::string scratch;
+    const bool same = attribute.IsMTextAttribute() ? attribute.PlainText() == value
+                                                   : attribute.GetTextView(1, scratch) == value;
+    if (same) return false;
     attribute.SetValue(value);
     if (trace) ++trace->textWrites;
     if (!base::Trim(value).empty()) {
@@ -170,15 +208,18 @@ bool WriteTo(const AcadBlockRef& row, cad::Database& db, int lunits, int aunits,
     if (row.handle.empty() || row.attributes.IsEmpty()) return false;
     cad::Object object = arxutils::HandleToId(db, row.handle);
     if (!object) return false;
-    std::string type = object.Type();
-    if (type == "MULTILEADER") return WriteLeader(row, cad::MLeader(object.GetDatabase(), object.Index()), trace);
-    if (type != "INSERT" && type != "MINSERT") return false;
+    if (object.IsA("MULTILEADER")) return WriteLeader(row, cad::MLeader(object.GetDatabase(), object.Index()), trace);
+    if (!object.IsA("INSERT") && !object.IsA("MINSERT")) return false;
     cad::BlockReference ref(object.GetDatabase(), object.Index());
+    TaggedAttributes attributes(ref);
 
-    // In world coordinates, as the sheet shows it and as the transform below moves it.
-    const cad::Point3 position = ref.WorldPosition();
-    const cad::Point3 scale = ref.ScaleFactors();
-    const double rotation = ref.Rotation();
+    // In world coordinates, as the sheet shows it and as the transform below moves it; read only
+    // for a row that sets a property.
+    const bool anyProperty = std::any_of(row.attributes.begin(), row.attributes.end(),
+                                         [](const AcadAttribute& value) { return value.kind != 0; });
+    const cad::Point3 position = anyProperty ? ref.WorldPosition() : cad::Point3();
+    const cad::Point3 scale = anyProperty ? ref.ScaleFactors() : cad::Point3();
+    const double rotation = anyProperty ? ref.Rotation() : 0.0;
     bool scaled = false, turned = false;
     cad::Point3 targetScale{1, 1, 1};
     cad::Point3 offset;
@@ -191,7 +232,7 @@ bool WriteTo(const AcadBlockRef& row, cad::Database& db, int lunits, int aunits,
     for (const AcadAttribute& value : row.attributes) {
         switch (value.kind) {
         case 0:
-            WriteAttribute(ref, value, db, lunits, aunits, trace);
+            WriteAttribute(ref, attributes, value, db, lunits, aunits, trace);
             break;
         case 1: case 2: case 4: {
             int axis = value.kind == 1 ? 0 : value.kind == 2 ? 1 : 2;

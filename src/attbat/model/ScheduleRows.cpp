@@ -1,5 +1,6 @@
 #include "attbat/model/ScheduleRows.h"
 
+#include <algorithm>
 #include <unordered_map>
 #include <utility>
 
@@ -273,24 +274,56 @@ void MergeRows(RowTable& rows, RowTable& keys, int first, const AcadBlockView& v
 
 }  // namespace
 
+namespace {
+
+// The size of `row` without its trailing empty cells.
+int FilledSize(const tables::CStringArrayEx& row) {
+    int size = row.GetSize();
+    while (size > 0 && row[size - 1].empty()) --size;
+    return size;
+}
+
+// The cells of `row` up to its last non-empty one, moved into a row of exactly their room;
+// `row` keeps its size with every cell empty.
+tables::CStringArrayEx TakeCells(tables::CStringArrayEx& row) {
+    const int size = FilledSize(row);
+    tables::CStringArrayEx taken;
+    taken.SetSize(size);
+    for (int c = 0; c < size; ++c) {
+        taken[c] = std::move(row[c]);
+        row[c].clear();
+    }
+    return taken;
+}
+
+}  // namespace
+
+void TrimTrailingEmpty(tables::CStringArrayEx& row) {
+    const int size = FilledSize(row);
+    if (size == row.GetSize()) return;
+    row.SetSize(size);
+    row.FreeExtra();
+}
+
 void BuildRows(AcadBlockArray& blockArray, RowTable& rows, RowTable& keys, AcadBlockView& view,
                const AcadBlockFilter& filter, const tables::CStringArrayEx& names,
-               const DrawingContext& drawing) {
+               const DrawingContext& drawing, int* fullWidth) {
     blockArray.BuildColumns(view);
     bool firstHeader = true;
     for (const std::string& name : names) {
         std::vector<AcadBlock*> found;
         blockArray.FindAllByName(name, found);
         const std::vector<const AcadBlock*> blocks(found.begin(), found.end());
-        AddGroup(blockArray, rows, keys, view, filter, blocks, firstHeader, drawing);
+        AddGroup(blockArray, rows, keys, view, filter, blocks, firstHeader, drawing, fullWidth);
     }
 }
 
 void AddGroup(const AcadBlockArray& blockArray, RowTable& rows, RowTable& keys,
               const AcadBlockView& view, const AcadBlockFilter& filter,
               const std::vector<const AcadBlock*>& blocks, bool& firstHeader,
-              const DrawingContext& drawing) {
+              const DrawingContext& drawing, int* fullWidth) {
     if (blocks.empty()) return;
+    const int rowsBefore = rows.GetSize();
     tables::CStringArrayEx ownColumns;
     if (view.headerStyle != 0) ownColumns = view.ColumnsOf(blocks);
     const tables::CStringArrayEx& columns = view.headerStyle != 0 ? ownColumns : view.columns;
@@ -318,16 +351,32 @@ void AddGroup(const AcadBlockArray& blockArray, RowTable& rows, RowTable& keys,
 
     const int cellCount = (view.showName ? 1 : 0) + 1 + (view.showCount ? 1 : 0) +
                           columns.GetSize();
+    // Rows to be merged are compared at full width; others are trimmed as they are made, so a
+    // schedule wider than most of its rows never holds every row at full width at once.
+    const bool trimEachRow = fullWidth != nullptr && !view.combineItems;
+    // The group's rows as handed over: each trimmed (again a quick look for those trimmed when
+    // made), and the group's width noted when it left any.
+    const auto handOver = [&] {
+        if (!fullWidth) return;
+        for (int r = rowsBefore; r < rows.GetSize(); ++r) {
+            TrimTrailingEmpty(rows[r]);
+            TrimTrailingEmpty(keys[r]);
+        }
+        if (rows.GetSize() > rowsBefore) *fullWidth = std::max(*fullWidth, cellCount);
+    };
     const int firstData = rows.GetSize();
+    // The row being made, sized once and filled by index rather than grown cell by cell. Trimmed
+    // rows take its cells and leave it empty for the next; full-width rows take it whole.
+    tables::CStringArrayEx values;
+    tables::CStringArrayEx rowKeys;
     for (const AcadBlock* block : blocks) {
         if (!BlockPassesFilter(*block, filter)) continue;
         for (const AcadBlockRef& row : block->refs) {
             if (!RowPassesFilter(row, blockArray.layers, filter, drawing)) continue;
-            // Sized once: a row is filled by index rather than grown cell by cell.
-            tables::CStringArrayEx values;
-            tables::CStringArrayEx rowKeys;
-            values.SetSize(cellCount);
-            rowKeys.SetSize(cellCount);
+            if (values.GetSize() != cellCount) {
+                values.SetSize(cellCount);
+                rowKeys.SetSize(cellCount);
+            }
             int cell = 0;
             if (view.showName) {
                 if (view.identityColumn == 2) {
@@ -354,8 +403,13 @@ void AddGroup(const AcadBlockArray& blockArray, RowTable& rows, RowTable& keys,
                 if (bit != 0) PropertyCell(row, bit, view.areaUnit, values[cell], rowKeys[cell], drawing);
             }
             attributeColumns.Fill(row, view, filled, values, rowKeys, firstColumnCell);
-            rows.Add(std::move(values));
-            keys.Add(std::move(rowKeys));
+            if (trimEachRow) {
+                rows.Add(TakeCells(values));
+                keys.Add(TakeCells(rowKeys));
+            } else {
+                rows.Add(std::exchange(values, {}));
+                keys.Add(std::exchange(rowKeys, {}));
+            }
         }
     }
 
@@ -365,9 +419,11 @@ void AddGroup(const AcadBlockArray& blockArray, RowTable& rows, RowTable& keys,
             rows.RemoveAt(firstData - 1);
             keys.RemoveAt(firstData - 1);
         }
+        handOver();
         return;
     }
     if (view.combineItems) MergeRows(rows, keys, firstData, view);
+    handOver();
 }
 
 bool CellText(const AcadBlockRef& row, std::string_view column, std::string& valueOut,

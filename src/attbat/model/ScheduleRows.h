@@ -36,16 +36,21 @@ inline constexpr std::string_view Separator = "%}.{%";
 
 // Builds the columns (header style 0), then one group per name of `names`, in list order, over
 // the normal blocks of that name (an empty name takes them all). Appends to both tables.
+// Every row of a group is as wide as the group; with `fullWidth` not null each row is handed
+// over without its trailing empty cells instead (cells past its end read empty), as it is made,
+// and *fullWidth is raised to the widest row's width before that.
 void BuildRows(AcadBlockArray& blockArray, RowTable& rows, RowTable& keys, AcadBlockView& view,
                const AcadBlockFilter& filter, const tables::CStringArrayEx& names,
-               const DrawingContext& drawing);
+               const DrawingContext& drawing, int* fullWidth = nullptr);
 // One group: its header (as header style, includeHeader and `firstHeader` say), one row per
 // reference that passes the filters, then merging of equal rows when combineItems is set.
-// An empty `blocks` adds nothing.
+// An empty `blocks` adds nothing. `fullWidth` as for BuildRows.
 void AddGroup(const AcadBlockArray& blockArray, RowTable& rows, RowTable& keys,
               const AcadBlockView& view, const AcadBlockFilter& filter,
               const std::vector<const AcadBlock*>& blocks, bool& firstHeader,
-              const DrawingContext& drawing);
+              const DrawingContext& drawing, int* fullWidth = nullptr);
+// Drops the trailing empty cells of `row` and the room they took.
+void TrimTrailingEmpty(tables::CStringArrayEx& row);
 // The value and key of one cell of `row` under a column name; false (both empty) when the row
 // has nothing for that column.
 bool CellText(const AcadBlockRef& row, std::string_view column, std::string& valueOut,

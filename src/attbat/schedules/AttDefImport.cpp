@@ -58,7 +58,7 @@ void WriteRecords(cad::Database& db, const std::string& drawing, const AcadAttri
 
 }  // namespace
 
-AcadAttributeDefArray BuildAttDefUpdates(const std::map<std::string, std::string>& map) {
+AcadAttributeDefArray BuildAttDefUpdates(const arxutils::KeyLines& map) {
     AcadAttributeDefArray records;
     for (const auto& [line, value] : map) {
         AttDefKey key;
@@ -122,7 +122,7 @@ bool ImportAttDefsByHandle(bool write, std::vector<AttDefChange>& changes, bool&
         host::ShowMessage("Please start Excel and open the exported workbook first.", "Velmar");
         return false;
     }
-    std::map<std::string, std::string> map;
+    arxutils::KeyLines map;
     try {
         const std::string question =
             base::Sprintf("Are you sure you want to import the attribute definitions from %s[%s]?",

@@ -1,10 +1,10 @@
 #pragma once
 // Velmar_importAttDefs: the definition comments of the active sheet read back with their cells'
 // texts, and the tags, prompts and default values they name written to their drawings.
-#include <map>
 #include <string>
 #include <vector>
 
+#include "arxutils/ExcelUtils.h"
 #include "attbat/model/AcadAttributeDefArray.h"
 
 namespace attbat {
@@ -22,7 +22,7 @@ struct AttDefChange {
 // (found without regard to case), its tag, prompt or default value set from each line's field
 // ("Tag", "Prompt", "DefaultValue", without regard to case; others set nothing). Lines that
 // don't parse are passed over.
-AcadAttributeDefArray BuildAttDefUpdates(const std::map<std::string, std::string>& map);
+AcadAttributeDefArray BuildAttDefUpdates(const arxutils::KeyLines& map);
 // Writes the records to their drawings, those whose files exist: the current one in place,
 // others read, changed and saved in their own version. A non-empty field that differs (exact
 // comparison) is set; an empty one never is. With `write` false nothing changes and the

@@ -4,10 +4,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <random>
+
 #include "attbat/frame/CRegistry.h"
 #include "attbat/import/CImpExOptDialog.h"
 #include "attbat/import/CImportByHandleDialog.h"
 #include "attbat/model/PropertyTable.h"
+#include "base/Format.h"
 #include "../export/ExportTestSupport.h"
 #include "host/Locations.h"
 
@@ -122,6 +126,50 @@ TEST(ImportByHandle, TheUpdateListHasOneRowPerDrawingAndHandleAndKeepsSkipLinesO
     EXPECT_EQ(rows[1].handle, "30");
     EXPECT_EQ(rows[1].attributes[0].value, "");
     ASSERT_EQ(skipped.size(), 1u);
+}
+
+TEST(ImportByHandle, TheUpdateListIsWhatParsingEachKeyAndAddingItsValueGives) {
+    std::mt19937 random(3);
+    std::uniform_int_distribution<int> pick(0, 40);
+    ImportMap map;
+    for (int i = 0; i < 4000; ++i) {
+        const int n = pick(random);
+        const std::string path = n % 4 == 0 ? "" : n % 4 == 1 ? " /work/FLOOR.dxf" : n % 4 == 2 ? kCurrent : "/b.dxf";
+        const std::string handle = n % 2 ? base::Sprintf("%x", n) : base::Sprintf("%X", n);
+        const std::string key = i % 97 == 0   ? "nonsense"
+                                : i % 5 == 0  ? base::Sprintf("%s<%s:Layer>", path, handle)
+                                              : base::Sprintf("%s<%s_T%d>", path, handle, i % 6);
+        map.Add(key, base::Sprintf(" %d ", i));
+    }
+    map.Sort();
+    for (int ignoreProperty = 0; ignoreProperty < 2; ++ignoreProperty) {
+        ImportByHandleOptions options;
+        options.IgnoreProperty = ignoreProperty;
+        AcadBlockRefArray expected;
+        std::vector<std::string> expectedSkips;
+        for (const auto& [text, value] : map) {
+            ImportKey key;
+            std::string skip;
+            if (ParseImportKey(text, options, kCurrent, key, skip))
+                expected.AddValue(key.DrawingPath, key.Handle, key.TagOrProperty, value, key.IsProperty);
+            else if (!skip.empty() && std::find(expectedSkips.begin(), expectedSkips.end(), skip) == expectedSkips.end())
+                expectedSkips.push_back(skip);
+        }
+        std::vector<std::string> skipped;
+        AcadBlockRefArray rows = BuildImportList(map, options, kCurrent, skipped);
+        EXPECT_EQ(skipped, expectedSkips);
+        ASSERT_EQ(rows.GetSize(), expected.GetSize());
+        for (int i = 0; i < rows.GetSize(); ++i) {
+            EXPECT_EQ(rows[i].handle, expected[i].handle);
+            EXPECT_EQ(rows[i].dwgFile, expected[i].dwgFile);
+            ASSERT_EQ(rows[i].attributes.GetSize(), expected[i].attributes.GetSize());
+            for (int a = 0; a < rows[i].attributes.GetSize(); ++a) {
+                EXPECT_EQ(rows[i].attributes[a].tag, expected[i].attributes[a].tag);
+                EXPECT_EQ(rows[i].attributes[a].value, expected[i].attributes[a].value);
+                EXPECT_EQ(rows[i].attributes[a].kind, expected[i].attributes[a].kind);
+            }
+        }
+    }
 }
 
 TEST_F(ImportSettings, TheOptionsLoadAndStoreUnderTheirValueNamesButCurrentDrawingOnly) {

@@ -195,13 +195,23 @@ private:
 
 TEST(LinkCommentLinesTest, ACommentWhoseLinesAllFailTheTestsReadsNoCell) {
     CountingComment comment("_DE\n:Layer\nplain words\n\n");
-    ExcelUtils::StringMap map;
+    arxutils::KeyLines map;
     ExcelUtils::AddKeyLines(comment, map, false);
     EXPECT_EQ(comment.parents, 0);
     EXPECT_TRUE(map.empty());
     CountingComment property("plan.dxf<DE:Layer>");
     EXPECT_NO_THROW(ExcelUtils::AddKeyLines(property, map, true));
     EXPECT_EQ(property.parents, 0);
+}
+
+TEST_F(LinkTest, TheLinesOfASheetComeInKeyOrderWithTheLastCellOfARepeatedKey) {
+    Book({{"A2", "first", Key("<DE_WIDTH>")}, {"A3", "D99", Key("<DE_MARK>")}, {"A4", "second", Key("<DE_WIDTH>")}});
+    ASSERT_TRUE(ExcelUtils::ConnectToExcel(false));
+    ImportMap map;
+    EXPECT_TRUE(ReadCommentAndText(map, true));
+    ASSERT_EQ(map.size(), 2u);
+    EXPECT_EQ(map.Entries()[0].value, "D99");
+    EXPECT_EQ(map.Entries()[1].value, "second");
 }
 
 TEST_F(LinkTest, ASheetWhoseCommentsCannotBeHadIsSaidInABox) {

@@ -94,48 +94,6 @@ TEST(AcadBlockRefArray, AddValueCollectsValuesPerRowAndMarksProperties) {
     EXPECT_EQ(list[1].attributes.GetSize(), 1);
 }
 
-TEST(AcadBlockRefArray, AddValueWithAnIndexGivesTheSameListAsWithout) {
-    std::mt19937 random(3);
-    std::uniform_int_distribution<int> pick(0, 40);
-    AcadBlockRefArray plain;
-    AcadBlockRefArray indexed;
-    AcadBlockRefIndex index;
-    plain.Add(Row("7", 0, "C:\\pre.dwg"));
-    indexed.Add(Row("7", 0, "C:\\pre.dwg"));
-    for (int i = 0; i < 2000; ++i) {
-        const int n = pick(random);
-        const std::string file = n % 3 == 0 ? "C:\\a.dwg" : n % 3 == 1 ? "c:\\A.DWG" : "C:\\pre.dwg";
-        const std::string handle = n % 2 ? base::Sprintf("%x", n) : base::Sprintf("%X", n);
-        const std::string tag = i % 50 == 0 ? "" : base::Sprintf("T%d", i % 4);
-        plain.AddValue(file, handle, tag, std::to_string(i), i % 4 == 0);
-        indexed.AddValue(file, handle, tag, std::to_string(i), i % 4 == 0, index);
-    }
-    ASSERT_EQ(indexed.GetSize(), plain.GetSize());
-    for (int i = 0; i < plain.GetSize(); ++i) {
-        EXPECT_EQ(indexed[i].handle, plain[i].handle);
-        EXPECT_EQ(indexed[i].dwgFile, plain[i].dwgFile);
-        ASSERT_EQ(indexed[i].attributes.GetSize(), plain[i].attributes.GetSize());
-        for (int a = 0; a < plain[i].attributes.GetSize(); ++a) {
-            EXPECT_EQ(indexed[i].attributes[a].value, plain[i].attributes[a].value);
-            EXPECT_EQ(indexed[i].attributes[a].kind, plain[i].attributes[a].kind);
-        }
-    }
-}
-
-TEST(AcadBlockRefArray, AnIndexCatchesUpWithRowsAddedOtherwise) {
-    AcadBlockRefArray list;
-    AcadBlockRefIndex index;
-    list.AddValue("C:\\a.dwg", "1", "T", "x", false, index);
-    list.Add(Row("2F3"));
-    list.AddValue("C:\\A.dwg", "2f3", "T", "y", false, index);
-    ASSERT_EQ(list.GetSize(), 2);
-    EXPECT_EQ(list[1].attributes.GetSize(), 1);
-    list.RemoveAll();
-    list.AddValue("C:\\a.dwg", "1", "T", "z", false, index);
-    ASSERT_EQ(list.GetSize(), 1);
-    EXPECT_EQ(list[0].attributes[0].value, "z");
-}
-
 TEST(AcadBlock, StartsWithTheNinePropertyColumnsAndBothFlagsSet) {
     const AcadBlock block;
     ASSERT_EQ(block.defs.GetSize(), 9);

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 
 #include "ModelTestSupport.h"
@@ -347,6 +348,39 @@ Tables Build(AcadBlockArray& blocks, AcadBlockView& view, const AcadBlockFilter&
         EXPECT_EQ(tables.rows[i].GetSize(), tables.keys[i].GetSize()) << i;
     }
     return tables;
+}
+
+TEST(BuildRows, WithAWidthToFillRowsComeTrimmedAndTheWidthIsTheWidestRowsBeforeThat) {
+    for (int combine = 0; combine < 2; ++combine) {
+        for (int headerStyle = 0; headerStyle < 2; ++headerStyle) {
+            for (int includeHeader = 0; includeHeader < 2; ++includeHeader) {
+                AcadBlockArray blocks = SampleBlocks();
+                AcadBlockView view;
+                view.combineItems = combine;
+                view.headerStyle = headerStyle;
+                view.includeHeader = includeHeader;
+                AcadBlockView copy = view;
+                const Tables full = Build(blocks, view);
+                Tables trimmed;
+                int width = 0;
+                const FakeDrawing drawing;
+                BuildRows(blocks, trimmed.rows, trimmed.keys, copy, {}, tables::CStringArrayEx{"DOOR", "WINDOW"},
+                          drawing, &width);
+                int widest = 0;
+                for (const tables::CStringArrayEx& row : full.rows) widest = std::max(widest, row.GetSize());
+                EXPECT_EQ(width, widest);
+                ASSERT_EQ(trimmed.rows.GetSize(), full.rows.GetSize());
+                for (int r = 0; r < full.rows.GetSize(); ++r) {
+                    tables::CStringArrayEx row = full.rows[r];
+                    tables::CStringArrayEx keys = full.keys[r];
+                    TrimTrailingEmpty(row);
+                    TrimTrailingEmpty(keys);
+                    EXPECT_EQ(trimmed.rows[r], row) << r;
+                    EXPECT_EQ(trimmed.keys[r], keys) << r;
+                }
+            }
+        }
+    }
 }
 
 TEST(BuildRows, HeaderStyleZeroWritesOneHeaderOverTheWholeTable) {

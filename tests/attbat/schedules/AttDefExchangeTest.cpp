@@ -228,7 +228,7 @@ TEST_F(AttDefExchangeTest, NoWorkbookSaysToOpenTheExportedOne) {
 TEST_F(AttDefExchangeTest, ACommentWithAnUnderscoreInItsPathReachesTheImportAndOneWithoutDoesnt) {
     Book({{"Defs", "A1", "x", "C:\\A\\plan_1.dwg<2F.Prompt>"}, {"Defs", "A2", "y", "C:\\A\\plan1.dwg<2F.Prompt>"}});
     ASSERT_TRUE(ExcelUtils::ConnectToExcel(false));
-    std::map<std::string, std::string> map;
+    arxutils::KeyLines map;
     ASSERT_TRUE(ExcelUtils::ReadCommentAndText(map, true));
     ExcelUtils::Disconnect();
     const AcadAttributeDefArray records = BuildAttDefUpdates(map);

@@ -1,0 +1,97 @@
+#include <gtest/gtest.h>
+
+#include <map>
+#include <random>
+#include <string>
+
+#include "arxutils/ExcelUtils.h"
+
+namespace {
+
+using arxutils::KeyLines;
+
+// The lines as a map assigned in the same order holds them.
+std::map<std::string, std::string> AsMap(const KeyLines& lines) {
+    std::map<std::string, std::string> map;
+    for (const auto& [key, value] : lines) map.emplace(key, value);
+    return map;
+}
+
+TEST(KeyLines, SortGivesKeyOrderAndTheLastValueOfAKey) {
+    KeyLines lines;
+    lines.Add("b", "1");
+    lines.Add("a", "2");
+    lines.Add("b", "3");
+    lines.Add("", "4");
+    lines.Sort();
+    ASSERT_EQ(lines.size(), 3u);
+    EXPECT_EQ(lines.Entries()[0].key, "");
+    EXPECT_EQ(lines.Entries()[1].key, "a");
+    EXPECT_EQ(lines.Entries()[2].key, "b");
+    EXPECT_EQ(lines.Entries()[2].value, "3");
+    ASSERT_NE(lines.Find("a"), nullptr);
+    EXPECT_EQ(*lines.Find("a"), "2");
+    EXPECT_EQ(lines.Find("c"), nullptr);
+}
+
+TEST(KeyLines, LinesAddedAfterASortReplaceTheEarlierValues) {
+    KeyLines lines{{"k", "old"}, {"m", "kept"}};
+    lines.Add("k", "new");
+    lines.Sort();
+    EXPECT_EQ(lines, (KeyLines{{"k", "new"}, {"m", "kept"}}));
+}
+
+TEST(KeyLines, GivesWhatAMapAssignedInTheSameOrderHolds) {
+    std::mt19937 random(7);
+    std::uniform_int_distribution<int> pick(0, 3000);
+    KeyLines lines;
+    std::map<std::string, std::string> map;
+    for (int i = 0; i < 20000; ++i) {
+        const std::string key = "plan.dxf<" + std::to_string(pick(random)) + "_T>";
+        const std::string value = std::string(static_cast<std::size_t>(i % 40), 'v') + std::to_string(i);
+        lines.Add(key, value);
+        map[key] = value;
+        if (i == 10000) lines.Sort();
+    }
+    lines.Sort();
+    EXPECT_EQ(AsMap(lines), map);
+    EXPECT_EQ(lines.size(), map.size());
+}
+
+TEST(KeyLines, KeysThatArePrefixesOfOthersOrHoldZeroBytesSortAsStrings) {
+    std::mt19937 random(11);
+    std::uniform_int_distribution<int> length(0, 30);
+    std::uniform_int_distribution<int> letter(0, 3);
+    const std::string alphabet("a\0b\xFF", 4);
+    KeyLines lines;
+    std::map<std::string, std::string> map;
+    for (int i = 0; i < 20000; ++i) {
+        std::string key = i % 3 == 0 ? "shared/beginning/of/many/keys<" : "";
+        for (int n = length(random); n > 0; --n) key += alphabet[static_cast<std::size_t>(letter(random))];
+        lines.Add(key, std::to_string(i));
+        map[key] = std::to_string(i);
+    }
+    lines.Sort();
+    EXPECT_EQ(AsMap(lines), map);
+    ASSERT_EQ(lines.size(), map.size());
+    auto expected = map.begin();
+    for (const auto& [key, value] : lines) {
+        EXPECT_EQ(key, expected->first);
+        ++expected;
+    }
+}
+
+TEST(KeyLines, ACopyHoldsItsOwnTexts) {
+    KeyLines copy;
+    {
+        KeyLines lines{{"a", std::string(3000000, 'x')}, {"b", "short"}};
+        copy = lines;
+    }
+    ASSERT_EQ(copy.size(), 2u);
+    EXPECT_EQ(copy.Entries()[0].value.size(), 3000000u);
+    EXPECT_EQ(copy.Entries()[1].value, "short");
+    copy.clear();
+    EXPECT_TRUE(copy.empty());
+}
+
+}  // namespace
