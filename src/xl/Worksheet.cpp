@@ -7,8 +7,11 @@
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
+#include <functional>
+#include <future>
 #include <limits>
 #include <optional>
+#include <system_error>
 #include <unordered_map>
 
 #include "base/Text.h"
@@ -180,6 +183,7 @@ struct Worksheet::Data {
     base::Status notesStatus;       // why the notes could not be read, once notesLoaded
     std::vector<StoredNote> notes;  // sorted by row, column
     Note noteAt;                    // what NoteAt() last gave
+    std::size_t noteHint = std::size_t(-1);  // where FindNote() last found one
     std::string xml;                   // the sheet part, parsed in place
     std::vector<std::string> authors;  // of the comments part as read
     std::string commentsRoot;          // its root's namespace declarations
@@ -912,38 +916,58 @@ int Worksheet::LastFilledColumn() {
     return last;
 }
 
+namespace {
+
+// The notes of a comments part, read on their own so that it can be done beside the sheet.
+base::Result<NotesPart> ReadNotesPart(const Package& pkg, const std::string& name) {
+    // The part's text lives only while it is read.
+    auto xml = pkg.Read(name);
+    if (!xml) return xml.GetStatus();
+    XmlScanner::MakeUtf8(*xml);
+    return ReadNotes(*xml, pkg.Label() + ": " + name);
+}
+
+}  // namespace
+
 base::Status Worksheet::LoadNotes() {
     if (data_->notesLoaded) return data_->notesStatus;
     data_->notesLoaded = true;
     // Notes that can't be read are an error, never none: a note added then would be saved in a
     // new comments part over the old one.
     auto fail = [&](base::Status st) { return data_->notesStatus = std::move(st); };
-    if (base::Status st = Load(); !st) return fail(st);
     Package& pkg = book_.GetPackage();
-    data_->commentsPart = pkg.TargetOf(part_, "comments");
-    if (!data_->commentsPart.empty()) {
-        if (!pkg.Has(data_->commentsPart))
-            return fail(base::Status::Error(pkg.Label() + ": the comments part " +
-                                            data_->commentsPart + " of " + part_ + " is missing"));
-        data_->commentsPart = pkg.Find(data_->commentsPart);
+    std::string commentsPart = part_.empty() ? std::string() : pkg.TargetOf(part_, "comments");
+    const bool commentsExist = !commentsPart.empty() && pkg.Has(commentsPart);
+    if (commentsExist) commentsPart = pkg.Find(commentsPart);
+    // A sheet not read yet is read here while its comments part is read on a second thread: the
+    // two are separate parts, and reading the sheet only reads the package, never changes it.
+    std::future<base::Result<NotesPart>> early;
+    if (!loaded_ && commentsExist) {
+        try {
+            early = std::async(std::launch::async, ReadNotesPart, std::cref(pkg), commentsPart);
+        } catch (const std::system_error&) {
+            // No thread to be had: the part is read below, after the sheet.
+        }
     }
+    base::Status loaded = Load();
+    std::optional<base::Result<NotesPart>> part;
+    if (early.valid()) part = early.get();
+    if (!loaded) return fail(loaded);
+    data_->commentsPart = commentsPart;
+    if (!data_->commentsPart.empty() && !commentsExist)
+        return fail(base::Status::Error(pkg.Label() + ": the comments part " + data_->commentsPart +
+                                        " of " + part_ + " is missing"));
     // The notes' drawing is the one named by legacyDrawing, not the header/footer one.
     std::string id = Attr(Child(Root(), "legacyDrawing"), "id").value();
     for (const Relationship& r : pkg.Relationships(part_))
         if (r.id == id && !r.external) data_->vmlPart = pkg.Has(r.target) ? pkg.Find(r.target) : "";
     if (data_->commentsPart.empty()) return data_->notesStatus;
-    base::Result<NotesPart> part = base::Status::Error("");
-    {
-        // The part's text lives only while it is read.
-        auto xml = pkg.Read(data_->commentsPart);
-        if (!xml) return fail(xml.GetStatus());
-        XmlScanner::MakeUtf8(*xml);
-        part = ReadNotes(*xml, pkg.Label() + ": " + data_->commentsPart);
-    }
-    if (!part) return fail(part.GetStatus());
-    data_->notes = std::move(part->notes);
-    data_->authors = std::move(part->authors);
-    data_->commentsRoot = std::move(part->rootAttributes);
+    if (!part) part = ReadNotesPart(pkg, data_->commentsPart);
+    if (!*part) return fail(part->GetStatus());
+    NotesPart& read = **part;
+    data_->notes = std::move(read.notes);
+    data_->authors = std::move(read.authors);
+    data_->commentsRoot = std::move(read.rootAttributes);
     auto byCell = [](const StoredNote& a, const StoredNote& b) {
         return a.row != b.row ? a.row < b.row : a.column < b.column;
     };
@@ -982,12 +1006,32 @@ std::vector<StoredNote>::iterator FirstNoteFrom(std::vector<StoredNote>& notes, 
 
 }  // namespace
 
-const Note* Worksheet::NoteAt(int row, int column) {
+const StoredNote* Worksheet::FindNote(int row, int column) {
     LoadNotes();
-    auto it = FirstNoteFrom(data_->notes, row, column);
-    if (it == data_->notes.end() || it->row != row || it->column != column) return nullptr;
-    data_->noteAt = Note{row, column, data_->authors[it->author], it->text};
+    std::vector<StoredNote>& notes = data_->notes;
+    auto at = [&](std::size_t i) {
+        return i < notes.size() && notes[i].row == row && notes[i].column == column;
+    };
+    // Notes are mostly asked for in their order: the one after the last found is tried first.
+    std::size_t i = data_->noteHint + 1;
+    if (!at(i)) {
+        i = static_cast<std::size_t>(FirstNoteFrom(notes, row, column) - notes.begin());
+        if (!at(i)) return nullptr;
+    }
+    data_->noteHint = i;
+    return &notes[i];
+}
+
+const Note* Worksheet::NoteAt(int row, int column) {
+    const StoredNote* note = FindNote(row, column);
+    if (!note) return nullptr;
+    data_->noteAt = Note{row, column, data_->authors[note->author], note->text};
     return &data_->noteAt;
+}
+
+const std::string* Worksheet::NoteText(int row, int column) {
+    const StoredNote* note = FindNote(row, column);
+    return note ? &note->text : nullptr;
 }
 
 base::Status Worksheet::SetNote(int row, int column, std::string_view text,
