@@ -1139,12 +1139,23 @@ base::Status Worksheet::SaveNotes() {
                 XmlScanner::MakeUtf8(current);
             }
     }
+    // The drawing is made on a second thread while the comments part is made here: both only
+    // read the notes, which nothing changes meanwhile, each into a stream of its own.
     DeflateStream comments, vml;
+    auto makeVml = [&] {
+        WriteVml(vml, originalVml, data_->notes, base);
+        originalVml = std::string();
+    };
+    std::future<void> drawing;
+    try {
+        drawing = std::async(std::launch::async, makeVml);
+    } catch (const std::system_error&) {
+        makeVml();  // no thread to be had
+    }
     WriteComments(comments, data_->commentsRoot, data_->authors, data_->notes, current);
     current = std::string();
+    if (drawing.valid()) drawing.get();
     pkg.Write(data_->commentsPart, comments.Finish());
-    WriteVml(vml, originalVml, data_->notes, base);
-    originalVml = std::string();
     pkg.Write(data_->vmlPart, vml.Finish());
     // What was written is now what the parts hold.
     for (StoredNote& n : data_->notes) {
