@@ -105,10 +105,17 @@ bool HasNameBreak(std::string_view name) {
     return false;
 }
 
+// A qualified name without its prefix; names are a few characters long, so they are walked
+// rather than searched.
+std::string_view WithoutPrefix(std::string_view name) {
+    for (std::size_t i = 0; i < name.size(); ++i)
+        if (name[i] == ':') return name.substr(i + 1);
+    return name;
+}
+
 bool MatchesLocal(std::string_view name, std::string_view local) {
     if (name.substr(0, 5) == "xmlns") return false;
-    std::size_t colon = name.find(':');
-    return (colon == std::string_view::npos ? name : name.substr(colon + 1)) == local;
+    return WithoutPrefix(name) == local;
 }
 
 }  // namespace
@@ -139,10 +146,7 @@ void XmlScanner::MakeUtf8(std::string& text) {
     text = std::move(out);
 }
 
-std::string_view XmlScanner::LocalName() const {
-    std::size_t colon = name_.find(':');
-    return colon == std::string_view::npos ? name_ : name_.substr(colon + 1);
-}
+std::string_view XmlScanner::LocalName() const { return WithoutPrefix(name_); }
 
 XmlScanner::Token XmlScanner::Fail(std::size_t at, std::string_view what) {
     error_ = base::Sprintf("malformed XML at byte %d: %s", static_cast<long>(at), std::string(what).c_str());
