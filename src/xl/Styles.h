@@ -57,8 +57,9 @@ public:
     ~Styles();
     // Reads the style sheet; an empty `xml` makes the default one of a new workbook.
     base::Status Load(std::string_view xml, std::string_view label);
-    // The format code of a cell format; "General" for an unknown index.
-    std::string NumberFormatCode(std::uint32_t xf) const;
+    // The format code of a cell format; "General" for an unknown index. Valid until the styles
+    // change.
+    const std::string& NumberFormatCode(std::uint32_t xf) const;
     // Everything a cell format says; defaults for an unknown index.
     CellFormat Format(std::uint32_t xf) const;
     // Number of cell formats.
@@ -76,6 +77,7 @@ public:
 private:
     CellFormat Compute(std::uint32_t xf) const;
     std::unique_ptr<pugi::xml_document> doc_;
+    const CellFormat& Cached(std::uint32_t xf) const;
     mutable std::vector<CellFormat> cache_;  // by xf, rebuilt after a change
     std::map<std::string, std::uint32_t> xfIndex_;
     bool changed_ = false;

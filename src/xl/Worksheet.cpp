@@ -626,6 +626,12 @@ CellValue Worksheet::Value(int row, int column) {
 }
 
 std::string Worksheet::TextOf(const Cell& c) const {
+    // Strings, the commonest cells, are formatted straight from the text they keep (inline
+    // strings are unescaped as they are read).
+    if (c.kind == Cell::Kind::Shared && !c.value.empty() && book_.strings_)
+        return FormatText(book_.strings_->Text(std::strtoul(c.value.c_str(), nullptr, 10)),
+                          book_.styles_->NumberFormatCode(c.style));
+    if (c.kind == Cell::Kind::Inline) return FormatText(c.value, book_.styles_->NumberFormatCode(c.style));
     CellValue v = ValueOf(c);
     switch (v.type) {
     case CellType::Empty: return {};
