@@ -60,8 +60,8 @@ public:
     // The format code of a cell format; "General" for an unknown index. Valid until the styles
     // change.
     const std::string& NumberFormatCode(std::uint32_t xf) const;
-    // Everything a cell format says; defaults for an unknown index.
-    CellFormat Format(std::uint32_t xf) const;
+    // Everything a cell format says; defaults for an unknown index. Valid until the styles change.
+    const CellFormat& Format(std::uint32_t xf) const;
     // Number of cell formats.
     std::size_t Count() const;
     // The cell format that is `xf` with `change` applied: an existing equal one, or a new one.
@@ -77,7 +77,6 @@ public:
 private:
     CellFormat Compute(std::uint32_t xf) const;
     std::unique_ptr<pugi::xml_document> doc_;
-    const CellFormat& Cached(std::uint32_t xf) const;
     mutable std::vector<CellFormat> cache_;  // by xf, rebuilt after a change
     std::map<std::string, std::uint32_t> xfIndex_;
     bool changed_ = false;

@@ -1044,7 +1044,11 @@ base::Status Worksheet::SetNote(int row, int column, std::string_view text,
                                 std::string_view author) {
     if (base::Status st = LoadNotes(); !st) return st;
     notesChanged_ = true;
-    auto it = FirstNoteFrom(data_->notes, row, column);
+    // Notes are mostly added in order: one after the last needs no search.
+    std::vector<StoredNote>& notes = data_->notes;
+    auto it = notes.empty() || std::make_pair(notes.back().row, notes.back().column) < std::make_pair(row, column)
+                  ? notes.end()
+                  : FirstNoteFrom(notes, row, column);
     std::uint32_t authorId = AuthorIndex(data_->authors, author);
     if (it != data_->notes.end() && it->row == row && it->column == column) {
         it->text.assign(text);
@@ -1486,7 +1490,7 @@ void Worksheet::AutoFitRows(int firstRow, int lastRow) {
     for (auto it = data_->rows.lower_bound(firstRow); it != data_->rows.end() && it->first <= lastRow; ++it) {
         int lines = 1;
         for (const Cell& c : it->second.cells) {
-            CellFormat f = styles.Format(c.style);
+            const CellFormat& f = styles.Format(c.style);
             if (!f.wrap) continue;
             std::string text = TextOf(c);
             double width = ColumnWidth(c.column) * book_.DigitWidth() + 5;

@@ -66,9 +66,28 @@ std::string_view LocalName(const pugi::xml_node& node) {
     return colon == std::string_view::npos ? name : name.substr(colon + 1);
 }
 
+namespace {
+
+// True when an element's name without its prefix is `local`; names are a few characters long,
+// so they are walked once rather than measured and searched.
+bool HasLocalName(const char* name, std::string_view local) {
+    const char* start = name;
+    for (const char* p = name; *p; ++p)
+        if (*p == ':') {
+            start = p + 1;
+            break;
+        }
+    std::size_t i = 0;
+    for (; i < local.size(); ++i)
+        if (start[i] != local[i]) return false;
+    return start[i] == '\0';
+}
+
+}  // namespace
+
 pugi::xml_node Child(const pugi::xml_node& node, std::string_view localName) {
     for (pugi::xml_node c = node.first_child(); c; c = c.next_sibling())
-        if (c.type() == pugi::node_element && LocalName(c) == localName) return c;
+        if (c.type() == pugi::node_element && HasLocalName(c.name(), localName)) return c;
     return {};
 }
 
