@@ -199,6 +199,10 @@ struct Worksheet::Data {
     // search of the map. Map nodes never move; the map is replaced only by a load or a shift.
     int lastRowNo = 0;
     Row* lastRow = nullptr;
+    // The sheet's <cols>, once looked for: every new cell asks it for a column style. It is
+    // added by SetColumnWidth and never removed; only a load replaces the tree.
+    pugi::xml_node cols;
+    bool colsKnown = false;
 };
 
 Worksheet::Worksheet(Workbook& book, std::string name, std::string part, SheetKind kind)
@@ -208,6 +212,14 @@ Worksheet::Worksheet(Workbook& book, std::string name, std::string part, SheetKi
 Worksheet::~Worksheet() = default;
 
 pugi::xml_node Worksheet::Root() { return data_->doc.document_element(); }
+
+pugi::xml_node Worksheet::Cols() {
+    if (!data_->colsKnown) {
+        data_->cols = Child(Root(), "cols");
+        data_->colsKnown = true;
+    }
+    return data_->cols;
+}
 
 void Worksheet::Touch() { changed_ = true; }
 
@@ -249,6 +261,7 @@ base::Status Worksheet::Load() {
         data_->lastRow = nullptr;
         data_->doc.reset();
         data_->doc.append_child("worksheet");
+        data_->colsKnown = false;
         return loadStatus_;
     };
     if (kind_ != SheetKind::Worksheet && kind_ != SheetKind::Macrosheet && kind_ != SheetKind::Dialogsheet)
@@ -286,6 +299,7 @@ base::Status Worksheet::Load() {
         data_->xml = std::move(*xml);
     }
     if (base::Status st = ParseXmlInPlace(data_->doc, data_->xml, label); !st) return fail(st);
+    data_->colsKnown = false;
     std::string_view root = LocalName(Root());
     if (root != "worksheet" && root != "macrosheet" && root != "dialogsheet")
         return fail(base::Status::Error(label + ": the part holds <" + std::string(Root().name()) +
@@ -579,7 +593,7 @@ Worksheet::Cell& Worksheet::MakeCell(int row, int column) {
         cell.style = static_cast<std::uint32_t>(std::atoi(s));
         cell.hasStyle = true;
     } else {
-        for (pugi::xml_node c = Child(Child(Root(), "cols"), "col"); c; c = c.next_sibling())
+        for (pugi::xml_node c = Child(Cols(), "col"); c; c = c.next_sibling())
             if (Attr(c, "min").as_int() <= column && column <= Attr(c, "max").as_int() && Attr(c, "style")) {
                 cell.style = Attr(c, "style").as_uint();
                 cell.hasStyle = true;
@@ -1322,7 +1336,7 @@ double DefaultWidth(double base, double digit) {
 double Worksheet::ColumnWidth(int column) {
     double digit = book_.DigitWidth();
     if (!Load()) return DefaultWidth(8, digit);
-    for (pugi::xml_node c = Child(Child(Root(), "cols"), "col"); c; c = c.next_sibling())
+    for (pugi::xml_node c = Child(Cols(), "col"); c; c = c.next_sibling())
         if (Attr(c, "min").as_int() <= column && column <= Attr(c, "max").as_int()) {
             if (Attr(c, "hidden").as_bool()) return 0;
             if (Attr(c, "width")) return ShownWidth(Attr(c, "width").as_double(), digit);
@@ -1335,6 +1349,8 @@ double Worksheet::ColumnWidth(int column) {
 void Worksheet::SetColumnWidth(int column, double width) {
     if (!Load() || column < 1 || column > kMaxColumn) return;
     pugi::xml_node cols = EnsureChild(Root(), "cols");
+    data_->cols = cols;
+    data_->colsKnown = true;
     double digit = book_.DigitWidth();
     double stored = std::trunc((width * digit + 5) / digit * 256) / 256;
     // Split a <col> span around the column so that only it changes.

@@ -223,6 +223,8 @@ private:
     void MoveSharedMaster(int masterRow, Cell& master, const CellRange& written);
     void SetTabSelected(bool selected);
     pugi::xml_node Root();
+    // The <cols> element, or an empty node when the sheet has none.
+    pugi::xml_node Cols();
     base::Status ReadRows(XmlScanner& scanner, const std::string& label);
     base::Status SaveTo(DeflateStream& sheetXml);
     base::Status SaveNotes();

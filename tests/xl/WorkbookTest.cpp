@@ -92,6 +92,21 @@ TEST(Workbook, NoteTextFindsNotesInAnyOrderAndNoneWhereACellHasNone) {
     EXPECT_EQ(*sheet->NoteText(1, 3), "b");
 }
 
+TEST(Workbook, ColumnsAddedAfterCellsWereWrittenAreSeen) {
+    // A written cell looked for the sheet's columns when there were none yet.
+    auto book = xl::Workbook::Create();
+    xl::Worksheet* sheet = book->Sheet(0);
+    ASSERT_TRUE(sheet->SetString(1, 1, "Tag").IsOk());
+    const double before = sheet->ColumnWidth(2);
+    sheet->SetColumnWidth(2, 20);
+    EXPECT_NE(sheet->ColumnWidth(2), before);
+    EXPECT_NEAR(sheet->ColumnWidth(2), 20, 0.5);
+    ASSERT_TRUE(sheet->SetString(1, 2, "more").IsOk());
+    auto again = Reopen(*book);
+    EXPECT_NEAR(again->Sheet(0)->ColumnWidth(2), 20, 0.5);
+    EXPECT_EQ(again->Sheet(0)->Text(1, 2), "more");
+}
+
 TEST(Workbook, AChangedSheetIsNotUnloaded) {
     auto again = [] {
         auto book = xl::Workbook::Create();
