@@ -1091,6 +1091,11 @@ bool Worksheet::DeleteNote(int row, int column) {
 
 int Worksheet::ClearNotes(const CellRange& range) {
     LoadNotes();
+    // Notes all before the range's first cell, as while a sheet is filled in order, are none of it.
+    const std::vector<StoredNote>& notes = data_->notes;
+    if (notes.empty() ||
+        std::make_pair(notes.back().row, notes.back().column) < std::make_pair(range.firstRow, range.firstColumn))
+        return 0;
     // Only the rows of the range are visited.
     auto first = FirstNoteFrom(data_->notes, range.firstRow, range.firstColumn);
     auto last = range.lastRow == std::numeric_limits<int>::max()
