@@ -656,6 +656,9 @@ std::string FormatNumber(double value, std::string_view code, bool date1904) {
 }
 
 std::string FormatText(std::string_view text, std::string_view code) {
+    // Only a text section (one with @, or the fourth) changes how text shows.
+    if (code.find('@') == std::string_view::npos && code.find(';') == std::string_view::npos)
+        return std::string(text);
     std::vector<std::string> raw = SplitSections(code);
     const std::string* textSection = nullptr;
     if (raw.size() >= 4) textSection = &raw[3];

@@ -90,13 +90,13 @@ base::Status Styles::Load(std::string_view xml, std::string_view label) {
     return ParseXml(*doc_, xml, label);
 }
 
-std::string Styles::NumberFormatCode(std::uint32_t xf) const { return Format(xf).numberFormat; }
+const std::string& Styles::NumberFormatCode(std::uint32_t xf) const { return Format(xf).numberFormat; }
 
 std::size_t Styles::Count() const {
     return Items(Child(doc_->document_element(), "cellXfs"), "xf").size();
 }
 
-CellFormat Styles::Format(std::uint32_t xfIndex) const {
+const CellFormat& Styles::Format(std::uint32_t xfIndex) const {
     if (cache_.empty()) {
         std::size_t n = Count();
         cache_.reserve(n + 1);

@@ -57,10 +57,11 @@ public:
     ~Styles();
     // Reads the style sheet; an empty `xml` makes the default one of a new workbook.
     base::Status Load(std::string_view xml, std::string_view label);
-    // The format code of a cell format; "General" for an unknown index.
-    std::string NumberFormatCode(std::uint32_t xf) const;
-    // Everything a cell format says; defaults for an unknown index.
-    CellFormat Format(std::uint32_t xf) const;
+    // The format code of a cell format; "General" for an unknown index. Valid until the styles
+    // change.
+    const std::string& NumberFormatCode(std::uint32_t xf) const;
+    // Everything a cell format says; defaults for an unknown index. Valid until the styles change.
+    const CellFormat& Format(std::uint32_t xf) const;
     // Number of cell formats.
     std::size_t Count() const;
     // The cell format that is `xf` with `change` applied: an existing equal one, or a new one.

@@ -7,8 +7,11 @@
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
+#include <functional>
+#include <future>
 #include <limits>
 #include <optional>
+#include <system_error>
 #include <unordered_map>
 
 #include "base/Text.h"
@@ -180,6 +183,7 @@ struct Worksheet::Data {
     base::Status notesStatus;       // why the notes could not be read, once notesLoaded
     std::vector<StoredNote> notes;  // sorted by row, column
     Note noteAt;                    // what NoteAt() last gave
+    std::size_t noteHint = std::size_t(-1);  // where FindNote() last found one
     std::string xml;                   // the sheet part, parsed in place
     std::vector<std::string> authors;  // of the comments part as read
     std::string commentsRoot;          // its root's namespace declarations
@@ -195,6 +199,10 @@ struct Worksheet::Data {
     // search of the map. Map nodes never move; the map is replaced only by a load or a shift.
     int lastRowNo = 0;
     Row* lastRow = nullptr;
+    // The sheet's <cols>, once looked for: every new cell asks it for a column style. It is
+    // added by SetColumnWidth and never removed; only a load replaces the tree.
+    pugi::xml_node cols;
+    bool colsKnown = false;
 };
 
 Worksheet::Worksheet(Workbook& book, std::string name, std::string part, SheetKind kind)
@@ -204,6 +212,14 @@ Worksheet::Worksheet(Workbook& book, std::string name, std::string part, SheetKi
 Worksheet::~Worksheet() = default;
 
 pugi::xml_node Worksheet::Root() { return data_->doc.document_element(); }
+
+pugi::xml_node Worksheet::Cols() {
+    if (!data_->colsKnown) {
+        data_->cols = Child(Root(), "cols");
+        data_->colsKnown = true;
+    }
+    return data_->cols;
+}
 
 void Worksheet::Touch() { changed_ = true; }
 
@@ -245,6 +261,7 @@ base::Status Worksheet::Load() {
         data_->lastRow = nullptr;
         data_->doc.reset();
         data_->doc.append_child("worksheet");
+        data_->colsKnown = false;
         return loadStatus_;
     };
     if (kind_ != SheetKind::Worksheet && kind_ != SheetKind::Macrosheet && kind_ != SheetKind::Dialogsheet)
@@ -282,6 +299,7 @@ base::Status Worksheet::Load() {
         data_->xml = std::move(*xml);
     }
     if (base::Status st = ParseXmlInPlace(data_->doc, data_->xml, label); !st) return fail(st);
+    data_->colsKnown = false;
     std::string_view root = LocalName(Root());
     if (root != "worksheet" && root != "macrosheet" && root != "dialogsheet")
         return fail(base::Status::Error(label + ": the part holds <" + std::string(Root().name()) +
@@ -575,7 +593,7 @@ Worksheet::Cell& Worksheet::MakeCell(int row, int column) {
         cell.style = static_cast<std::uint32_t>(std::atoi(s));
         cell.hasStyle = true;
     } else {
-        for (pugi::xml_node c = Child(Child(Root(), "cols"), "col"); c; c = c.next_sibling())
+        for (pugi::xml_node c = Child(Cols(), "col"); c; c = c.next_sibling())
             if (Attr(c, "min").as_int() <= column && column <= Attr(c, "max").as_int() && Attr(c, "style")) {
                 cell.style = Attr(c, "style").as_uint();
                 cell.hasStyle = true;
@@ -622,6 +640,12 @@ CellValue Worksheet::Value(int row, int column) {
 }
 
 std::string Worksheet::TextOf(const Cell& c) const {
+    // Strings, the commonest cells, are formatted straight from the text they keep (inline
+    // strings are unescaped as they are read).
+    if (c.kind == Cell::Kind::Shared && !c.value.empty() && book_.strings_)
+        return FormatText(book_.strings_->Text(std::strtoul(c.value.c_str(), nullptr, 10)),
+                          book_.styles_->NumberFormatCode(c.style));
+    if (c.kind == Cell::Kind::Inline) return FormatText(c.value, book_.styles_->NumberFormatCode(c.style));
     CellValue v = ValueOf(c);
     switch (v.type) {
     case CellType::Empty: return {};
@@ -912,38 +936,58 @@ int Worksheet::LastFilledColumn() {
     return last;
 }
 
+namespace {
+
+// The notes of a comments part, read on their own so that it can be done beside the sheet.
+base::Result<NotesPart> ReadNotesPart(const Package& pkg, const std::string& name) {
+    // The part's text lives only while it is read.
+    auto xml = pkg.Read(name);
+    if (!xml) return xml.GetStatus();
+    XmlScanner::MakeUtf8(*xml);
+    return ReadNotes(*xml, pkg.Label() + ": " + name);
+}
+
+}  // namespace
+
 base::Status Worksheet::LoadNotes() {
     if (data_->notesLoaded) return data_->notesStatus;
     data_->notesLoaded = true;
     // Notes that can't be read are an error, never none: a note added then would be saved in a
     // new comments part over the old one.
     auto fail = [&](base::Status st) { return data_->notesStatus = std::move(st); };
-    if (base::Status st = Load(); !st) return fail(st);
     Package& pkg = book_.GetPackage();
-    data_->commentsPart = pkg.TargetOf(part_, "comments");
-    if (!data_->commentsPart.empty()) {
-        if (!pkg.Has(data_->commentsPart))
-            return fail(base::Status::Error(pkg.Label() + ": the comments part " +
-                                            data_->commentsPart + " of " + part_ + " is missing"));
-        data_->commentsPart = pkg.Find(data_->commentsPart);
+    std::string commentsPart = part_.empty() ? std::string() : pkg.TargetOf(part_, "comments");
+    const bool commentsExist = !commentsPart.empty() && pkg.Has(commentsPart);
+    if (commentsExist) commentsPart = pkg.Find(commentsPart);
+    // A sheet not read yet is read here while its comments part is read on a second thread: the
+    // two are separate parts, and reading the sheet only reads the package, never changes it.
+    std::future<base::Result<NotesPart>> early;
+    if (!loaded_ && commentsExist) {
+        try {
+            early = std::async(std::launch::async, ReadNotesPart, std::cref(pkg), commentsPart);
+        } catch (const std::system_error&) {
+            // No thread to be had: the part is read below, after the sheet.
+        }
     }
+    base::Status loaded = Load();
+    std::optional<base::Result<NotesPart>> part;
+    if (early.valid()) part = early.get();
+    if (!loaded) return fail(loaded);
+    data_->commentsPart = commentsPart;
+    if (!data_->commentsPart.empty() && !commentsExist)
+        return fail(base::Status::Error(pkg.Label() + ": the comments part " + data_->commentsPart +
+                                        " of " + part_ + " is missing"));
     // The notes' drawing is the one named by legacyDrawing, not the header/footer one.
     std::string id = Attr(Child(Root(), "legacyDrawing"), "id").value();
     for (const Relationship& r : pkg.Relationships(part_))
         if (r.id == id && !r.external) data_->vmlPart = pkg.Has(r.target) ? pkg.Find(r.target) : "";
     if (data_->commentsPart.empty()) return data_->notesStatus;
-    base::Result<NotesPart> part = base::Status::Error("");
-    {
-        // The part's text lives only while it is read.
-        auto xml = pkg.Read(data_->commentsPart);
-        if (!xml) return fail(xml.GetStatus());
-        XmlScanner::MakeUtf8(*xml);
-        part = ReadNotes(*xml, pkg.Label() + ": " + data_->commentsPart);
-    }
-    if (!part) return fail(part.GetStatus());
-    data_->notes = std::move(part->notes);
-    data_->authors = std::move(part->authors);
-    data_->commentsRoot = std::move(part->rootAttributes);
+    if (!part) part = ReadNotesPart(pkg, data_->commentsPart);
+    if (!*part) return fail(part->GetStatus());
+    NotesPart& read = **part;
+    data_->notes = std::move(read.notes);
+    data_->authors = std::move(read.authors);
+    data_->commentsRoot = std::move(read.rootAttributes);
     auto byCell = [](const StoredNote& a, const StoredNote& b) {
         return a.row != b.row ? a.row < b.row : a.column < b.column;
     };
@@ -982,19 +1026,43 @@ std::vector<StoredNote>::iterator FirstNoteFrom(std::vector<StoredNote>& notes, 
 
 }  // namespace
 
-const Note* Worksheet::NoteAt(int row, int column) {
+const StoredNote* Worksheet::FindNote(int row, int column) {
     LoadNotes();
-    auto it = FirstNoteFrom(data_->notes, row, column);
-    if (it == data_->notes.end() || it->row != row || it->column != column) return nullptr;
-    data_->noteAt = Note{row, column, data_->authors[it->author], it->text};
+    std::vector<StoredNote>& notes = data_->notes;
+    auto at = [&](std::size_t i) {
+        return i < notes.size() && notes[i].row == row && notes[i].column == column;
+    };
+    // Notes are mostly asked for in their order: the one after the last found is tried first.
+    std::size_t i = data_->noteHint + 1;
+    if (!at(i)) {
+        i = static_cast<std::size_t>(FirstNoteFrom(notes, row, column) - notes.begin());
+        if (!at(i)) return nullptr;
+    }
+    data_->noteHint = i;
+    return &notes[i];
+}
+
+const Note* Worksheet::NoteAt(int row, int column) {
+    const StoredNote* note = FindNote(row, column);
+    if (!note) return nullptr;
+    data_->noteAt = Note{row, column, data_->authors[note->author], note->text};
     return &data_->noteAt;
+}
+
+const std::string* Worksheet::NoteText(int row, int column) {
+    const StoredNote* note = FindNote(row, column);
+    return note ? &note->text : nullptr;
 }
 
 base::Status Worksheet::SetNote(int row, int column, std::string_view text,
                                 std::string_view author) {
     if (base::Status st = LoadNotes(); !st) return st;
     notesChanged_ = true;
-    auto it = FirstNoteFrom(data_->notes, row, column);
+    // Notes are mostly added in order: one after the last needs no search.
+    std::vector<StoredNote>& notes = data_->notes;
+    auto it = notes.empty() || std::make_pair(notes.back().row, notes.back().column) < std::make_pair(row, column)
+                  ? notes.end()
+                  : FirstNoteFrom(notes, row, column);
     std::uint32_t authorId = AuthorIndex(data_->authors, author);
     if (it != data_->notes.end() && it->row == row && it->column == column) {
         it->text.assign(text);
@@ -1023,6 +1091,11 @@ bool Worksheet::DeleteNote(int row, int column) {
 
 int Worksheet::ClearNotes(const CellRange& range) {
     LoadNotes();
+    // Notes all before the range's first cell, as while a sheet is filled in order, are none of it.
+    const std::vector<StoredNote>& notes = data_->notes;
+    if (notes.empty() ||
+        std::make_pair(notes.back().row, notes.back().column) < std::make_pair(range.firstRow, range.firstColumn))
+        return 0;
     // Only the rows of the range are visited.
     auto first = FirstNoteFrom(data_->notes, range.firstRow, range.firstColumn);
     auto last = range.lastRow == std::numeric_limits<int>::max()
@@ -1095,12 +1168,23 @@ base::Status Worksheet::SaveNotes() {
                 XmlScanner::MakeUtf8(current);
             }
     }
+    // The drawing is made on a second thread while the comments part is made here: both only
+    // read the notes, which nothing changes meanwhile, each into a stream of its own.
     DeflateStream comments, vml;
+    auto makeVml = [&] {
+        WriteVml(vml, originalVml, data_->notes, base);
+        originalVml = std::string();
+    };
+    std::future<void> drawing;
+    try {
+        drawing = std::async(std::launch::async, makeVml);
+    } catch (const std::system_error&) {
+        makeVml();  // no thread to be had
+    }
     WriteComments(comments, data_->commentsRoot, data_->authors, data_->notes, current);
     current = std::string();
+    if (drawing.valid()) drawing.get();
     pkg.Write(data_->commentsPart, comments.Finish());
-    WriteVml(vml, originalVml, data_->notes, base);
-    originalVml = std::string();
     pkg.Write(data_->vmlPart, vml.Finish());
     // What was written is now what the parts hold.
     for (StoredNote& n : data_->notes) {
@@ -1257,7 +1341,7 @@ double DefaultWidth(double base, double digit) {
 double Worksheet::ColumnWidth(int column) {
     double digit = book_.DigitWidth();
     if (!Load()) return DefaultWidth(8, digit);
-    for (pugi::xml_node c = Child(Child(Root(), "cols"), "col"); c; c = c.next_sibling())
+    for (pugi::xml_node c = Child(Cols(), "col"); c; c = c.next_sibling())
         if (Attr(c, "min").as_int() <= column && column <= Attr(c, "max").as_int()) {
             if (Attr(c, "hidden").as_bool()) return 0;
             if (Attr(c, "width")) return ShownWidth(Attr(c, "width").as_double(), digit);
@@ -1270,6 +1354,8 @@ double Worksheet::ColumnWidth(int column) {
 void Worksheet::SetColumnWidth(int column, double width) {
     if (!Load() || column < 1 || column > kMaxColumn) return;
     pugi::xml_node cols = EnsureChild(Root(), "cols");
+    data_->cols = cols;
+    data_->colsKnown = true;
     double digit = book_.DigitWidth();
     double stored = std::trunc((width * digit + 5) / digit * 256) / 256;
     // Split a <col> span around the column so that only it changes.
@@ -1425,7 +1511,7 @@ void Worksheet::AutoFitRows(int firstRow, int lastRow) {
     for (auto it = data_->rows.lower_bound(firstRow); it != data_->rows.end() && it->first <= lastRow; ++it) {
         int lines = 1;
         for (const Cell& c : it->second.cells) {
-            CellFormat f = styles.Format(c.style);
+            const CellFormat& f = styles.Format(c.style);
             if (!f.wrap) continue;
             std::string text = TextOf(c);
             double width = ColumnWidth(c.column) * book_.DigitWidth() + 5;

@@ -26,6 +26,7 @@ class DeflateStream;
 class Workbook;
 class XmlScanner;
 struct RowShift;
+struct StoredNote;
 
 enum class SheetState { Visible, Hidden, VeryHidden };
 enum class SheetKind { Worksheet, Chartsheet, Dialogsheet, Macrosheet };
@@ -113,7 +114,8 @@ public:
 
     // Why the sheet's notes can't be read (its comments part damaged or missing, or the sheet
     // itself unreadable); Ok when they were read or there are none. The readers below give no
-    // notes then, and SetNote refuses.
+    // notes then, and SetNote refuses. A sheet not read yet is read too, its comments part on a
+    // second thread meanwhile.
     base::Status LoadNotes();
     // Every note with its cell, in row then column order.
     std::vector<Note> Notes();
@@ -121,6 +123,9 @@ public:
     std::vector<std::pair<int, int>> NoteCells();
     // The note of a cell, or nullptr; the note stays valid until the next NoteAt() call.
     const Note* NoteAt(int row, int column);
+    // The plain text of a cell's note without copying it, or nullptr when the cell has none;
+    // valid until the notes change. Asked in note order, each costs constant time.
+    const std::string* NoteText(int row, int column);
     // Adds or replaces the note of a cell; refused while the notes can't be read.
     base::Status SetNote(int row, int column, std::string_view text, std::string_view author = "");
     // Deletes the note of a cell; false when it had none.
@@ -206,6 +211,7 @@ private:
     Cell* FindCell(int row, int column);
     Cell& MakeCell(int row, int column);
     CellValue ValueOf(const Cell& cell) const;
+    const StoredNote* FindNote(int row, int column);
     std::string TextOf(const Cell& cell) const;
     void Touch();
     // Touch for a change of cells or merges, which the used range follows.
@@ -217,6 +223,8 @@ private:
     void MoveSharedMaster(int masterRow, Cell& master, const CellRange& written);
     void SetTabSelected(bool selected);
     pugi::xml_node Root();
+    // The <cols> element, or an empty node when the sheet has none.
+    pugi::xml_node Cols();
     base::Status ReadRows(XmlScanner& scanner, const std::string& label);
     base::Status SaveTo(DeflateStream& sheetXml);
     base::Status SaveNotes();

@@ -1,6 +1,7 @@
 #include "xl/Xml.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 
 #include "base/Format.h"
@@ -65,9 +66,28 @@ std::string_view LocalName(const pugi::xml_node& node) {
     return colon == std::string_view::npos ? name : name.substr(colon + 1);
 }
 
+namespace {
+
+// True when an element's name without its prefix is `local`; names are a few characters long,
+// so they are walked once rather than measured and searched.
+bool HasLocalName(const char* name, std::string_view local) {
+    const char* start = name;
+    for (const char* p = name; *p; ++p)
+        if (*p == ':') {
+            start = p + 1;
+            break;
+        }
+    std::size_t i = 0;
+    for (; i < local.size(); ++i)
+        if (start[i] != local[i]) return false;
+    return start[i] == '\0';
+}
+
+}  // namespace
+
 pugi::xml_node Child(const pugi::xml_node& node, std::string_view localName) {
     for (pugi::xml_node c = node.first_child(); c; c = c.next_sibling())
-        if (c.type() == pugi::node_element && LocalName(c) == localName) return c;
+        if (c.type() == pugi::node_element && HasLocalName(c.name(), localName)) return c;
     return {};
 }
 
@@ -110,40 +130,45 @@ std::string RichText(const pugi::xml_node& item) {
     return UnescapeOoxml(out);
 }
 
+namespace {
+
+bool IsHexDigit(char c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f') || (c >= 'A' && c <= 'F'); }
+
+}  // namespace
+
 void AppendEscaped(std::string& out, std::string_view text, bool attr) {
+    // Most characters need nothing: the text between two that do is copied in one piece.
+    std::size_t copied = 0;
+    char control[8];
     for (std::size_t i = 0; i < text.size(); ++i) {
-        char c = text[i];
+        const char c = text[i];
+        std::string_view with;
         switch (c) {
-        case '&': out += "&amp;"; break;
-        case '<': out += "&lt;"; break;
-        case '>': out += "&gt;"; break;
-        case '"':
-            if (attr) out += "&quot;";
-            else out += c;
-            break;
-        case '\n':
-            if (attr) out += "&#10;";
-            else out += c;
-            break;
-        case '\r': out += "&#13;"; break;
-        case '\t':
-            if (attr) out += "&#9;";
-            else out += c;
+        case '&': with = "&amp;"; break;
+        case '<': with = "&lt;"; break;
+        case '>': with = "&gt;"; break;
+        case '"': if (attr) with = "&quot;"; break;
+        case '\n': if (attr) with = "&#10;"; break;
+        case '\r': with = "&#13;"; break;
+        case '\t': if (attr) with = "&#9;"; break;
+        case '_':
+            // A literal "_x0041_" would read back as "A"; escape its underscore.
+            if (text.size() - i >= 7 && text[i + 1] == 'x' && text[i + 6] == '_' && IsHexDigit(text[i + 2]) &&
+                IsHexDigit(text[i + 3]) && IsHexDigit(text[i + 4]) && IsHexDigit(text[i + 5]))
+                with = "_x005F_";
             break;
         default:
             if (static_cast<unsigned char>(c) < 0x20) {
-                out += base::Sprintf("_x%04X_", static_cast<int>(c));
-            } else if (c == '_' && text.size() - i >= 7 && text[i + 1] == 'x' &&
-                       text[i + 6] == '_' &&
-                       std::strspn(std::string(text.substr(i + 2, 4)).c_str(),
-                                   "0123456789abcdefABCDEF") == 4) {
-                // A literal "_x0041_" would read back as "A"; escape its underscore.
-                out += "_x005F_";
-            } else {
-                out += c;
+                std::snprintf(control, sizeof control, "_x%04X_", static_cast<int>(c));
+                with = std::string_view(control, 7);
             }
         }
+        if (with.empty()) continue;
+        out.append(text.data() + copied, i - copied);
+        out.append(with);
+        copied = i + 1;
     }
+    out.append(text.data() + copied, text.size() - copied);
 }
 
 std::string UnescapeOoxml(std::string_view text) {

@@ -98,10 +98,24 @@ bool ForEachAttribute(std::string_view raw, F f) {
     }
 }
 
+// A character no name may hold; looked for one by one, as names are a few characters long.
+bool HasNameBreak(std::string_view name) {
+    for (char c : name)
+        if (c == '<' || c == '&' || c == '"' || c == '\'' || c == '=') return true;
+    return false;
+}
+
+// A qualified name without its prefix; names are a few characters long, so they are walked
+// rather than searched.
+std::string_view WithoutPrefix(std::string_view name) {
+    for (std::size_t i = 0; i < name.size(); ++i)
+        if (name[i] == ':') return name.substr(i + 1);
+    return name;
+}
+
 bool MatchesLocal(std::string_view name, std::string_view local) {
     if (name.substr(0, 5) == "xmlns") return false;
-    std::size_t colon = name.find(':');
-    return (colon == std::string_view::npos ? name : name.substr(colon + 1)) == local;
+    return WithoutPrefix(name) == local;
 }
 
 }  // namespace
@@ -132,10 +146,7 @@ void XmlScanner::MakeUtf8(std::string& text) {
     text = std::move(out);
 }
 
-std::string_view XmlScanner::LocalName() const {
-    std::size_t colon = name_.find(':');
-    return colon == std::string_view::npos ? name_ : name_.substr(colon + 1);
-}
+std::string_view XmlScanner::LocalName() const { return WithoutPrefix(name_); }
 
 XmlScanner::Token XmlScanner::Fail(std::size_t at, std::string_view what) {
     error_ = base::Sprintf("malformed XML at byte %d: %s", static_cast<long>(at), std::string(what).c_str());
@@ -222,58 +233,62 @@ XmlScanner::Token XmlScanner::Next() {
             pos_ = lt;
             return token_ = Token::Text;
         }
-        std::string_view rest = text_.substr(pos_);
-        if (rest.substr(0, 4) == "<!--") {
-            std::size_t end = text_.find("-->", pos_ + 4);
-            if (end == std::string_view::npos) return Fail(pos_, "a comment is not closed");
-            pos_ = end + 3;
-            continue;
-        }
-        if (rest.substr(0, 9) == "<![CDATA[") {
-            std::size_t end = text_.find("]]>", pos_ + 9);
-            if (end == std::string_view::npos) return Fail(pos_, "a CDATA section is not closed");
-            if (open_.empty()) return Fail(pos_, "CDATA outside the root element");
-            data_ = text_.substr(pos_ + 9, end - pos_ - 9);
-            cdata_ = true;
-            pos_ = end + 3;
-            return token_ = Token::Text;
-        }
-        if (rest.substr(0, 2) == "<?") {
-            std::size_t end = text_.find("?>", pos_ + 2);
-            if (end == std::string_view::npos) return Fail(pos_, "a processing instruction is not closed");
-            pos_ = end + 2;
-            continue;
-        }
-        if (rest.substr(0, 2) == "<!") {
-            // A DOCTYPE, possibly with an internal subset in brackets; its entities stay unexpanded.
-            std::size_t p = pos_ + 2;
-            int brackets = 0;
-            while (p < text_.size() && (text_[p] != '>' || brackets > 0)) {
-                if (text_[p] == '[') ++brackets;
-                else if (text_[p] == ']') --brackets;
-                ++p;
+        // Most tags are start tags: the others are told by their second character.
+        const char second = pos_ + 1 < text_.size() ? text_[pos_ + 1] : '\0';
+        if (second == '!' || second == '?' || second == '/') {
+            std::string_view rest = text_.substr(pos_);
+            if (rest.substr(0, 4) == "<!--") {
+                std::size_t end = text_.find("-->", pos_ + 4);
+                if (end == std::string_view::npos) return Fail(pos_, "a comment is not closed");
+                pos_ = end + 3;
+                continue;
             }
-            if (p >= text_.size()) return Fail(pos_, "a declaration is not closed");
-            pos_ = p + 1;
-            continue;
-        }
-        if (rest.substr(0, 2) == "</") {
-            std::size_t gt = text_.find('>', pos_ + 2);
-            if (gt == std::string_view::npos) return Fail(pos_, "an end tag is not closed");
-            std::string_view name = text_.substr(pos_ + 2, gt - pos_ - 2);
-            while (!name.empty() && IsSpace(name.back())) name.remove_suffix(1);
-            if (open_.empty() || open_.back() != name)
-                return Fail(pos_, "the end tag </" + std::string(name) + "> does not match " +
-                                      (open_.empty() ? std::string("any open element") : "<" + std::string(open_.back()) + ">"));
-            name_ = name;
-            open_.pop_back();
-            pos_ = gt + 1;
-            return token_ = Token::EndElement;
+            if (rest.substr(0, 9) == "<![CDATA[") {
+                std::size_t end = text_.find("]]>", pos_ + 9);
+                if (end == std::string_view::npos) return Fail(pos_, "a CDATA section is not closed");
+                if (open_.empty()) return Fail(pos_, "CDATA outside the root element");
+                data_ = text_.substr(pos_ + 9, end - pos_ - 9);
+                cdata_ = true;
+                pos_ = end + 3;
+                return token_ = Token::Text;
+            }
+            if (rest.substr(0, 2) == "<?") {
+                std::size_t end = text_.find("?>", pos_ + 2);
+                if (end == std::string_view::npos) return Fail(pos_, "a processing instruction is not closed");
+                pos_ = end + 2;
+                continue;
+            }
+            if (rest.substr(0, 2) == "<!") {
+                // A DOCTYPE, possibly with an internal subset in brackets; its entities stay unexpanded.
+                std::size_t p = pos_ + 2;
+                int brackets = 0;
+                while (p < text_.size() && (text_[p] != '>' || brackets > 0)) {
+                    if (text_[p] == '[') ++brackets;
+                    else if (text_[p] == ']') --brackets;
+                    ++p;
+                }
+                if (p >= text_.size()) return Fail(pos_, "a declaration is not closed");
+                pos_ = p + 1;
+                continue;
+            }
+            if (rest.substr(0, 2) == "</") {
+                std::size_t gt = text_.find('>', pos_ + 2);
+                if (gt == std::string_view::npos) return Fail(pos_, "an end tag is not closed");
+                std::string_view name = text_.substr(pos_ + 2, gt - pos_ - 2);
+                while (!name.empty() && IsSpace(name.back())) name.remove_suffix(1);
+                if (open_.empty() || open_.back() != name)
+                    return Fail(pos_, "the end tag </" + std::string(name) + "> does not match " +
+                                          (open_.empty() ? std::string("any open element") : "<" + std::string(open_.back()) + ">"));
+                name_ = name;
+                open_.pop_back();
+                pos_ = gt + 1;
+                return token_ = Token::EndElement;
+            }
         }
         std::size_t p = pos_ + 1;
         while (p < text_.size() && !IsSpace(text_[p]) && text_[p] != '/' && text_[p] != '>') ++p;
         std::string_view name = text_.substr(pos_ + 1, p - pos_ - 1);
-        if (name.empty() || name.find_first_of("<&\"'=") != std::string_view::npos) return Fail(pos_, "a tag has no valid name");
+        if (name.empty() || HasNameBreak(name)) return Fail(pos_, "a tag has no valid name");
         if (open_.empty() && rootSeen_) return Fail(pos_, "a second root element <" + std::string(name) + ">");
         // The tag ends at the first '>' outside a quoted value.
         std::size_t gt = p;

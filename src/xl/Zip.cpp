@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <condition_variable>
 #include <cstring>
+#include <memory>
 #include <deque>
 #include <mutex>
 #include <system_error>
@@ -266,6 +267,49 @@ base::Result<ZipReader> ZipReader::Open(std::string image, std::string_view labe
     return zip;
 }
 
+namespace {
+
+// Inflates a raw deflate stream that declares `size` bytes into `out`; "" when it gives exactly
+// those, else what is wrong. The buffer grows as the bytes come: a header that claims a gigabyte
+// costs nothing until they really do, and a stream that goes past its claim is refused. The
+// first guess allows XML's usual ratios, so a part is rarely copied as it grows.
+std::string InflateRaw(std::string_view raw, std::uint64_t size, std::string& out) {
+    out.resize(std::min<std::uint64_t>(size, std::max<std::uint64_t>(raw.size() * 128, 1u << 16)));
+    auto state = std::make_unique<inflate_state>();
+    isal_inflate_init(state.get());
+    inflate_state& z = *state;
+    z.next_in = reinterpret_cast<std::uint8_t*>(const_cast<char*>(raw.data()));
+    // Fed in pieces so that sizes above 4 GB don't overflow the 32-bit counters.
+    std::uint64_t inLeft = raw.size(), outDone = 0;
+    char spare;
+    while (true) {
+        if (outDone == out.size() && out.size() < size)
+            out.resize(std::min<std::uint64_t>(size, out.size() * 2));
+        if (z.avail_in == 0) {
+            z.avail_in = static_cast<std::uint32_t>(std::min<std::uint64_t>(inLeft, 1u << 30));
+            inLeft -= z.avail_in;
+        }
+        const bool spareMode = outDone == out.size();
+        const std::uint32_t outChunk =
+            spareMode ? 1 : static_cast<std::uint32_t>(std::min<std::uint64_t>(out.size() - outDone, 1u << 30));
+        z.next_out = reinterpret_cast<std::uint8_t*>(spareMode ? &spare : out.data() + outDone);
+        z.avail_out = outChunk;
+        const int rc = isal_inflate(&z);
+        const std::uint64_t produced = outChunk - z.avail_out;
+        if (spareMode && produced) return "inflates to more bytes than its header declares (possible zip bomb)";
+        outDone += produced;
+        if (rc != ISAL_DECOMP_OK || z.block_state == ISAL_BLOCK_FINISH) break;
+        if (produced == 0 && z.avail_in == 0 && inLeft == 0) break;  // the input ran out
+    }
+    if (z.block_state == ISAL_BLOCK_FINISH && outDone == size) return {};
+    if (outDone < size)
+        return base::Sprintf("the compressed data is damaged (it ends after %s of the %s bytes its header declares)",
+                             std::to_string(outDone).c_str(), std::to_string(size).c_str());
+    return "the compressed data is damaged";
+}
+
+}  // namespace
+
 std::string_view ZipReader::RawData(const ZipEntry& entry) const {
     if (entry.dataOffset > image_.size() || entry.compressedSize > image_.size() - entry.dataOffset)
         return {};
@@ -288,54 +332,13 @@ base::Result<std::string> ZipReader::Extract(const ZipEntry& entry, std::uint64_
         if (entry.size != entry.compressedSize) return fail("stored entry with inconsistent sizes");
         out.assign(raw);
     } else if (entry.method == 8) {
-        // The buffer grows as inflate fills it: a header that claims a gigabyte costs nothing
-        // until the bytes really come, and a stream that goes past its claim is refused.
-        out.resize(
-            std::min<std::uint64_t>(entry.size, std::max<std::uint64_t>(raw.size() * 4, 1u << 16)));
-        z_stream z{};
-        if (inflateInit2(&z, -MAX_WBITS) != Z_OK) return fail("the decompressor could not start");
-        z.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(raw.data()));
-        // Chunked so that sizes above 4 GB don't overflow zlib's 32-bit counters.
-        std::uint64_t inLeft = raw.size(), outDone = 0;
-        int rc = Z_OK;
-        char spare;
-        while (rc == Z_OK) {
-            if (outDone == out.size() && out.size() < entry.size)
-                out.resize(std::min<std::uint64_t>(entry.size, out.size() * 2));
-            uInt inChunk = static_cast<uInt>(std::min<std::uint64_t>(inLeft, 1u << 30));
-            z.avail_in = inChunk;
-            bool spareMode = outDone == out.size();
-            uInt outChunk = spareMode ? 1
-                                      : static_cast<uInt>(std::min<std::uint64_t>(
-                                            out.size() - outDone, 1u << 30));
-            z.next_out = reinterpret_cast<Bytef*>(spareMode ? &spare : out.data() + outDone);
-            z.avail_out = outChunk;
-            rc = inflate(&z, Z_NO_FLUSH);
-            inLeft -= inChunk - z.avail_in;
-            std::uint64_t produced = outChunk - z.avail_out;
-            if (spareMode && produced) {
-                inflateEnd(&z);
-                return fail("inflates to more bytes than its header declares (possible zip bomb)");
-            }
-            if (!spareMode) outDone += produced;
-            if (rc == Z_BUF_ERROR && inLeft == 0) break;
-            if (rc == Z_BUF_ERROR) rc = Z_OK;
-        }
-        inflateEnd(&z);
-        if (rc != Z_STREAM_END || outDone != entry.size)
-            return fail(
-                outDone < entry.size
-                    ? base::Sprintf(
-                          "the compressed data is damaged (it ends after %s of the %s bytes "
-                          "its header declares)",
-                          std::to_string(outDone).c_str(), std::to_string(entry.size).c_str())
-                    : std::string("the compressed data is damaged"));
+        if (std::string why = InflateRaw(raw, entry.size, out); !why.empty()) return fail(why);
     } else {
         return fail(base::Sprintf("unsupported compression method %d", entry.method));
     }
     std::uint32_t crc = 0;
     for (std::uint64_t done = 0; done < out.size();) {
-        uInt chunk = static_cast<uInt>(std::min<std::uint64_t>(out.size() - done, 1u << 30));
+        std::uint32_t chunk = static_cast<std::uint32_t>(std::min<std::uint64_t>(out.size() - done, 1u << 30));
         crc = crc32_gzip_refl(crc, reinterpret_cast<const std::uint8_t*>(out.data() + done), chunk);
         done += chunk;
     }
@@ -407,15 +410,9 @@ DeflatedData Deflate(std::string_view text) {
 }
 
 std::string Inflate(const DeflatedData& data) {
-    std::string out(data.size, '\0');
-    z_stream z{};
-    inflateInit2(&z, -MAX_WBITS);
-    z.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(data.compressed.data()));
-    z.avail_in = static_cast<uInt>(data.compressed.size());
-    z.next_out = reinterpret_cast<Bytef*>(out.data());
-    z.avail_out = static_cast<uInt>(out.size());
-    inflate(&z, Z_FINISH);
-    inflateEnd(&z);
+    std::string out;
+    InflateRaw(data.compressed, data.size, out);
+    out.resize(data.size);
     return out;
 }
 

@@ -56,6 +56,57 @@ TEST(Workbook, AnUnchangedSheetUnloadsAndReadsItsCellsAndNotesAgain) {
     EXPECT_EQ(sheet->NoteCells(), (std::vector<std::pair<int, int>>{{1, 1}}));
 }
 
+TEST(Workbook, NotesAskedForFirstReadTheSheetWithThem) {
+    auto book = xl::Workbook::Create();
+    book->Sheet(0)->SetString(1, 1, "Tag");
+    book->Sheet(0)->SetNote(1, 1, "plan.dxf<1F_TAG>", "me");
+    auto again = Reopen(*book);
+    xl::Worksheet* sheet = again->Sheet(0);
+    ASSERT_TRUE(sheet->LoadNotes().IsOk());
+    EXPECT_TRUE(sheet->Load().IsOk());
+    EXPECT_EQ(sheet->Text(1, 1), "Tag");
+    ASSERT_NE(sheet->NoteText(1, 1), nullptr);
+    EXPECT_EQ(*sheet->NoteText(1, 1), "plan.dxf<1F_TAG>");
+}
+
+TEST(Workbook, NoteTextFindsNotesInAnyOrderAndNoneWhereACellHasNone) {
+    auto book = xl::Workbook::Create();
+    xl::Worksheet* sheet = book->Sheet(0);
+    sheet->SetNote(1, 1, "a");
+    sheet->SetNote(1, 3, "b");
+    sheet->SetNote(2, 2, "c");
+    auto again = Reopen(*book);
+    sheet = again->Sheet(0);
+    ASSERT_NE(sheet->NoteText(1, 1), nullptr);
+    EXPECT_EQ(*sheet->NoteText(1, 1), "a");
+    EXPECT_EQ(*sheet->NoteText(1, 3), "b");
+    EXPECT_EQ(*sheet->NoteText(2, 2), "c");
+    EXPECT_EQ(*sheet->NoteText(1, 1), "a");  // back to the first
+    EXPECT_EQ(sheet->NoteText(1, 2), nullptr);
+    EXPECT_EQ(sheet->NoteText(3, 1), nullptr);
+    // A note added before the one last found moves the others; they are still found.
+    EXPECT_EQ(*sheet->NoteText(1, 3), "b");
+    ASSERT_TRUE(sheet->SetNote(1, 2, "new").IsOk());
+    EXPECT_EQ(*sheet->NoteText(2, 2), "c");
+    EXPECT_EQ(*sheet->NoteText(1, 2), "new");
+    EXPECT_EQ(*sheet->NoteText(1, 3), "b");
+}
+
+TEST(Workbook, ColumnsAddedAfterCellsWereWrittenAreSeen) {
+    // A written cell looked for the sheet's columns when there were none yet.
+    auto book = xl::Workbook::Create();
+    xl::Worksheet* sheet = book->Sheet(0);
+    ASSERT_TRUE(sheet->SetString(1, 1, "Tag").IsOk());
+    const double before = sheet->ColumnWidth(2);
+    sheet->SetColumnWidth(2, 20);
+    EXPECT_NE(sheet->ColumnWidth(2), before);
+    EXPECT_NEAR(sheet->ColumnWidth(2), 20, 0.5);
+    ASSERT_TRUE(sheet->SetString(1, 2, "more").IsOk());
+    auto again = Reopen(*book);
+    EXPECT_NEAR(again->Sheet(0)->ColumnWidth(2), 20, 0.5);
+    EXPECT_EQ(again->Sheet(0)->Text(1, 2), "more");
+}
+
 TEST(Workbook, AChangedSheetIsNotUnloaded) {
     auto again = [] {
         auto book = xl::Workbook::Create();

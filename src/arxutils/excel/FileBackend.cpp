@@ -461,9 +461,9 @@ public:
     FileComment(StatePtr state, Book* book, xl::Worksheet* sheet, int row, int column)
         : state_(std::move(state)), book_(book), sheet_(sheet), row_(row), column_(column) {}
     std::string Text() override {
-        const xl::Note* note = sheet_->NoteAt(row_, column_);
-        if (!note) Fail("Application-defined or object-defined error");
-        return note->text;
+        const std::string* text = sheet_->NoteText(row_, column_);
+        if (!text) Fail("Application-defined or object-defined error");
+        return *text;
     }
     std::unique_ptr<Range> Parent() override {
         return MakeRange(state_, book_, sheet_, {{row_, column_, row_, column_}});
@@ -1004,8 +1004,10 @@ std::unique_ptr<Workbook> MakeWorkbook(const StatePtr& state, Book* book) {
 // sheet truly has no cells and reads empty.
 xl::Worksheet* Readable(xl::Worksheet* sheet) {
     if (sheet->Kind() == xl::SheetKind::Chartsheet) return sheet;
-    Check(sheet->Load());
+    // Asking for the notes first reads the sheet too, with its comments part beside it on a
+    // second thread; a sheet that can't be read gives its own error here.
     Check(sheet->LoadNotes());
+    Check(sheet->Load());
     for (const std::string& repair : sheet->TakeRepairs()) host::CurrentPrinter().Warn(repair + ".");
     return sheet;
 }
