@@ -242,6 +242,7 @@ private:
     // a value set here); otherwise decoded into `scratch`. Valid until the tag or `scratch` changes.
     std::string_view TextViewAt(std::uint32_t rec, std::size_t i, std::string& scratch) const;
     std::string_view RawAt(std::uint32_t rec, std::size_t i) const;  // only for original tags
+    void Prefetch(std::uint32_t rec, std::size_t bytes) const;
     double RealAt(std::uint32_t rec, std::size_t i) const;
     long long IntAt(std::uint32_t rec, std::size_t i) const;
     Handle HandleAt(std::uint32_t rec, std::size_t i) const;

@@ -115,6 +115,10 @@ void Object::Remove(int code) {
 }
 
 std::size_t Object::TagCount() const { return db_ ? db_->TagCount(index_) : 0; }
+void Object::Prefetch(std::size_t bytes) const {
+    if (db_) db_->Prefetch(index_, bytes);
+}
+
 int Object::CodeAt(std::size_t i) const { return db_->CodeAt(index_, i); }
 std::string Object::TextAt(std::size_t i) const { return db_->TextAt(index_, i); }
 double Object::RealAt(std::size_t i) const { return db_->RealAt(index_, i); }

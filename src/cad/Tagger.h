@@ -2,6 +2,7 @@
 // The tag layer: one pass over a DXF byte buffer that finds where every tag starts, without
 // copying a value. Values are read back from the buffer on demand.
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -34,6 +35,15 @@ public:
     }
     // The group code of tag `i`; -1 for the sentinel.
     int Code(std::size_t i) const { return codes_[i]; }
+    // Asks the processor for where tags `i` to `i + count` start and their codes.
+    void Prefetch(std::size_t i, std::size_t count) const {
+        const std::size_t end = std::min(i + count, size_);
+        for (std::size_t k = i; k < end; k += 32) {
+            __builtin_prefetch(codes_.get() + k);
+            __builtin_prefetch(offsets_.get() + k);
+        }
+        for (std::size_t g = i >> kGroupBits; g <= ((end - 1) >> kGroupBits) && end > i; ++g) __builtin_prefetch(groups_.get() + g);
+    }
     // The group codes in order, for loops that only look at codes.
     const std::int16_t* Codes() const { return codes_.get(); }
 

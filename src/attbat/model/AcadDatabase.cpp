@@ -32,6 +32,9 @@ namespace {
 Point3d ToPoint(cad::Point3 p) { return {p.x, p.y, p.z}; }
 Scale3d ToScale(cad::Point3 p) { return {p.x, p.y, p.z}; }
 
+// How many references ahead of its reading a reference is asked for (cad::Object::Prefetch).
+constexpr std::size_t kReadAhead = 4;
+
 // A reference as one read of a database sees it: its fields read once, and the block it stands in.
 struct CachedRef {
     cad::BlockReference ref;
@@ -48,7 +51,10 @@ public:
         std::string lastName;
         std::vector<CachedRef>* refs = nullptr;
         for (const cad::BlockRecord& block : db.Blocks()) {
-            for (const cad::Entity& entity : block.Entities()) {
+            const std::vector<cad::Entity> entities = block.Entities();
+            for (std::size_t i = 0; i < entities.size(); ++i) {
+                if (i + kReadAhead < entities.size()) entities[i + kReadAhead].Prefetch(256);
+                const cad::Entity& entity = entities[i];
                 if (!entity.IsA("INSERT") && !entity.IsA("MINSERT")) continue;
                 cad::BlockReference ref(entity.GetDatabase(), entity.Index());
                 ReferenceFields fields = ReadReferenceFields(ref);
@@ -299,6 +305,9 @@ void ReadBlock(std::vector<AcadBlock>& read, ReadContext& ctx, const cad::BlockR
     block.refs.Reserve(static_cast<int>(direct.size()));
     std::vector<ObjectId> owners;
     for (std::size_t i = 0; i < direct.size(); ++i) {
+        // The references of a block lie far apart in the drawing: the next ones are asked for
+        // while this one is read.
+        if (i + kReadAhead < direct.size()) direct[i + kReadAhead].ref.Prefetch();
         const CachedRef& cached = direct[i];
         const cad::BlockReference& ref = cached.ref;
         const ReferenceFields& fields = cached.fields;
