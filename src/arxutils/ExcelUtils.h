@@ -9,14 +9,13 @@
 // false in silence, for the command to show.
 
 #include <functional>
-#include <initializer_list>
 #include <map>
 #include <memory>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
+#include "arxutils/KeyLines.h"
 #include "arxutils/excel/ExcelObjects.h"
 
 namespace tables {
@@ -32,59 +31,6 @@ namespace arxutils {
 struct OleDateTime {
     double days = 0;
     bool valid = false;
-};
-
-// The key lines of comments, each with the text of its comment's cell. Lines are added in the
-// order they are read; Sort then leaves them as assignments into a map by key would: in key
-// order, a later line of a key replacing the earlier one. The texts are held in the list's own
-// blocks, so hundreds of thousands of lines cost no allocation each; the views stay valid for
-// the life of the list (a copy holds its own texts).
-class KeyLines {
-public:
-    struct Entry {
-        std::string_view key;
-        std::string_view value;
-        bool operator==(const Entry& other) const { return key == other.key && value == other.value; }
-    };
-
-    KeyLines() = default;
-    // The pairs added in order, then sorted.
-    KeyLines(std::initializer_list<std::pair<std::string_view, std::string_view>> pairs);
-    KeyLines(const KeyLines& other);
-    KeyLines& operator=(const KeyLines& other);
-    KeyLines(KeyLines&& other) noexcept = default;
-    KeyLines& operator=(KeyLines&& other) noexcept = default;
-
-    // Copies `text` into the list's blocks; the view lasts as long as the list.
-    std::string_view Keep(std::string_view text);
-    // Adds a line; `key` is copied, `value` must be a view Keep gave (one cell text for all the
-    // lines of its comment).
-    void AddKept(std::string_view key, std::string_view value);
-    // Adds a line, both texts copied.
-    void Add(std::string_view key, std::string_view value) { AddKept(key, Keep(value)); }
-    // Makes room for `more` lines beyond those held, so a sheet's lines grow the list once.
-    void Reserve(std::size_t more) { entries_.reserve(entries_.size() + more); }
-    // Key order, the last value of each key kept; lines added since the last call are merged in.
-    void Sort();
-    // Every line and text gone.
-    void clear();
-
-    // The lines; in key order after Sort.
-    const std::vector<Entry>& Entries() const { return entries_; }
-    std::vector<Entry>::const_iterator begin() const { return entries_.begin(); }
-    std::vector<Entry>::const_iterator end() const { return entries_.end(); }
-    std::size_t size() const { return entries_.size(); }
-    bool empty() const { return entries_.empty(); }
-    // The value of `key` after Sort; null when there is no such line.
-    const std::string_view* Find(std::string_view key) const;
-    bool operator==(const KeyLines& other) const { return entries_ == other.entries_; }
-
-private:
-    std::vector<Entry> entries_;
-    std::size_t sorted_ = 0;  // entries_ before this index are in key order, without repeats
-    std::vector<std::unique_ptr<char[]>> blocks_;
-    char* free_ = nullptr;    // the unused end of the last block
-    std::size_t left_ = 0;
 };
 
 class ExcelUtils {

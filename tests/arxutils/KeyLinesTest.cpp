@@ -4,7 +4,7 @@
 #include <random>
 #include <string>
 
-#include "arxutils/ExcelUtils.h"
+#include "arxutils/KeyLines.h"
 
 namespace {
 

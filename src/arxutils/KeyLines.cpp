@@ -1,0 +1,132 @@
+#include "arxutils/KeyLines.h"
+
+#include <algorithm>
+#include <cstdint>
+
+namespace arxutils {
+
+namespace {
+
+constexpr std::size_t kKeyLineBlock = 1 << 20;
+
+}  // namespace
+
+KeyLines::KeyLines(std::initializer_list<std::pair<std::string_view, std::string_view>> pairs) {
+    for (const auto& [key, value] : pairs) Add(key, value);
+    Sort();
+}
+
+KeyLines::KeyLines(const KeyLines& other) : sorted_(other.sorted_) {
+    entries_.reserve(other.entries_.size());
+    for (const Entry& entry : other.entries_) entries_.push_back({Keep(entry.key), Keep(entry.value)});
+}
+
+KeyLines& KeyLines::operator=(const KeyLines& other) {
+    if (this != &other) *this = KeyLines(other);
+    return *this;
+}
+
+std::string_view KeyLines::Keep(std::string_view text) {
+    if (text.empty()) return {};
+    if (text.size() > left_) {
+        const std::size_t size = std::max(kKeyLineBlock, text.size());
+        blocks_.push_back(std::make_unique<char[]>(size));
+        free_ = blocks_.back().get();
+        left_ = size;
+    }
+    char* kept = free_;
+    std::copy(text.begin(), text.end(), kept);
+    free_ += text.size();
+    left_ -= text.size();
+    return {kept, text.size()};
+}
+
+void KeyLines::AddKept(std::string_view key, std::string_view value) {
+    entries_.push_back({Keep(key), value});
+}
+
+namespace {
+
+// A line's place in the sort: eight bytes of its key from some offset, big-endian, and how many
+// bytes of the key are left from there (9 for more than eight).
+struct KeyPlace {
+    std::uint64_t word;
+    std::uint32_t index;
+    std::uint8_t left;
+};
+
+// Sorts `places` stably by the keys of their lines. The keys of a sheet share long beginnings
+// (the drawing's path), so each range is sorted on the eight bytes after what its keys share,
+// and the runs that tie on those are sorted the same way further on; bytes are compared one
+// number at a time rather than by memcmp through the whole path.
+void SortPlaces(KeyPlace* first, KeyPlace* last, const std::vector<KeyLines::Entry>& entries) {
+    const auto keyOf = [&](const KeyPlace& place) { return entries[place.index].key; };
+    if (last - first < 2) return;
+    if (last - first <= 16) {
+        std::stable_sort(first, last, [&](const KeyPlace& a, const KeyPlace& b) { return keyOf(a) < keyOf(b); });
+        return;
+    }
+    const std::string_view front = keyOf(*first);
+    std::size_t shared = front.size();
+    for (const KeyPlace* p = first + 1; p != last && shared > 0; ++p) {
+        const std::string_view key = keyOf(*p);
+        const std::size_t most = std::min(shared, key.size());
+        shared = static_cast<std::size_t>(std::mismatch(front.begin(), front.begin() + static_cast<std::ptrdiff_t>(most),
+                                                        key.begin()).first - front.begin());
+    }
+    for (KeyPlace* p = first; p != last; ++p) {
+        const std::string_view key = keyOf(*p);
+        std::uint64_t word = 0;
+        for (std::size_t b = shared; b < shared + 8; ++b)
+            word = word << 8 | (b < key.size() ? static_cast<unsigned char>(key[b]) : 0u);
+        p->word = word;
+        p->left = static_cast<std::uint8_t>(std::min<std::size_t>(key.size() - shared, 9));
+    }
+    const auto before = [](const KeyPlace& a, const KeyPlace& b) {
+        return a.word != b.word ? a.word < b.word : a.left < b.left;
+    };
+    std::stable_sort(first, last, before);
+    for (KeyPlace* run = first; run != last;) {
+        KeyPlace* end = run + 1;
+        while (end != last && !before(*run, *end)) ++end;
+        // Keys that end within the eight bytes and tie on them are equal.
+        if (run->left > 8) SortPlaces(run, end, entries);
+        run = end;
+    }
+}
+
+}  // namespace
+
+void KeyLines::Sort() {
+    if (sorted_ == entries_.size()) return;
+    // Equal keys keep the order they were added in, so the last of each run is the one kept.
+    std::vector<KeyPlace> order(entries_.size());
+    for (std::size_t i = 0; i < entries_.size(); ++i) order[i] = {0, static_cast<std::uint32_t>(i), 0};
+    SortPlaces(order.data(), order.data() + order.size(), entries_);
+    std::vector<Entry> sorted;
+    sorted.reserve(order.size());
+    for (const KeyPlace& place : order) {
+        const Entry& entry = entries_[place.index];
+        if (!sorted.empty() && sorted.back().key == entry.key) sorted.back() = entry;
+        else sorted.push_back(entry);
+    }
+    entries_.swap(sorted);
+    sorted_ = entries_.size();
+}
+
+void KeyLines::clear() {
+    std::vector<Entry>().swap(entries_);
+    std::vector<std::unique_ptr<char[]>>().swap(blocks_);
+    free_ = nullptr;
+    left_ = 0;
+    sorted_ = 0;
+}
+
+const std::string_view* KeyLines::Find(std::string_view key) const {
+    auto at = std::lower_bound(entries_.begin(), entries_.begin() + static_cast<std::ptrdiff_t>(sorted_), key,
+                               [](const Entry& entry, std::string_view k) { return entry.key < k; });
+    if (at == entries_.begin() + static_cast<std::ptrdiff_t>(sorted_) || at->key != key) return nullptr;
+    return &at->value;
+}
+
+}  // namespace arxutils
