@@ -99,18 +99,30 @@ void SortPlaces(KeyPlace* first, KeyPlace* last, const std::vector<KeyLines::Ent
 
 void KeyLines::Sort() {
     if (sorted_ == entries_.size()) return;
-    // Equal keys keep the order they were added in, so the last of each run is the one kept.
-    std::vector<KeyPlace> order(entries_.size());
-    for (std::size_t i = 0; i < entries_.size(); ++i) order[i] = {0, static_cast<std::uint32_t>(i), 0};
+    // The lines added since the last sort are sorted among themselves; equal keys keep the
+    // order they were added in, so the last of each run is the one kept.
+    std::vector<KeyPlace> order(entries_.size() - sorted_);
+    for (std::size_t i = 0; i < order.size(); ++i) order[i] = {0, static_cast<std::uint32_t>(sorted_ + i), 0};
     SortPlaces(order.data(), order.data() + order.size(), entries_);
-    std::vector<Entry> sorted;
-    sorted.reserve(order.size());
+    std::vector<Entry> added;
+    added.reserve(order.size());
     for (const KeyPlace& place : order) {
         const Entry& entry = entries_[place.index];
-        if (!sorted.empty() && sorted.back().key == entry.key) sorted.back() = entry;
-        else sorted.push_back(entry);
+        if (!added.empty() && added.back().key == entry.key) added.back() = entry;
+        else added.push_back(entry);
     }
-    entries_.swap(sorted);
+    // Then merged with those sorted before, a new line replacing an old one of its key: a
+    // workbook of many sheets is sorted once a sheet without sorting the sheets before again.
+    std::vector<Entry> merged;
+    merged.reserve(sorted_ + added.size());
+    auto old = entries_.begin(), oldEnd = entries_.begin() + static_cast<std::ptrdiff_t>(sorted_);
+    for (const Entry& entry : added) {
+        while (old != oldEnd && old->key < entry.key) merged.push_back(*old++);
+        if (old != oldEnd && old->key == entry.key) ++old;
+        merged.push_back(entry);
+    }
+    merged.insert(merged.end(), old, oldEnd);
+    entries_.swap(merged);
     sorted_ = entries_.size();
 }
 

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <random>
 #include <string>
@@ -56,6 +57,26 @@ TEST(KeyLines, GivesWhatAMapAssignedInTheSameOrderHolds) {
     lines.Sort();
     EXPECT_EQ(AsMap(lines), map);
     EXPECT_EQ(lines.size(), map.size());
+}
+
+TEST(KeyLines, SortedSheetBySheetItGivesWhatAMapAssignedInTheSameOrderHolds) {
+    // Each sheet's lines are sorted into those of the sheets before.
+    std::mt19937 random(11);
+    std::uniform_int_distribution<int> pick(0, 5000);
+    KeyLines lines;
+    std::map<std::string, std::string> map;
+    for (int i = 0; i < 30000; ++i) {
+        const std::string key = "plan.dxf<" + std::to_string(pick(random)) + "_T>";
+        const std::string value = "v" + std::to_string(i);
+        lines.Add(key, value);
+        map[key] = value;
+        if (i % 997 == 0) lines.Sort();
+    }
+    lines.Sort();
+    EXPECT_EQ(AsMap(lines), map);
+    EXPECT_EQ(lines.size(), map.size());
+    EXPECT_TRUE(std::is_sorted(lines.begin(), lines.end(),
+                               [](const KeyLines::Entry& a, const KeyLines::Entry& b) { return a.key < b.key; }));
 }
 
 TEST(KeyLines, KeysThatArePrefixesOfOthersOrHoldZeroBytesSortAsStrings) {
