@@ -493,7 +493,6 @@ bool ExcelUtils::ReadCommentAndText(KeyLines& lines, bool ignoreProperties) {
         host::ShowMessage(text, "Velmar");
         ok = false;
     }
-    lines.Sort();
     return ok;
 }
 

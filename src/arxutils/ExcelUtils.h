@@ -98,13 +98,12 @@ public:
     static bool ReadValues(tables::CStringTable& table, const std::string& address);
     static bool ReadValues(tables::CStringTable& table, const std::string& firstCell, const std::string& lastCell);
     // Each key line of each comment ("_" past the first character; ":" too unless
-    // `ignoreProperties`) with its cell's displayed text, added to `lines` and sorted (also
-    // when a comment fails).
+    // `ignoreProperties`) with its cell's displayed text, added to `lines` (also those read
+    // before a comment fails).
     static bool ReadCommentAndText(KeyLines& lines, bool ignoreProperties);
     // Adds the lines of one comment that name an attribute ("_" past the first character) or,
     // unless `ignoreProperties`, a property (":"), each with the text its cell shows; the cell is
-    // read once, and not at all when no line qualifies. Leaves `lines` unsorted. Throws the
-    // object model's error.
+    // read once, and not at all when no line qualifies. Throws the object model's error.
     static void AddKeyLines(excel::Comment& comment, KeyLines& lines, bool ignoreProperties);
     // Key comments by "Sheet:$A$1": their text and their cell's value (through ReadValues).
     static bool ReadComments(StringMap& mapComment, StringMap& mapValue);

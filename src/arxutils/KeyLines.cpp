@@ -97,7 +97,7 @@ void SortPlaces(KeyPlace* first, KeyPlace* last, const std::vector<KeyLines::Ent
 
 }  // namespace
 
-void KeyLines::Sort() {
+void KeyLines::Sort() const {
     if (sorted_ == entries_.size()) return;
     // The lines added since the last sort are sorted among themselves; equal keys keep the
     // order they were added in, so the last of each run is the one kept.
@@ -135,6 +135,7 @@ void KeyLines::clear() {
 }
 
 const std::string_view* KeyLines::Find(std::string_view key) const {
+    Sort();
     auto at = std::lower_bound(entries_.begin(), entries_.begin() + static_cast<std::ptrdiff_t>(sorted_), key,
                                [](const Entry& entry, std::string_view k) { return entry.key < k; });
     if (at == entries_.begin() + static_cast<std::ptrdiff_t>(sorted_) || at->key != key) return nullptr;

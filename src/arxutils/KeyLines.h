@@ -12,8 +12,9 @@
 namespace arxutils {
 
 // The key lines of comments, each with the text of its comment's cell. Lines are added in the
-// order they are read; Sort then leaves them as assignments into a map by key would: in key
-// order, a later line of a key replacing the earlier one. The texts are held in the list's own
+// order they are read; read back, they are as assignments into a map by key would leave them:
+// in key order, a later line of a key replacing the earlier one. Lines added since the last read
+// are sorted in at the next (or at Sort), so that adding sheet after sheet sorts once. The texts are held in the list's own
 // blocks, so hundreds of thousands of lines cost no allocation each; the views stay valid for
 // the life of the list (a copy holds its own texts).
 class KeyLines {
@@ -41,24 +42,25 @@ public:
     void Add(std::string_view key, std::string_view value) { AddKept(key, Keep(value)); }
     // Makes room for `more` lines beyond those held, so a sheet's lines grow the list once.
     void Reserve(std::size_t more) { entries_.reserve(entries_.size() + more); }
-    // Key order, the last value of each key kept; lines added since the last call are merged in.
-    void Sort();
+    // Key order, the last value of each key kept: lines added since are sorted in now.
+    void Sort() const;
     // Every line and text gone.
     void clear();
 
-    // The lines; in key order after Sort.
-    const std::vector<Entry>& Entries() const { return entries_; }
-    std::vector<Entry>::const_iterator begin() const { return entries_.begin(); }
-    std::vector<Entry>::const_iterator end() const { return entries_.end(); }
-    std::size_t size() const { return entries_.size(); }
-    bool empty() const { return entries_.empty(); }
-    // The value of `key` after Sort; null when there is no such line.
+    // The lines, in key order.
+    const std::vector<Entry>& Entries() const { Sort(); return entries_; }
+    std::vector<Entry>::const_iterator begin() const { return Entries().begin(); }
+    std::vector<Entry>::const_iterator end() const { return Entries().end(); }
+    std::size_t size() const { return Entries().size(); }
+    bool empty() const { return Entries().empty(); }
+    // The value of `key`; null when there is no such line.
     const std::string_view* Find(std::string_view key) const;
-    bool operator==(const KeyLines& other) const { return entries_ == other.entries_; }
+    bool operator==(const KeyLines& other) const { return Entries() == other.Entries(); }
 
 private:
-    std::vector<Entry> entries_;
-    std::size_t sorted_ = 0;  // entries_ before this index are in key order, without repeats
+    // Sorted in by the reading accessors, hence mutable.
+    mutable std::vector<Entry> entries_;
+    mutable std::size_t sorted_ = 0;  // entries_ before this index are in key order, without repeats
     std::vector<std::unique_ptr<char[]>> blocks_;
     char* free_ = nullptr;    // the unused end of the last block
     std::size_t left_ = 0;

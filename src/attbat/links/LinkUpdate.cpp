@@ -129,9 +129,6 @@ bool ReadCommentAndText(ImportMap& map, bool ignoreProperties) {
                           "Velmar");
         ok = false;
     }
-    // Key order, a later line of a key replacing the earlier, also for what was read before a
-    // failure.
-    map.Sort();
     return ok;
 }
 
