@@ -1,5 +1,7 @@
 #include "base/Memory.h"
 
+#include "base/HeapWarmer.h"
+
 #include <malloc.h>
 
 #include <fstream>
@@ -11,8 +13,14 @@ namespace {
 bool endsWithCommand = false;
 // The allocator's own trim threshold and top pad.
 constexpr int kDefaultPad = 128 * 1024;
+// The allocator's first threshold for blocks of their own mapping; it then follows the sizes
+// freed.
+constexpr int kDefaultMapped = 128 * 1024;
 constexpr int kKeptWhenEnding = 1 << 30;
-constexpr int kHeapStepWhenEnding = 256 << 20;
+constexpr int kHeapStepWhenEnding = 64 << 20;
+// The allocator's highest threshold: blocks below it come from the heap, whose pages are
+// faulted in ahead.
+constexpr int kMappedWhenEnding = 32 << 20;
 }  // namespace
 
 void ReturnFreeMemory() { ::malloc_trim(0); }
@@ -33,8 +41,13 @@ void SetEndsWithCommand(bool ends) {
     // Such a process keeps what it frees and grows its heap in big steps: a command builds and
     // drops tables of hundreds of megabytes, and pages given back are pages the system must
     // clear again at the next table. (An explicit ReturnFreeMemory still gives them back.)
+    // Blocks up to 32 MiB come from the heap, whose new pages a second thread faults in ahead
+    // of their first use; the heap grows 64 MiB at a time, so that the pages faulted in and not
+    // yet used stay few.
     ::mallopt(M_TRIM_THRESHOLD, ends ? kKeptWhenEnding : kDefaultPad);
     ::mallopt(M_TOP_PAD, ends ? kHeapStepWhenEnding : kDefaultPad);
+    ::mallopt(M_MMAP_THRESHOLD, ends ? kMappedWhenEnding : kDefaultMapped);
+    SetHeapWarming(ends);
 }
 
 bool EndsWithCommand() { return endsWithCommand; }

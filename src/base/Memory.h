@@ -19,9 +19,10 @@ std::uint64_t AvailableMemory();
 
 // Whether the process ends when its command ends. Then what the command built is left to the
 // system, which takes a process's memory back at once, instead of being freed block by block (a
-// tenth of a big export's time), and the allocator keeps freed memory for the command's next
-// tables instead of giving it back (ReturnFreeMemory still does). Off unless the program's entry says so: the shell, the watcher
-// and the tests run many commands in one process.
+// tenth of a big export's time); the allocator keeps freed memory for the command's next tables
+// instead of giving it back (ReturnFreeMemory still does), and the heap's new pages are faulted
+// in ahead on a second thread (SetHeapWarming). Off unless the program's entry says so: the
+// shell, the watcher and the tests run many commands in one process.
 void SetEndsWithCommand(bool ends);
 bool EndsWithCommand();
 

@@ -1,6 +1,19 @@
 #include "base/Memory.h"
 
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <thread>
+#include <vector>
+
+#include "base/HeapWarmer.h"
 
 namespace {
 
@@ -37,6 +50,67 @@ TEST_F(MemoryTest, ADisposableIsLeftToTheSystemWhenTheProcessEndsWithItsCommand)
 TEST(Memory, TheSystemsAvailableMemoryIsReadFromItsOwnAccount) {
     // Linux always says; a machine that runs these tests has at least a few megabytes to give.
     EXPECT_GT(base::AvailableMemory(), std::uint64_t{4} << 20);
+}
+
+// Pages of [begin, begin + bytes) the system holds for the process.
+std::size_t ResidentPages(const char* begin, std::size_t bytes) {
+    const std::uintptr_t page = ::sysconf(_SC_PAGESIZE);
+    const std::uintptr_t first = reinterpret_cast<std::uintptr_t>(begin) & ~(page - 1);
+    const std::uintptr_t end = reinterpret_cast<std::uintptr_t>(begin) + bytes;
+    std::vector<unsigned char> resident((end - first + page - 1) / page);
+    if (::mincore(reinterpret_cast<void*>(first), end - first, resident.data()) != 0) return 0;
+    std::size_t count = 0;
+    for (unsigned char r : resident) count += r & 1;
+    return count;
+}
+
+TEST_F(MemoryTest, TheHeapsNewPagesAreFaultedInBeforeTheirFirstUseWhenTheProcessEndsWithItsCommand) {
+    base::SetEndsWithCommand(true);
+    if (!base::HeapWarming()) GTEST_SKIP() << "this system can't fault pages in on request";
+    // Blocks below the mapping threshold come from the heap: taken until one reaches past the
+    // heap's end as it was, so that the heap grows for it.
+    constexpr std::size_t kBytes = 24 << 20;
+    const std::uintptr_t page = ::sysconf(_SC_PAGESIZE);
+    const std::uintptr_t oldEnd = (reinterpret_cast<std::uintptr_t>(::sbrk(0)) + page - 1) & ~(page - 1);
+    std::vector<char*> blocks;
+    char* block = nullptr;
+    while (blocks.size() < 64 && (!block || reinterpret_cast<std::uintptr_t>(block) + kBytes <= oldEnd + 4 * page)) {
+        block = static_cast<char*>(std::malloc(kBytes));
+        ASSERT_NE(block, nullptr);
+        blocks.push_back(block);
+    }
+    const char* grown = reinterpret_cast<const char*>(std::max(oldEnd, reinterpret_cast<std::uintptr_t>(block)));
+    const std::size_t bytes = block + kBytes - grown;
+    ASSERT_GT(bytes, 2 * page) << "the heap never grew";
+    const std::size_t pages = bytes / page;
+    auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (ResidentPages(grown, bytes) < pages && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    EXPECT_GE(ResidentPages(grown, bytes), pages) << "nothing touched the block, yet its pages must be in";
+    for (char* b : blocks) std::free(b);
+}
+
+TEST_F(MemoryTest, FaultingInTheHeapAheadKeepsWhatItsPagesHold) {
+    base::SetEndsWithCommand(true);
+    // Blocks written while the heap grows under them read back as written.
+    std::vector<char*> blocks;
+    for (int i = 0; i < 64; ++i) {
+        char* block = static_cast<char*>(std::malloc(1 << 20));
+        ASSERT_NE(block, nullptr);
+        std::memset(block, 'a' + i % 26, 1 << 20);
+        blocks.push_back(block);
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    for (int i = 0; i < 64; ++i) {
+        for (int k = 0; k < (1 << 20); k += 4093) ASSERT_EQ(blocks[i][k], 'a' + i % 26) << "block " << i;
+        std::free(blocks[i]);
+    }
+}
+
+TEST_F(MemoryTest, TheHeapIsNotFaultedInAheadForAProcessThatGoesOnAfterItsCommand) {
+    base::SetEndsWithCommand(true);
+    base::SetEndsWithCommand(false);
+    EXPECT_FALSE(base::HeapWarming());
 }
 
 }  // namespace
