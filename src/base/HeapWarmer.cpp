@@ -32,6 +32,7 @@ struct Shared {
     std::condition_variable turnedOn;
     bool on = false;
     bool started = false;
+    std::uintptr_t from = 0;  // the heap's end when warming was last turned on
     std::atomic<bool> available{true};
 };
 
@@ -46,15 +47,15 @@ std::uintptr_t HeapEnd() { return reinterpret_cast<std::uintptr_t>(::sbrk(0)); }
 
 void Warm() {
     Shared& state = State();
-    std::uintptr_t warmed = HeapEnd() & ~(kPage - 1);
+    std::uintptr_t warmed = 0;
+    std::uintptr_t from = 0;
     auto nap = kFirstNap;
     for (;;) {
         {
             std::unique_lock lock(state.mutex);
-            if (!state.on) {
-                state.turnedOn.wait(lock, [&] { return state.on; });
-                warmed = HeapEnd() & ~(kPage - 1);  // what grew meanwhile was touched by its users
-            }
+            state.turnedOn.wait(lock, [&] { return state.on; });
+            // Turned on again: what grew while off was touched by its users.
+            if (state.from != from) warmed = from = state.from;
         }
         const std::uintptr_t end = HeapEnd();
         if (end < warmed) warmed = end & ~(kPage - 1);  // the heap was trimmed
@@ -81,6 +82,7 @@ void Warm() {
 void SetHeapWarming(bool on) {
     Shared& state = State();
     std::lock_guard lock(state.mutex);
+    if (on && !state.on) state.from = HeapEnd() & ~(kPage - 1);
     state.on = on;
     if (on && !state.started) {
         state.started = true;

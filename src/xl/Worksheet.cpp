@@ -1444,8 +1444,11 @@ void Worksheet::AutoFitColumns(int firstColumn, int lastColumn) {
         }
         return px;
     };
-    // Shared strings repeat down a column: each is measured once.
-    std::vector<float> sharedPixels(strings.Size(), -1.0f);
+    // Shared strings repeat down a column: each is measured once. Only the widths of this
+    // sheet's strings are written: a workbook of many sheets has many more.
+    const std::size_t stringCount = strings.Size();
+    std::unique_ptr<float[]> sharedPixels(new float[stringCount]);
+    std::vector<bool> measured(stringCount);
     std::vector<double> widest(static_cast<std::size_t>(kMaxColumn) + 1, -1.0);  // -1: no text
     std::vector<CellRange> merges = Merges();
     for (auto& [rowNo, row] : data_->rows) {
@@ -1460,8 +1463,11 @@ void Worksheet::AutoFitColumns(int firstColumn, int lastColumn) {
             std::size_t index = 0;
             if (c.kind == Cell::Kind::Shared && sw.textAsIs && !c.hasFormula &&
                 std::from_chars(c.value.data(), c.value.data() + c.value.size(), index).ec == std::errc() &&
-                index < sharedPixels.size()) {
-                if (sharedPixels[index] < 0) sharedPixels[index] = static_cast<float>(linePixels(strings.Text(index)));
+                index < stringCount) {
+                if (!measured[index]) {
+                    sharedPixels[index] = static_cast<float>(linePixels(strings.Text(index)));
+                    measured[index] = true;
+                }
                 px = sharedPixels[index];
             } else {
                 px = linePixels(TextOf(c));

@@ -437,6 +437,29 @@ TEST_P(BackendTest, SetCellValueAndSetCommentWriteOneCell) {
     EXPECT_EQ(ExcelUtils::Worksheet->GetRange("B2")->Text().text, "value");
 }
 
+TEST_P(BackendTest, NotesSetAtOnceReplaceTheCellsOwnAndEmptyTextsLeaveTheirCellsAlone) {
+    std::string path = MakeBook("a.xlsx", [](xl::Worksheet& s) {
+        s.SetNote(2, 2, "old key of B2");
+        s.SetNote(2, 3, "old key of C2");
+        s.SetNote(9, 9, "key of I9");
+    });
+    Attach(path);
+    const std::vector<std::string_view> notes = {"new key of B2", "", "key of D2",  //
+                                                 "key of B3", "", ""};
+    ExcelUtils::Worksheet->GetRange("B2")->SetComments(notes, 3);
+    auto text = [](const char* cell) {
+        auto comment = ExcelUtils::Worksheet->GetRange(cell)->GetComment();
+        return comment ? comment->Text() : std::string("<none>");
+    };
+    EXPECT_EQ(text("B2"), "new key of B2");
+    EXPECT_EQ(text("C2"), "old key of C2");
+    EXPECT_EQ(text("D2"), "key of D2");
+    EXPECT_EQ(text("B3"), "key of B3");
+    EXPECT_EQ(text("C3"), "<none>");
+    EXPECT_EQ(text("I9"), "key of I9");
+    EXPECT_EQ(ExcelUtils::Worksheet->GetComments()->Count(), 5);
+}
+
 TEST_P(BackendTest, WritingValuesKeepsTheCommentsOfTheCells) {
     std::string path = MakeBook("a.xlsx", [](xl::Worksheet& s) {
         s.SetString(2, 2, "old");

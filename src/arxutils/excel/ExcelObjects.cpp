@@ -11,6 +11,15 @@ std::int32_t Dispatch::GetIDOfName(std::string_view, long& id) {
 
 std::int32_t Dispatch::Invoke(long, int, std::vector<Variant>&, Variant*) { return kErrUnknownName; }
 
+void Range::SetComments(std::span<const std::string_view> texts, int columns) {
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+        if (texts[i].empty()) continue;
+        auto cell = Item(static_cast<int>(i / columns) + 1, static_cast<int>(i % columns) + 1);
+        cell->ClearComments();
+        cell->AddComment(texts[i]);
+    }
+}
+
 std::vector<std::vector<std::string>> Range::Texts() {
     // Cell by cell, for a backend that has no faster way.
     const long rows = Rows()->Count(), columns = Columns()->Count();

@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -257,6 +258,10 @@ public:
     // Fails when the cell already has a note.
     virtual std::unique_ptr<Comment> AddComment(std::string_view text) = 0;
     virtual void ClearComments() = 0;
+    // Gives the cells from the top-left one, row by row with `columns` to a row, the notes in
+    // `texts`, each in place of any note its cell had; an empty text leaves its cell as it is.
+    // The notes of a whole schedule in one call; the default goes cell by cell.
+    virtual void SetComments(std::span<const std::string_view> texts, int columns);
     virtual std::unique_ptr<Hyperlinks> GetHyperlinks() = 0;
 };
 

@@ -113,6 +113,12 @@ xl::CellRange Clip(xl::Worksheet& sheet, const xl::CellRange& r) {
     return out;
 }
 
+// The author of the notes the run adds: the user's name.
+std::string_view NoteAuthor() {
+    const char* user = std::getenv("USER");
+    return user ? user : "";
+}
+
 // A saved selection ("A1:B3 D4") in the object model's form ("A1:B3,D4").
 std::string SelectionFromFile(std::string text) {
     std::replace(text.begin(), text.end(), ' ', ',');
@@ -914,10 +920,19 @@ public:
     }
     std::unique_ptr<Comment> AddComment(std::string_view text) override {
         if (sheet_->NoteAt(Row(), Column())) Fail("Application-defined or object-defined error");
-        const char* user = std::getenv("USER");
-        Check(sheet_->SetNote(Row(), Column(), text, user ? user : ""));
+        Check(sheet_->SetNote(Row(), Column(), text, NoteAuthor()));
         book_->dirty = true;
         return std::make_unique<FileComment>(state_, book_, sheet_, Row(), Column());
+    }
+    void SetComments(std::span<const std::string_view> texts, int columns) override {
+        const xl::CellRange& a = First();
+        const std::string_view author = NoteAuthor();
+        for (std::size_t i = 0; i < texts.size(); ++i) {
+            if (texts[i].empty()) continue;
+            Check(sheet_->SetNote(a.firstRow + static_cast<int>(i / columns), a.firstColumn + static_cast<int>(i % columns),
+                                  texts[i], author));
+            book_->dirty = true;
+        }
     }
     void ClearComments() override {
         int n = 0;

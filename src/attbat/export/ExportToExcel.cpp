@@ -2,6 +2,8 @@
 // array write per slice, then key comments, links, borders and merges cell by cell.
 
 #include <algorithm>
+#include <string_view>
+#include <vector>
 
 #include "arxutils/AutoWrap.h"
 #include "arxutils/ExcelUtils.h"
@@ -136,22 +138,29 @@ void CAttPreviewPage::ExportRowsToActiveSheet(int first, int rowCount, ExportOpt
     {
         host::ProgressMeter meter("Exporting the data ...", static_cast<long>(columnCount_) * rowCount + 1);
         auto cells = Sheet().Cells();
-        for (int r = 0; r < rowCount; ++r) {
-            const tables::CStringArrayEx& keys = m_commentTable[m_rows.at(first + r).itemData];
-            for (int p = 0; p < columns; ++p) {
-                int column = columnOrder_[p];
-                if (column >= keys.GetSize()) continue;
-                const std::string& key = keys[column];
-                if (key.empty() || base::EqualNoCase(key, BlockColumnMark)) continue;
-                auto cell = cells->Item(options.startRow + r, startColumn + p);
-                cell->ClearComments();
-                if (options.addHyperlink && base::EqualNoCase(key, CurrentDrawingMark)) {
-                    excel::Variant text = cell->Text();
-                    cell->GetHyperlinks()->Add(*cell, text.type == excel::VarType::String ? text.text : std::string());
+        // Each cell's key becomes its note, in slices of rows as the values went.
+        std::vector<std::string_view> notes;
+        for (int done = 0; done < rowCount; done += kStagedRows) {
+            const int slice = std::min(kStagedRows, rowCount - done);
+            notes.assign(static_cast<std::size_t>(slice) * columns, std::string_view());
+            for (int s = 0; s < slice; ++s) {
+                const int r = done + s;
+                const tables::CStringArrayEx& keys = m_commentTable[m_rows.at(first + r).itemData];
+                for (int p = 0; p < columns; ++p) {
+                    int column = columnOrder_[p];
+                    if (column >= keys.GetSize()) continue;
+                    const std::string& key = keys[column];
+                    if (key.empty() || base::EqualNoCase(key, BlockColumnMark)) continue;
+                    if (options.addHyperlink && base::EqualNoCase(key, CurrentDrawingMark)) {
+                        auto cell = cells->Item(options.startRow + r, startColumn + p);
+                        excel::Variant text = cell->Text();
+                        cell->GetHyperlinks()->Add(*cell, text.type == excel::VarType::String ? text.text : std::string());
+                    }
+                    notes[static_cast<std::size_t>(s) * columns + p] = key;
+                    meter.SetPosition(static_cast<long>(r) * columnCount_ + p);
                 }
-                cell->AddComment(key);
-                meter.SetPosition(static_cast<long>(r) * columnCount_ + p);
             }
+            cells->Item(options.startRow + done, startColumn)->SetComments(notes, columns);
         }
     }
 
