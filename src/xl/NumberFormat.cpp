@@ -595,11 +595,11 @@ std::string FormatGeneral(double value) {
     int intLen = e >= 0 ? e + 1 : 1;
     int decimals = std::max(0, 11 - intLen - 1);
     char buf[64];
-    std::snprintf(buf, sizeof buf, "%.*f", decimals, a);
-    std::string fixed = StripZeros(buf);
+    // The digits of printf's "%.*f", by the conversion the standard defines as its equal.
+    std::string fixed =
+        StripZeros(std::string(buf, std::to_chars(buf, buf + sizeof buf, a, std::chars_format::fixed, decimals).ptr));
     if (e < -4) {
         // Tiny values switch to scientific unless they fit exactly.
-        std::snprintf(buf, sizeof buf, "%.15g", a);
         if (fixed == "0" || std::fabs(std::strtod(fixed.c_str(), nullptr) - a) > a * 1e-9) return scientific();
     }
     if (fixed.size() > 11 && fixed.find('.') != std::string::npos) fixed = StripZeros(fixed.substr(0, 11));
