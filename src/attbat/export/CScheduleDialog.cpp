@@ -56,6 +56,11 @@ void CScheduleDialog::ShowCurrentPage() {
     }
 }
 
+void CScheduleDialog::ReleaseReferences() {
+    if (!m_activeBlocks) return;
+    for (AcadBlock& block : *m_activeBlocks) block.refs = AcadBlockRefArray();
+}
+
 void CScheduleDialog::UpdateButtons() {
     nextEnabled = m_activePage != 2;
     backEnabled = m_activePage != 0;

@@ -51,6 +51,11 @@ public:
     // preview as the page needs.
     void ShowCurrentPage();
 
+    // Gives back the memory of the references read for the rows, once the rows are built and only
+    // written from now on; the blocks keep their names and definitions. The preview can't be
+    // built again after it.
+    void ReleaseReferences();
+
     // Writes the whole wizard state to a .vlt file (version 4) after taking the pages' controls.
     base::Status SaveTemplate(const std::string& path);
     // Reads a .vlt file and replays "Next" up to its page; a bad file shows "Invalid Velmar

@@ -535,6 +535,8 @@ CommandStatus RunExport(CommandContext& context) {
     if (arxutils::excel::CurrentServer().OffersOnlyANewWorkbook() && !values.Has("workbook-mode")) {
         preview.m_workbookOptionForRun = 0;
     }
+    // The rows are built: the references' memory goes back for the workbook to be built in.
+    wizard.ReleaseReferences();
     bool exported = preview.ExportToExcel();
     context.SummaryBool("exported", exported);
     return exported ? CommandStatus::Done : CommandStatus::Failed;

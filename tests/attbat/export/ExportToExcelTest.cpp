@@ -112,6 +112,35 @@ TEST(ExportToExcel, NewWorkbookWithSheetPerBlockAddsExactlyTheMissingSheets) {
     }
 }
 
+TEST(ExportToExcel, WithTheReferencesReleasedAfterTheRowsTheSheetPerBlockExportWritesTheSame) {
+    auto exportSheets = [](bool release) {
+        ExportFixture f;
+        f.settings.SetInt("Velmar", "WorksheetOpt", 0);
+        f.Start({BlockWithRows("DOOR", {"D1", "D2"}), BlockWithRows("WINDOW", {"W1"})});
+        f.ToPreview();
+        if (release) f.wizard.ReleaseReferences();
+        EXPECT_TRUE(f.Export());
+        SavedWorkbook book(f.output);
+        std::vector<std::string> cells;
+        for (int i = 1; i <= book.SheetCount(); ++i) {
+            auto sheet = book.Sheet(i);
+            cells.push_back(sheet->GetName());
+            for (const char* cell : {"A1", "C2", "C3"})
+                cells.push_back(SavedWorkbook::Text(*sheet, cell) + "|" + SavedWorkbook::Note(*sheet, cell));
+        }
+        if (release) {
+            EXPECT_EQ(f.wizard.m_activeBlocks->GetSize(), 2);  // the blocks stay, without references
+            for (const AcadBlock& block : *f.wizard.m_activeBlocks) EXPECT_EQ(block.refs.GetSize(), 0);
+        }
+        return cells;
+    };
+    const std::vector<std::string> kept = exportSheets(false);
+    ASSERT_EQ(kept.size(), 8u);
+    EXPECT_EQ(kept[0], "DOOR");
+    EXPECT_EQ(kept[4], "WINDOW");
+    EXPECT_EQ(exportSheets(true), kept);
+}
+
 TEST(ExportToExcel, NamesAlikeInTheirFirst31CharactersGiveANumberedSecondSheet) {
     ExportFixture f;
     f.settings.SetInt("Velmar", "WorksheetOpt", 0);
