@@ -604,7 +604,9 @@ bool ExcelUtils::ForEachWorksheet(const std::function<bool()>& read) {
     auto sheets = Workbook->GetWorksheets();
     bool ok = true;
     for (int i = 1, n = sheets->Count(); i <= n && ok; ++i) ok = ActivateSheet(i) && read();
-    if (!active.empty()) ActivateSheet(active);
+    // The active sheet is restored unless it is the last one read (the only one, often), which
+    // `read` may have let go of.
+    if (!active.empty() && !(Worksheet && base::EqualNoCase(Worksheet->GetName(), active))) ActivateSheet(active);
     return ok;
 }
 
@@ -620,16 +622,18 @@ bool ExcelUtils::WorksheetNames(std::vector<std::string>& names) {
 bool ExcelUtils::ActivateSheet(const std::string& name) {
     return Guarded([&] {
         if (!Workbook) return false;
-        auto sheets = Workbook->GetWorksheets();
-        for (int i = 1, n = sheets->Count(); i <= n; ++i) {
-            auto sheet = sheets->Item(i);
-            if (!base::EqualNoCase(sheet->GetName(), name)) continue;
-            sheet->SetVisible(-1);
-            sheet->Activate();
-            Worksheet = std::move(sheet);
-            return true;
+        // Found by name, so that no other sheet is read for it.
+        std::unique_ptr<excel::Worksheet> sheet;
+        try {
+            sheet = Workbook->GetWorksheets()->Item(name);
+        } catch (const AutomationError& e) {
+            if (e.Code() == excel::kErrBadIndex) return false;  // no such sheet
+            throw;
         }
-        return false;
+        sheet->SetVisible(-1);
+        sheet->Activate();
+        Worksheet = std::move(sheet);
+        return true;
     });
 }
 

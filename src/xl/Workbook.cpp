@@ -446,11 +446,11 @@ base::Result<std::string> Workbook::SaveImage() {
 base::Status Workbook::WriteChangedParts() {
     bool anyChange = workbookChanged_;
     for (auto& sheet : sheets_) {
-        if (!sheet->changed_ && !sheet->notesChanged_) continue;
+        if (!sheet->IsChanged() && !sheet->notesChanged_) continue;
         anyChange = true;
         if (sheet->notesChanged_)
             if (base::Status st = sheet->SaveNotes(); !st) return st;
-        if (sheet->changed_) {
+        if (sheet->IsChanged()) {
             DeflateStream xml;
             if (base::Status st = sheet->SaveTo(xml); !st) return st;
             package_.Write(sheet->part_, xml.Finish());

@@ -245,7 +245,7 @@ base::Status Worksheet::SetState(SheetState state) {
 }
 
 bool Worksheet::Unload() {
-    if (changed_ || notesChanged_) return false;
+    if (IsChanged() || notesChanged_) return false;
     data_ = std::make_unique<Data>();
     loaded_ = false;
     loadStatus_ = base::Status::Ok();
@@ -1612,18 +1612,24 @@ void Worksheet::Select(const CellRange& range, int activeRow, int activeColumn) 
 }
 
 void Worksheet::SetTabSelected(bool selected) {
+    // A tab known to be as asked needs no reading of the sheet: going through the sheets of a
+    // workbook doesn't read them all at each step.
+    if (tabKnown_ && tabSelected_ == selected) return;
     if (!Load()) return;
     pugi::xml_node view = Child(Child(Root(), "sheetViews"), "sheetView");
+    const bool now = view && view.attribute("tabSelected").as_bool();
+    if (!tabKnown_) {
+        tabKnown_ = true;
+        tabSelectedAsRead_ = tabSelected_ = now;
+    }
+    if (now == selected) return;
     if (!view) {
-        if (!selected) return;
         view = EnsureChild(Root(), "sheetViews").append_child(QualifiedLike(Root(), "sheetView").c_str());
         view.append_attribute("workbookViewId") = 0;
     }
-    bool now = view.attribute("tabSelected").as_bool();
-    if (now == selected) return;
     view.remove_attribute("tabSelected");
     if (selected) view.prepend_attribute("tabSelected") = 1;
-    Touch();
+    tabSelected_ = selected;
 }
 
 base::Status Worksheet::SaveTo(DeflateStream& stream) {

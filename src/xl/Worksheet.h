@@ -187,8 +187,9 @@ public:
     std::string ActiveCell();
     void Select(const CellRange& range, int activeRow, int activeColumn);
 
-    // True when the sheet was changed since opening.
-    bool IsChanged() const { return changed_; }
+    // True when the sheet was changed since opening. A tab selected and deselected again, as by
+    // going through the sheets, is no change.
+    bool IsChanged() const { return changed_ || tabSelected_ != tabSelectedAsRead_; }
     // Gives back the memory of an unchanged sheet's cells and notes; they are read again from
     // the package on their next use. False (and nothing done) for a changed sheet.
     bool Unload();
@@ -240,6 +241,11 @@ private:
     SheetState state_ = SheetState::Visible;
     bool loaded_ = false;
     bool changed_ = false;
+    // The tab's selection as the sheet was read and as it is now, known once it was set; an
+    // unloaded sheet is read again as it was, so they stay known.
+    bool tabKnown_ = false;
+    bool tabSelectedAsRead_ = false;
+    bool tabSelected_ = false;
     std::vector<std::string> repairs_;
     bool notesChanged_ = false;
     base::Status loadStatus_;

@@ -120,6 +120,46 @@ TEST(Workbook, AChangedSheetIsNotUnloaded) {
     EXPECT_EQ(sheet->Text(2, 1), "new");
 }
 
+// A saved workbook of three sheets, each with a value, the first active with its tab selected.
+std::unique_ptr<xl::Workbook> ThreeSheets() {
+    auto book = xl::Workbook::Create();
+    EXPECT_TRUE(book->AddSheet("B", 1));
+    EXPECT_TRUE(book->AddSheet("C", 2));
+    for (int i = 0; i < 3; ++i) book->Sheet(i)->SetNumber(1, 1, i);
+    book->Activate(1);
+    book->Activate(0);
+    return Reopen(*book);
+}
+
+TEST(Workbook, GoingThroughTheSheetsAndBackToTheFirstChangesNoSheetAndEachUnloads) {
+    auto book = ThreeSheets();
+    for (int i : {1, 2, 0}) book->Activate(i);
+    for (int i = 0; i < 3; ++i) EXPECT_FALSE(book->Sheet(i)->IsChanged()) << "sheet " << i;
+    EXPECT_EQ(book->UnloadUnchangedSheets(), 3);
+    // Read again, each is as it was; going on through them doesn't change that.
+    book->Activate(2);
+    book->Activate(0);
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(book->Sheet(i)->Text(1, 1), std::to_string(i));
+    EXPECT_EQ(book->UnloadUnchangedSheets(), 3);
+}
+
+TEST(Workbook, ASheetLeftActiveIsAChangeOfItAndOfTheOneBeforeAndItIsSaved) {
+    auto book = ThreeSheets();
+    book->Activate(1);
+    book->Activate(2);
+    EXPECT_TRUE(book->Sheet(0)->IsChanged());   // no longer selected
+    EXPECT_FALSE(book->Sheet(1)->IsChanged());  // selected and deselected again
+    EXPECT_TRUE(book->Sheet(2)->IsChanged());
+    EXPECT_EQ(book->UnloadUnchangedSheets(), 1);
+    auto again = Reopen(*book);
+    EXPECT_EQ(again->ActiveSheetIndex(), 2);
+    // Saved as left: there and back again changes none.
+    again->Activate(0);
+    again->Activate(2);
+    for (int i = 0; i < 3; ++i) EXPECT_FALSE(again->Sheet(i)->IsChanged()) << "sheet " << i;
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(again->Sheet(i)->Text(1, 1), std::to_string(i));
+}
+
 TEST(Workbook, SharedStringsAreDeduplicated) {
     auto book = xl::Workbook::Create();
     xl::Worksheet* s = book->Sheet(0);
