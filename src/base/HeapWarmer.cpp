@@ -20,6 +20,9 @@ namespace {
 // whole call, big enough that the calls cost nothing next to the clearing.
 constexpr std::uintptr_t kStep = 4 << 20;
 constexpr std::uintptr_t kPage = 4096;
+// The heap a command grows first is left to be faulted in as it is used: a small command gains
+// nothing from a second thread, and the pages asked for ahead and never used would be its own.
+constexpr std::uintptr_t kLeftAsUsed = std::uintptr_t{64} << 20;
 // How long the thread sleeps when the heap hasn't grown: from a tenth of a millisecond, doubled
 // while it stays so, up to five.
 constexpr auto kFirstNap = std::chrono::microseconds(100);
@@ -47,7 +50,7 @@ std::uintptr_t HeapEnd() { return reinterpret_cast<std::uintptr_t>(::sbrk(0)); }
 
 void Warm() {
     Shared& state = State();
-    std::uintptr_t warmed = 0;
+    std::uintptr_t warmed = 0;  // the pages below are faulted in, or left to their users
     std::uintptr_t from = 0;
     auto nap = kFirstNap;
     for (;;) {
@@ -55,10 +58,13 @@ void Warm() {
             std::unique_lock lock(state.mutex);
             state.turnedOn.wait(lock, [&] { return state.on; });
             // Turned on again: what grew while off was touched by its users.
-            if (state.from != from) warmed = from = state.from;
+            if (state.from != from) {
+                from = state.from;
+                warmed = from + kLeftAsUsed;
+            }
         }
+        // A heap trimmed below `warmed` grows back over pages left to their users.
         const std::uintptr_t end = HeapEnd();
-        if (end < warmed) warmed = end & ~(kPage - 1);  // the heap was trimmed
         if (end > warmed) {
             const std::uintptr_t stop = std::min(end, warmed + kStep);
             if (::madvise(reinterpret_cast<void*>(warmed), stop - warmed, MADV_POPULATE_WRITE) != 0 &&

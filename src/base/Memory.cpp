@@ -11,13 +11,12 @@ namespace base {
 
 namespace {
 bool endsWithCommand = false;
-// The allocator's own trim threshold and top pad.
+// The allocator's own trim threshold, top pad and threshold for blocks of their own mapping
+// (which no longer follows the sizes freed once any of them is set).
 constexpr int kDefaultPad = 128 * 1024;
-// The allocator's first threshold for blocks of their own mapping; it then follows the sizes
-// freed.
 constexpr int kDefaultMapped = 128 * 1024;
 constexpr int kKeptWhenEnding = 1 << 30;
-constexpr int kHeapStepWhenEnding = 64 << 20;
+constexpr int kHeapStepWhenEnding = 16 << 20;
 // The allocator's highest threshold: blocks below it come from the heap, whose pages are
 // faulted in ahead.
 constexpr int kMappedWhenEnding = 32 << 20;
@@ -42,7 +41,7 @@ void SetEndsWithCommand(bool ends) {
     // drops tables of hundreds of megabytes, and pages given back are pages the system must
     // clear again at the next table. (An explicit ReturnFreeMemory still gives them back.)
     // Blocks up to 32 MiB come from the heap, whose new pages a second thread faults in ahead
-    // of their first use; the heap grows 64 MiB at a time, so that the pages faulted in and not
+    // of their first use; the heap grows 16 MiB at a time, so that the pages faulted in and not
     // yet used stay few.
     ::mallopt(M_TRIM_THRESHOLD, ends ? kKeptWhenEnding : kDefaultPad);
     ::mallopt(M_TOP_PAD, ends ? kHeapStepWhenEnding : kDefaultPad);

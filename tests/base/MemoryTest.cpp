@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <thread>
@@ -64,30 +65,54 @@ std::size_t ResidentPages(const char* begin, std::size_t bytes) {
     return count;
 }
 
-TEST_F(MemoryTest, TheHeapsNewPagesAreFaultedInBeforeTheirFirstUseWhenTheProcessEndsWithItsCommand) {
-    base::SetEndsWithCommand(true);
-    if (!base::HeapWarming()) GTEST_SKIP() << "this system can't fault pages in on request";
-    // Blocks below the mapping threshold come from the heap: taken until one reaches past the
-    // heap's end as it was, so that the heap grows for it.
-    constexpr std::size_t kBytes = 24 << 20;
+// Takes blocks of `bytes` from the heap until one starts `past` bytes beyond the heap's end as
+// it was; gives them all, the last one last.
+std::vector<char*> BlocksPast(std::size_t bytes, std::uintptr_t past) {
     const std::uintptr_t page = ::sysconf(_SC_PAGESIZE);
     const std::uintptr_t oldEnd = (reinterpret_cast<std::uintptr_t>(::sbrk(0)) + page - 1) & ~(page - 1);
     std::vector<char*> blocks;
-    char* block = nullptr;
-    while (blocks.size() < 64 && (!block || reinterpret_cast<std::uintptr_t>(block) + kBytes <= oldEnd + 4 * page)) {
-        block = static_cast<char*>(std::malloc(kBytes));
-        ASSERT_NE(block, nullptr);
-        blocks.push_back(block);
-    }
-    const char* grown = reinterpret_cast<const char*>(std::max(oldEnd, reinterpret_cast<std::uintptr_t>(block)));
-    const std::size_t bytes = block + kBytes - grown;
-    ASSERT_GT(bytes, 2 * page) << "the heap never grew";
-    const std::size_t pages = bytes / page;
+    while (blocks.size() < 64 && (blocks.empty() || reinterpret_cast<std::uintptr_t>(blocks.back()) < oldEnd + past))
+        blocks.push_back(static_cast<char*>(std::malloc(bytes)));
+    return blocks;
+}
+
+// Whether all of [begin, begin + bytes) comes to be held for the process within ten seconds.
+bool BecomesResident(const char* begin, std::size_t bytes) {
+    const std::size_t pages = bytes / ::sysconf(_SC_PAGESIZE);
     auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (ResidentPages(grown, bytes) < pages && std::chrono::steady_clock::now() < deadline)
+    while (ResidentPages(begin, bytes) < pages && std::chrono::steady_clock::now() < deadline)
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    EXPECT_GE(ResidentPages(grown, bytes), pages) << "nothing touched the block, yet its pages must be in";
+    return ResidentPages(begin, bytes) >= pages;
+}
+
+TEST_F(MemoryTest, TheHeapsNewPagesPastItsFirstGrowthAreFaultedInBeforeTheirFirstUseWhenTheProcessEndsWithItsCommand) {
+    base::SetEndsWithCommand(true);
+    if (!base::HeapWarming()) GTEST_SKIP() << "this system can't fault pages in on request";
+    // Blocks below the mapping threshold come from the heap, which grows for them: the one
+    // past the first 64 MiB is faulted in though nothing touched it.
+    constexpr std::size_t kBytes = 24 << 20;
+    std::vector<char*> blocks = BlocksPast(kBytes, std::uintptr_t{100} << 20);
+    ASSERT_FALSE(blocks.empty());
+    ASSERT_NE(blocks.back(), nullptr);
+    EXPECT_TRUE(BecomesResident(blocks.back(), kBytes)) << "nothing touched the block, yet its pages must be in";
     for (char* b : blocks) std::free(b);
+}
+
+TEST_F(MemoryTest, TheFirstGrowthOfTheHeapIsLeftToItsUsers) {
+    // In a process of its own, whose heap no other test grew and faulted in before.
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            base::SetEndsWithCommand(true);
+            if (!base::HeapWarming()) std::exit(0);  // nothing faulted in ahead at all
+            constexpr std::size_t kBytes = 24 << 20;
+            std::vector<char*> blocks = BlocksPast(kBytes, std::uintptr_t{8} << 20);
+            std::this_thread::sleep_for(std::chrono::milliseconds(100));
+            const std::size_t resident = ResidentPages(blocks.back(), kBytes);
+            std::fprintf(stderr, "%zu pages resident\n", resident);
+            std::exit(resident < kBytes / ::sysconf(_SC_PAGESIZE) / 2 ? 0 : 1);
+        },
+        ::testing::ExitedWithCode(0), "");
 }
 
 TEST_F(MemoryTest, FaultingInTheHeapAheadKeepsWhatItsPagesHold) {
