@@ -117,16 +117,18 @@ TEST_F(MemoryTest, TheFirstGrowthOfTheHeapIsLeftToItsUsers) {
 
 TEST_F(MemoryTest, FaultingInTheHeapAheadKeepsWhatItsPagesHold) {
     base::SetEndsWithCommand(true);
-    // Blocks written while the heap grows under them read back as written.
+    // Blocks written while the heap grows under them, past its first growth, read back as
+    // written.
+    constexpr int kBlocks = 192;
     std::vector<char*> blocks;
-    for (int i = 0; i < 64; ++i) {
+    for (int i = 0; i < kBlocks; ++i) {
         char* block = static_cast<char*>(std::malloc(1 << 20));
         ASSERT_NE(block, nullptr);
         std::memset(block, 'a' + i % 26, 1 << 20);
         blocks.push_back(block);
     }
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    for (int i = 0; i < 64; ++i) {
+    for (int i = 0; i < kBlocks; ++i) {
         for (int k = 0; k < (1 << 20); k += 4093) ASSERT_EQ(blocks[i][k], 'a' + i % 26) << "block " << i;
         std::free(blocks[i]);
     }
