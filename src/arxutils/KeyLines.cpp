@@ -41,6 +41,11 @@ std::string_view KeyLines::Keep(std::string_view text) {
     return {kept, text.size()};
 }
 
+void KeyLines::Reserve(std::size_t more) {
+    const std::size_t wanted = entries_.size() + more;
+    if (wanted > entries_.capacity()) entries_.reserve(std::max(wanted, 2 * entries_.capacity()));
+}
+
 void KeyLines::AddKept(std::string_view key, std::string_view value) {
     entries_.push_back({Keep(key), value});
 }

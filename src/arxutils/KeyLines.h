@@ -14,9 +14,9 @@ namespace arxutils {
 // The key lines of comments, each with the text of its comment's cell. Lines are added in the
 // order they are read; read back, they are as assignments into a map by key would leave them:
 // in key order, a later line of a key replacing the earlier one. Lines added since the last read
-// are sorted in at the next (or at Sort), so that adding sheet after sheet sorts once. The texts are held in the list's own
-// blocks, so hundreds of thousands of lines cost no allocation each; the views stay valid for
-// the life of the list (a copy holds its own texts).
+// are sorted in at the next (or at Sort), so that adding sheet after sheet sorts once. The texts
+// are held in the list's own blocks, so hundreds of thousands of lines cost no allocation each;
+// the views stay valid for the life of the list (a copy holds its own texts).
 class KeyLines {
 public:
     struct Entry {
@@ -40,8 +40,9 @@ public:
     void AddKept(std::string_view key, std::string_view value);
     // Adds a line, both texts copied.
     void Add(std::string_view key, std::string_view value) { AddKept(key, Keep(value)); }
-    // Makes room for `more` lines beyond those held, so a sheet's lines grow the list once.
-    void Reserve(std::size_t more) { entries_.reserve(entries_.size() + more); }
+    // Makes room for `more` lines beyond those held, so a sheet's lines grow the list once; the
+    // room at least doubles, so that sheet after sheet doesn't move every line held each time.
+    void Reserve(std::size_t more);
     // Key order, the last value of each key kept: lines added since are sorted in now.
     void Sort() const;
     // Every line and text gone.

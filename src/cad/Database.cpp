@@ -567,7 +567,7 @@ std::string_view Database::RawAt(std::uint32_t rec, std::size_t i) const {
 void Database::Prefetch(std::uint32_t rec, std::size_t bytes) const {
     const Record& r = records_[rec];
     if (r.owned != kNone || r.firstTag >= stream_.tags.Size()) return;
-    // About one tag per 20 bytes of an ASCII file.
+    // At most one tag per 16 bytes of an ASCII file, as drawings go.
     stream_.tags.Prefetch(r.firstTag, bytes / 16 + 1);
     const std::size_t start = stream_.tags.Start(r.firstTag);
     const std::size_t end = std::min(bytes_.size(), start + bytes);

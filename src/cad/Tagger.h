@@ -38,11 +38,13 @@ public:
     // Asks the processor for where tags `i` to `i + count` start and their codes.
     void Prefetch(std::size_t i, std::size_t count) const {
         const std::size_t end = std::min(i + count, size_);
+        if (end <= i) return;
         for (std::size_t k = i; k < end; k += 32) {
             __builtin_prefetch(codes_.get() + k);
             __builtin_prefetch(offsets_.get() + k);
         }
-        for (std::size_t g = i >> kGroupBits; g <= ((end - 1) >> kGroupBits) && end > i; ++g) __builtin_prefetch(groups_.get() + g);
+        const std::size_t lastGroup = (end - 1) >> kGroupBits;
+        for (std::size_t g = i >> kGroupBits; g <= lastGroup; ++g) __builtin_prefetch(groups_.get() + g);
     }
     // The group codes in order, for loops that only look at codes.
     const std::int16_t* Codes() const { return codes_.get(); }

@@ -272,10 +272,6 @@ void MergeRows(RowTable& rows, RowTable& keys, int first, const AcadBlockView& v
     }
 }
 
-}  // namespace
-
-namespace {
-
 // The size of `row` without its trailing empty cells.
 int FilledSize(const tables::CStringArrayEx& row) {
     int size = row.GetSize();
