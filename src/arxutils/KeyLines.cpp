@@ -2,12 +2,15 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <future>
 
 namespace arxutils {
 
 namespace {
 
 constexpr std::size_t kKeyLineBlock = 1 << 20;
+// Below this many lines a sort stays on one thread: starting another costs more than it saves.
+constexpr std::size_t kLinesForTwoThreads = 1 << 16;
 
 }  // namespace
 
@@ -100,34 +103,59 @@ void SortPlaces(KeyPlace* first, KeyPlace* last, const std::vector<KeyLines::Ent
     }
 }
 
+// Appends `entry` to lines in key order, replacing the last one when it has the same key.
+void AppendReplacing(std::vector<KeyLines::Entry>& lines, const KeyLines::Entry& entry) {
+    if (!lines.empty() && lines.back().key == entry.key) lines.back() = entry;
+    else lines.push_back(entry);
+}
+
+// The lines from `from` on in key order, the last added of each key kept. A long list is sorted
+// in two halves, each on its own thread, then the halves are merged: a tie takes the first
+// half's line first, so the order is that of one stable sort.
+std::vector<KeyLines::Entry> SortedFrom(const std::vector<KeyLines::Entry>& entries, std::size_t from) {
+    std::vector<KeyPlace> order(entries.size() - from);
+    for (std::size_t i = 0; i < order.size(); ++i) order[i] = {0, static_cast<std::uint32_t>(from + i), 0};
+    KeyPlace* const first = order.data();
+    KeyPlace* const last = first + order.size();
+    KeyPlace* const middle = order.size() < kLinesForTwoThreads ? last : first + order.size() / 2;
+    if (middle == last) {
+        SortPlaces(first, last, entries);
+    } else {
+        auto firstHalf = std::async(std::launch::async, [&] { SortPlaces(first, middle, entries); });
+        SortPlaces(middle, last, entries);
+        firstHalf.get();
+    }
+    const auto keyOf = [&](const KeyPlace* place) { return entries[place->index].key; };
+    std::vector<KeyLines::Entry> sorted;
+    sorted.reserve(order.size());
+    for (const KeyPlace *a = first, *b = middle; a != middle || b != last;) {
+        const bool second = a == middle || (b != last && keyOf(b) < keyOf(a));
+        AppendReplacing(sorted, entries[(second ? b++ : a++)->index]);
+    }
+    return sorted;
+}
+
 }  // namespace
 
 void KeyLines::Sort() const {
     if (sorted_ == entries_.size()) return;
-    // The lines added since the last sort are sorted among themselves; equal keys keep the
-    // order they were added in, so the last of each run is the one kept.
-    std::vector<KeyPlace> order(entries_.size() - sorted_);
-    for (std::size_t i = 0; i < order.size(); ++i) order[i] = {0, static_cast<std::uint32_t>(sorted_ + i), 0};
-    SortPlaces(order.data(), order.data() + order.size(), entries_);
-    std::vector<Entry> added;
-    added.reserve(order.size());
-    for (const KeyPlace& place : order) {
-        const Entry& entry = entries_[place.index];
-        if (!added.empty() && added.back().key == entry.key) added.back() = entry;
-        else added.push_back(entry);
-    }
+    std::vector<Entry> added = SortedFrom(entries_, sorted_);
     // Then merged with those sorted before, a new line replacing an old one of its key: a
     // workbook of many sheets is sorted once a sheet without sorting the sheets before again.
-    std::vector<Entry> merged;
-    merged.reserve(sorted_ + added.size());
-    auto old = entries_.begin(), oldEnd = entries_.begin() + static_cast<std::ptrdiff_t>(sorted_);
-    for (const Entry& entry : added) {
-        while (old != oldEnd && old->key < entry.key) merged.push_back(*old++);
-        if (old != oldEnd && old->key == entry.key) ++old;
-        merged.push_back(entry);
+    if (sorted_ == 0) {
+        entries_.swap(added);
+    } else {
+        std::vector<Entry> merged;
+        merged.reserve(sorted_ + added.size());
+        auto old = entries_.begin(), oldEnd = entries_.begin() + static_cast<std::ptrdiff_t>(sorted_);
+        for (const Entry& entry : added) {
+            while (old != oldEnd && old->key < entry.key) merged.push_back(*old++);
+            if (old != oldEnd && old->key == entry.key) ++old;
+            merged.push_back(entry);
+        }
+        merged.insert(merged.end(), old, oldEnd);
+        entries_.swap(merged);
     }
-    merged.insert(merged.end(), old, oldEnd);
-    entries_.swap(merged);
     sorted_ = entries_.size();
 }
 

@@ -250,7 +250,11 @@ std::string TrimRight(std::string_view text) {
     return std::string(text.substr(0, SkipRight(text, IsTrimSpace)));
 }
 
-std::string Trim(std::string_view text) { return TrimLeft(TrimRight(text)); }
+std::string Trim(std::string_view text) {
+    // One string made, not one per end: the import trims every value it reads.
+    const std::string_view right = text.substr(0, SkipRight(text, IsTrimSpace));
+    return std::string(right.substr(SkipLeft(right, IsTrimSpace)));
+}
 
 std::string TrimLeft(std::string_view text, std::string_view chars) {
     return std::string(text.substr(SkipLeft(text, [&](char32_t c) { return Contains(chars, c); })));

@@ -4,6 +4,7 @@
 #include <map>
 #include <random>
 #include <string>
+#include <vector>
 
 #include "arxutils/KeyLines.h"
 
@@ -77,6 +78,35 @@ TEST(KeyLines, SortedSheetBySheetItGivesWhatAMapAssignedInTheSameOrderHolds) {
     EXPECT_EQ(lines.size(), map.size());
     EXPECT_TRUE(std::is_sorted(lines.begin(), lines.end(),
                                [](const KeyLines::Entry& a, const KeyLines::Entry& b) { return a.key < b.key; }));
+}
+
+TEST(KeyLines, AListLongEnoughToSortOnTwoThreadsKeepsTheLastValueOfAKeyFromEitherHalf) {
+    // Every key is added once in each half of the list, so the halves' merge decides which
+    // value stays.
+    std::mt19937 random(5);
+    const int keys = 60000;
+    std::vector<int> ids(keys);
+    for (int i = 0; i < keys; ++i) ids[static_cast<std::size_t>(i)] = i;
+    KeyLines lines;
+    std::map<std::string, std::string> map;
+    for (int half = 0; half < 2; ++half) {
+        std::shuffle(ids.begin(), ids.end(), random);
+        for (int id : ids) {
+            const std::string key = "/home/user/drawings/site plan.dxf<" + std::to_string(id) + "_TAG>";
+            const std::string value = std::to_string(half) + ":" + std::to_string(id);
+            lines.Add(key, value);
+            map[key] = value;
+        }
+    }
+    lines.Sort();
+    EXPECT_EQ(AsMap(lines), map);
+    ASSERT_EQ(lines.size(), map.size());
+    auto expected = map.begin();
+    for (const auto& [key, value] : lines) {
+        ASSERT_EQ(key, expected->first);
+        ASSERT_EQ(value, expected->second);
+        ++expected;
+    }
 }
 
 TEST(KeyLines, KeysThatArePrefixesOfOthersOrHoldZeroBytesSortAsStrings) {

@@ -1,6 +1,7 @@
 #include "attbat/import/ImportByHandle.h"
 
 #include <algorithm>
+#include <future>
 #include <map>
 #include <memory>
 #include <unordered_map>
@@ -247,6 +248,20 @@ private:
     std::string key_;
 };
 
+// Below this many keys the import list is filled on one thread.
+constexpr std::size_t kKeysForTwoThreads = 1 << 16;
+
+// Where the keys can be cut in two with no row on both sides: the first such key at or past
+// the middle; the end when there is none.
+std::size_t CutKeys(const std::vector<int>& rowOfKey, const std::vector<std::size_t>& lastKeyOfRow) {
+    std::size_t reach = 0;  // the last key of the rows met so far
+    for (std::size_t k = 0; k < rowOfKey.size(); ++k) {
+        if (k >= rowOfKey.size() / 2 && reach < k) return k;
+        if (rowOfKey[k] >= 0) reach = std::max(reach, lastKeyOfRow[static_cast<std::size_t>(rowOfKey[k])]);
+    }
+    return rowOfKey.size();
+}
+
 }  // namespace
 
 bool ParseImportKey(std::string_view key, const ImportByHandleOptions& options,
@@ -272,6 +287,7 @@ AcadBlockRefArray BuildImportList(const ImportMap& map, const ImportByHandleOpti
     AcadBlockRefArray rows;
     std::vector<int> rowOfKey(map.size(), -1);
     std::vector<int> counts;
+    std::vector<std::size_t> lastKeyOfRow;
     {
         KeyPaths paths(options, currentPath);
         RowsByHandle index;
@@ -291,23 +307,38 @@ AcadBlockRefArray BuildImportList(const ImportMap& map, const ImportByHandleOpti
                     row = rows.Add(std::move(added));
                     index.Add(row);
                     counts.push_back(0);
+                    lastKeyOfRow.push_back(k);
                 }
                 ++counts[row];
                 rowOfKey[k] = row;
+                lastKeyOfRow[static_cast<std::size_t>(row)] = k;
             }
             ++k;
         }
     }
     // The rows are held while the drawings are read and written: without room to grow.
     rows.FreeExtra();
+    // Room for each row's values is made on this thread, whose heap is faulted in ahead.
     for (int r = 0; r < rows.GetSize(); ++r) rows[r].attributes.Reserve(counts[r]);
-    std::size_t k = 0;
-    for (const auto& [text, value] : map) {
-        const int row = rowOfKey[k++];
-        if (row < 0) continue;
-        const KeyParts parts = SplitImportKey(text, options);
-        rows[row].attributes.Add(AcadAttribute(std::string(parts.tag), value,
-                                               parts.isProperty ? PropertyBitOf(parts.tag) : 0));
+    // The values of keys [first, last) appended to their rows in key order. Two ranges that
+    // share no row are filled at once.
+    const std::vector<arxutils::KeyLines::Entry>& entries = map.Entries();
+    const auto fill = [&](std::size_t first, std::size_t last) {
+        for (std::size_t k = first; k < last; ++k) {
+            const int row = rowOfKey[k];
+            if (row < 0) continue;
+            const KeyParts parts = SplitImportKey(entries[k].key, options);
+            rows[row].attributes.Add(AcadAttribute(std::string(parts.tag), entries[k].value,
+                                                   parts.isProperty ? PropertyBitOf(parts.tag) : 0));
+        }
+    };
+    const std::size_t cut = map.size() < kKeysForTwoThreads ? map.size() : CutKeys(rowOfKey, lastKeyOfRow);
+    if (cut == map.size()) {
+        fill(0, map.size());
+    } else {
+        auto firstPart = std::async(std::launch::async, [&] { fill(0, cut); });
+        fill(cut, map.size());
+        firstPart.get();
     }
     return rows;
 }

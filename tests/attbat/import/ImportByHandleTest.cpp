@@ -128,20 +128,9 @@ TEST(ImportByHandle, TheUpdateListHasOneRowPerDrawingAndHandleAndKeepsSkipLinesO
     ASSERT_EQ(skipped.size(), 1u);
 }
 
-TEST(ImportByHandle, TheUpdateListIsWhatParsingEachKeyAndAddingItsValueGives) {
-    std::mt19937 random(3);
-    std::uniform_int_distribution<int> pick(0, 40);
-    ImportMap map;
-    for (int i = 0; i < 4000; ++i) {
-        const int n = pick(random);
-        const std::string path = n % 4 == 0 ? "" : n % 4 == 1 ? " /work/FLOOR.dxf" : n % 4 == 2 ? kCurrent : "/b.dxf";
-        const std::string handle = n % 2 ? base::Sprintf("%x", n) : base::Sprintf("%X", n);
-        const std::string key = i % 97 == 0   ? "nonsense"
-                                : i % 5 == 0  ? base::Sprintf("%s<%s:Layer>", path, handle)
-                                              : base::Sprintf("%s<%s_T%d>", path, handle, i % 6);
-        map.Add(key, base::Sprintf(" %d ", i));
-    }
-    map.Sort();
+// The update list of `map` is what parsing each key and adding its value to an empty list
+// gives, with and without the properties.
+void ExpectTheListOfEachKeyParsed(const ImportMap& map) {
     for (int ignoreProperty = 0; ignoreProperty < 2; ++ignoreProperty) {
         ImportByHandleOptions options;
         options.IgnoreProperty = ignoreProperty;
@@ -170,6 +159,39 @@ TEST(ImportByHandle, TheUpdateListIsWhatParsingEachKeyAndAddingItsValueGives) {
             }
         }
     }
+}
+
+TEST(ImportByHandle, TheUpdateListIsWhatParsingEachKeyAndAddingItsValueGives) {
+    std::mt19937 random(3);
+    std::uniform_int_distribution<int> pick(0, 40);
+    ImportMap map;
+    for (int i = 0; i < 4000; ++i) {
+        const int n = pick(random);
+        const std::string path = n % 4 == 0 ? "" : n % 4 == 1 ? " /work/FLOOR.dxf" : n % 4 == 2 ? kCurrent : "/b.dxf";
+        const std::string handle = n % 2 ? base::Sprintf("%x", n) : base::Sprintf("%X", n);
+        const std::string key = i % 97 == 0   ? "nonsense"
+                                : i % 5 == 0  ? base::Sprintf("%s<%s:Layer>", path, handle)
+                                              : base::Sprintf("%s<%s_T%d>", path, handle, i % 6);
+        map.Add(key, base::Sprintf(" %d ", i));
+    }
+    map.Sort();
+    ExpectTheListOfEachKeyParsed(map);
+}
+
+TEST(ImportByHandle, TheUpdateListOfAWorkbooksWorthOfKeysIsWhatParsingEachKeyGives) {
+    // Enough keys for the list to be filled in two parts. In key order a handle's properties
+    // ("2F:") and attributes ("2F_") have the keys of longer handles ("2FA_") between them, and
+    // a handle written in both cases is one row whose keys lie far apart.
+    ImportMap map;
+    for (int n = 0x100; n < 0x100 + 16000; ++n) {
+        const std::string handle = n % 1000 == 0 ? base::Sprintf("%x", n) : base::Sprintf("%X", n);
+        map.Add(base::Sprintf("%s<%s:Layer>", kCurrent, handle), base::Sprintf("L%d", n));
+        for (int t = 0; t < 4; ++t) map.Add(base::Sprintf("%s<%s_TAG%d>", kCurrent, handle, t), base::Sprintf(" %d ", n + t));
+        if (n % 1000 == 0) map.Add(base::Sprintf("%s<%X_LATE>", kCurrent, n), "late");
+    }
+    map.Sort();
+    ASSERT_GE(map.size(), 70000u);
+    ExpectTheListOfEachKeyParsed(map);
 }
 
 TEST_F(ImportSettings, TheOptionsLoadAndStoreUnderTheirValueNamesButCurrentDrawingOnly) {
