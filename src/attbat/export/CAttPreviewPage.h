@@ -63,6 +63,8 @@ public:
     // Writes list rows [first, first + rowCount) to the active sheet; may set options.startRow
     // (the last filled row, found once). Throws the object model's error.
     void ExportRowsToActiveSheet(int first, int rowCount, ExportOptions& options);
+    // Empties list rows [first, end) and their keys under m_releaseRowsOnceWritten.
+    void ReleaseWrittenRows(int first, int end);
 
     // "Export to AutoCAD Table": the list as a new table of the current drawing with its
     // current table style (AutoCAD's Standard one, made, when it has none), a title row when the title asked for isn't empty, the wizard's state
@@ -117,6 +119,10 @@ public:
     // The workbook choice of this export only, whatever is stored (a run that names just an
     // output file means a new workbook); -1 keeps the stored choice.
     int m_workbookOptionForRun = -1;
+    // For a run that ends with the export: each sheet's rows give back their texts and keys once
+    // the sheet is written, so the workbook is built and saved in their room. The rows stay,
+    // empty.
+    bool m_releaseRowsOnceWritten = false;
     // Where the user placed a new table (the drag's point); none leaves it where it was made.
     std::optional<cad::Point3> m_tableInsertionPoint;
     // The handle of the last table made, and why the last ExportToTable made none.

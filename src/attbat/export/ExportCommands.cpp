@@ -537,6 +537,7 @@ CommandStatus RunExport(CommandContext& context) {
     }
     // The rows are built: the references' memory goes back for the workbook to be built in.
     wizard.ReleaseReferences();
+    preview.m_releaseRowsOnceWritten = true;
     bool exported = preview.ExportToExcel();
     context.SummaryBool("exported", exported);
     return exported ? CommandStatus::Done : CommandStatus::Failed;

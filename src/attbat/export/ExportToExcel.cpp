@@ -184,6 +184,15 @@ void CAttPreviewPage::ExportRowsToActiveSheet(int first, int rowCount, ExportOpt
     }
 }
 
+void CAttPreviewPage::ReleaseWrittenRows(int first, int end) {
+    if (!m_releaseRowsOnceWritten) return;
+    for (int r = first; r < end; ++r) {
+        ListRow& row = m_rows.at(static_cast<std::size_t>(r));
+        row.texts = tables::CStringArrayEx();
+        m_commentTable[row.itemData] = tables::CStringArrayEx();
+    }
+}
+
 bool CAttPreviewPage::ExportToExcel() {
     ExportOptions options;
     LoadExportOptions(options, wizard_.Settings());
@@ -217,6 +226,7 @@ bool CAttPreviewPage::ExportToExcel() {
         try {
             if (options.worksheetOption == 1) {
                 ExportRowsToActiveSheet(0, RowCount(), options);
+                ReleaseWrittenRows(0, RowCount());
             } else {
                 tables::CStringArrayEx names;
                 wizard_.m_attributePage.GetTickedBlocks(names);
@@ -242,6 +252,7 @@ bool CAttPreviewPage::ExportToExcel() {
                     ExcelUtils::Worksheet = sheets->Item(sheetNumber++);
                     ExcelUtils::Worksheet->Activate();
                     ExportRowsToActiveSheet(sliceStart, end - sliceStart, options);
+                    ReleaseWrittenRows(sliceStart, end);
                     sliceStart = end;
                 };
                 for (int row = 1; row < RowCount(); ++row) {

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "ExportTestSupport.h"
 #include "attbat/model/ScheduleRows.h"
 
@@ -139,6 +141,41 @@ TEST(ExportToExcel, WithTheReferencesReleasedAfterTheRowsTheSheetPerBlockExportW
     EXPECT_EQ(kept[0], "DOOR");
     EXPECT_EQ(kept[4], "WINDOW");
     EXPECT_EQ(exportSheets(true), kept);
+}
+
+TEST(ExportToExcel, RowsReleasedOnceTheirSheetIsWrittenGiveTheSameWorkbookOnOneSheetOrOnePerBlock) {
+    for (int worksheetOption : {0, 1}) {
+        auto exportRows = [&](bool release) {
+            ExportFixture f;
+            f.settings.SetInt("Velmar", "WorksheetOpt", worksheetOption);
+            f.Start({BlockWithRows("DOOR", {"D1", "D2"}), BlockWithRows("WINDOW", {"W1"})});
+            f.ToPreview();
+            CAttPreviewPage& preview = f.wizard.m_previewPage;
+            const int rows = preview.RowCount();
+            preview.m_releaseRowsOnceWritten = release;
+            EXPECT_TRUE(f.Export());
+            SavedWorkbook book(f.output);
+            std::vector<std::string> cells;
+            for (int i = 1; i <= book.SheetCount(); ++i) {
+                auto sheet = book.Sheet(i);
+                cells.push_back(sheet->GetName());
+                for (const char* cell : {"A1", "A2", "C2", "C3", "C4", "C5"})
+                    cells.push_back(SavedWorkbook::Text(*sheet, cell) + "|" + SavedWorkbook::Note(*sheet, cell));
+            }
+            // The rows stay, empty when released.
+            EXPECT_EQ(preview.RowCount(), rows);
+            for (int r = 0; r < rows; ++r) {
+                const CAttPreviewPage::ListRow& row = preview.m_rows[static_cast<std::size_t>(r)];
+                EXPECT_EQ(row.texts.GetSize() == 0, release);
+                EXPECT_EQ(preview.m_commentTable[row.itemData].GetSize() == 0, release);
+            }
+            return cells;
+        };
+        const std::vector<std::string> kept = exportRows(false);
+        const auto holdsD2 = [](const std::string& cell) { return cell.find("D2") != std::string::npos; };
+        EXPECT_TRUE(std::any_of(kept.begin(), kept.end(), holdsD2));
+        EXPECT_EQ(exportRows(true), kept) << "worksheet option " << worksheetOption;
+    }
 }
 
 TEST(ExportToExcel, NamesAlikeInTheirFirst31CharactersGiveANumberedSecondSheet) {
