@@ -8,7 +8,17 @@
 
 namespace cad {
 
-std::string HandleText(Handle handle) { return fmt::format("{:X}", handle); }
+std::string HandleText(Handle handle) {
+    // By hand rather than through a format: a read of the references makes one for each.
+    char digits[16];
+    char* const end = digits + sizeof digits;
+    char* first = end;
+    do {
+        *--first = "0123456789ABCDEF"[handle & 0xF];
+        handle >>= 4;
+    } while (handle != 0);
+    return std::string(first, end);
+}
 
 Handle ParseHandle(std::string_view text) {
     while (!text.empty() && (text.front() == ' ' || text.front() == '\t')) text.remove_prefix(1);

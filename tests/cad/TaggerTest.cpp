@@ -1,5 +1,6 @@
 // The tag layer and the reader: every form of DXF file, and malformed input of every kind.
 #include "cad/Tagger.h"
+#include "cad/Tag.h"
 
 #include <random>
 
@@ -16,6 +17,16 @@ using cadtest::Dxf;
 std::string Message(const std::string& bytes) {
     auto db = cad::Database::FromBytes(bytes, "bad.dxf");
     return db ? std::string() : db.GetStatus().Message();
+}
+
+TEST(Tagger, AHandleIsWrittenInUpperCaseHexadecimalWithoutLeadingZeros) {
+    EXPECT_EQ(cad::HandleText(0), "0");
+    EXPECT_EQ(cad::HandleText(0x2F), "2F");
+    EXPECT_EQ(cad::HandleText(0x10), "10");
+    EXPECT_EQ(cad::HandleText(0xABCDEF0123456789ull), "ABCDEF0123456789");
+    EXPECT_EQ(cad::HandleText(~cad::Handle{0}), "FFFFFFFFFFFFFFFF");
+    for (cad::Handle h = 1; h < (cad::Handle{1} << 62); h = h * 3 + 7)
+        EXPECT_EQ(cad::ParseHandle(cad::HandleText(h)), h);
 }
 
 TEST(Tagger, ReadsLfAndCrlfLineEndsAlike) {
