@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <future>
+#include <system_error>
 
 namespace arxutils {
 
@@ -117,14 +118,17 @@ std::vector<KeyLines::Entry> SortedFrom(const std::vector<KeyLines::Entry>& entr
     for (std::size_t i = 0; i < order.size(); ++i) order[i] = {0, static_cast<std::uint32_t>(from + i), 0};
     KeyPlace* const first = order.data();
     KeyPlace* const last = first + order.size();
-    KeyPlace* const middle = order.size() < kLinesForTwoThreads ? last : first + order.size() / 2;
-    if (middle == last) {
-        SortPlaces(first, last, entries);
-    } else {
-        auto firstHalf = std::async(std::launch::async, [&] { SortPlaces(first, middle, entries); });
-        SortPlaces(middle, last, entries);
-        firstHalf.get();
+    KeyPlace* middle = order.size() < kLinesForTwoThreads ? last : first + order.size() / 2;
+    std::future<void> firstHalf;
+    if (middle != last) {
+        try {
+            firstHalf = std::async(std::launch::async, [&] { SortPlaces(first, middle, entries); });
+        } catch (const std::system_error&) {
+            middle = last;  // no thread to be had: one sort of the whole
+        }
     }
+    SortPlaces(firstHalf.valid() ? middle : first, last, entries);
+    if (firstHalf.valid()) firstHalf.get();
     const auto keyOf = [&](const KeyPlace* place) { return entries[place->index].key; };
     std::vector<KeyLines::Entry> sorted;
     sorted.reserve(order.size());

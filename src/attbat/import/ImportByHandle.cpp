@@ -4,6 +4,7 @@
 #include <future>
 #include <map>
 #include <memory>
+#include <system_error>
 #include <unordered_map>
 
 #include "arxutils/ArxUtils.h"
@@ -332,14 +333,17 @@ AcadBlockRefArray BuildImportList(const ImportMap& map, const ImportByHandleOpti
                                                    parts.isProperty ? PropertyBitOf(parts.tag) : 0));
         }
     };
-    const std::size_t cut = map.size() < kKeysForTwoThreads ? map.size() : CutKeys(rowOfKey, lastKeyOfRow);
-    if (cut == map.size()) {
-        fill(0, map.size());
-    } else {
-        auto firstPart = std::async(std::launch::async, [&] { fill(0, cut); });
-        fill(cut, map.size());
-        firstPart.get();
+    std::size_t cut = map.size() < kKeysForTwoThreads ? 0 : CutKeys(rowOfKey, lastKeyOfRow);
+    std::future<void> firstPart;
+    if (cut > 0 && cut < map.size()) {
+        try {
+            firstPart = std::async(std::launch::async, [&] { fill(0, cut); });
+        } catch (const std::system_error&) {
+            cut = 0;  // no thread to be had: one fill of the whole
+        }
     }
+    fill(firstPart.valid() ? cut : 0, map.size());
+    if (firstPart.valid()) firstPart.get();
     return rows;
 }
 
