@@ -2,7 +2,8 @@
 # The file roads in one run: export and import by handle side by side with the peers at 10,000
 # references, alone at 100,000 and at a million, with `dxf info` of the 100,000-reference drawing.
 # Prints wall time, CPU time, peak memory, the peak as a multiple of the drawing's size and, at
-# 10,000, our ratio to each peer; the load average before each size.
+# 10,000, our ratio to each peer; the load average before each size. Every figure is the run of
+# median wall time of three (VELMAR_BENCH_RUNS), ours and the peers' alike.
 #
 #   bench/peer/speed_pass.sh [BUILD_DIR] [N ...]      (default: build, 10000 100000 1000000)
 #
@@ -42,12 +43,18 @@ for N in $SIZES; do
     # A million rows don't fit one sheet: one per block.
     SHEETS=$([ "$N" -gt 100000 ] && echo "--sheets each" || true)
 
-    set -- $(measure "$TOOL" --settings "$WORK/settings.ini" --drawing "$DXF" --output "$WORK/ours.xlsx" --force \
-        $EXPORT $SHEETS)
+    set -- $(for run in $(seq "$RUNS"); do
+        measure "$TOOL" --settings "$WORK/settings.ini" --drawing "$DXF" --output "$WORK/ours.xlsx" --force \
+            $EXPORT $SHEETS
+    done | median)
     PEERS=
     if [ "$N" -le 10000 ]; then
-        OPX=$(measure /usr/bin/python3 "$PEER/peer_export.py" "$DXF" "$WORK/peer.xlsx" | cut -d' ' -f1)
-        XW=$(measure /usr/bin/python3 "$PEER/peer_export.py" --writer xlsxwriter "$DXF" "$WORK/peerx.xlsx" | cut -d' ' -f1)
+        OPX=$(for run in $(seq "$RUNS"); do
+            measure /usr/bin/python3 "$PEER/peer_export.py" "$DXF" "$WORK/peer.xlsx"
+        done | median | cut -d' ' -f1)
+        XW=$(for run in $(seq "$RUNS"); do
+            measure /usr/bin/python3 "$PEER/peer_export.py" --writer xlsxwriter "$DXF" "$WORK/peerx.xlsx"
+        done | median | cut -d' ' -f1)
         PEERS="openpyxl $OPX s ($(ratio "$OPX" "$1")), XlsxWriter $XW s ($(ratio "$XW" "$1"))"
     fi
     row export "$N" "$SIZE" "$1" "$2" "$3" "$PEERS"
@@ -61,17 +68,23 @@ for N in $SIZES; do
     else
         mv "$WORK/ours.xlsx" "$WORK/ours-edited.xlsx"
     fi
-    set -- $(measure "$TOOL" --settings "$WORK/settings.ini" --drawing "$WORK/ours.dxf" \
-        --workbook "$WORK/ours-edited.xlsx" --quiet import-by-handle --sheets all)
+    # Each run of an edited workbook updates the drawing as exported; the million's unedited one
+    # leaves it as it is, so its runs need no copy (1.4 GB, written out before each run).
+    set -- $(for run in $(seq "$RUNS"); do
+        [ "$N" -gt 100000 ] || cp "$DXF" "$WORK/ours.dxf"
+        measure "$TOOL" --settings "$WORK/settings.ini" --drawing "$WORK/ours.dxf" \
+            --workbook "$WORK/ours-edited.xlsx" --quiet import-by-handle --sheets all
+    done | median)
     PEERS=
     if [ "$N" -le 10000 ]; then
-        PI=$(measure_peer_import "$DXF" | cut -d' ' -f1)
+        prepare_peer_import "$DXF"
+        PI=$(for run in $(seq "$RUNS"); do measure_prepared_peer_import "$DXF"; done | median | cut -d' ' -f1)
         PEERS="ezdxf+openpyxl $PI s ($(ratio "$PI" "$1"))"
     fi
     row "import by handle" "$N" "$SIZE" "$1" "$2" "$3" "$PEERS"
 
     if [ "$N" -gt 10000 ] && [ "$N" -le 100000 ]; then
-        set -- $(measure "$TOOL" dxf info "$DXF")
+        set -- $(for run in $(seq "$RUNS"); do measure "$TOOL" dxf info "$DXF"; done | median)
         row "dxf info" "$N" "$SIZE" "$1" "$2" "$3"
     fi
     rm -f "$WORK"/*.xlsx "$WORK"/*.dxf "$WORK"/*.bak
