@@ -114,6 +114,19 @@ TEST(ExportToExcel, NewWorkbookWithSheetPerBlockAddsExactlyTheMissingSheets) {
     }
 }
 
+// Each sheet of the saved workbook `path`: its name, then "text|note" of each of `cells`.
+std::vector<std::string> SheetCells(const std::string& path, std::initializer_list<const char*> cells) {
+    SavedWorkbook book(path);
+    std::vector<std::string> out;
+    for (int i = 1; i <= book.SheetCount(); ++i) {
+        auto sheet = book.Sheet(i);
+        out.push_back(sheet->GetName());
+        for (const char* cell : cells)
+            out.push_back(SavedWorkbook::Text(*sheet, cell) + "|" + SavedWorkbook::Note(*sheet, cell));
+    }
+    return out;
+}
+
 TEST(ExportToExcel, WithTheReferencesReleasedAfterTheRowsTheSheetPerBlockExportWritesTheSame) {
     auto exportSheets = [](bool release) {
         ExportFixture f;
@@ -122,14 +135,7 @@ TEST(ExportToExcel, WithTheReferencesReleasedAfterTheRowsTheSheetPerBlockExportW
         f.ToPreview();
         if (release) f.wizard.ReleaseReferences();
         EXPECT_TRUE(f.Export());
-        SavedWorkbook book(f.output);
-        std::vector<std::string> cells;
-        for (int i = 1; i <= book.SheetCount(); ++i) {
-            auto sheet = book.Sheet(i);
-            cells.push_back(sheet->GetName());
-            for (const char* cell : {"A1", "C2", "C3"})
-                cells.push_back(SavedWorkbook::Text(*sheet, cell) + "|" + SavedWorkbook::Note(*sheet, cell));
-        }
+        const std::vector<std::string> cells = SheetCells(f.output, {"A1", "C2", "C3"});
         if (release) {
             EXPECT_EQ(f.wizard.m_activeBlocks->GetSize(), 2);  // the blocks stay, without references
             for (const AcadBlock& block : *f.wizard.m_activeBlocks) EXPECT_EQ(block.refs.GetSize(), 0);
@@ -154,14 +160,7 @@ TEST(ExportToExcel, RowsReleasedOnceTheirSheetIsWrittenGiveTheSameWorkbookOnOneS
             const int rows = preview.RowCount();
             preview.m_releaseRowsOnceWritten = release;
             EXPECT_TRUE(f.Export());
-            SavedWorkbook book(f.output);
-            std::vector<std::string> cells;
-            for (int i = 1; i <= book.SheetCount(); ++i) {
-                auto sheet = book.Sheet(i);
-                cells.push_back(sheet->GetName());
-                for (const char* cell : {"A1", "A2", "C2", "C3", "C4", "C5"})
-                    cells.push_back(SavedWorkbook::Text(*sheet, cell) + "|" + SavedWorkbook::Note(*sheet, cell));
-            }
+            const std::vector<std::string> cells = SheetCells(f.output, {"A1", "A2", "C2", "C3", "C4", "C5"});
             // The rows stay, empty when released.
             EXPECT_EQ(preview.RowCount(), rows);
             for (int r = 0; r < rows; ++r) {
