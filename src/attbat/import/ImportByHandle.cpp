@@ -225,8 +225,23 @@ private:
 // The row of a drawing (by its path's number) and handle, both without regard to case.
 class RowsByHandle {
 public:
-    // The row's index, or -1 with `key` left for Add.
+    // The row's index, or -1 with `key` left for Add. The keys of a row mostly follow each
+    // other, so a handle written as the one before it takes that one's row without a lookup.
     int Find(int pathId, std::string_view handle) {
+        if (lastRow_ >= 0 && pathId == lastPathId_ && handle == lastHandle_) return lastRow_;
+        lastHandle_ = handle;
+        lastPathId_ = pathId;
+        lastRow_ = Look(pathId, handle);
+        return lastRow_;
+    }
+    // Files the row of the last Find under `row`.
+    void Add(int row) {
+        rows_.emplace(std::move(key_), row);
+        lastRow_ = row;
+    }
+
+private:
+    int Look(int pathId, std::string_view handle) {
         // Handles are ASCII hexadecimal: folded here byte by byte, anything else as text.
         key_.clear();
         for (char c : handle) {
@@ -241,12 +256,13 @@ public:
         auto found = rows_.find(key_);
         return found == rows_.end() ? -1 : found->second;
     }
-    // Files the row of the last Find under `row`.
-    void Add(int row) { rows_.emplace(std::move(key_), row); }
 
-private:
     std::unordered_map<std::string, int> rows_;
     std::string key_;
+    // The last Find's handle as written, its drawing and its row (-1 before a row is known).
+    std::string_view lastHandle_;
+    int lastPathId_ = -1;
+    int lastRow_ = -1;
 };
 
 // Below this many keys the import list is filled on one thread.
@@ -283,12 +299,18 @@ bool ParseImportKey(std::string_view key, const ImportByHandleOptions& options,
 AcadBlockRefArray BuildImportList(const ImportMap& map, const ImportByHandleOptions& options,
                                   std::string_view currentPath, std::vector<std::string>& skipped) {
     // Two passes over the keys: the first finds each one's row and counts the row's values, so
-    // that the second appends them into room made once; rows come in the order of their first
-    // key, values in key order.
-    AcadBlockRefArray rows;
+    // that the rows are made once with room for their values, which the second pass appends;
+    // rows come in the order of their first key, values in key order.
     std::vector<int> rowOfKey(map.size(), -1);
     std::vector<int> counts;
     std::vector<std::size_t> lastKeyOfRow;
+    // Each row's drawing (as its first key writes it) and handle, the handle a view into its key.
+    struct RowStart {
+        std::size_t path;
+        std::string_view handle;
+    };
+    std::vector<RowStart> starts;
+    std::vector<std::string> pathTexts;
     {
         KeyPaths paths(options, currentPath);
         RowsByHandle index;
@@ -302,10 +324,9 @@ AcadBlockRefArray BuildImportList(const ImportMap& map, const ImportByHandleOpti
             } else if (!parts.handle.empty() && !parts.tag.empty()) {
                 int row = index.Find(path.id, parts.handle);
                 if (row < 0) {
-                    AcadBlockRef added;
-                    added.dwgFile = path.trimmed;
-                    added.handle = parts.handle;
-                    row = rows.Add(std::move(added));
+                    if (pathTexts.empty() || pathTexts.back() != path.trimmed) pathTexts.push_back(path.trimmed);
+                    row = static_cast<int>(starts.size());
+                    starts.push_back({pathTexts.size() - 1, parts.handle});
                     index.Add(row);
                     counts.push_back(0);
                     lastKeyOfRow.push_back(k);
@@ -317,10 +338,17 @@ AcadBlockRefArray BuildImportList(const ImportMap& map, const ImportByHandleOpti
             ++k;
         }
     }
-    // The rows are held while the drawings are read and written: without room to grow.
-    rows.FreeExtra();
-    // Room for each row's values is made on this thread, whose heap is faulted in ahead.
-    for (int r = 0; r < rows.GetSize(); ++r) rows[r].attributes.Reserve(counts[r]);
+    // The rows are held while the drawings are read and written: made in room of their exact
+    // number, each with room for its values, on this thread, whose heap is faulted in ahead.
+    AcadBlockRefArray rows;
+    rows.Reserve(static_cast<int>(starts.size()));
+    for (std::size_t r = 0; r < starts.size(); ++r) {
+        AcadBlockRef row;
+        row.dwgFile = pathTexts[starts[r].path];
+        row.handle = starts[r].handle;
+        row.attributes.Reserve(counts[r]);
+        rows.Add(std::move(row));
+    }
     // The values of keys [first, last) appended to their rows in key order. Two ranges that
     // share no row are filled at once.
     const std::vector<arxutils::KeyLines::Entry>& entries = map.Entries();

@@ -128,6 +128,28 @@ TEST(ImportByHandle, TheUpdateListHasOneRowPerDrawingAndHandleAndKeepsSkipLinesO
     ASSERT_EQ(skipped.size(), 1u);
 }
 
+TEST(ImportByHandle, TheSameHandleInTwoDrawingsIsTwoRowsEvenWhenTheirKeysFollowEachOther) {
+    ImportByHandleOptions options;
+    options.CurrentDrawingOnly = 0;
+    ImportMap map = {{"/a.dxf<2F_MARK>", "A1"}, {"/a.dxf<2F_WIDTH>", "A2"}, {"/b.dxf<2F_MARK>", "B1"},
+                     {"/B.DXF<2f_WIDTH>", "B2"}, {"/b.dxf<30_MARK>", "B3"}};
+    map.Sort();
+    std::vector<std::string> skipped;
+    AcadBlockRefArray rows = BuildImportList(map, options, kCurrent, skipped);
+    // In key order: "/B.DXF<2f_WIDTH>", "/a.dxf<2F_MARK>", "/a.dxf<2F_WIDTH>", "/b.dxf<2F_MARK>",
+    // "/b.dxf<30_MARK>". A drawing and a handle written in another case are the same row, as
+    // its first key wrote them.
+    ASSERT_EQ(rows.GetSize(), 3);
+    EXPECT_EQ(rows[0].dwgFile, "/B.DXF");
+    EXPECT_EQ(rows[0].handle, "2f");
+    ASSERT_EQ(rows[0].attributes.GetSize(), 2);
+    EXPECT_EQ(rows[0].attributes[1].value, "B1");
+    EXPECT_EQ(rows[1].dwgFile, "/a.dxf");
+    EXPECT_EQ(rows[1].attributes.GetSize(), 2);
+    EXPECT_EQ(rows[2].dwgFile, "/b.dxf");
+    EXPECT_EQ(rows[2].handle, "30");
+}
+
 // The update list of `map` is what parsing each key and adding its value to an empty list
 // gives, with and without the properties.
 void ExpectTheListOfEachKeyParsed(const ImportMap& map) {
