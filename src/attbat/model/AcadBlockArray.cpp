@@ -222,18 +222,28 @@ void AcadBlockArray::RemoveFile(std::string_view path) {
 void AcadBlockArray::RemoveMissingTags(const tables::CStringArrayEx& blockNames,
                                        const AcadAttDefTagArray& tags,
                                        AcadAttDefTagArray& out) const {
-    // Views of the attributes' own tags: a value doesn't copy its tag to be looked up.
-    std::set<std::pair<std::string_view, int>> withValue;
-    for (const AcadBlock& block : *this) {
-        if (blockNames.FindString(block.name, true) < 0) continue;
-        for (const AcadBlockRef& row : block.refs) {
-            for (const AcadAttribute& attribute : row.attributes) {
-                if (!attribute.value.empty()) withValue.insert({attribute.tag, attribute.dupIndex});
+    // The tags asked about, each marked once a value has it: values are looked through only
+    // until every tag has one, which in a schedule is mostly within its first rows.
+    std::map<std::pair<std::string_view, int>, bool> hasValue;
+    for (const AcadAttDefTag& tag : tags) hasValue.emplace(std::pair(std::string_view(tag.tag), tag.dupIndex), false);
+    std::size_t without = hasValue.size();
+    const auto markValues = [&] {
+        for (const AcadBlock& block : *this) {
+            if (blockNames.FindString(block.name, true) < 0) continue;
+            for (const AcadBlockRef& row : block.refs) {
+                for (const AcadAttribute& attribute : row.attributes) {
+                    if (attribute.value.empty()) continue;
+                    auto it = hasValue.find(std::pair(std::string_view(attribute.tag), attribute.dupIndex));
+                    if (it == hasValue.end() || it->second) continue;
+                    it->second = true;
+                    if (--without == 0) return;
+                }
             }
         }
-    }
+    };
+    if (without > 0) markValues();
     for (const AcadAttDefTag& tag : tags) {
-        if (withValue.count({std::string_view(tag.tag), tag.dupIndex}) == 0) out.Add(tag);
+        if (!hasValue[std::pair(std::string_view(tag.tag), tag.dupIndex)]) out.Add(tag);
     }
 }
 

@@ -320,5 +320,45 @@ TEST(AcadBlockArray, RemoveMissingTagsKeepsTagsWithoutAnyValue) {
     EXPECT_EQ(missing[1].tag, "NOTE");
 }
 
+TEST(AcadBlockArray, RemoveMissingTagsTakesAValueOfAnyRowOfAnyChosenBlockAndTellsDuplicatesApart) {
+    AcadBlockArray blocks;
+    AcadBlock door = Block("DOOR", {"NO", "TYPE"});
+    for (int i = 0; i < 50; ++i) {
+        AcadBlockRef row = Row(std::to_string(i + 10));
+        row.attributes.Add(Att("NO", std::to_string(i)));
+        row.attributes.Add(Att("NO", "", 1));
+        row.attributes.Add(Att("TYPE", ""));
+        door.refs.Add(row);
+    }
+    blocks.Add(door);
+    // A value of a block not chosen counts for nothing; the last row of a chosen one counts.
+    AcadBlock window = Block("WINDOW", {"TYPE"});
+    AcadBlockRef windowRow = Row("2");
+    windowRow.attributes.Add(Att("NO", "", 1));
+    windowRow.attributes.Add(Att("TYPE", "W"));
+    window.refs.Add(windowRow);
+    blocks.Add(window);
+    AcadBlock gate = Block("GATE", {"NO"});
+    gate.refs.Add(Row("3"));
+    AcadBlockRef last = Row("4");
+    last.attributes.Add(Att("NO", "9", 1));
+    gate.refs.Add(last);
+    blocks.Add(gate);
+    AcadAttDefTagArray tags;
+    tags.Add(AcadAttDefTag("NO", 0, 0));
+    tags.Add(AcadAttDefTag("NO", 1, 0));
+    tags.Add(AcadAttDefTag("TYPE", 0, 0));
+    AcadAttDefTagArray missing;
+    blocks.RemoveMissingTags(tables::CStringArrayEx{"DOOR"}, tags, missing);
+    ASSERT_EQ(missing.GetSize(), 2);
+    EXPECT_EQ(missing[0].tag, "NO");
+    EXPECT_EQ(missing[0].dupIndex, 1);
+    EXPECT_EQ(missing[1].tag, "TYPE");
+    missing.RemoveAll();
+    blocks.RemoveMissingTags(tables::CStringArrayEx{"Door", "gate"}, tags, missing);
+    ASSERT_EQ(missing.GetSize(), 1);
+    EXPECT_EQ(missing[0].tag, "TYPE");
+}
+
 }  // namespace
 }  // namespace attbat
