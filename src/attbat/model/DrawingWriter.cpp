@@ -270,11 +270,15 @@ bool WriteTo(const AcadBlockRef& row, cad::Database& db, int lunits, int aunits,
             break;  // the area is read only
         }
     }
-    cad::Matrix3d rotate = turned ? cad::Matrix3d::Rotation(angle - rotation, ref.Normal(), position)
-                                  : cad::Matrix3d();
-    cad::Matrix3d scaling = scaled ? cad::Matrix3d::Scaling(targetScale.x) : cad::Matrix3d();
-    cad::Matrix3d move = cad::Matrix3d::Translation(offset);
-    cad::Matrix3d all = rotate * scaling * move;
+    // Most rows move nothing: their transform is the identity without multiplying three.
+    const bool moved = turned || scaled || offset.x != 0 || offset.y != 0 || offset.z != 0;
+    cad::Matrix3d all;
+    if (moved) {
+        cad::Matrix3d rotate = turned ? cad::Matrix3d::Rotation(angle - rotation, ref.Normal(), position)
+                                      : cad::Matrix3d();
+        cad::Matrix3d scaling = scaled ? cad::Matrix3d::Scaling(targetScale.x) : cad::Matrix3d();
+        all = rotate * scaling * cad::Matrix3d::Translation(offset);
+    }
     // Always one transform, as the host makes it; an identity one writes nothing.
     if (cad::TransformBy(ref, all).IsOk() && trace) {
         ++trace->transforms;
@@ -284,6 +288,27 @@ bool WriteTo(const AcadBlockRef& row, cad::Database& db, int lunits, int aunits,
 }
 
 namespace {
+
+// Whether rows name one drawing, without regard to case. The rows of a drawing share its text,
+// so the answer for the text asked about last is given again without comparing.
+class SameDrawing {
+public:
+    explicit SameDrawing(std::string_view drawing) : drawing_(drawing) {}
+    bool operator()(const std::string& file) {
+        if (!asked_ || file != last_) {
+            last_ = file;
+            asked_ = true;
+            same_ = base::EqualNoCase(file, drawing_);
+        }
+        return same_;
+    }
+
+private:
+    std::string_view drawing_;
+    std::string last_;
+    bool asked_ = false;
+    bool same_ = false;
+};
 
 void WriteLink(cad::Database& db, const AcadBlockRef& row, const std::string* linkText) {
     if (!linkText) return;
@@ -315,10 +340,11 @@ cad::Database* ReachDrawing(const std::string& path, std::unique_ptr<cad::Databa
 void UpdateDrawings(const AcadBlockRefArray& rows, const std::string* linkText, WriteTrace* trace) {
     host::Document* current = host::DocumentManager::Instance().CurDocument();
     std::string currentName = current ? current->FileName() : std::string();
+    SameDrawing isCurrent(currentName);
     std::vector<std::string> files;
     bool anyCurrent = false;
     for (const AcadBlockRef& row : rows) {
-        if (row.dwgFile.empty() || (current && base::EqualNoCase(row.dwgFile, currentName))) {
+        if (row.dwgFile.empty() || (current && isCurrent(row.dwgFile))) {
             anyCurrent = true;
             continue;
         }
@@ -335,7 +361,7 @@ void UpdateDrawings(const AcadBlockRefArray& rows, const std::string* linkText, 
         host::DocumentLock lock(current);
         cad::Database& db = current->Database();
         for (const AcadBlockRef& row : rows) {
-            if (!row.dwgFile.empty() && !base::EqualNoCase(row.dwgFile, currentName)) continue;
+            if (!row.dwgFile.empty() && !isCurrent(row.dwgFile)) continue;
             if (WriteTo(row, db, -1, -1, trace)) WriteLink(db, row, linkText);
         }
         host::PrintfOnceSaved("\nSuccessfully update %s.", currentName);
@@ -351,8 +377,9 @@ void UpdateDrawings(const AcadBlockRefArray& rows, const std::string* linkText, 
         host::Document* open = side ? nullptr : host::DocumentManager::Instance().Find(file);
         if (open) open->Lock();
         cad::UnitSettings units = db->Units();
+        SameDrawing isFile(file);
         for (const AcadBlockRef& row : rows) {
-            if (!base::EqualNoCase(row.dwgFile, file)) continue;
+            if (!isFile(row.dwgFile)) continue;
             if (WriteTo(row, *db, units.lunits, units.aunits, trace)) WriteLink(*db, row, linkText);
         }
         if (open) {
