@@ -16,16 +16,17 @@ public:
     // The column name of this value: the tag, or "%s_Dup(%d)" for a later one of its tag.
     std::string DisplayName() const;
 
-    // Texts first and numbers together, so a value pays no padding: a drawing holds many.
+    // Texts first, then numbers, then flags, so a value pays little padding: a drawing holds
+    // many (144 bytes each).
     std::string tag;         // attribute tag, dynamic property name or long property name
     std::string value;
     std::string prompt;      // prompt of the matching definition, or empty
     std::string handle;      // the attribute entity's handle; empty for a property
     int dupIndex = 0;        // 0 for the first of its tag on the reference (case counts), 1...
-    int invisible = 0;
-    int constant = 0;
-    int isDistance = 0;      // a dynamic distance property holding a real: the text is a length
     int kind = 0;            // 0 attribute or dynamic property, else the property's bit
+    bool invisible = false;
+    bool constant = false;
+    bool isDistance = false; // a dynamic distance property holding a real: the text is a length
 };
 
 }  // namespace attbat
