@@ -24,7 +24,11 @@ bool CreateAttsFromExcel(cad::Database& db, CCreateAttributesFromExcelDialog& di
     }
     cad::BlockRecord block = table.DrawAsBlock(db, dialog.m_blockName);
     if (!block) return false;
-    return WriteCellBlockSource(block, {dialog.m_workbook, dialog.m_worksheet, dialog.m_selection});
+    CellBlockSource source;
+    source.workbook = dialog.m_workbook;
+    source.worksheet = dialog.m_worksheet;
+    source.range = dialog.m_selection;
+    return WriteCellBlockSource(block, source);
 }
 
 }  // namespace attbat

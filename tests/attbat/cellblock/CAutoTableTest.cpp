@@ -202,7 +202,9 @@ TEST_F(CellBlockTest, BrokenEdgeNamesItsLineTypeWhichTheDrawingThenHas) {
     EXPECT_EQ(t.lineCount, 4);
     EXPECT_TRUE(Db().FindRecord("LTYPE", "DASHDOT"));
     for (const cad::Entity& e : block.Entities())
-        if (e.Type() == "LINE") EXPECT_EQ(e.GetText(6), "DASHDOT");
+        if (e.Type() == "LINE") {
+            EXPECT_EQ(e.GetText(6), "DASHDOT");
+        }
 }
 
 }  // namespace

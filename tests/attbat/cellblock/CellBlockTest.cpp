@@ -101,8 +101,9 @@ TEST_F(CellBlockTest, MergedCellSpansItsAreaWithoutTheGridInside) {
         if (e.Type() != "LINE") continue;
         cad::Line line(e.GetDatabase(), e.Index());
         const bool vertical = std::abs(line.Start().x - line.End().x) < 1e-9;
-        if (vertical && std::abs(line.Start().x - inside) < 1e-9)
+        if (vertical && std::abs(line.Start().x - inside) < 1e-9) {
             EXPECT_GT(std::min(line.Start().y, line.End().y), -b3.y - 1e-9) << "a line crosses the merged cell";
+        }
     }
 }
 

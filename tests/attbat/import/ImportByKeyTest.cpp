@@ -263,7 +263,9 @@ TEST(ImportByKey, ADrawingListOnSeveralThreadsTellsAndWritesWhatOneThreadDoes) {
             EXPECT_EQ(printed, oneThread);
             std::size_t n = 0;
             for (int i = 0; i < 8; ++i) {
-                if (i != 5) EXPECT_EQ(*base::ReadFile(f.temp / base::Sprintf("d%d.dxf", i)), written[n++]);
+                if (i != 5) {
+                    EXPECT_EQ(*base::ReadFile(f.temp / base::Sprintf("d%d.dxf", i)), written[n++]);
+                }
             }
         }
     }

@@ -27,7 +27,7 @@ inline const std::string kSample = std::string(VELMAR_SOURCE_DIR) + "/examples/f
 struct Cell {
     std::string address;
     std::string value;
-    std::string comment;
+    std::string comment = {};  // none when left out
 };
 
 class UploadTest : public FrameTest {

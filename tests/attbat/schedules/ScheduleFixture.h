@@ -81,7 +81,9 @@ protected:
                     ExcelUtils::Worksheet->GetRange(cell.address)->SetValue(excel::Variant::String(cell.value));
                 if (!cell.comment.empty()) ExcelUtils::SetComment(cell.address, cell.comment);
             }
-            if (!sheets.empty()) ASSERT_TRUE(ExcelUtils::ActivateSheet(sheets.front()));
+            if (!sheets.empty()) {
+                ASSERT_TRUE(ExcelUtils::ActivateSheet(sheets.front()));
+            }
             ExcelUtils::Disconnect();
             ASSERT_TRUE(scope.Save());
         }
