@@ -324,7 +324,8 @@ AcadBlockRefArray BuildImportList(const ImportMap& map, const ImportByHandleOpti
             } else if (!parts.handle.empty() && !parts.tag.empty()) {
                 int row = index.Find(path.id, parts.handle);
                 if (row < 0) {
-                    if (pathTexts.empty() || pathTexts.back() != path.trimmed) pathTexts.push_back(path.trimmed);
+                    if (pathTexts.empty() || pathTexts.back() != path.trimmed)
+                        pathTexts.push_back(path.trimmed);
                     row = static_cast<int>(starts.size());
                     starts.push_back({pathTexts.size() - 1, parts.handle});
                     index.Add(row);

@@ -224,8 +224,9 @@ void AcadBlockArray::RemoveMissingTags(const tables::CStringArrayEx& blockNames,
                                        AcadAttDefTagArray& out) const {
     // The tags asked about, each marked once a value has it: values are looked through only
     // until every tag has one, which in a schedule is mostly within its first rows.
-    std::map<std::pair<std::string_view, int>, bool> hasValue;
-    for (const AcadAttDefTag& tag : tags) hasValue.emplace(std::pair(std::string_view(tag.tag), tag.dupIndex), false);
+    using Key = std::pair<std::string_view, int>;
+    std::map<Key, bool> hasValue;
+    for (const AcadAttDefTag& tag : tags) hasValue.emplace(Key(tag.tag, tag.dupIndex), false);
     std::size_t without = hasValue.size();
     const auto markValues = [&] {
         for (const AcadBlock& block : *this) {
@@ -233,7 +234,7 @@ void AcadBlockArray::RemoveMissingTags(const tables::CStringArrayEx& blockNames,
             for (const AcadBlockRef& row : block.refs) {
                 for (const AcadAttribute& attribute : row.attributes) {
                     if (attribute.value.empty()) continue;
-                    auto it = hasValue.find(std::pair(std::string_view(attribute.tag), attribute.dupIndex));
+                    auto it = hasValue.find(Key(attribute.tag, attribute.dupIndex));
                     if (it == hasValue.end() || it->second) continue;
                     it->second = true;
                     if (--without == 0) return;
@@ -243,7 +244,7 @@ void AcadBlockArray::RemoveMissingTags(const tables::CStringArrayEx& blockNames,
     };
     if (without > 0) markValues();
     for (const AcadAttDefTag& tag : tags) {
-        if (!hasValue[std::pair(std::string_view(tag.tag), tag.dupIndex)]) out.Add(tag);
+        if (!hasValue[Key(tag.tag, tag.dupIndex)]) out.Add(tag);
     }
 }
 

@@ -274,9 +274,9 @@ bool WriteTo(const AcadBlockRef& row, cad::Database& db, int lunits, int aunits,
     const bool moved = turned || scaled || offset.x != 0 || offset.y != 0 || offset.z != 0;
     cad::Matrix3d all;
     if (moved) {
-        cad::Matrix3d rotate = turned ? cad::Matrix3d::Rotation(angle - rotation, ref.Normal(), position)
-                                      : cad::Matrix3d();
-        cad::Matrix3d scaling = scaled ? cad::Matrix3d::Scaling(targetScale.x) : cad::Matrix3d();
+        cad::Matrix3d rotate, scaling;
+        if (turned) rotate = cad::Matrix3d::Rotation(angle - rotation, ref.Normal(), position);
+        if (scaled) scaling = cad::Matrix3d::Scaling(targetScale.x);
         all = rotate * scaling * cad::Matrix3d::Translation(offset);
     }
     // Always one transform, as the host makes it; an identity one writes nothing.

@@ -131,8 +131,9 @@ TEST(ImportByHandle, TheUpdateListHasOneRowPerDrawingAndHandleAndKeepsSkipLinesO
 TEST(ImportByHandle, TheSameHandleInTwoDrawingsIsTwoRowsEvenWhenTheirKeysFollowEachOther) {
     ImportByHandleOptions options;
     options.CurrentDrawingOnly = 0;
-    ImportMap map = {{"/a.dxf<2F_MARK>", "A1"}, {"/a.dxf<2F_WIDTH>", "A2"}, {"/b.dxf<2F_MARK>", "B1"},
-                     {"/B.DXF<2f_WIDTH>", "B2"}, {"/b.dxf<30_MARK>", "B3"}};
+    ImportMap map = {{"/a.dxf<2F_MARK>", "A1"},  {"/a.dxf<2F_WIDTH>", "A2"},
+                     {"/b.dxf<2F_MARK>", "B1"},  {"/B.DXF<2f_WIDTH>", "B2"},
+                     {"/b.dxf<30_MARK>", "B3"}};
     map.Sort();
     std::vector<std::string> skipped;
     AcadBlockRefArray rows = BuildImportList(map, options, kCurrent, skipped);
