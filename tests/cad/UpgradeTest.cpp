@@ -129,7 +129,9 @@ TEST(Upgrade, EveryCorpusDrawingReadsBackAsAc1032WithTheSameContent) {
         EXPECT_EQ(after->Version(), "AC1032");
         EXPECT_EQ(after->Release(), 1032);
         // A value the reader had to repair (qcad's "256QSW" colour) is repaired again.
-        if (warnings.empty()) EXPECT_TRUE(after->Warnings().empty()) << after->Warnings().front();
+        if (warnings.empty()) {
+            EXPECT_TRUE(after->Warnings().empty()) << after->Warnings().front();
+        }
         ExpectSameContent(before, Take(*after));
         ++upgraded;
     }
@@ -482,7 +484,9 @@ TEST(Upgrade, PolyfaceMeshVerticesAndFacesGetTheirOwnSubclasses) {
     std::vector<std::string> last;
     for (const cad::Object& o : after->Objects()) {
         std::vector<std::string> markers = o.Subclasses();
-        if (o.Type() == "POLYLINE") EXPECT_EQ(markers.back(), "AcDbPolyFaceMesh");
+        if (o.Type() == "POLYLINE") {
+            EXPECT_EQ(markers.back(), "AcDbPolyFaceMesh");
+        }
         if (o.Type() == "VERTEX") last.push_back(markers.back());
     }
     EXPECT_EQ(last, (std::vector<std::string>{"AcDbPolyFaceMeshVertex", "AcDbPolyFaceMeshVertex",
@@ -546,8 +550,11 @@ TEST(Upgrade, HeaderlessDrawingGetsAHeader) {
         ASSERT_TRUE(after);
         EXPECT_EQ(after->HeaderText("$ACADVER"), "AC1032");
         EXPECT_GT(cad::ParseHandle(after->HeaderText("$HANDSEED")), 0u);
-        for (const cad::Object& o : after->Objects())
-            if (o.Type() == "ATTRIB") EXPECT_EQ(after->ObjectByHandle(o.OwnerHandle()).Type(), "INSERT");
+        for (const cad::Object& o : after->Objects()) {
+            if (o.Type() == "ATTRIB") {
+                EXPECT_EQ(after->ObjectByHandle(o.OwnerHandle()).Type(), "INSERT");
+            }
+        }
     }
 }
 

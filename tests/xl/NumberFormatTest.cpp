@@ -144,7 +144,7 @@ TEST(NumberFormat, AFractionWithANineDigitDenominatorIsFoundWithoutTryingEveryDe
     // A trial of every denominator took 20 s for one such cell of an Excel file.
     EXPECT_EQ(xl::FormatNumber(1.0 / 7, "?/?????????"), "1/7        ");
     EXPECT_EQ(xl::FormatNumber(2.75, "# ?/?????????"), "2 3/4        ");
-    const std::string pi = xl::FormatNumber(3.14159265358979, "# ?????????/?????????");
+    const std::string pi = xl::FormatNumber(3.14159265358979, "# ?????????" "/?????????");
     std::size_t slash = pi.find('/');
     ASSERT_NE(slash, std::string::npos) << pi;
     const double numerator = std::stod(pi.substr(2, slash - 2)), denominator = std::stod(pi.substr(slash + 1));

@@ -52,7 +52,7 @@ protected:
         connection_ = HeadlessOffice::Connection();
         profile_ = HeadlessOffice::Profile();
         ASSERT_FALSE(connection_.empty()) << "the headless soffice did not start";
-        backend_ = CalcBackend::Create({connection_});
+        backend_ = CalcBackend::Create(velmar_test::ConnectTo(connection_));
         ASSERT_EQ(backend_->GetActiveObject(application_), 0) << backend_->NoInstanceText(0);
         host::CurrentPrinter().Capture(true);
         host::ProgressMeter::SetVisible(false);
@@ -86,7 +86,7 @@ TEST_F(CalcBackendTest, AttachesToARunningSofficeAndReadsItsVersion) {
 
 TEST_F(CalcBackendTest, RefusedConnectionIsAnUnavailableAutomationErrorSayingWhere) {
     const std::string nobody = HeadlessOffice::SocketConnection(HeadlessOffice::FreePort());
-    auto backend = CalcBackend::Create({nobody});
+    auto backend = CalcBackend::Create(velmar_test::ConnectTo(nobody));
     std::unique_ptr<arxutils::excel::Application> application;
     EXPECT_EQ(backend->GetActiveObject(application), arxutils::excel::kErrUnavailable);
     EXPECT_EQ(application, nullptr);
@@ -103,7 +103,7 @@ TEST_F(CalcBackendTest, RefusedConnectionIsAnUnavailableAutomationErrorSayingWhe
 }
 
 TEST_F(CalcBackendTest, MalformedConnectionIsRefusedWithItsText) {
-    auto backend = CalcBackend::Create({"carrier-pigeon,name=x"});
+    auto backend = CalcBackend::Create(velmar_test::ConnectTo("carrier-pigeon,name=x"));
     std::unique_ptr<arxutils::excel::Application> application;
     EXPECT_EQ(backend->GetActiveObject(application), arxutils::excel::kErrUnavailable);
     EXPECT_NE(backend->NoInstanceText(0).find("carrier-pigeon,name=x"), std::string::npos) << backend->NoInstanceText(0);
@@ -119,7 +119,7 @@ TEST_F(CalcBackendTest, StartsAHeadlessSofficeWhenAskedAndItKeepsRunning) {
     EXPECT_FALSE(application->Version().empty());
     backend.reset();
     // Another command finds it where it was started.
-    auto later = CalcBackend::Create({options.connection});
+    auto later = CalcBackend::Create(velmar_test::ConnectTo(options.connection));
     std::unique_ptr<arxutils::excel::Application> again;
     EXPECT_EQ(later->GetActiveObject(again), 0) << later->NoInstanceText(0);
     HeadlessOffice::End(started);

@@ -16,11 +16,19 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 
 #include "arxutils/calc/CalcBackend.h"
 #include "arxutils/excel/ExcelObjects.h"
 
 namespace velmar_test {
+
+// Options that reach the office at `connection` and leave everything else as it is.
+inline arxutils::calc::CalcBackendOptions ConnectTo(std::string connection) {
+    arxutils::calc::CalcBackendOptions options;
+    options.connection = std::move(connection);
+    return options;
+}
 
 class HeadlessOffice {
 public:
@@ -104,7 +112,7 @@ private:
             _exit(127);
         }
         setpgid(pid_, pid_);
-        auto backend = arxutils::calc::CalcBackend::Create({connection});
+        auto backend = arxutils::calc::CalcBackend::Create(ConnectTo(connection));
         for (int i = 0; i < 300; ++i) {
             std::unique_ptr<arxutils::excel::Application> application;
             if (backend->GetActiveObject(application) == 0) {

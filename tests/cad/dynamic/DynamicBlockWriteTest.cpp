@@ -372,9 +372,11 @@ TEST(DynamicBlockWriteTest, AttributesFollowTheDefinitionsTheActionsMove) {
     EXPECT_NEAR(after.x - before.x, 2, 1e-9);
     EXPECT_NEAR(after.y - before.y, 0, 1e-9);
     // The definition's copy in the anonymous block moved alike.
-    for (const Entity& e : ref.Block().Entities())
-        if (e.Type() == "ATTDEF")
+    for (const Entity& e : ref.Block().Entities()) {
+        if (e.Type() == "ATTDEF") {
             EXPECT_NEAR(e.GetReal(10), 3.0, 1e-9);
+        }
+    }
 }
 
 TEST(DynamicBlockWriteTest, ALookupShowsTheRowItsParametersMatchOrItsCustomLabel) {
