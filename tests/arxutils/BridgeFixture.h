@@ -145,7 +145,8 @@ protected:
     void InstallEmpty() {
         if (!IsCalc()) return Install({});
 #ifdef VELMAR_BRIDGE_CALC
-        calc_ = arxutils::calc::CalcBackend::Create(velmar_test::ConnectTo(velmar_test::HeadlessOffice::Connection()));
+        calc_ = arxutils::calc::CalcBackend::Create(
+            velmar_test::ConnectTo(velmar_test::HeadlessOffice::Connection()));
         arxutils::excel::SetCurrentServer(calc_.get());
 #endif
     }

@@ -302,12 +302,13 @@ AcadBlockRefArray BuildImportList(const ImportMap& map, const ImportByHandleOpti
     // that the rows are made once with room for their values, which the second pass appends;
     // rows come in the order of their first key, values in key order.
     std::vector<int> rowOfKey(map.size(), -1);
-    std::vector<int> counts;
     std::vector<std::size_t> lastKeyOfRow;
-    // Each row's drawing (as its first key writes it) and handle, the handle a view into its key.
+    // Each row's drawing (as its first key writes it), handle (a view into that key) and number
+    // of values.
     struct RowStart {
         std::size_t path;
         std::string_view handle;
+        int values = 0;
     };
     std::vector<RowStart> starts;
     std::vector<std::string> pathTexts;
@@ -329,10 +330,9 @@ AcadBlockRefArray BuildImportList(const ImportMap& map, const ImportByHandleOpti
                     row = static_cast<int>(starts.size());
                     starts.push_back({pathTexts.size() - 1, parts.handle});
                     index.Add(row);
-                    counts.push_back(0);
                     lastKeyOfRow.push_back(k);
                 }
-                ++counts[row];
+                ++starts[static_cast<std::size_t>(row)].values;
                 rowOfKey[k] = row;
                 lastKeyOfRow[static_cast<std::size_t>(row)] = k;
             }
@@ -343,11 +343,11 @@ AcadBlockRefArray BuildImportList(const ImportMap& map, const ImportByHandleOpti
     // number, each with room for its values, on this thread, whose heap is faulted in ahead.
     AcadBlockRefArray rows;
     rows.Reserve(static_cast<int>(starts.size()));
-    for (std::size_t r = 0; r < starts.size(); ++r) {
+    for (const RowStart& start : starts) {
         AcadBlockRef row;
-        row.dwgFile = pathTexts[starts[r].path];
-        row.handle = starts[r].handle;
-        row.attributes.Reserve(counts[r]);
+        row.dwgFile = pathTexts[start.path];
+        row.handle = start.handle;
+        row.attributes.Reserve(start.values);
         rows.Add(std::move(row));
     }
     // The values of keys [first, last) appended to their rows in key order. Two ranges that

@@ -201,10 +201,11 @@ TEST_F(CellBlockTest, BrokenEdgeNamesItsLineTypeWhichTheDrawingThenHas) {
     cad::BlockRecord block = t.DrawAsBlock(Db(), "DASHES");
     EXPECT_EQ(t.lineCount, 4);
     EXPECT_TRUE(Db().FindRecord("LTYPE", "DASHDOT"));
-    for (const cad::Entity& e : block.Entities())
+    for (const cad::Entity& e : block.Entities()) {
         if (e.Type() == "LINE") {
             EXPECT_EQ(e.GetText(6), "DASHDOT");
         }
+    }
 }
 
 }  // namespace
