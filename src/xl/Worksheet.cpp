@@ -551,6 +551,8 @@ base::Status Worksheet::ReadRows(XmlScanner& x, const std::string& label) {
 
 Worksheet::Row* Worksheet::FindRow(int row) {
     if (data_->lastRow && data_->lastRowNo == row) return data_->lastRow;
+    // A row past the last, as when rows are written in order, needs no search.
+    if (data_->rows.empty() || data_->rows.rbegin()->first < row) return nullptr;
     auto r = data_->rows.find(row);
     if (r == data_->rows.end()) return nullptr;
     data_->lastRowNo = row;
@@ -568,28 +570,26 @@ Worksheet::Cell* Worksheet::FindCell(int row, int column) {
     return it != cells.end() && it->column == column ? &*it : nullptr;
 }
 
-Worksheet::Cell& Worksheet::MakeCell(int row, int column) {
-    (void)Load();
-    TouchCells();
-    Row* found = FindRow(row);
-    if (!found) {
-        auto at = data_->rows.try_emplace(row).first;
-        if (at != data_->rows.begin() && std::next(at) == data_->rows.end()) {
-            // Rows written in order: the one before is complete, so it gives back its spare room.
-            std::vector<Cell>& before = std::prev(at)->second.cells;
-            if (before.capacity() > before.size()) before.shrink_to_fit();
-        }
-        data_->lastRowNo = row;
-        found = data_->lastRow = &at->second;
+Worksheet::Row& Worksheet::MakeRow(int row) {
+    if (Row* found = FindRow(row)) return *found;
+    // Rows are mostly made in order: a row past the last is placed without a search.
+    auto& rows = data_->rows;
+    auto at = rows.empty() || rows.rbegin()->first < row ? rows.try_emplace(rows.end(), row)
+                                                          : rows.try_emplace(row).first;
+    if (at != rows.begin() && std::next(at) == rows.end()) {
+        // Rows written in order: the one before is complete, so it gives back its spare room.
+        std::vector<Cell>& before = std::prev(at)->second.cells;
+        if (before.capacity() > before.size()) before.shrink_to_fit();
     }
-    Row& r = *found;
-    auto it = std::lower_bound(r.cells.begin(), r.cells.end(), column,
-                               [](const Cell& a, int col) { return a.column < col; });
-    if (it != r.cells.end() && it->column == column) return *it;
+    data_->lastRowNo = row;
+    data_->lastRow = &at->second;
+    return at->second;
+}
+
+Worksheet::Cell Worksheet::NewCell(const Row& row, int column) {
     Cell cell;
     cell.column = column;
-    // A new cell takes the row's style, then the column's, as the program does.
-    if (const char* s = r.Get("s"); s && r.Get("customFormat")) {
+    if (const char* s = row.Get("s"); s && row.Get("customFormat")) {
         cell.style = static_cast<std::uint32_t>(std::atoi(s));
         cell.hasStyle = true;
     } else {
@@ -599,7 +599,17 @@ Worksheet::Cell& Worksheet::MakeCell(int row, int column) {
                 cell.hasStyle = true;
             }
     }
-    return *r.cells.insert(it, std::move(cell));
+    return cell;
+}
+
+Worksheet::Cell& Worksheet::MakeCell(int row, int column) {
+    (void)Load();
+    TouchCells();
+    Row& r = MakeRow(row);
+    auto it = std::lower_bound(r.cells.begin(), r.cells.end(), column,
+                               [](const Cell& a, int col) { return a.column < col; });
+    if (it != r.cells.end() && it->column == column) return *it;
+    return *r.cells.insert(it, NewCell(r, column));
 }
 
 CellValue Worksheet::ValueOf(const Cell& c) const {
@@ -666,28 +676,13 @@ std::string Worksheet::Text(int row, int column) {
 }
 
 base::Status Worksheet::SetString(int row, int column, std::string_view text) {
-    // An empty text empties the cell, as assigning "" does in the program.
-    if (text.empty()) return ClearValue(row, column);
-    // A table that can't be read takes no new strings: a save would write it over the old one.
-    if (base::Status st = book_.LoadStrings(); !st) return st;
-    if (base::Status st = PrepareWrite({row, column, row, column}); !st) return st;
-    std::uint32_t id = book_.Strings().Add(text);
-    Cell& c = MakeCell(row, column);
-    c.kind = Cell::Kind::Shared;
-    c.value = std::to_string(id);
-    c.hasFormula = false;
-    c.extra.reset();
-    return base::Status::Ok();
+    const CellWrite value = CellWrite::String(text);
+    return SetRow(row, column, {&value, 1});
 }
 
 base::Status Worksheet::SetNumber(int row, int column, double value) {
-    if (base::Status st = PrepareWrite({row, column, row, column}); !st) return st;
-    Cell& c = MakeCell(row, column);
-    c.kind = Cell::Kind::Number;
-    c.value = std::isfinite(value) ? FormatDouble(value) : "0";
-    c.hasFormula = false;
-    c.extra.reset();
-    return base::Status::Ok();
+    const CellWrite number = CellWrite::Number(value);
+    return SetRow(row, column, {&number, 1});
 }
 
 base::Status Worksheet::SetFormula(int row, int column, std::string_view formula) {
@@ -703,15 +698,63 @@ base::Status Worksheet::SetFormula(int row, int column, std::string_view formula
 }
 
 base::Status Worksheet::ClearValue(int row, int column) {
-    if (base::Status st = PrepareWrite({row, column, row, column}); !st) return st;
-    Cell* c = FindCell(row, column);
-    if (!c) return base::Status::Ok();
-    TouchCells();
-    Cell cleared;
-    cleared.column = c->column;
-    cleared.style = c->style;
-    cleared.hasStyle = c->hasStyle;
-    *c = std::move(cleared);
+    const CellWrite nothing;
+    return SetRow(row, column, {&nothing, 1});
+}
+
+base::Status Worksheet::SetRow(int row, int firstColumn, std::span<const CellWrite> values) {
+    if (values.empty()) return base::Status::Ok();
+    const int lastColumn = firstColumn + static_cast<int>(values.size()) - 1;
+    const auto kept = static_cast<std::size_t>(
+        std::count_if(values.begin(), values.end(), [](const CellWrite& v) { return v.HasValue(); }));
+    // A table that can't be read takes no new strings: a save would write it over the old one.
+    const bool strings = std::any_of(values.begin(), values.end(), [](const CellWrite& v) {
+        return v.kind == CellWrite::Kind::String && v.HasValue();
+    });
+    if (strings)
+        if (base::Status st = book_.LoadStrings(); !st) return st;
+    if (base::Status st = PrepareWrite({row, firstColumn, row, lastColumn}); !st) return st;
+    Row* r = FindRow(row);
+    if (!r) {
+        if (kept == 0) return base::Status::Ok();  // nothing to empty, nothing to make
+        r = &MakeRow(row);
+    }
+    std::vector<Cell>& cells = r->cells;
+    auto first = std::lower_bound(cells.begin(), cells.end(), firstColumn,
+                                  [](const Cell& a, int col) { return a.column < col; });
+    std::size_t at = static_cast<std::size_t>(first - cells.begin());
+    if (at == cells.size()) cells.reserve(cells.size() + kept);  // cells added after the row's last
+    // Cells before `at` lie left of the column written; the row's cells stay in column order.
+    bool changed = false;
+    for (std::size_t i = 0; i < values.size(); ++i) {
+        const int column = firstColumn + static_cast<int>(i);
+        const CellWrite& v = values[i];
+        const bool found = at < cells.size() && cells[at].column == column;
+        if (!v.HasValue()) {
+            if (!found) continue;
+            Cell cleared;
+            cleared.column = column;
+            cleared.style = cells[at].style;
+            cleared.hasStyle = cells[at].hasStyle;
+            cells[at++] = std::move(cleared);
+            changed = true;
+            continue;
+        }
+        if (!found)
+            cells.insert(cells.begin() + static_cast<std::ptrdiff_t>(at), NewCell(*r, column));
+        Cell& c = cells[at++];
+        if (v.kind == CellWrite::Kind::Number) {
+            c.kind = Cell::Kind::Number;
+            c.value = std::isfinite(v.number) ? FormatDouble(v.number) : "0";
+        } else {
+            c.kind = Cell::Kind::Shared;
+            c.value = std::to_string(book_.Strings().Add(v.text));
+        }
+        c.hasFormula = false;
+        c.extra.reset();
+        changed = true;
+    }
+    if (changed) TouchCells();
     return base::Status::Ok();
 }
 

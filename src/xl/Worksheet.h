@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -45,6 +46,22 @@ struct Note {
     int row = 0, column = 0;
     std::string author;
     std::string text;         // plain text; runs of a rich note joined
+};
+
+// A cell's new value, for writing a row of cells at once (Worksheet::SetRow): a number, a
+// string (an empty one empties the cell) or nothing (the cell is emptied, its style kept).
+struct CellWrite {
+    enum class Kind : std::uint8_t { Empty, Number, String };
+    Kind kind = Kind::Empty;
+    double number = 0;
+    std::string_view text;
+
+    static CellWrite Number(double value) { return {Kind::Number, value, {}}; }
+    static CellWrite String(std::string_view value) { return {Kind::String, 0, value}; }
+    // Whether the cell is left with a value.
+    bool HasValue() const {
+        return kind == Kind::Number || (kind == Kind::String && !text.empty());
+    }
 };
 
 // One hyperlink cell range and where it points.
@@ -93,6 +110,9 @@ public:
     base::Status SetFormula(int row, int column, std::string_view formula);
     // Empties a cell's value but keeps its style.
     base::Status ClearValue(int row, int column);
+    // Writes cells of a row from `firstColumn` on, one value each, as SetNumber, SetString and
+    // ClearValue would one by one, and refused as they are, with nothing changed.
+    base::Status SetRow(int row, int firstColumn, std::span<const CellWrite> values);
     // Readies a range to be written cell by cell: refused ("cannot change part of an array")
     // when it covers part of an array formula or data table; the array formulas and data tables
     // it covers whole go, and shared formulas starting inside it move to their first cell outside
@@ -211,6 +231,9 @@ private:
     Row* FindRow(int row);
     Cell* FindCell(int row, int column);
     Cell& MakeCell(int row, int column);
+    Row& MakeRow(int row);
+    // An empty cell as the program makes it in a row: with the row's style, else the column's.
+    Cell NewCell(const Row& row, int column);
     CellValue ValueOf(const Cell& cell) const;
     const StoredNote* FindNote(int row, int column);
     std::string TextOf(const Cell& cell) const;

@@ -383,6 +383,27 @@ TEST_F(BridgeTest, CreateStagingArrayRefusesEmptySizes) {
     EXPECT_TRUE(ExcelUtils::FlushStaging("A1", false, false));  // nothing staged
 }
 
+TEST_F(BridgeTest, AnArrayHoldingAnObjectWritesTheCellsBeforeItAndRaisesTypeMismatch) {
+    std::string path = MakeBook("a.xlsx");
+    Attach(path);
+    using arxutils::excel::Variant;
+    auto array = std::make_shared<arxutils::excel::VariantArray>(2, 3);
+    array->At(0, 0) = Variant::String("first");
+    array->At(0, 1) = Variant::Number(2);
+    array->At(1, 0) = Variant::String("kept");
+    array->At(1, 1) = Variant::Object(nullptr);
+    array->At(1, 2) = Variant::String("never");
+    try {
+        ExcelUtils::Worksheet->GetRange("B2:D3")->SetValue(Variant::Array(array));
+        ADD_FAILURE() << "an object was written into a cell";
+    } catch (const arxutils::excel::AutomationError& e) {
+        EXPECT_EQ(e.Description(), "Type mismatch");
+    }
+    tables::CStringTable table;
+    ASSERT_TRUE(ExcelUtils::ReadValues(table, "$B$2:$D$3"));
+    EXPECT_EQ(Rows(table), (Grid{{"first", "2", ""}, {"kept", "", ""}}));
+}
+
 TEST_P(BackendTest, FlushStagingStoresPlainNumbersAsNumbersAndEverythingElseAsText) {
     std::string path = MakeBook("a.xlsx");
     Attach(path);

@@ -979,6 +979,79 @@ TEST(Workbook, WritingPartOfAnArrayOrDataTableIsRefused) {
     EXPECT_EQ(Count(xml, "<f"), 0u) << xml;
 }
 
+TEST(Workbook, ARowWrittenAtOnceIsWhatItsCellsWrittenOneByOneMake) {
+    const std::vector<xl::CellWrite> values = {
+        xl::CellWrite::String("Tag"), xl::CellWrite::Number(2.5), {},
+        xl::CellWrite::String(""),    xl::CellWrite::Number(7),   xl::CellWrite::String("Tag")};
+    auto byRow = xl::Workbook::Create();
+    auto byCell = xl::Workbook::Create();
+    for (xl::Workbook* book : {byRow.get(), byCell.get()}) {
+        xl::StyleChange bold;
+        bold.bold = true;
+        book->Sheet(0)->ApplyFormat({4, 4, 4, 4}, bold);  // an empty cell with a style of its own
+        book->Sheet(0)->SetString(4, 1, "left of it");
+        book->Sheet(0)->SetString(4, 5, "emptied");
+        book->Sheet(0)->SetString(4, 9, "right of it");
+    }
+    ASSERT_TRUE(byRow->Sheet(0)->SetRow(4, 2, values).IsOk());
+    ASSERT_TRUE(byRow->Sheet(0)->SetRow(2, 2, values).IsOk());  // a row before the last
+    for (int row : {4, 2})
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            const int column = 2 + static_cast<int>(i);
+            const xl::CellWrite& v = values[i];
+            xl::Worksheet& s = *byCell->Sheet(0);
+            ASSERT_TRUE((v.kind == xl::CellWrite::Kind::Number ? s.SetNumber(row, column, v.number)
+                         : v.kind == xl::CellWrite::Kind::String ? s.SetString(row, column, v.text)
+                                                                 : s.ClearValue(row, column))
+                            .IsOk());
+        }
+    const std::string written = SavedSheet(*byRow);
+    EXPECT_EQ(written, SavedSheet(*byCell));
+    EXPECT_NE(written.find("<row r=\"2\""), std::string::npos) << written;
+    EXPECT_LT(written.find("<row r=\"2\""), written.find("<row r=\"4\"")) << written;
+    auto again = Reopen(*byRow);
+    xl::Worksheet* s = again->Sheet(0);
+    EXPECT_EQ(s->Text(4, 1), "left of it");
+    EXPECT_EQ(s->Text(4, 2), "Tag");
+    EXPECT_EQ(s->Value(4, 3).number, 2.5);
+    EXPECT_EQ(s->Value(4, 4).type, xl::CellType::Empty);
+    EXPECT_TRUE(s->Format(4, 4).bold);
+    EXPECT_EQ(s->Value(4, 5).type, xl::CellType::Empty);
+    EXPECT_EQ(s->Value(4, 6).number, 7);
+    EXPECT_EQ(s->Text(4, 7), "Tag");
+    EXPECT_EQ(s->Text(4, 9), "right of it");
+}
+
+TEST(Workbook, ARowOfNothingWrittenWhereNoCellsAreMakesNoRowAndNoChange) {
+    auto book = xl::Workbook::Create();
+    xl::Worksheet* s = book->Sheet(0);
+    const std::vector<xl::CellWrite> nothing = {{}, xl::CellWrite::String(""), {}};
+    auto unchanged = Reopen(*book);
+    ASSERT_TRUE(unchanged->Sheet(0)->SetRow(3, 1, nothing).IsOk());
+    EXPECT_FALSE(unchanged->Sheet(0)->IsChanged());
+    ASSERT_TRUE(s->SetRow(3, 1, nothing).IsOk());
+    s->SetString(1, 1, "x");
+    EXPECT_EQ(SavedSheet(*book).find("<row r=\"3\""), std::string::npos);
+}
+
+TEST(Workbook, ARowWrittenOverPartOfAnArrayIsRefusedWithNothingWritten) {
+    auto book = BookWithSheet(
+        "<worksheet xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"><sheetData>"
+        "<row r=\"2\"><c r=\"B2\"><f t=\"array\" ref=\"B2:C3\">A2:A3*2</f><v>2</v></c></row>"
+        "</sheetData></worksheet>");
+    xl::Worksheet* s = book->Sheet(0);
+    const std::vector<xl::CellWrite> values = {xl::CellWrite::String("new"),
+                                               xl::CellWrite::Number(1)};
+    base::Status st = s->SetRow(3, 1, values);
+    ASSERT_FALSE(st.IsOk());
+    EXPECT_NE(st.Message().find("cannot change part of an array (B2:C3)"), std::string::npos)
+        << st.Message();
+    EXPECT_FALSE(s->IsChanged());
+    EXPECT_EQ(s->Value(3, 1).type, xl::CellType::Empty);
+    // Its second cell would be past the sheet's last column.
+    EXPECT_FALSE(s->SetRow(1, xl::kMaxColumn, values).IsOk());
+}
+
 }  // namespace
 
 namespace {

@@ -7,6 +7,8 @@
 #include <ctime>
 #include <filesystem>
 #include <map>
+#include <span>
+#include <vector>
 
 #include "arxutils/excel/AutomationError.h"
 #include "arxutils/excel/CellEntry.h"
@@ -125,27 +127,38 @@ std::string SelectionFromFile(std::string text) {
     return text;
 }
 
-void StoreText(xl::Worksheet& sheet, int row, int column, std::string_view text) {
+// What a value writes into a cell: texts that read as plain numbers are stored as numbers, as
+// the program does with what is typed. The text is a view into the value.
+xl::CellWrite WriteOf(const Variant& v) {
     double number = 0;
-    if (text.empty())
-        Check(sheet.ClearValue(row, column));
-    else if (IsPlainNumber(text, number))
-        Check(sheet.SetNumber(row, column, number));
-    else
-        Check(sheet.SetString(row, column, text));
-}
-
-void Store(xl::Worksheet& sheet, int row, int column, const Variant& v) {
     switch (v.type) {
-    case VarType::Empty: Check(sheet.ClearValue(row, column)); break;
-    case VarType::String: StoreText(sheet, row, column, v.text); break;
+    case VarType::Empty: return {};
+    case VarType::String:
+        return !v.text.empty() && IsPlainNumber(v.text, number) ? xl::CellWrite::Number(number)
+                                                                : xl::CellWrite::String(v.text);
     case VarType::Number:
     case VarType::Date:
-    case VarType::Boolean: Check(sheet.SetNumber(row, column, v.number)); break;
-    case VarType::Error: Check(sheet.SetString(row, column, v.text)); break;
+    case VarType::Boolean: return xl::CellWrite::Number(v.number);
+    case VarType::Error: return xl::CellWrite::String(v.text);
     case VarType::Array:
-    case VarType::Object: Fail("Type mismatch", kErrTypeMismatch);
+    case VarType::Object: break;
     }
+    Fail("Type mismatch", kErrTypeMismatch);  // no cell holds an array or an object
+}
+
+// Writes values into a row of cells from `firstColumn` on. A value no cell can hold (an array,
+// an object) stops the write there, the cells before it written.
+void StoreRow(xl::Worksheet& sheet, int row, int firstColumn, std::span<const Variant> values,
+              std::vector<xl::CellWrite>& line) {
+    line.clear();
+    for (const Variant& v : values) {
+        if (v.type == VarType::Array || v.type == VarType::Object) {
+            Check(sheet.SetRow(row, firstColumn, line));
+            Fail("Type mismatch", kErrTypeMismatch);
+        }
+        line.push_back(WriteOf(v));
+    }
+    Check(sheet.SetRow(row, firstColumn, line));
 }
 
 // `date1904`: the file counts days from 1904 (old Mac files); dates always leave as days from
@@ -744,14 +757,18 @@ public:
                 if (rows < 1 || columns < 1) continue;
                 Check(sheet_->PrepareWrite(
                     {area.firstRow, area.firstColumn, area.firstRow + rows - 1, area.firstColumn + columns - 1}));
+                std::vector<xl::CellWrite> line;
+                const std::span<const Variant> items(array.items);
                 for (int r = 0; r < rows; ++r)
-                    for (int c = 0; c < columns; ++c)
-                        Store(*sheet_, area.firstRow + r, area.firstColumn + c, array.At(r, c));
+                    StoreRow(*sheet_, area.firstRow + r, area.firstColumn,
+                             items.subspan(static_cast<std::size_t>(r) * array.columns, columns), line);
             } else {
                 xl::CellRange a = Clip(*sheet_, area);
                 Check(sheet_->PrepareWrite(a));
+                const auto width = static_cast<std::size_t>(a.lastColumn - a.firstColumn + 1);
+                const std::vector<xl::CellWrite> line(width, WriteOf(value));
                 for (int r = a.firstRow; r <= a.lastRow; ++r)
-                    for (int c = a.firstColumn; c <= a.lastColumn; ++c) Store(*sheet_, r, c, value);
+                    Check(sheet_->SetRow(r, a.firstColumn, line));
             }
         }
         book_->dirty = true;
