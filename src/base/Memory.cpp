@@ -20,6 +20,8 @@ constexpr int kHeapStepWhenEnding = 16 << 20;
 // The allocator's highest threshold: blocks below it come from the heap, whose pages are
 // faulted in ahead.
 constexpr int kMappedWhenEnding = 32 << 20;
+// The allocator's own bound on blocks freed into lists of their own size (128 bytes here).
+constexpr int kDefaultFastBlocks = 128;
 }  // namespace
 
 void ReturnFreeMemory() { ::malloc_trim(0); }
@@ -42,10 +44,13 @@ void SetEndsWithCommand(bool ends) {
     // clear again at the next table. (An explicit ReturnFreeMemory still gives them back.)
     // Blocks up to 32 MiB come from the heap, whose new pages a second thread faults in ahead
     // of their first use; the heap grows 16 MiB at a time, so that the pages faulted in and not
-    // yet used stay few.
+    // yet used stay few. Small blocks freed join their free neighbours at once instead of waiting
+    // in lists of their own size: a command frees millions of them, and the allocator would
+    // otherwise go through them all at the next big block asked for.
     ::mallopt(M_TRIM_THRESHOLD, ends ? kKeptWhenEnding : kDefaultPad);
     ::mallopt(M_TOP_PAD, ends ? kHeapStepWhenEnding : kDefaultPad);
     ::mallopt(M_MMAP_THRESHOLD, ends ? kMappedWhenEnding : kDefaultMapped);
+    ::mallopt(M_MXFAST, ends ? 0 : kDefaultFastBlocks);
     SetHeapWarming(ends);
 }
 
