@@ -5,6 +5,7 @@
 #include <malloc.h>
 
 #include <fstream>
+#include <mutex>
 #include <string>
 
 namespace base {
@@ -22,6 +23,8 @@ constexpr int kHeapStepWhenEnding = 16 << 20;
 constexpr int kMappedWhenEnding = 32 << 20;
 // The allocator's own bound on blocks freed into lists of their own size (128 bytes here).
 constexpr int kDefaultFastBlocks = 128;
+// The allocator's own bound on the blocks it maps on their own.
+constexpr int kDefaultMappedBlocks = 65536;
 }  // namespace
 
 void ReturnFreeMemory() { ::malloc_trim(0); }
@@ -55,5 +58,23 @@ void SetEndsWithCommand(bool ends) {
 }
 
 bool EndsWithCommand() { return endsWithCommand; }
+
+std::unique_ptr<char[]> MakeReusedBuffer(std::size_t size) {
+    if (!endsWithCommand) return std::unique_ptr<char[]>(new char[size]);
+    // Blocks above the allocator's highest threshold are always mapped on their own unless no
+    // block may be: that holds for this block alone.
+    static std::mutex heapOnly;
+    std::lock_guard lock(heapOnly);
+    ::mallopt(M_MMAP_MAX, 0);
+    std::unique_ptr<char[]> buffer;
+    try {
+        buffer.reset(new char[size]);
+    } catch (...) {
+        ::mallopt(M_MMAP_MAX, kDefaultMappedBlocks);
+        throw;
+    }
+    ::mallopt(M_MMAP_MAX, kDefaultMappedBlocks);
+    return buffer;
+}
 
 }  // namespace base

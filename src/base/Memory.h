@@ -2,6 +2,7 @@
 // Giving memory back to the system between the phases of a long command, and leaving it to the
 // system when the process ends with the command.
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <utility>
@@ -25,6 +26,12 @@ std::uint64_t AvailableMemory();
 // shell, the watcher and the tests run many commands in one process.
 void SetEndsWithCommand(bool ends);
 bool EndsWithCommand();
+
+// Room of `size` bytes, left uninitialised, for a big table that the command lets go before it
+// builds its next ones. In a process that ends with its command it is taken from the heap
+// instead of a mapping of its own: once freed, its pages, already faulted in, hold the next
+// tables instead of going back to the system to be cleared again at their first touch.
+std::unique_ptr<char[]> MakeReusedBuffer(std::size_t size);
 
 // Deletes an object, or leaves it to the process's end when the process ends with its command.
 // Only for objects whose destruction gives back memory and does nothing else.

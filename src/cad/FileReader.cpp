@@ -7,6 +7,8 @@
 #include <cstring>
 #include <fmt/format.h>
 
+#include "base/Memory.h"
+
 namespace cad {
 
 namespace {
@@ -15,7 +17,10 @@ constexpr std::size_t kPiece = std::size_t{4} << 20;
 }  // namespace
 
 FileReader::FileReader(int fd, std::string path, std::size_t size)
-    : fd_(fd), path_(std::move(path)), size_(size), buffer_(new char[std::max<std::size_t>(size, 1)]) {
+    : fd_(fd),
+      path_(std::move(path)),
+      size_(size),
+      buffer_(base::MakeReusedBuffer(std::max<std::size_t>(size, 1))) {
     thread_ = std::thread([this] { Read(); });
 }
 

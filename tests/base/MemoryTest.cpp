@@ -151,6 +151,28 @@ TEST_F(MemoryTest, SmallBlocksFreedWhenTheProcessEndsWithItsCommandJoinTheHeapsF
     EXPECT_GT(waiting(), 0u);
 }
 
+// Whether a block lies in the heap, below its end, rather than in a mapping of its own.
+bool InTheHeap(const char* block, std::size_t size) {
+    return reinterpret_cast<std::uintptr_t>(block) + size <= reinterpret_cast<std::uintptr_t>(::sbrk(0));
+}
+
+TEST_F(MemoryTest, ABigBufferComesFromTheHeapOnlyWhenTheProcessEndsWithItsCommand) {
+    constexpr std::size_t kBig = std::size_t{40} << 20;  // above the allocator's highest threshold
+    EXPECT_FALSE(InTheHeap(base::MakeReusedBuffer(kBig).get(), kBig));
+    base::SetEndsWithCommand(true);
+    auto buffer = base::MakeReusedBuffer(kBig);
+    EXPECT_TRUE(InTheHeap(buffer.get(), kBig));
+    // Its freed pages hold what comes next; other big blocks are still mapped on their own.
+    const char* freed = buffer.get();
+    buffer.reset();
+    auto next = std::make_unique<char[]>(kBig / 2);
+    EXPECT_TRUE(InTheHeap(next.get(), kBig / 2));
+    EXPECT_GE(next.get(), freed);
+    EXPECT_LT(next.get(), freed + kBig);
+    auto mapped = std::make_unique<char[]>(kBig);
+    EXPECT_FALSE(InTheHeap(mapped.get(), kBig));
+}
+
 TEST_F(MemoryTest, TheHeapIsNotFaultedInAheadForAProcessThatGoesOnAfterItsCommand) {
     base::SetEndsWithCommand(true);
     base::SetEndsWithCommand(false);
