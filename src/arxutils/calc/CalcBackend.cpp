@@ -17,6 +17,7 @@
 #include <com/sun/star/container/XEnumerationAccess.hpp>
 #include <com/sun/star/frame/Desktop.hpp>
 #include <com/sun/star/frame/XModel.hpp>
+#include <com/sun/star/lang/DisposedException.hpp>
 #include <com/sun/star/lang/IllegalArgumentException.hpp>
 #include <cppuhelper/bootstrap.hxx>
 
@@ -74,17 +75,29 @@ int CalcBackend::StartedOffice() const { return state_->started; }
 namespace {
 
 // The session at `connection`, or null with `failure` saying why.
+// A connection whose bridge ends while it is being set up, as one may right after another
+// connection to the same office closed, is made again this many times.
+constexpr int kConnectTries = 3;
+
 SessionPtr Connect(const std::string& connection, std::string& failure) {
     try {
-        Reference<css::bridge::XUnoUrlResolver> resolver = css::bridge::UnoUrlResolver::create(LocalContext());
-        Reference<css::uno::XInterface> remote =
-            resolver->resolve(FromUtf8("uno:" + connection + ";urp;StarOffice.ComponentContext"));
-        auto session = std::make_shared<Session>();
-        session->context.set(remote, UNO_QUERY_THROW);
-        session->desktop = css::frame::Desktop::create(session->context);
-        session->headless = ShowsNoWindow(session->desktop);
-        failure.clear();
-        return session;
+        for (int tries = 1;; ++tries) {
+            try {
+                Reference<css::bridge::XUnoUrlResolver> resolver =
+                    css::bridge::UnoUrlResolver::create(LocalContext());
+                Reference<css::uno::XInterface> remote =
+                    resolver->resolve(FromUtf8("uno:" + connection + ";urp;StarOffice.ComponentContext"));
+                auto session = std::make_shared<Session>();
+                session->context.set(remote, UNO_QUERY_THROW);
+                session->desktop = css::frame::Desktop::create(session->context);
+                session->headless = ShowsNoWindow(session->desktop);
+                failure.clear();
+                return session;
+            } catch (const css::lang::DisposedException&) {
+                if (tries == kConnectTries) throw;
+                std::this_thread::sleep_for(std::chrono::milliseconds(100));
+            }
+        }
     } catch (const css::connection::NoConnectException&) {
         failure = base::Sprintf("No LibreOffice accepts connections at \"%s\".", connection);
     } catch (const css::connection::ConnectionSetupException& e) {
