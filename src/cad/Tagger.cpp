@@ -315,14 +315,11 @@ base::Status ScanBinary(std::string_view bytes, std::string_view fileName, TagSt
 void TagIndex::Reserve(std::size_t tags) {
     tags = std::max(tags, size_);
     // Left uninitialised on purpose (see above); what was pushed is carried over.
-    std::unique_ptr<std::int16_t[]> codes(new std::int16_t[tags]);
-    std::unique_ptr<std::uint16_t[]> offsets(new std::uint16_t[tags]);
+    std::unique_ptr<Tag[]> room(new Tag[tags]);
     std::unique_ptr<Group[]> groups(new Group[(tags >> kGroupBits) + 1]);
-    std::copy_n(codes_.get(), size_, codes.get());
-    std::copy_n(offsets_.get(), size_, offsets.get());
+    std::copy_n(tags_.get(), size_, room.get());
     if (size_ > 0) std::copy_n(groups_.get(), ((size_ - 1) >> kGroupBits) + 1, groups.get());
-    codes_ = std::move(codes);
-    offsets_ = std::move(offsets);
+    tags_ = std::move(room);
     groups_ = std::move(groups);
     capacity_ = tags;
 }
@@ -338,9 +335,9 @@ void TagIndex::PushWide(std::size_t i, std::uint32_t start) {
         // The group outgrew 16-bit offsets: its starts so far move to full width.
         g.wide = static_cast<std::uint32_t>(wide_.size());
         wide_.resize(wide_.size() + kGroupMask + 1);
-        for (std::size_t k = i & ~kGroupMask; k < i; ++k) wide_[g.wide + (k & kGroupMask)] = g.base + offsets_[k];
+        for (std::size_t k = i & ~kGroupMask; k < i; ++k) wide_[g.wide + (k & kGroupMask)] = g.base + tags_[k].offset;
     }
-    offsets_[i] = 0;
+    tags_[i].offset = 0;
     wide_[g.wide + (i & kGroupMask)] = start;
 }
 

@@ -22,8 +22,9 @@ enum class DxfForm : std::uint8_t { Ascii, BinaryR12, Binary };
 // the start of the next one, so its original bytes are always known.
 //
 // A drawing has millions of tags, so each costs a little over four bytes: the code as 16 bits
-// and the start as a 16-bit offset from the start of its group of 64 tags. A group that spans
-// 64 KiB or more (long binary chunks, huge texts) keeps full 32-bit starts instead.
+// and the start as a 16-bit offset from the start of its group of 64 tags, side by side so that
+// reading a tag touches one place. A group that spans 64 KiB or more (long binary chunks, huge
+// texts) keeps full 32-bit starts instead.
 class TagIndex {
 public:
     // Tags held, the sentinel included; 0 before a scan.
@@ -31,24 +32,19 @@ public:
     // Where tag `i` starts; `i` may be the sentinel.
     std::uint32_t Start(std::size_t i) const {
         const Group& g = groups_[i >> kGroupBits];
-        return g.wide == kNarrow ? g.base + offsets_[i] : wide_[g.wide + (i & kGroupMask)];
+        return g.wide == kNarrow ? g.base + tags_[i].offset : wide_[g.wide + (i & kGroupMask)];
     }
     // The group code of tag `i`; -1 for the sentinel.
-    int Code(std::size_t i) const { return codes_[i]; }
+    int Code(std::size_t i) const { return tags_[i].code; }
     // Asks the processor for where tags `i` to `i + count` start and their codes.
     void Prefetch(std::size_t i, std::size_t count) const {
         const std::size_t end = std::min(i + count, size_);
         if (end <= i) return;
-        for (std::size_t k = i; k < end; k += 32) {
-            __builtin_prefetch(codes_.get() + k);
-            __builtin_prefetch(offsets_.get() + k);
-        }
+        for (std::size_t k = i; k < end; k += kTagsPerLine) __builtin_prefetch(tags_.get() + k);
+        __builtin_prefetch(tags_.get() + end - 1);
         const std::size_t lastGroup = (end - 1) >> kGroupBits;
         for (std::size_t g = i >> kGroupBits; g <= lastGroup; ++g) __builtin_prefetch(groups_.get() + g);
     }
-    // The group codes in order, for loops that only look at codes.
-    const std::int16_t* Codes() const { return codes_.get(); }
-
     // Makes room for `tags` tags so that a scan that stays within it never regrows; the scan
     // writes into the room without checking each time. The room is not cleared: memory the
     // scan never reaches is never touched, so a bound far above the count costs nothing.
@@ -58,17 +54,25 @@ public:
         const std::size_t i = size_;
         if (i == capacity_) Grow();
         ++size_;
-        codes_[i] = static_cast<std::int16_t>(code);
+        tags_[i].code = static_cast<std::int16_t>(code);
         if ((i & kGroupMask) == 0) groups_[i >> kGroupBits] = {start, kNarrow};
         const Group& g = groups_[i >> kGroupBits];
-        if (g.wide == kNarrow && start - g.base <= 0xFFFFu) offsets_[i] = static_cast<std::uint16_t>(start - g.base);
-        else PushWide(i, start);
+        if (g.wide == kNarrow && start - g.base <= 0xFFFFu)
+            tags_[i].offset = static_cast<std::uint16_t>(start - g.base);
+        else
+            PushWide(i, start);
     }
 
 private:
     static constexpr unsigned kGroupBits = 6;
     static constexpr std::size_t kGroupMask = (std::size_t{1} << kGroupBits) - 1;
     static constexpr std::uint32_t kNarrow = 0xFFFFFFFFu;
+    // No member initialisers: room made for tags is left uninitialised (see Reserve).
+    struct Tag {
+        std::int16_t code;
+        std::uint16_t offset;  // from the group's base; 0 in a group of full starts
+    };
+    static constexpr std::size_t kTagsPerLine = 64 / sizeof(Tag);
     struct Group {
         std::uint32_t base;  // start of the group's first tag
         std::uint32_t wide;  // kNarrow, or where the group's full starts begin in wide_
@@ -76,12 +80,11 @@ private:
     void PushWide(std::size_t i, std::uint32_t start);
     void Grow();
 
-    std::unique_ptr<std::int16_t[]> codes_;
-    std::unique_ptr<std::uint16_t[]> offsets_;
+    std::unique_ptr<Tag[]> tags_;
     std::unique_ptr<Group[]> groups_;
     std::vector<std::uint32_t> wide_;
     std::size_t size_ = 0;      // tags pushed
-    std::size_t capacity_ = 0;  // room of codes_ and offsets_; groups_ has a group per 64 of it
+    std::size_t capacity_ = 0;  // room of tags_; groups_ has a group per 64 of it
 };
 
 // The tags of a buffer; bytes after the sentinel (trash beyond EOF, a DOS end-of-file mark) are
