@@ -74,11 +74,11 @@ int CalcBackend::StartedOffice() const { return state_->started; }
 
 namespace {
 
-// The session at `connection`, or null with `failure` saying why.
 // A connection whose bridge ends while it is being set up, as one may right after another
 // connection to the same office closed, is made again this many times.
 constexpr int kConnectTries = 3;
 
+// The session at `connection`, or null with `failure` saying why.
 SessionPtr Connect(const std::string& connection, std::string& failure) {
     try {
         for (int tries = 1;; ++tries) {
