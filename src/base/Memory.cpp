@@ -62,19 +62,15 @@ bool EndsWithCommand() { return endsWithCommand; }
 std::unique_ptr<char[]> MakeReusedBuffer(std::size_t size) {
     if (!endsWithCommand) return std::unique_ptr<char[]>(new char[size]);
     // Blocks above the allocator's highest threshold are always mapped on their own unless no
-    // block may be: that holds for this block alone.
-    static std::mutex heapOnly;
-    std::lock_guard lock(heapOnly);
-    ::mallopt(M_MMAP_MAX, 0);
-    std::unique_ptr<char[]> buffer;
-    try {
-        buffer.reset(new char[size]);
-    } catch (...) {
-        ::mallopt(M_MMAP_MAX, kDefaultMappedBlocks);
-        throw;
-    }
-    ::mallopt(M_MMAP_MAX, kDefaultMappedBlocks);
-    return buffer;
+    // block may be: that holds while this block alone is made, whether or not it can be.
+    struct HeapOnly {
+        HeapOnly() { ::mallopt(M_MMAP_MAX, 0); }
+        ~HeapOnly() { ::mallopt(M_MMAP_MAX, kDefaultMappedBlocks); }
+    };
+    static std::mutex oneAtATime;
+    std::lock_guard lock(oneAtATime);
+    HeapOnly heapOnly;
+    return std::unique_ptr<char[]>(new char[size]);
 }
 
 }  // namespace base

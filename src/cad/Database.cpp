@@ -211,11 +211,10 @@ std::string Database::Version() const {
 void Database::IndexRecords() {
     const std::size_t count = stream_.Count();
     const TagIndex& tags = stream_.tags;
-    auto codes = [&tags](std::size_t k) { return tags.Code(k); };
     // One record per 0 tag (and one for comments before the first), sized exactly with a little
     // room for what a command adds, so that a first edit does not double the table.
-    std::size_t recordCount = count > 0 && codes(0) != 0 ? 1 : 0;
-    for (std::size_t k = 0; k < count; ++k) recordCount += codes(k) == 0;
+    std::size_t recordCount = count > 0 && tags.Code(0) != 0 ? 1 : 0;
+    for (std::size_t k = 0; k < count; ++k) recordCount += tags.Code(k) == 0;
     records_.reserve(recordCount + recordCount / 64 + 16);
     auto where = [&](std::uint32_t tagIndex) {
         std::size_t offset = stream_.tags.Start(tagIndex);
@@ -233,7 +232,7 @@ void Database::IndexRecords() {
     // long ago and are no longer in the cache.
     std::size_t ahead = 0;
     auto fetchAhead = [&] {
-        while (++ahead < count && codes(ahead) != 0) {}
+        while (++ahead < count && tags.Code(ahead) != 0) {}
         if (ahead < count) __builtin_prefetch(bytes_.data() + stream_.tags.Start(ahead));
     };
     for (int k = 0; k < 8; ++k) fetchAhead();
@@ -241,7 +240,7 @@ void Database::IndexRecords() {
     while (i < count) {
         fetchAhead();
         std::size_t j = i + 1;
-        while (j < count && codes(j) != 0) ++j;
+        while (j < count && tags.Code(j) != 0) ++j;
         Record rec;
         rec.firstTag = static_cast<std::uint32_t>(i);
         const std::uint32_t tagCount = static_cast<std::uint32_t>(j - i);
@@ -249,7 +248,7 @@ void Database::IndexRecords() {
         rec.prev = index == 0 ? kNone : index - 1;
         records_.push_back(rec);
         i = j;
-        if (codes(rec.firstTag) != 0) continue;  // comments before the first record
+        if (tags.Code(rec.firstTag) != 0) continue;  // comments before the first record
 
         std::string_view type = TrimBlanks(RawValue(bytes_, stream_, rec.firstTag));
         Record& r = records_.back();
@@ -262,7 +261,7 @@ void Database::IndexRecords() {
                 return;
             }
             std::string_view name;
-            if (tagCount > 1 && codes(r.firstTag + 1) == 2)
+            if (tagCount > 1 && tags.Code(r.firstTag + 1) == 2)
                 name = TrimBlanks(RawValue(bytes_, stream_, r.firstTag + 1));
             section = SectionOf(name);
             sectionRec = index;
@@ -298,7 +297,7 @@ void Database::IndexRecords() {
         int handleCode = role == RecordRole::DimStyle ? 105 : 5;
         if (section != SectionKind::Header && section != SectionKind::Classes) {
             for (std::uint32_t k = r.firstTag + 1; k < r.firstTag + tagCount; ++k) {
-                int code = codes(k);
+                int code = tags.Code(k);
                 if (code == handleCode || (code == 5 && handleCode == 105)) {
                     r.handle = ParseHandle(RawValue(bytes_, stream_, k));
                     if (r.handle == 0)

@@ -43,8 +43,8 @@ private:
     int fd_;
     std::string path_;
     std::size_t size_;
-    // Left uninitialised: the reading writes every byte of it. Its pages hold the command's next
-    // tables once the drawing is let go (base::MakeReusedBuffer).
+    // Left uninitialised: the reading writes every byte of it. In a process that ends with its
+    // command, its pages hold the next tables once the drawing is let go (base::MakeReusedBuffer).
     std::unique_ptr<char[]> buffer_;
     // Bytes in, with kEnded set once the reading ended; the reader's failure is written to
     // `failure_` before kEnded is.

@@ -335,7 +335,8 @@ void TagIndex::PushWide(std::size_t i, std::uint32_t start) {
         // The group outgrew 16-bit offsets: its starts so far move to full width.
         g.wide = static_cast<std::uint32_t>(wide_.size());
         wide_.resize(wide_.size() + kGroupMask + 1);
-        for (std::size_t k = i & ~kGroupMask; k < i; ++k) wide_[g.wide + (k & kGroupMask)] = g.base + tags_[k].offset;
+        for (std::size_t k = i & ~kGroupMask; k < i; ++k)
+            wide_[g.wide + (k & kGroupMask)] = g.base + tags_[k].offset;
     }
     tags_[i].offset = 0;
     wide_[g.wide + (i & kGroupMask)] = start;
