@@ -51,6 +51,7 @@ BlockNesting::BlockNesting(Database& db) {
     std::vector<Edge> edges;
     std::string scratch;
     for (std::uint32_t k = db.first_; k != Database::kNone; k = records[k].next) {
+        db.HandBackBefore(k);
         const auto& r = records[k];
         if (r.section != SectionKind::Blocks && r.section != SectionKind::Entities) continue;
         if (r.parent == Database::kNone) continue;

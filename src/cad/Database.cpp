@@ -126,10 +126,23 @@ base::Result<std::unique_ptr<Database>> Database::Open(const std::string& path) 
     std::unique_ptr<Database> db(new Database());
     db->bytes_ = reader.Bytes();
     db->fileName_ = path;
-    base::Status status = db->Load(&reader);
-    if (!status) return status;
-    db->units_ = db->ReadUnits();
-    return db;
+    return Loaded(std::move(db), &reader);
+}
+
+base::Result<std::unique_ptr<Database>> Database::OpenMapped(const std::string& path) {
+    std::size_t size = 0;
+    auto opened = OpenDrawingFile(path, size);
+    if (!opened) return opened.GetStatus();
+    auto mapped = base::MappedFile::Map(*opened, path, size);
+    if (!mapped) return mapped.GetStatus();
+    std::unique_ptr<Database> db(new Database());
+    db->mapped_.emplace(std::move(*mapped));
+    db->bytes_ = db->mapped_->Bytes();
+    db->fileName_ = path;
+    auto loaded = Loaded(std::move(db));
+    // What loading read last (the header, the tables) is read again when asked for.
+    if (loaded) (*loaded)->mapped_->HandBack(0, size);
+    return loaded;
 }
 
 base::Result<std::unique_ptr<Database>> Database::FromBytes(std::string bytes, std::string fileName) {
@@ -137,19 +150,41 @@ base::Result<std::unique_ptr<Database>> Database::FromBytes(std::string bytes, s
     db->givenBytes_ = std::make_unique<std::string>(std::move(bytes));
     db->bytes_ = *db->givenBytes_;
     db->fileName_ = std::move(fileName);
-    base::Status status = db->Load();
+    return Loaded(std::move(db));
+}
+
+base::Result<std::unique_ptr<Database>> Database::Loaded(std::unique_ptr<Database> db, FileReader* reader) {
+    base::Status status = db->Load(reader);
     if (!status) return status;
     db->units_ = db->ReadUnits();
     return db;
+}
+
+void Database::HandBackBytesBefore(std::size_t offset) const {
+    // Pages just gone past may still be read: a record's neighbours, the scan's look ahead.
+    constexpr std::size_t kMargin = std::size_t{8} << 20;
+    if (!mapped_) return;
+    if (offset < handedBack_) handedBack_ = 0;
+    if (offset < handedBack_ + 2 * kMargin) return;
+    mapped_->HandBack(handedBack_, offset - kMargin);
+    handedBack_ = offset - kMargin;
 }
 
 // ---------------------------------------------------------------------------------------------
 // Reading
 
 base::Status Database::Load(FileReader* reader) {
-    base::Status status = reader ? ScanTags(bytes_, fileName_, stream_,
-                                            [reader](std::size_t want) { return reader->WaitFor(want); })
-                                 : ScanTags(bytes_, fileName_, stream_);
+    WaitForBytes waitFor;
+    if (reader) {
+        waitFor = [reader](std::size_t want) { return reader->WaitFor(want); };
+    } else if (mapped_) {
+        // All is in; asked for more as it goes, the scan says how far it has come.
+        waitFor = [this](std::size_t want) {
+            HandBackBytesBefore(want);
+            return std::min(want, bytes_.size());
+        };
+    }
+    base::Status status = ScanTags(bytes_, fileName_, stream_, waitFor);
     if (reader) {
         // A reading that fell short says why, before what the scan made of it; a failed scan
         // stops the reading. Once whole, the buffer is the database's.
@@ -247,6 +282,7 @@ void Database::IndexRecords() {
         std::uint32_t index = static_cast<std::uint32_t>(records_.size());
         rec.prev = index == 0 ? kNone : index - 1;
         records_.push_back(rec);
+        HandBackBefore(index);
         i = j;
         if (tags.Code(rec.firstTag) != 0) continue;  // comments before the first record
 
@@ -1290,7 +1326,9 @@ base::Status Database::Save(const std::string& path, const std::string& backupPa
     base::Status status = file.Open();
     if (status) {
         WriteTo([&file](std::string_view piece) { file.Write(piece); });
-        status = file.Commit(backupPath);
+        // Another program's writes to a mapped file may show in what was written from it.
+        if (mapped_) status = mapped_->CheckUnchanged();
+        if (status) status = file.Commit(backupPath);
     }
     return status;  // the file's messages name the path already
 }

@@ -6,11 +6,13 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <vector>
 
+#include "base/MappedFile.h"
 #include "base/Status.h"
 #include "cad/BlockRecord.h"
 #include "cad/Dictionary.h"
@@ -50,6 +52,11 @@ public:
 
     // Reads a drawing file; a failure says the file, the line or byte offset and the reason.
     static base::Result<std::unique_ptr<Database>> Open(const std::string& path);
+    // Reads a drawing file through a map of it instead of a copy, for a command that reads the
+    // drawing in file order: the pages its readings have gone past are handed back, so the
+    // drawing holds little more than its tag index and records. The file must not be written
+    // while it is open; Save refuses once it was.
+    static base::Result<std::unique_ptr<Database>> OpenMapped(const std::string& path);
     // Whether Open could read `path` (it exists, is a regular file and may be read), without
     // reading it; a failure says the file and the reason as Open's would.
     static base::Status CanOpen(const std::string& path);
@@ -228,6 +235,18 @@ private:
     Database& operator=(Database&&) = default;
     // Indexes bytes_; with a `reader` they are still being read, and the scan follows it.
     base::Status Load(FileReader* reader = nullptr);
+    // Load, then the unit settings; the database, or why it can't be read.
+    static base::Result<std::unique_ptr<Database>> Loaded(std::unique_ptr<Database> db,
+                                                         FileReader* reader = nullptr);
+    // In a mapped database, hands back the pages of the file before `offset` less a margin
+    // that a reading in file order has gone past; an offset below the last one starts a new
+    // reading from the file's start.
+    void HandBackBytesBefore(std::size_t offset) const;
+    // HandBackBytesBefore the start of record `rec`, at every few thousandth record: cheap
+    // enough to ask at each one.
+    void HandBackBefore(std::uint32_t rec) const {
+        if (mapped_ && (rec & 4095) == 0) HandBackBytesBefore(stream_.tags.Start(records_[rec].firstTag));
+    }
     void IndexRecords();
     void IndexBlocks();
     void AssignMissingHandles();
@@ -322,10 +341,12 @@ private:
     bool NeedsNewWidths(std::uint32_t rec) const;
 
     std::string fileName_;
-    // The file's bytes, in a buffer read for them or a string handed over (each on the heap, so
-    // that bytes_ stays valid when the database is moved).
+    // The file's bytes, in a buffer read for them, a string handed over (each on the heap, so
+    // that bytes_ stays valid when the database is moved) or a map of the file.
     std::unique_ptr<char[]> fileBytes_;
     std::unique_ptr<std::string> givenBytes_;
+    std::optional<base::MappedFile> mapped_;
+    mutable std::size_t handedBack_ = 0;  // the mapped file's pages before it are handed back
     std::string_view bytes_;
     TagStream stream_;
     TextCodec codec_;

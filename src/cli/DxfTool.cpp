@@ -34,7 +34,8 @@ int Usage() {
 }
 
 int Info(const std::string& path) {
-    auto opened = cad::Database::Open(path);
+    // Its one pass over the references goes in file order: the drawing is held in its index.
+    auto opened = cad::Database::OpenMapped(path);
     if (!opened) {
         fmt::print(stderr, "{}\n", opened.GetStatus().Message());  // it names the file
         return 1;

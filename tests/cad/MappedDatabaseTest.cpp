@@ -1,0 +1,182 @@
+// Drawings read through a map of their file: the same drawing as one read into a copy, also
+// when the pages behind the reading were handed back, and never saved once another program
+// wrote the file.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "base/File.h"
+#include "cad/BlockNesting.h"
+#include "cad/BlockReference.h"
+#include "cad/Database.h"
+#include "Fixtures.h"
+
+namespace {
+
+std::string Folder(const std::string& name) {
+    std::string folder = ::testing::TempDir() + "/cad-mapped-" + name;
+    std::filesystem::remove_all(folder);
+    std::filesystem::create_directories(folder);
+    return folder;
+}
+
+// The small drawing with `count` more references in model space, each with an attribute whose
+// value is long enough that the file spans many pages of the map: some 30 MB for 60,000.
+std::string LargeDrawing(int count) {
+    std::string text = cadtest::R12Drawing();
+    const std::string entities = "2\nENTITIES\n";
+    std::string more;
+    const std::string filler(360, 'x');
+    for (int i = 0; i < count; ++i) {
+        more += cadtest::Dxf({{0, "INSERT"}, {8, "0"}, {66, "1"}, {2, "Door"}, {10, std::to_string(i)},
+                              {20, "0.0"}, {30, "0.0"}, {0, "ATTRIB"}, {8, "0"}, {10, "0.5"}, {20, "0.5"},
+                              {30, "0.0"}, {40, "0.2"}, {1, "D-" + std::to_string(i) + filler},
+                              {2, "NUMBER"}, {70, "0"}, {0, "SEQEND"}, {8, "0"}});
+    }
+    text.insert(text.find(entities) + entities.size(), more);
+    return text;
+}
+
+// The bytes of `path`'s map that the process holds, from the system's account of its maps.
+std::size_t ResidentBytesOfMap(const std::string& path) {
+    std::ifstream in("/proc/self/smaps");  // its size is not known before it is read
+    std::string maps((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    std::size_t at = maps.find(std::filesystem::canonical(path).string() + "\n");
+    EXPECT_NE(at, std::string::npos) << path << " is not mapped";
+    if (at == std::string::npos) return 0;
+    std::size_t rss = maps.find("\nRss:", at);
+    return std::stoul(maps.substr(rss + 5)) * 1024;  // given in kB
+}
+
+std::vector<cad::BlockReference> References(cad::Database& db) {
+    std::vector<cad::BlockReference> refs;
+    for (const cad::Entity& e : db.ModelSpace().Entities())
+        if (e.Type() == "INSERT") refs.emplace_back(&db, e.Index());
+    return refs;
+}
+
+// Changes the first, a middle and the last reference's attribute, as an import would.
+void Edit(cad::Database& db) {
+    auto refs = References(db);
+    ASSERT_GE(refs.size(), 3u);
+    for (std::size_t k : {std::size_t{0}, refs.size() / 2, refs.size() - 1})
+        refs[k].Attributes()[0].SetTextString("edited " + std::to_string(k));
+}
+
+std::vector<std::string> CorpusFiles() {
+    std::vector<std::string> files;
+    for (const auto& entry : std::filesystem::directory_iterator(VELMAR_CORPUS "/dxf"))
+        if (entry.path().extension() == ".dxf") files.push_back(entry.path().string());
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+TEST(MappedDatabase, EveryCorpusDrawingReadsAsFromACopy) {
+    auto files = CorpusFiles();
+    ASSERT_GE(files.size(), 47u);
+    for (const std::string& path : files) {
+        SCOPED_TRACE(path);
+        auto copied = cad::Database::Open(path);
+        auto mapped = cad::Database::OpenMapped(path);
+        ASSERT_EQ(bool(copied), bool(mapped));
+        if (!copied) {
+            EXPECT_EQ(mapped.GetStatus().Message(), copied.GetStatus().Message());
+            continue;
+        }
+        EXPECT_EQ((*mapped)->Warnings(), (*copied)->Warnings());
+        EXPECT_TRUE((*mapped)->Write() == *base::ReadFile(path));
+    }
+}
+
+TEST(MappedDatabase, ALargeDrawingReadsTheSameOnceItsPagesAreHandedBack) {
+    std::string folder = Folder("large");
+    std::string bytes = LargeDrawing(60000);
+    ASSERT_GT(bytes.size(), std::size_t{24} << 20);  // past the margin kept behind the reading
+    ASSERT_TRUE(base::WriteFileAtomic(folder + "/plan.dxf", bytes));
+    auto mapped = cad::Database::OpenMapped(folder + "/plan.dxf");
+    ASSERT_TRUE(mapped) << mapped.GetStatus().Message();
+    // Once loaded, the drawing holds its index, not the file.
+    EXPECT_LT(ResidentBytesOfMap(folder + "/plan.dxf"), bytes.size() / 8);
+    EXPECT_TRUE((*mapped)->Write() == bytes);
+    EXPECT_GT(ResidentBytesOfMap(folder + "/plan.dxf"), bytes.size() / 2);
+
+    // Counted, edited and saved as the same drawing read into a copy.
+    auto copied = cad::Database::Open(folder + "/plan.dxf");
+    ASSERT_TRUE(copied);
+    cad::BlockNesting mappedNesting(**mapped);
+    cad::BlockNesting copiedNesting(**copied);
+    ASSERT_EQ(mappedNesting.Entries().size(), copiedNesting.Entries().size());
+    for (std::size_t k = 0; k < mappedNesting.Entries().size(); ++k) {
+        EXPECT_EQ(mappedNesting.Entries()[k].references, copiedNesting.Entries()[k].references);
+        EXPECT_EQ(mappedNesting.Entries()[k].instances, copiedNesting.Entries()[k].instances);
+    }
+    Edit(**mapped);
+    Edit(**copied);
+    ASSERT_TRUE((*mapped)->Save(folder + "/mapped.dxf"));
+    ASSERT_TRUE((*copied)->Save(folder + "/copied.dxf"));
+    EXPECT_TRUE(*base::ReadFile(folder + "/mapped.dxf") == *base::ReadFile(folder + "/copied.dxf"));
+    EXPECT_NE(*base::ReadFile(folder + "/mapped.dxf"), bytes);
+}
+
+TEST(MappedDatabase, ADrawingWhoseFileWasWrittenByAnotherProgramIsNotSaved) {
+    std::string folder = Folder("written");
+    std::string path = folder + "/plan.dxf";
+    ASSERT_TRUE(base::WriteFileAtomic(path, LargeDrawing(3)));
+    auto db = cad::Database::OpenMapped(path);
+    ASSERT_TRUE(db);
+    Edit(**db);
+    // Another program writes into the file in place, its size unchanged.
+    int fd = ::open(path.c_str(), O_WRONLY);
+    ASSERT_GE(fd, 0);
+    ASSERT_EQ(::pwrite(fd, "0\nLINE", 6, 0), 6);
+    const struct timespec times[2] = {{0, UTIME_OMIT}, {1000, 0}};
+    ASSERT_EQ(::futimens(fd, times), 0);
+    ::close(fd);
+    std::string written = *base::ReadFile(path);
+
+    base::Status status = (*db)->Save(path, folder + "/plan.bak");
+    ASSERT_FALSE(status);
+    EXPECT_EQ(status.Message(), path + ": the file changed on disk while it was open");
+    EXPECT_EQ(*base::ReadFile(path), written);
+    EXPECT_FALSE(std::filesystem::exists(folder + "/plan.bak"));
+    // Nor under another name, and nothing is left behind.
+    EXPECT_FALSE((*db)->Save(folder + "/other.dxf"));
+    EXPECT_FALSE(std::filesystem::exists(folder + "/other.dxf"));
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 1);
+}
+
+TEST(MappedDatabase, ADrawingReplacedUnderItsNameIsSavedFromWhatWasRead) {
+    std::string folder = Folder("replaced");
+    std::string path = folder + "/plan.dxf";
+    std::string text = cadtest::R12Drawing();
+    ASSERT_TRUE(base::WriteFileAtomic(path, text));
+    auto db = cad::Database::OpenMapped(path);
+    ASSERT_TRUE(db);
+    ASSERT_TRUE(base::WriteFileAtomic(path, "0\nEOF\n"));
+    ASSERT_TRUE((*db)->Save(folder + "/out.dxf"));
+    EXPECT_EQ(*base::ReadFile(folder + "/out.dxf"), text);
+}
+
+TEST(MappedDatabase, AnEmptyOrMissingFileSaysWhatOpenSays) {
+    std::string folder = Folder("empty");
+    ASSERT_TRUE(base::WriteFileAtomic(folder + "/empty.dxf", ""));
+    for (const std::string& path : {folder + "/empty.dxf", folder + "/gone.dxf", folder}) {
+        SCOPED_TRACE(path);
+        auto copied = cad::Database::Open(path);
+        auto mapped = cad::Database::OpenMapped(path);
+        ASSERT_FALSE(copied);
+        ASSERT_FALSE(mapped);
+        EXPECT_EQ(mapped.GetStatus().Message(), copied.GetStatus().Message());
+    }
+}
+
+}  // namespace
