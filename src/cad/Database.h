@@ -57,6 +57,15 @@ public:
     // drawing holds little more than its tag index and records. The file must not be written
     // while it is open; Save refuses once it was.
     static base::Result<std::unique_ptr<Database>> OpenMapped(const std::string& path);
+    // Tells a database read with OpenMapped that a reading in file order has come to record
+    // `rec` (an object's Index()): the pages well behind it are handed back, once every few
+    // thousand records. Cheap enough to call at every record; does nothing in any other database.
+    void HandBackBefore(std::uint32_t rec) const {
+        if (mapped_ && (rec >= nextHandBack_ || rec + kHandBackEvery < nextHandBack_)) {
+            nextHandBack_ = rec + kHandBackEvery;
+            HandBackBytesBefore(stream_.tags.Start(records_[rec].firstTag));
+        }
+    }
     // Whether Open could read `path` (it exists, is a regular file and may be read), without
     // reading it; a failure says the file and the reason as Open's would.
     static base::Status CanOpen(const std::string& path);
@@ -242,11 +251,6 @@ private:
     // that a reading in file order has gone past; an offset below the last one starts a new
     // reading from the file's start.
     void HandBackBytesBefore(std::size_t offset) const;
-    // HandBackBytesBefore the start of record `rec`, at every few thousandth record: cheap
-    // enough to ask at each one.
-    void HandBackBefore(std::uint32_t rec) const {
-        if (mapped_ && (rec & 4095) == 0) HandBackBytesBefore(stream_.tags.Start(records_[rec].firstTag));
-    }
     void IndexRecords();
     void IndexBlocks();
     void AssignMissingHandles();
@@ -347,6 +351,8 @@ private:
     std::unique_ptr<std::string> givenBytes_;
     std::optional<base::MappedFile> mapped_;
     mutable std::size_t handedBack_ = 0;  // the mapped file's pages before it are handed back
+    static constexpr std::uint32_t kHandBackEvery = 4096;
+    mutable std::uint32_t nextHandBack_ = 0;  // the record whose reading hands back next
     std::string_view bytes_;
     TagStream stream_;
     TextCodec codec_;

@@ -127,6 +127,25 @@ TEST(MappedDatabase, ALargeDrawingReadsTheSameOnceItsPagesAreHandedBack) {
     EXPECT_NE(*base::ReadFile(folder + "/mapped.dxf"), bytes);
 }
 
+TEST(MappedDatabase, AReadingInFileOrderHoldsOnlyThePagesNearIt) {
+    std::string folder = Folder("in-order");
+    std::string bytes = LargeDrawing(60000);
+    ASSERT_TRUE(base::WriteFileAtomic(folder + "/plan.dxf", bytes));
+    auto mapped = cad::Database::OpenMapped(folder + "/plan.dxf");
+    ASSERT_TRUE(mapped);
+    // Each reference spans three records: the reading asks at every third one.
+    std::size_t length = 0;
+    for (const cad::BlockReference& ref : References(**mapped)) {
+        (*mapped)->HandBackBefore(ref.Index());
+        length += ref.Attributes()[0].TextString().size();
+    }
+    EXPECT_GT(length, std::size_t{60000} * 360);
+    EXPECT_LT(ResidentBytesOfMap(folder + "/plan.dxf"), bytes.size() / 2);
+    // Without telling the drawing, the pages read stay.
+    for (const cad::BlockReference& ref : References(**mapped)) length += ref.Attributes()[0].TextString().size();
+    EXPECT_GT(ResidentBytesOfMap(folder + "/plan.dxf"), bytes.size() / 2);
+}
+
 TEST(MappedDatabase, ADrawingWhoseFileWasWrittenByAnotherProgramIsNotSaved) {
     std::string folder = Folder("written");
     std::string path = folder + "/plan.dxf";

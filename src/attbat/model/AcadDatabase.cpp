@@ -46,6 +46,13 @@ struct CachedRef {
 // owner names, each made once.
 class ReadCache {
 public:
+    // Where a reference is kept: its block's list of DirectRefs and its place in it.
+    struct Place {
+        const std::vector<CachedRef>* refs;
+        std::size_t index;
+    };
+
+    // Reads the references in the order of the file.
     explicit ReadCache(cad::Database& db) : db_(db) {
         // References of one block mostly follow each other: its list is looked up once a run.
         std::string lastName;
@@ -62,10 +69,14 @@ public:
                     lastName = fields.blockName;
                     refs = &refsByBlock_[base::FoldCase(lastName)];
                 }
+                order_.push_back({refs, refs->size()});
                 refs->push_back(CachedRef{ref, ref.OwnerBlock(), std::move(fields)});
             }
         }
     }
+
+    // Every reference in the order they were read, which is the file's.
+    const std::vector<Place>& InFileOrder() const { return order_; }
 
     // The references of `block` that stand directly in a space or block.
     const std::vector<CachedRef>& DirectRefs(const cad::BlockRecord& block) {
@@ -123,6 +134,7 @@ private:
 
     cad::Database& db_;
     std::unordered_map<std::string, std::vector<CachedRef>> refsByBlock_;
+    std::vector<Place> order_;
     std::unordered_map<std::string, AcadLayer> layers_;
     std::unordered_map<ObjectId, std::string> ownerNames_;
     std::unordered_map<cad::Handle, bool> layouts_;
@@ -291,70 +303,75 @@ base::Status ReadExternalReference(AcadBlockArray& blocks, ReadContext& ctx, con
     return ReadXref(blocks, file, inserts, ctx.polygons, *ctx.reading);
 }
 
-// Reads one block with its rows into `read`, which the caller adds to the array in one go.
-void ReadBlock(std::vector<AcadBlock>& read, ReadContext& ctx, const cad::BlockRecord& record) {
-    AcadBlock block = MakeBlock(record, ctx.name, ctx.xrefInsert != nullptr);
-    LoadDefinitions(block, record);
-    const std::vector<CachedRef>& direct = ctx.cache.DirectRefs(record);
-    // What is the same for every reference of the block is found once: the dynamic block it
-    // was copied from and how many constant values each row gains.
-    const cad::BlockRecord source = direct.empty() ? cad::BlockRecord()
-                                                   : DynamicSourceOf(ctx.db, ctx.db.FindBlock(record.Name()));
+// One block's read under way: its rows gather as its references come, in file order.
+struct BlockRead {
+    AcadBlock block;
+    // What is the same for every reference of the block, found once: the dynamic block it was
+    // copied from and how many constant values each row gains.
+    cad::BlockRecord source;
     int constants = 0;
-    for (const AcadAttributeDef& def : block.defs) constants += def.constant && def.kind == 0;
-    block.refs.Reserve(static_cast<int>(direct.size()));
-    std::vector<ObjectId> owners;
-    for (std::size_t i = 0; i < direct.size(); ++i) {
-        // The references of a block lie far apart in the drawing: the next ones are asked for
-        // while this one is read.
-        if (i + kReadAhead < direct.size()) direct[i + kReadAhead].ref.Prefetch();
-        const CachedRef& cached = direct[i];
-        const cad::BlockReference& ref = cached.ref;
-        const ReferenceFields& fields = cached.fields;
-        if (ref.IsErased() || !fields.visible) continue;
-        const cad::BlockRecord& owner = cached.owner;
-        if (!owner) continue;
-        owners.clear();
-        int topLevel = 1;
-        if (ctx.cache.IsLayout(owner)) {
-            ctx.cache.NoteSpace(owner);
-            owners.push_back(SpaceIdOf(owner));
-        } else {
-            topLevel = 0;
-            const std::vector<ObjectId>& outer = ctx.cache.LayoutOwners(owner);
-            owners.assign(outer.begin(), outer.end());
-            if (owners.empty()) continue;
-        }
-        double area = ctx.xrefInsert
-                          ? OuterArea(ref, &ctx.transform, ctx.ownerFilter, *ctx.polygons)
-                          : OuterArea(ref, nullptr, 0, *ctx.polygons);
-        AcadBlockRef row(ctx.name, ToPoint(fields.position), ToScale(fields.scale),
-                         ctx.cache.Layer(fields.layerName), fields.rotation, ref.HandleString(),
-                         topLevel, owners[0], ctx.lunits, ctx.aunits, area);
-        const std::vector<cad::Attribute> attributes = ref.Attributes();
-        row.attributes.Reserve(static_cast<int>(attributes.size()) + constants);
-        for (const cad::Attribute& attribute : attributes) {
-            AcadAttribute value = AttributeOf(attribute, true);
-            if (i == 0 && block.defs.IndexOfNoCase(value.tag) < 0)
-                block.defs.AddSorted(DefinitionOf(attribute, std::string()));
-            row.attributes.Add(std::move(value));
-        }
-        AddConstantAttributes(row, block.defs);
-        AddDynamicPropertiesFrom(block, source, ref, row);
-        AssignDupAndPrompt(row, block.defs);
-        // A nested block counts once per outer instance; the last of its rows takes the values.
-        for (std::size_t k = 0; k < owners.size(); ++k) {
-            const ObjectId id = owners[k];
-            row.ownerId = id;
-            row.ownerName = ctx.cache.OwnerName(id, owner);
-            if (k + 1 == owners.size()) block.refs.Add(std::move(row));
-            else block.refs.Add(row);
-        }
-    }
-    // Appending and one stable sort give the order of inserting each row before the first lower one.
-    block.refs.SortTopDown();
-    read.push_back(std::move(block));
+};
+
+BlockRead StartBlock(ReadContext& ctx, const cad::BlockRecord& record) {
+    BlockRead read{MakeBlock(record, ctx.name, ctx.xrefInsert != nullptr), {}, 0};
+    LoadDefinitions(read.block, record);
+    const std::vector<CachedRef>& direct = ctx.cache.DirectRefs(record);
+    if (!direct.empty()) read.source = DynamicSourceOf(ctx.db, ctx.db.FindBlock(record.Name()));
+    for (const AcadAttributeDef& def : read.block.defs) read.constants += def.constant && def.kind == 0;
+    read.block.refs.Reserve(static_cast<int>(direct.size()));
+    return read;
 }
+
+// Adds the rows of `cached`, the `index`th of its block's DirectRefs: one, or one per outer
+// instance of the block it stands in.
+void ReadReference(BlockRead& read, ReadContext& ctx, const CachedRef& cached, std::size_t index) {
+    AcadBlock& block = read.block;
+    const cad::BlockReference& ref = cached.ref;
+    const ReferenceFields& fields = cached.fields;
+    if (ref.IsErased() || !fields.visible) return;
+    const cad::BlockRecord& owner = cached.owner;
+    if (!owner) return;
+    std::vector<ObjectId> owners;
+    int topLevel = 1;
+    if (ctx.cache.IsLayout(owner)) {
+        ctx.cache.NoteSpace(owner);
+        owners.push_back(SpaceIdOf(owner));
+    } else {
+        topLevel = 0;
+        const std::vector<ObjectId>& outer = ctx.cache.LayoutOwners(owner);
+        owners.assign(outer.begin(), outer.end());
+        if (owners.empty()) return;
+    }
+    double area = ctx.xrefInsert ? OuterArea(ref, &ctx.transform, ctx.ownerFilter, *ctx.polygons)
+                                 : OuterArea(ref, nullptr, 0, *ctx.polygons);
+    AcadBlockRef row(ctx.name, ToPoint(fields.position), ToScale(fields.scale), ctx.cache.Layer(fields.layerName),
+                     fields.rotation, ref.HandleString(), topLevel, owners[0], ctx.lunits, ctx.aunits, area);
+    const std::vector<cad::Attribute> attributes = ref.Attributes();
+    row.attributes.Reserve(static_cast<int>(attributes.size()) + read.constants);
+    for (const cad::Attribute& attribute : attributes) {
+        AcadAttribute value = AttributeOf(attribute, true);
+        if (index == 0 && block.defs.IndexOfNoCase(value.tag) < 0)
+            block.defs.AddSorted(DefinitionOf(attribute, std::string()));
+        row.attributes.Add(std::move(value));
+    }
+    AddConstantAttributes(row, block.defs);
+    AddDynamicPropertiesFrom(block, read.source, ref, row);
+    AssignDupAndPrompt(row, block.defs);
+    // A nested block counts once per outer instance; the last of its rows takes the values.
+    for (std::size_t k = 0; k < owners.size(); ++k) {
+        const ObjectId id = owners[k];
+        row.ownerId = id;
+        row.ownerName = ctx.cache.OwnerName(id, owner);
+        if (k + 1 == owners.size()) block.refs.Add(std::move(row));
+        else block.refs.Add(row);
+    }
+}
+
+// The blocks of the database that are read as blocks, their rows made in one pass over the
+// references in file order instead of block by block across the file: the drawing's bytes are
+// read as they lie, and a drawing read through a map of its file could hand back its pages
+// behind the reading.
+std::vector<BlockRead> ReadBlocks(ReadContext& ctx);
 
 // The blocks a read of the database gives rows for.
 bool IsReadAsBlock(const cad::BlockRecord& record) {
@@ -406,20 +423,54 @@ base::Status ReadDatabaseIn(AcadBlockArray& blocks, cad::Database& db, std::stri
         ctx.transform = cad::BlockTransform(*xrefInsert);
         ctx.ownerFilter = xrefInsert->OwnerHandle();
     }
-    // Blocks join the array in runs, as many at a time as the order of reading allows: an
-    // external reference adds its own blocks between them.
-    std::vector<AcadBlock> read;
+    // Blocks join the array in runs, as many at a time as the order of the block table allows:
+    // an external reference adds its own blocks between them.
+    std::vector<BlockRead> reads = ReadBlocks(ctx);
+    std::size_t next = 0;
+    std::vector<AcadBlock> run;
     for (const cad::BlockRecord& record : db.Blocks()) {
         if (!record.IsErased() && record.IsExternalReference()) {
-            blocks.AddAllSorted(std::move(read));
-            read.clear();
+            blocks.AddAllSorted(std::move(run));
+            run.clear();
             if (base::Status xref = ReadExternalReference(blocks, ctx, record); !xref) return xref;
         } else if (IsReadAsBlock(record)) {
-            ReadBlock(read, ctx, record);
+            run.push_back(std::move(reads[next++].block));
         }
     }
-    blocks.AddAllSorted(std::move(read));
+    blocks.AddAllSorted(std::move(run));
     return base::Status::Ok();
+}
+
+std::vector<BlockRead> ReadBlocks(ReadContext& ctx) {
+    std::vector<BlockRead> reads;
+    // By the blocks' DirectRefs: names that differ in case only share them.
+    std::unordered_map<const std::vector<CachedRef>*, std::vector<std::size_t>> readsOf;
+    for (const cad::BlockRecord& record : ctx.db.Blocks()) {
+        if (!IsReadAsBlock(record)) continue;
+        readsOf[&ctx.cache.DirectRefs(record)].push_back(reads.size());
+        reads.push_back(StartBlock(ctx, record));
+    }
+    const std::vector<ReadCache::Place>& order = ctx.cache.InFileOrder();
+    static const std::vector<std::size_t> none;
+    const std::vector<CachedRef>* lastRefs = nullptr;
+    const std::vector<std::size_t>* readers = &none;
+    for (std::size_t k = 0; k < order.size(); ++k) {
+        if (k + kReadAhead < order.size()) {
+            const ReadCache::Place& ahead = order[k + kReadAhead];
+            (*ahead.refs)[ahead.index].ref.Prefetch();
+        }
+        const ReadCache::Place& place = order[k];
+        if (place.refs != lastRefs) {
+            lastRefs = place.refs;
+            auto it = readsOf.find(place.refs);
+            readers = it == readsOf.end() ? &none : &it->second;
+        }
+        const CachedRef& cached = (*place.refs)[place.index];
+        for (std::size_t r : *readers) ReadReference(reads[r], ctx, cached, place.index);
+    }
+    // Appending and one stable sort give the order of inserting each row before the first lower one.
+    for (BlockRead& done : reads) done.block.refs.SortTopDown();
+    return reads;
 }
 
 base::Status ReadXref(AcadBlockArray& blocks, const std::string& path,
