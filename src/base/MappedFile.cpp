@@ -26,7 +26,7 @@ std::size_t PageSize() {
 
 }  // namespace
 
-Result<MappedFile> MappedFile::Map(int fd, std::string path, std::size_t size) {
+Result<MappedFile> MappedFile::Map(int fd, std::string path) {
     MappedFile file;
     file.fd_ = fd;
     file.path_ = std::move(path);
@@ -34,8 +34,7 @@ Result<MappedFile> MappedFile::Map(int fd, std::string path, std::size_t size) {
     if (::fstat(fd, &info) != 0)
         return Status::Error(fmt::format("{}: cannot read: {}", file.path_, std::strerror(errno)));
     file.modified_ = info.st_mtim;
-    if (static_cast<std::size_t>(info.st_size) != size)
-        return Status::Error(fmt::format("{}: cannot read: the file changed its size while it was opened", file.path_));
+    const auto size = static_cast<std::size_t>(info.st_size);
     if (size == 0) return file;  // nothing to map
     void* data = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE, fd, 0);
     if (data == MAP_FAILED)

@@ -14,9 +14,9 @@ namespace base {
 
 class MappedFile {
 public:
-    // Maps the regular file open as `fd`, `size` bytes long; the map owns the descriptor from
-    // then on, also when mapping fails. `path` names the file in messages.
-    static Result<MappedFile> Map(int fd, std::string path, std::size_t size);
+    // Maps the whole regular file open as `fd`; the map owns the descriptor from then on, also
+    // when mapping fails. `path` names the file in messages.
+    static Result<MappedFile> Map(int fd, std::string path);
 
     MappedFile(MappedFile&& other) noexcept;
     MappedFile& operator=(MappedFile&& other) noexcept;

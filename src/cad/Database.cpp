@@ -133,7 +133,7 @@ base::Result<std::unique_ptr<Database>> Database::OpenMapped(const std::string& 
     std::size_t size = 0;
     auto opened = OpenDrawingFile(path, size);
     if (!opened) return opened.GetStatus();
-    auto mapped = base::MappedFile::Map(*opened, path, size);
+    auto mapped = base::MappedFile::Map(*opened, path);
     if (!mapped) return mapped.GetStatus();
     std::unique_ptr<Database> db(new Database());
     db->mapped_.emplace(std::move(*mapped));
@@ -141,7 +141,7 @@ base::Result<std::unique_ptr<Database>> Database::OpenMapped(const std::string& 
     db->fileName_ = path;
     auto loaded = Loaded(std::move(db));
     // What loading read last (the header, the tables) is read again when asked for.
-    if (loaded) (*loaded)->mapped_->HandBack(0, size);
+    if (loaded) (*loaded)->mapped_->HandBack(0, (*loaded)->bytes_.size());
     return loaded;
 }
 

@@ -25,9 +25,7 @@ std::string Folder(const std::string& name) {
 base::Result<base::MappedFile> MapFile(const std::string& path) {
     int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
     EXPECT_GE(fd, 0) << path;
-    struct stat info {};
-    ::fstat(fd, &info);
-    return base::MappedFile::Map(fd, path, static_cast<std::size_t>(info.st_size));
+    return base::MappedFile::Map(fd, path);
 }
 
 // Bytes that differ from page to page, so that a page read from the wrong place shows.

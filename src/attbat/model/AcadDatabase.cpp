@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <optional>
 #include <set>
+#include <span>
 #include <unordered_map>
 
 #include "arxutils/ArxUtils.h"
@@ -331,15 +332,16 @@ void ReadReference(BlockRead& read, ReadContext& ctx, const CachedRef& cached, s
     if (ref.IsErased() || !fields.visible) return;
     const cad::BlockRecord& owner = cached.owner;
     if (!owner) return;
-    std::vector<ObjectId> owners;
+    // The layouts the rows stand in: the reference's own, or those of the outer instances.
+    ObjectId space = 0;
+    std::span<const ObjectId> owners(&space, 1);
     int topLevel = 1;
     if (ctx.cache.IsLayout(owner)) {
         ctx.cache.NoteSpace(owner);
-        owners.push_back(SpaceIdOf(owner));
+        space = SpaceIdOf(owner);
     } else {
         topLevel = 0;
-        const std::vector<ObjectId>& outer = ctx.cache.LayoutOwners(owner);
-        owners.assign(outer.begin(), outer.end());
+        owners = ctx.cache.LayoutOwners(owner);
         if (owners.empty()) return;
     }
     double area = ctx.xrefInsert ? OuterArea(ref, &ctx.transform, ctx.ownerFilter, *ctx.polygons)
