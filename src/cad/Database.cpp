@@ -161,13 +161,18 @@ base::Result<std::unique_ptr<Database>> Database::Loaded(std::unique_ptr<Databas
 }
 
 void Database::HandBackBytesBefore(std::size_t offset) const {
-    // Pages just gone past may still be read: a record's neighbours, the scan's look ahead.
-    constexpr std::size_t kMargin = std::size_t{8} << 20;
     if (!mapped_) return;
     if (offset < handedBack_) handedBack_ = 0;
-    if (offset < handedBack_ + 2 * kMargin) return;
-    mapped_->HandBack(handedBack_, offset - kMargin);
-    handedBack_ = offset - kMargin;
+    if (offset < handedBack_ + 2 * kHandBackMargin) return;
+    mapped_->HandBack(handedBack_, offset - kHandBackMargin);
+    handedBack_ = offset - kHandBackMargin;
+}
+
+void Database::HandBackAwayFrom(std::uint32_t rec) const {
+    const std::size_t at = stream_.tags.Start(records_[rec].firstTag);
+    handedBack_ = at > kHandBackMargin ? at - kHandBackMargin : 0;
+    mapped_->HandBack(0, handedBack_);
+    mapped_->HandBack(at + kHandBackMargin, bytes_.size());
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -933,6 +938,7 @@ std::uint16_t Database::InternType(std::string_view type, std::uint16_t hint) {
 Object Database::ObjectByHandle(Handle handle) {
     std::uint32_t rec = Lookup(handle);
     if (rec == kNone || records_[rec].erased) return Object();
+    if (mapped_ && ++lookups_ % kHandBackEvery == 0) HandBackAwayFrom(rec);
     return Object(this, rec);
 }
 
@@ -1276,8 +1282,18 @@ void Database::WriteTo(Out&& out) const {
     const std::string_view bytes = bytes_;
     const TagIndex& tags = stream_.tags;
     std::size_t runStart = 0, runEnd = stream_.prefix;
+    // A mapped drawing goes out a few megabytes at a time, handing back what was written.
+    constexpr std::size_t kPiece = std::size_t{4} << 20;
     auto flush = [&] {
-        if (runEnd > runStart) out(bytes.substr(runStart, runEnd - runStart));
+        while (mapped_ && runEnd - runStart > kPiece) {
+            out(bytes.substr(runStart, kPiece));
+            runStart += kPiece;
+            HandBackBytesBefore(runStart);
+        }
+        if (runEnd > runStart) {
+            out(bytes.substr(runStart, runEnd - runStart));
+            HandBackBytesBefore(runEnd);
+        }
         runStart = runEnd = 0;
     };
     std::string scratch;
@@ -1312,6 +1328,11 @@ void Database::WriteTo(Out&& out) const {
     if (runEnd == 0) runStart = tail;
     runEnd = bytes.size();
     flush();
+    // Nothing written is read again for the writing.
+    if (mapped_) {
+        mapped_->HandBack(0, bytes.size());
+        handedBack_ = 0;
+    }
 }
 
 std::string Database::Write() const {

@@ -251,6 +251,10 @@ private:
     // that a reading in file order has gone past; an offset below the last one starts a new
     // reading from the file's start.
     void HandBackBytesBefore(std::size_t offset) const;
+    // In a mapped database, hands back every page of the file but those within a margin of
+    // record `rec`: lookups by handle come in any order, so once every few thousand of them
+    // the pages they read are let go whatever their place.
+    void HandBackAwayFrom(std::uint32_t rec) const;
     void IndexRecords();
     void IndexBlocks();
     void AssignMissingHandles();
@@ -352,7 +356,10 @@ private:
     std::optional<base::MappedFile> mapped_;
     mutable std::size_t handedBack_ = 0;  // the mapped file's pages before it are handed back
     static constexpr std::uint32_t kHandBackEvery = 4096;
+    // Pages just gone past may still be read: a record's neighbours, the scan's look ahead.
+    static constexpr std::size_t kHandBackMargin = std::size_t{8} << 20;
     mutable std::uint32_t nextHandBack_ = 0;  // the record whose reading hands back next
+    mutable std::uint32_t lookups_ = 0;       // by handle, in a mapped database
     std::string_view bytes_;
     TagStream stream_;
     TextCodec codec_;

@@ -49,7 +49,7 @@ Document::Document(std::unique_ptr<cad::Database> db) : path_(db->FileName()), d
 Document::~Document() { base::Dispose(std::move(db_)); }
 
 void Document::ReadAhead() {
-    reading_ = std::async(std::launch::async, [path = path_] { return cad::Database::Open(path); });
+    reading_ = std::async(std::launch::async, [path = path_] { return cad::Database::OpenMapped(path); });
 }
 
 cad::Database& Document::Database() {

@@ -19,7 +19,10 @@ namespace host {
 // When a document's drawing is read: at once; on the first use of its database (a command that
 // reads a workbook first keeps the two out of memory at the same time); or Ahead, on another
 // thread from the open on, taken at the first use, so that such a command reads both at once
-// (when the system has the memory for it, else as OnFirstUse).
+// (when the system has the memory for it, else as OnFirstUse). A drawing read ahead is read
+// through a map of its file, which holds little more than its index: a save refuses it once
+// another program wrote the file meanwhile, and a file cut short meanwhile stops the process
+// with a line that says so.
 enum class ReadKind { Now, OnFirstUse, Ahead };
 
 // What a save does with the backup NAME.bak: the host's save with backup replaces it; a save of

@@ -3,6 +3,7 @@
 #include "base/MappedFile.h"
 
 #include <fcntl.h>
+#include <signal.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -124,6 +125,27 @@ TEST(MappedFile, MovedMapsKeepTheirBytes) {
     base::MappedFile moved = std::move(*mapped);
     EXPECT_TRUE(moved.Bytes() == bytes);
     EXPECT_TRUE(moved.CheckUnchanged());
+}
+
+TEST(MappedFileDeathTest, AFileCutShortWhileMappedStopsWithALineNamingIt) {
+    std::string path = Folder("cut") + "/plan.dxf";
+    std::string bytes = Pattern(5 * 4096);
+    ASSERT_TRUE(base::WriteFileAtomic(path, bytes));
+    auto mapped = MapFile(path);
+    ASSERT_TRUE(mapped);
+    ASSERT_EQ(::truncate(path.c_str(), 4096), 0);
+    EXPECT_EQ(mapped->Bytes()[10], bytes[10]);
+    const volatile char* last = mapped->Bytes().data() + bytes.size() - 1;
+    EXPECT_EXIT((void)*last, ::testing::ExitedWithCode(1),
+                "plan\\.dxf: the file was cut short on disk while it was open; stopped before saving");
+}
+
+TEST(MappedFileDeathTest, ABusErrorOutsideTheMapsIsLeftAsItWas) {
+    std::string path = Folder("other") + "/plan.dxf";
+    ASSERT_TRUE(base::WriteFileAtomic(path, Pattern(4096)));
+    auto mapped = MapFile(path);
+    ASSERT_TRUE(mapped);
+    EXPECT_EXIT(::raise(SIGBUS), ::testing::KilledBySignal(SIGBUS), "");
 }
 
 }  // namespace

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <fstream>
 
 #include <gtest/gtest.h>
 
@@ -109,6 +110,26 @@ TEST_F(DocumentManagerTest, ADrawingReadAheadIsTakenAtFirstUseAsReadAtOpen) {
     EXPECT_EQ((*doc)->Database().Write(), (*direct)->Write());
     EXPECT_TRUE((*doc)->Save());
     EXPECT_EQ(*base::ReadFile(path), (*direct)->Write());
+}
+
+TEST_F(DocumentManagerTest, ADrawingReadAheadIsNotSavedOverWhatAnotherProgramWroteMeanwhile) {
+    std::string path = CopyCorpus(dir, "attribute-ac1032.dxf");
+    auto doc = host::DocumentManager::Instance().OpenCurrent(path, host::ReadKind::Ahead);
+    ASSERT_TRUE(doc) << doc.GetStatus().Message();
+    ASSERT_TRUE((*doc)->Load());
+    ASSERT_TRUE((*doc)->Database().SetHeader("$USERI1", {{70, "5"}}));
+    std::string theirs = *base::ReadFile(path) + "999\nadded by another program\n";
+    {
+        std::ofstream out(path, std::ios::app | std::ios::binary);
+        out << "999\nadded by another program\n";
+    }
+    base::Status saved = (*doc)->Save();
+    ASSERT_FALSE(saved);
+    EXPECT_NE(saved.Message().find("attribute-ac1032.dxf: the file changed on disk while it was open"),
+              std::string::npos)
+        << saved.Message();
+    EXPECT_EQ(*base::ReadFile(path), theirs);
+    EXPECT_FALSE(std::filesystem::exists(dir.File("attribute-ac1032.bak")));
 }
 
 TEST_F(DocumentManagerTest, AMalformedDrawingReadAheadLoadsAsEmptyAndSaysWhere) {
