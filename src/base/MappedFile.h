@@ -1,7 +1,10 @@
 #pragma once
 // A file read through a map of it instead of a copy: its bytes stay in the system's cache of the
 // file, shared and given up under memory pressure, and the pages a reading has gone past can be
-// handed back so that the process no longer holds them.
+// handed back so that the process no longer holds them. A file cut short by another program
+// while it is mapped ends the process when a page past its new end is read, with a line on
+// the standard error that names the file (exit status 1) instead of a bus error: nothing read
+// from it is saved anywhere after that.
 
 #include <cstddef>
 #include <ctime>

@@ -52,10 +52,10 @@ public:
 
     // Reads a drawing file; a failure says the file, the line or byte offset and the reason.
     static base::Result<std::unique_ptr<Database>> Open(const std::string& path);
-    // Reads a drawing file through a map of it instead of a copy, for a command that reads the
-    // drawing in file order: the pages its readings have gone past are handed back, so the
-    // drawing holds little more than its tag index and records. The file must not be written
-    // while it is open; Save refuses once it was.
+    // Reads a drawing file through a map of it instead of a copy: the pages a reading in file
+    // order has gone past, those away from the latest lookups by handle and those written by a
+    // save are handed back, so the drawing holds little more than its tag index and records.
+    // The file must not be written while it is open; Save refuses once it was.
     static base::Result<std::unique_ptr<Database>> OpenMapped(const std::string& path);
     // Tells a database read with OpenMapped that a reading in file order has come to record
     // `rec` (an object's Index()): the pages well behind it are handed back, once every few

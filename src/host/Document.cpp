@@ -14,8 +14,9 @@ namespace host {
 
 namespace {
 
-// Whether reading the drawing of `path` while a workbook is read leaves the system room: its
-// database and the workbook's model each take a few times the file's size.
+// Whether reading the drawing of `path` while a workbook is read leaves the system room: the
+// drawing's index and the workbook's model with the command's rows take a few times the file's
+// size together.
 bool HasRoomToReadAhead(const std::string& path) {
     std::error_code error;
     const std::uintmax_t size = std::filesystem::file_size(path, error);
