@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -44,6 +45,24 @@ std::string LargeDrawing(int count) {
     }
     text.insert(text.find(entities) + entities.size(), more);
     return text;
+}
+
+// The large drawing written into a folder of its own and read through a map of it.
+struct LargeMapped {
+    std::string folder;
+    std::string path;
+    std::string bytes;
+    std::unique_ptr<cad::Database> db;
+};
+
+LargeMapped OpenLargeMapped(const std::string& name) {
+    LargeMapped large{Folder(name), {}, LargeDrawing(60000), nullptr};
+    large.path = large.folder + "/plan.dxf";
+    EXPECT_TRUE(base::WriteFileAtomic(large.path, large.bytes));
+    auto mapped = cad::Database::OpenMapped(large.path);
+    EXPECT_TRUE(mapped) << mapped.GetStatus().Message();
+    if (mapped) large.db = std::move(*mapped);
+    return large;
 }
 
 // The bytes of `path`'s map that the process holds, from the system's account of its maps.
@@ -98,98 +117,87 @@ TEST(MappedDatabase, EveryCorpusDrawingReadsAsFromACopy) {
 }
 
 TEST(MappedDatabase, ALargeDrawingReadsTheSameOnceItsPagesAreHandedBack) {
-    std::string folder = Folder("large");
-    std::string bytes = LargeDrawing(60000);
-    ASSERT_GT(bytes.size(), std::size_t{24} << 20);  // past the margin kept behind the reading
-    ASSERT_TRUE(base::WriteFileAtomic(folder + "/plan.dxf", bytes));
-    auto mapped = cad::Database::OpenMapped(folder + "/plan.dxf");
-    ASSERT_TRUE(mapped) << mapped.GetStatus().Message();
+    LargeMapped large = OpenLargeMapped("large");
+    ASSERT_TRUE(large.db);
+    ASSERT_GT(large.bytes.size(), std::size_t{24} << 20);  // past the margin kept behind the reading
     // Once loaded, the drawing holds its index, not the file.
-    EXPECT_LT(ResidentBytesOfMap(folder + "/plan.dxf"), bytes.size() / 8);
+    EXPECT_LT(ResidentBytesOfMap(large.path), large.bytes.size() / 8);
     // Written out, it hands back what it wrote.
-    EXPECT_TRUE((*mapped)->Write() == bytes);
-    EXPECT_LT(ResidentBytesOfMap(folder + "/plan.dxf"), bytes.size() / 8);
+    EXPECT_TRUE(large.db->Write() == large.bytes);
+    EXPECT_LT(ResidentBytesOfMap(large.path), large.bytes.size() / 8);
 
     // Counted, edited and saved as the same drawing read into a copy.
-    auto copied = cad::Database::Open(folder + "/plan.dxf");
+    auto copied = cad::Database::Open(large.path);
     ASSERT_TRUE(copied);
-    cad::BlockNesting mappedNesting(**mapped);
+    cad::BlockNesting mappedNesting(*large.db);
     cad::BlockNesting copiedNesting(**copied);
     ASSERT_EQ(mappedNesting.Entries().size(), copiedNesting.Entries().size());
     for (std::size_t k = 0; k < mappedNesting.Entries().size(); ++k) {
         EXPECT_EQ(mappedNesting.Entries()[k].references, copiedNesting.Entries()[k].references);
         EXPECT_EQ(mappedNesting.Entries()[k].instances, copiedNesting.Entries()[k].instances);
     }
-    Edit(**mapped);
+    Edit(*large.db);
     Edit(**copied);
-    ASSERT_TRUE((*mapped)->Save(folder + "/mapped.dxf"));
-    ASSERT_TRUE((*copied)->Save(folder + "/copied.dxf"));
-    EXPECT_TRUE(*base::ReadFile(folder + "/mapped.dxf") == *base::ReadFile(folder + "/copied.dxf"));
-    EXPECT_NE(*base::ReadFile(folder + "/mapped.dxf"), bytes);
+    ASSERT_TRUE(large.db->Save(large.folder + "/mapped.dxf"));
+    ASSERT_TRUE((*copied)->Save(large.folder + "/copied.dxf"));
+    EXPECT_TRUE(*base::ReadFile(large.folder + "/mapped.dxf") == *base::ReadFile(large.folder + "/copied.dxf"));
+    EXPECT_NE(*base::ReadFile(large.folder + "/mapped.dxf"), large.bytes);
 }
 
 TEST(MappedDatabase, AReadingInFileOrderHoldsOnlyThePagesNearIt) {
-    std::string folder = Folder("in-order");
-    std::string bytes = LargeDrawing(60000);
-    ASSERT_TRUE(base::WriteFileAtomic(folder + "/plan.dxf", bytes));
-    auto mapped = cad::Database::OpenMapped(folder + "/plan.dxf");
-    ASSERT_TRUE(mapped);
+    LargeMapped large = OpenLargeMapped("in-order");
+    ASSERT_TRUE(large.db);
     // Each reference spans three records: the reading asks at every third one.
     std::size_t length = 0;
-    for (const cad::BlockReference& ref : References(**mapped)) {
-        (*mapped)->HandBackBefore(ref.Index());
+    for (const cad::BlockReference& ref : References(*large.db)) {
+        large.db->HandBackBefore(ref.Index());
         length += ref.Attributes()[0].TextString().size();
     }
     EXPECT_GT(length, std::size_t{60000} * 360);
-    EXPECT_LT(ResidentBytesOfMap(folder + "/plan.dxf"), bytes.size() / 2);
+    EXPECT_LT(ResidentBytesOfMap(large.path), large.bytes.size() / 2);
     // Without telling the drawing, the pages read stay.
-    for (const cad::BlockReference& ref : References(**mapped)) length += ref.Attributes()[0].TextString().size();
-    EXPECT_GT(ResidentBytesOfMap(folder + "/plan.dxf"), bytes.size() / 2);
+    for (const cad::BlockReference& ref : References(*large.db)) length += ref.Attributes()[0].TextString().size();
+    EXPECT_GT(ResidentBytesOfMap(large.path), large.bytes.size() / 2);
 }
 
 TEST(MappedDatabase, LookupsByHandleInAnyOrderHoldOnlyPartOfTheFile) {
-    std::string folder = Folder("by-handle");
-    std::string bytes = LargeDrawing(60000);
-    ASSERT_TRUE(base::WriteFileAtomic(folder + "/plan.dxf", bytes));
-    auto mapped = cad::Database::OpenMapped(folder + "/plan.dxf");
-    ASSERT_TRUE(mapped);
+    LargeMapped large = OpenLargeMapped("by-handle");
+    ASSERT_TRUE(large.db);
+    // Read in file order without a word to the drawing, the file's pages are held.
     std::vector<cad::Handle> handles;
     std::size_t length = 0;
-    for (const cad::BlockReference& ref : References(**mapped)) {
+    for (const cad::BlockReference& ref : References(*large.db)) {
         handles.push_back(ref.GetHandle());
         length += ref.Attributes()[0].TextString().size();
     }
-    EXPECT_GT(ResidentBytesOfMap(folder + "/plan.dxf"), bytes.size() / 2);
+    EXPECT_GT(ResidentBytesOfMap(large.path), large.bytes.size() / 2);
     // Then last to first, as rows sorted the other way come.
     length = 0;
     for (auto handle = handles.rbegin(); handle != handles.rend(); ++handle) {
-        cad::BlockReference ref(&**mapped, (*mapped)->ObjectByHandle(*handle).Index());
+        cad::BlockReference ref(large.db.get(), large.db->ObjectByHandle(*handle).Index());
         length += ref.Attributes()[0].TextString().size();
     }
     EXPECT_GT(length, std::size_t{60000} * 360);
-    EXPECT_LT(ResidentBytesOfMap(folder + "/plan.dxf"), bytes.size() / 2);
+    EXPECT_LT(ResidentBytesOfMap(large.path), large.bytes.size() / 2);
 }
 
 TEST(MappedDatabase, SavingHandsBackWhatItWrote) {
-    std::string folder = Folder("saved");
-    std::string bytes = LargeDrawing(60000);
-    ASSERT_TRUE(base::WriteFileAtomic(folder + "/plan.dxf", bytes));
-    auto mapped = cad::Database::OpenMapped(folder + "/plan.dxf");
-    auto copied = cad::Database::Open(folder + "/plan.dxf");
-    ASSERT_TRUE(mapped);
+    LargeMapped large = OpenLargeMapped("saved");
+    ASSERT_TRUE(large.db);
+    auto copied = cad::Database::Open(large.path);
     ASSERT_TRUE(copied);
     // Edits all over the file break what is written into many short runs.
-    auto mappedRefs = References(**mapped);
+    auto mappedRefs = References(*large.db);
     auto copiedRefs = References(**copied);
     ASSERT_EQ(mappedRefs.size(), copiedRefs.size());
     for (std::size_t k = 0; k < mappedRefs.size(); k += 10) {
         mappedRefs[k].Attributes()[0].SetTextString("edited " + std::to_string(k));
         copiedRefs[k].Attributes()[0].SetTextString("edited " + std::to_string(k));
     }
-    EXPECT_GT(ResidentBytesOfMap(folder + "/plan.dxf"), bytes.size() / 2);
-    ASSERT_TRUE((*mapped)->Save(folder + "/saved.dxf"));
-    EXPECT_LT(ResidentBytesOfMap(folder + "/plan.dxf"), bytes.size() / 8);
-    EXPECT_TRUE(*base::ReadFile(folder + "/saved.dxf") == (*copied)->Write());
+    EXPECT_GT(ResidentBytesOfMap(large.path), large.bytes.size() / 2);
+    ASSERT_TRUE(large.db->Save(large.folder + "/saved.dxf"));
+    EXPECT_LT(ResidentBytesOfMap(large.path), large.bytes.size() / 8);
+    EXPECT_TRUE(*base::ReadFile(large.folder + "/saved.dxf") == (*copied)->Write());
 }
 
 TEST(MappedDatabase, ADrawingWhoseFileWasWrittenByAnotherProgramIsNotSaved) {
