@@ -77,8 +77,15 @@ std::uint32_t AuthorIndex(std::vector<std::string>& authors, std::string_view au
 }
 
 base::Result<NotesPart> ReadNotes(std::string_view xml, std::string_view label) {
-    NotesPart part;
+    // Counted first, so that a part with a note on every cell is held once, not doubled.
+    std::size_t count = 0;
+    for (std::size_t at = xml.find("comment "); at != std::string_view::npos; at = xml.find("comment ", at + 8)) ++count;
     XmlScanner x(xml);
+    return ReadNotes(x, count, label);
+}
+
+base::Result<NotesPart> ReadNotes(XmlScanner& x, std::size_t expectedNotes, std::string_view label) {
+    NotesPart part;
     Token t = x.Next();
     while (t == Token::Text) t = x.Next();
     if (t != Token::StartElement) return base::Status::Error(std::string(label) + ": " + x.Error());
@@ -99,13 +106,8 @@ base::Result<NotesPart> ReadNotes(std::string_view xml, std::string_view label) 
     std::string* capture = nullptr;
     std::vector<StoredNote> notes;
     std::vector<std::size_t> authorOf;  // the authorId of each note as read
-    {
-        // Counted first, so that a part with a note on every cell is held once, not doubled.
-        std::size_t count = 0;
-        for (std::size_t at = xml.find("comment "); at != std::string_view::npos; at = xml.find("comment ", at + 8)) ++count;
-        notes.reserve(count);
-        authorOf.reserve(count);
-    }
+    notes.reserve(expectedNotes);
+    authorOf.reserve(expectedNotes);
     StoredNote note;
     bool noteOk = false;
     std::string value, author;

@@ -9,6 +9,7 @@
 
 #include "base/Status.h"
 #include "xl/Worksheet.h"
+#include "xl/XmlScanner.h"
 #include "xl/Zip.h"
 
 namespace xl {
@@ -35,6 +36,9 @@ struct NotesPart {
 // the list gets the author "" (added to the list). A malformed part is an error naming `label`
 // and the byte offset.
 base::Result<NotesPart> ReadNotes(std::string_view xml, std::string_view label);
+// The same from a scanner (one reading the part in pieces); room is made for `expectedNotes` at
+// the start, so that the notes are not copied as they grow.
+base::Result<NotesPart> ReadNotes(XmlScanner& x, std::size_t expectedNotes, std::string_view label);
 // The index of `author` in `authors`, appended when missing.
 std::uint32_t AuthorIndex(std::vector<std::string>& authors, std::string_view author);
 // A comments part for `notes`, streamed as text; `authors` are the notes' author list, ids kept.

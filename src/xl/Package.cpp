@@ -88,6 +88,17 @@ base::Result<std::string> Package::Read(std::string_view name) const {
     return zip_->Extract(zip_->Entries()[p->entry], kPartLimit);
 }
 
+base::Result<PartReader> Package::OpenPart(std::string_view name) const {
+    const Part* p = FindPart(name);
+    if (!p || IsDirectory(p->name))
+        return base::Status::Error(label_ + ": the part " + std::string(name) + " is missing");
+    if (p->data) return PartReader(*p->data);
+    if (p->packed) return PartReader(Inflate(*p->packed));
+    const ZipEntry& entry = zip_->Entries()[p->entry];
+    if (base::Status st = zip_->CheckEntry(entry, kPartLimit); !st) return st;
+    return PartReader(zip_->Label() + ": part " + entry.name, zip_->RawData(entry), entry);
+}
+
 void Package::Write(std::string_view name, std::string data) {
     if (Part* p = FindPart(name)) {
         p->data = std::move(data);

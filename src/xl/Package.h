@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "base/Status.h"
+#include "xl/PartReader.h"
 #include "xl/Zip.h"
 
 namespace pugi {
@@ -52,6 +53,10 @@ public:
     bool Has(std::string_view name) const { return !Find(name).empty(); }
     // Current bytes of a part (written ones included); an error names a missing part.
     base::Result<std::string> Read(std::string_view name) const;
+    // The same bytes a piece at a time, inflated as they are read; the package must outlive the
+    // reader. An entry that can't be read at all is an error here, damage met later is the
+    // reader's.
+    base::Result<PartReader> OpenPart(std::string_view name) const;
     // Replaces or adds a part; an existing part keeps its stored name.
     void Write(std::string_view name, std::string data);
     // Replaces or adds a part with data compressed as it was generated.

@@ -271,32 +271,34 @@ base::Status Worksheet::Load() {
             book_.GetPackage().Label() + ": " + book_.workbookPart_ + " names sheet \"" + name_ +
             "\" by relationship \"" + relId_ + "\", which " +
             Package::RelsPartName(book_.workbookPart_) + " does not have"));
-    auto xml = book_.GetPackage().Read(part_);
-    if (!xml) return fail(base::Status::Error(xml.GetStatus().Message() + " (sheet \"" + name_ + "\")"));
+    auto reader = book_.GetPackage().OpenPart(part_);
+    if (!reader) return fail(base::Status::Error(reader.GetStatus().Message() + " (sheet \"" + name_ + "\")"));
     std::string label = book_.GetPackage().Label() + ": " + part_;
-    // The rows are read straight from the text in one pass; only what surrounds them (views,
-    // columns, merges...) becomes a tree, so a big sheet never exists as one.
-    std::size_t cutBegin = std::string::npos, cutEnd = std::string::npos;
-    XmlScanner::MakeUtf8(*xml);
+    auto damaged = [&] { return fail(base::Status::Error(reader->GetStatus().Message() + " (sheet \"" + name_ + "\")")); };
+    // Damaged data shows as malformed XML too; the damage is what is reported.
+    auto failRead = [&](base::Status st) { return reader->CheckRest() ? fail(std::move(st)) : damaged(); };
+    // The rows are read straight from the text as it is inflated, in one pass; only what
+    // surrounds them (views, columns, merges...) is kept, to become a tree, so a big sheet never
+    // exists whole.
     {
-        XmlScanner x(*xml);
-        for (XmlScanner::Token t = x.Next(); t != XmlScanner::Token::End; t = x.Next()) {
-            if (t == XmlScanner::Token::Error) return fail(base::Status::Error(label + ": " + x.Error()));
+        XmlScanner x([&](std::string& out) { return reader->Next(out); });
+        std::size_t tailFrom = 0;  // where the text kept after the rows starts
+        data_->xml.clear();
+        x.Hold(0);
+        XmlScanner::Token t = x.Next();
+        for (; t != XmlScanner::Token::End && t != XmlScanner::Token::Error; t = x.Next()) {
             if (t == XmlScanner::Token::StartElement && x.Depth() == 1 && x.LocalName() == "sheetData" &&
-                cutBegin == std::string::npos) {
-                cutBegin = x.TokenEnd();
-                if (base::Status st = ReadRows(x, label); !st) return fail(st);
-                cutEnd = x.TokenBegin();
+                tailFrom == 0) {
+                data_->xml.assign(x.Span(0, x.TokenEnd()));
+                x.Release();
+                if (base::Status st = ReadRows(x, label); !st) return failRead(st);
+                tailFrom = x.TokenBegin();
+                x.Hold(tailFrom);
             }
         }
-    }
-    if (cutBegin != std::string::npos && cutEnd > cutBegin) {
-        data_->xml.reserve(xml->size() - (cutEnd - cutBegin));
-        data_->xml.assign(*xml, 0, cutBegin);
-        data_->xml.append(*xml, cutEnd, std::string::npos);
-        *xml = std::string();
-    } else {
-        data_->xml = std::move(*xml);
+        if (t == XmlScanner::Token::Error) return failRead(base::Status::Error(label + ": " + x.Error()));
+        if (!reader->GetStatus()) return damaged();
+        data_->xml.append(x.Span(tailFrom, x.TokenEnd()));
     }
     if (base::Status st = ParseXmlInPlace(data_->doc, data_->xml, label); !st) return fail(st);
     data_->colsKnown = false;
@@ -431,13 +433,14 @@ base::Status Worksheet::ReadRows(XmlScanner& x, const std::string& label) {
                     if (base::Status st = checkValue(cell); !st) return st;
                 cells.push_back(std::move(cell));
             } else if (depth == 4 && inCell) {
-                std::string_view raw = x.Text().substr(childBegin, x.TokenEnd() - childBegin);
+                std::string_view raw = x.Span(childBegin, x.TokenEnd());
                 if (child == CellChild::Inline) {
                     if (!plainInline) cell.X().inlineXml.assign(raw);
                     if (cell.value.find("_x") != std::string::npos) cell.value = UnescapeOoxml(cell.value);
                 } else if (child == CellChild::Other) {
                     cell.X().tail.append(raw);
                 }
+                x.Release();
                 child = CellChild::None;
                 capture = nullptr;
             } else if (depth == 5 && child == CellChild::Inline) {
@@ -500,6 +503,7 @@ base::Status Worksheet::ReadRows(XmlScanner& x, const std::string& label) {
             inCell = true;
         } else if (depth == 4 && inCell) {
             childBegin = x.TokenBegin();
+            x.Hold(childBegin);
             if (local == "v") {
                 child = CellChild::Value;
                 cell.value.clear();
@@ -983,11 +987,17 @@ namespace {
 
 // The notes of a comments part, read on their own so that it can be done beside the sheet.
 base::Result<NotesPart> ReadNotesPart(const Package& pkg, const std::string& name) {
-    // The part's text lives only while it is read.
-    auto xml = pkg.Read(name);
-    if (!xml) return xml.GetStatus();
-    XmlScanner::MakeUtf8(*xml);
-    return ReadNotes(*xml, pkg.Label() + ": " + name);
+    // The part is scanned as it is inflated, so its text is never held whole.
+    auto reader = pkg.OpenPart(name);
+    if (!reader) return reader.GetStatus();
+    XmlScanner x([&](std::string& out) { return reader->Next(out); });
+    // A note's element takes well over 48 bytes, so room for that many is enough; the room the
+    // notes don't take is never touched, so it costs no memory.
+    auto part = ReadNotes(x, static_cast<std::size_t>(reader->Size() / 48), pkg.Label() + ": " + name);
+    // Damaged data shows as malformed XML too; the damage is what is reported.
+    if (!part && !reader->CheckRest()) return reader->GetStatus();
+    if (!reader->GetStatus()) return reader->GetStatus();
+    return part;
 }
 
 }  // namespace

@@ -118,14 +118,23 @@ bool MatchesLocal(std::string_view name, std::string_view local) {
     return WithoutPrefix(name) == local;
 }
 
+// Whether text starts as UTF-16 does (with its byte order mark or its first '<'): 'l' little
+// endian, 'b' big endian, 0 neither.
+char Utf16Order(std::string_view text) {
+    if (text.size() < 2) return 0;
+    auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
+    if ((byte(0) == 0xFF && byte(1) == 0xFE) || (byte(0) == '<' && byte(1) == 0)) return 'l';
+    if ((byte(0) == 0xFE && byte(1) == 0xFF) || (byte(0) == 0 && byte(1) == '<')) return 'b';
+    return 0;
+}
+
 }  // namespace
 
 void XmlScanner::MakeUtf8(std::string& text) {
-    if (text.size() < 2) return;
+    const char order = Utf16Order(text);
+    if (!order) return;
+    const bool little = order == 'l';
     auto byte = [&](std::size_t i) { return static_cast<unsigned char>(text[i]); };
-    bool little = (byte(0) == 0xFF && byte(1) == 0xFE) || (byte(0) == '<' && byte(1) == 0);
-    bool big = (byte(0) == 0xFE && byte(1) == 0xFF) || (byte(0) == 0 && byte(1) == '<');
-    if (!little && !big) return;
     std::string out;
     out.reserve(text.size() / 2 + 16);
     std::size_t i = byte(0) == '<' || byte(1) == '<' ? 0 : 2;
@@ -149,7 +158,7 @@ void XmlScanner::MakeUtf8(std::string& text) {
 std::string_view XmlScanner::LocalName() const { return WithoutPrefix(name_); }
 
 XmlScanner::Token XmlScanner::Fail(std::size_t at, std::string_view what) {
-    error_ = base::Sprintf("malformed XML at byte %d: %s", static_cast<long>(at), std::string(what).c_str());
+    error_ = base::Sprintf("malformed XML at byte %d: %s", static_cast<long>(base_ + at), std::string(what).c_str());
     token_ = Token::Error;
     return token_;
 }
@@ -204,57 +213,97 @@ void XmlScanner::AppendText(std::string& out) const {
     else AppendDecoded(out, data_, false);
 }
 
+void XmlScanner::Refill() {
+    const bool first = base_ == 0 && window_.empty();
+    std::size_t drop = begin_;
+    if (held_ != kNothingHeld) drop = std::min(drop, held_ - base_);
+    window_.erase(0, drop);
+    base_ += drop;
+    begin_ -= drop;
+    pos_ -= drop;
+    const std::size_t before = window_.size();
+    while (!drained_ && (window_.size() == before || (first && window_.size() < 3))) drained_ = !source_(window_);
+    if (first) {
+        if (Utf16Order(window_)) {
+            // UTF-16: read whole, as its pieces may split a character.
+            while (!drained_) drained_ = !source_(window_);
+            MakeUtf8(window_);
+        }
+        if (std::string_view(window_).substr(0, 3) == "\xEF\xBB\xBF") begin_ = pos_ = 3;
+    }
+    text_ = window_;
+}
+
 XmlScanner::Token XmlScanner::Next() {
     if (token_ == Token::Error) return token_;
     if (pendingEnd_) {
         pendingEnd_ = false;
         begin_ = pos_;
-        open_.pop_back();
+        openNames_.resize(openStarts_.back());
+        openStarts_.pop_back();
         return token_ = Token::EndElement;
     }
+    Token token;
+    while (!Scan(token)) Refill();
+    return token;
+}
+
+bool XmlScanner::Scan(Token& token) {
+    auto done = [&](Token t) {
+        token = t;
+        return true;
+    };
     while (true) {
         begin_ = pos_;
         if (pos_ >= text_.size()) {
-            if (!open_.empty()) return Fail(pos_, "the element <" + std::string(open_.back()) + "> is not closed");
-            if (!rootSeen_) return Fail(pos_, "there is no root element");
-            return token_ = Token::End;
+            if (MoreToCome()) return false;
+            if (!openStarts_.empty()) return done(Fail(pos_, "the element <" + std::string(OpenName()) + "> is not closed"));
+            if (!rootSeen_) return done(Fail(pos_, "there is no root element"));
+            return done(token_ = Token::End);
         }
         if (text_[pos_] != '<') {
             std::size_t lt = text_.find('<', pos_);
-            if (lt == std::string_view::npos) lt = text_.size();
+            if (lt == std::string_view::npos) {
+                if (MoreToCome()) return false;
+                lt = text_.size();
+            }
             std::string_view run = text_.substr(pos_, lt - pos_);
-            if (open_.empty()) {
-                if (!IsAllSpace(run)) return Fail(pos_, "text outside the root element");
+            if (openStarts_.empty()) {
+                if (!IsAllSpace(run)) return done(Fail(pos_, "text outside the root element"));
                 pos_ = lt;
                 continue;
             }
             data_ = run;
             cdata_ = false;
             pos_ = lt;
-            return token_ = Token::Text;
+            return done(token_ = Token::Text);
         }
+        // The longest opening told apart below is "<![CDATA[".
+        if (text_.size() - pos_ < 9 && MoreToCome()) return false;
         // Most tags are start tags: the others are told by their second character.
         const char second = pos_ + 1 < text_.size() ? text_[pos_ + 1] : '\0';
         if (second == '!' || second == '?' || second == '/') {
             std::string_view rest = text_.substr(pos_);
+            // What is not closed in the text in hand may be closed in the next piece.
+            auto unclosed = [&](std::string_view what) { return MoreToCome() ? false : done(Fail(pos_, what)); };
             if (rest.substr(0, 4) == "<!--") {
                 std::size_t end = text_.find("-->", pos_ + 4);
-                if (end == std::string_view::npos) return Fail(pos_, "a comment is not closed");
+                if (end == std::string_view::npos) return unclosed("a comment is not closed");
                 pos_ = end + 3;
                 continue;
             }
             if (rest.substr(0, 9) == "<![CDATA[") {
                 std::size_t end = text_.find("]]>", pos_ + 9);
-                if (end == std::string_view::npos) return Fail(pos_, "a CDATA section is not closed");
-                if (open_.empty()) return Fail(pos_, "CDATA outside the root element");
+                if (end == std::string_view::npos) return unclosed("a CDATA section is not closed");
+                if (openStarts_.empty()) return done(Fail(pos_, "CDATA outside the root element"));
                 data_ = text_.substr(pos_ + 9, end - pos_ - 9);
                 cdata_ = true;
                 pos_ = end + 3;
-                return token_ = Token::Text;
+                return done(token_ = Token::Text);
             }
             if (rest.substr(0, 2) == "<?") {
                 std::size_t end = text_.find("?>", pos_ + 2);
-                if (end == std::string_view::npos) return Fail(pos_, "a processing instruction is not closed");
+                if (end == std::string_view::npos) return unclosed("a processing instruction is not closed");
                 pos_ = end + 2;
                 continue;
             }
@@ -267,29 +316,32 @@ XmlScanner::Token XmlScanner::Next() {
                     else if (text_[p] == ']') --brackets;
                     ++p;
                 }
-                if (p >= text_.size()) return Fail(pos_, "a declaration is not closed");
+                if (p >= text_.size()) return unclosed("a declaration is not closed");
                 pos_ = p + 1;
                 continue;
             }
             if (rest.substr(0, 2) == "</") {
                 std::size_t gt = text_.find('>', pos_ + 2);
-                if (gt == std::string_view::npos) return Fail(pos_, "an end tag is not closed");
+                if (gt == std::string_view::npos) return unclosed("an end tag is not closed");
                 std::string_view name = text_.substr(pos_ + 2, gt - pos_ - 2);
                 while (!name.empty() && IsSpace(name.back())) name.remove_suffix(1);
-                if (open_.empty() || open_.back() != name)
-                    return Fail(pos_, "the end tag </" + std::string(name) + "> does not match " +
-                                          (open_.empty() ? std::string("any open element") : "<" + std::string(open_.back()) + ">"));
+                if (openStarts_.empty() || OpenName() != name)
+                    return done(Fail(pos_, "the end tag </" + std::string(name) + "> does not match " +
+                                               (openStarts_.empty() ? std::string("any open element")
+                                                                    : "<" + std::string(OpenName()) + ">")));
                 name_ = name;
-                open_.pop_back();
+                openNames_.resize(openStarts_.back());
+                openStarts_.pop_back();
                 pos_ = gt + 1;
-                return token_ = Token::EndElement;
+                return done(token_ = Token::EndElement);
             }
         }
         std::size_t p = pos_ + 1;
         while (p < text_.size() && !IsSpace(text_[p]) && text_[p] != '/' && text_[p] != '>') ++p;
+        if (p == text_.size() && MoreToCome()) return false;
         std::string_view name = text_.substr(pos_ + 1, p - pos_ - 1);
-        if (name.empty() || HasNameBreak(name)) return Fail(pos_, "a tag has no valid name");
-        if (open_.empty() && rootSeen_) return Fail(pos_, "a second root element <" + std::string(name) + ">");
+        if (name.empty() || HasNameBreak(name)) return done(Fail(pos_, "a tag has no valid name"));
+        if (openStarts_.empty() && rootSeen_) return done(Fail(pos_, "a second root element <" + std::string(name) + ">"));
         // The tag ends at the first '>' outside a quoted value.
         std::size_t gt = p;
         char quote = 0;
@@ -298,18 +350,22 @@ XmlScanner::Token XmlScanner::Next() {
             if (quote ? c == quote : (c == '"' || c == '\'')) quote = quote ? 0 : c;
             ++gt;
         }
-        if (gt >= text_.size()) return Fail(pos_, "the tag <" + std::string(name) + "> is not closed");
+        if (gt >= text_.size()) {
+            if (MoreToCome()) return false;
+            return done(Fail(pos_, "the tag <" + std::string(name) + "> is not closed"));
+        }
         std::string_view attrs = text_.substr(p, gt - p);
         bool selfClosing = !attrs.empty() && attrs.back() == '/';
         if (selfClosing) attrs.remove_suffix(1);
-        if (!ParseAttributes(attrs)) return Fail(pos_, "the attributes of <" + std::string(name) + "> are malformed");
+        if (!ParseAttributes(attrs)) return done(Fail(pos_, "the attributes of <" + std::string(name) + "> are malformed"));
         name_ = name;
         attributes_ = attrs;
-        open_.push_back(name);
+        openStarts_.push_back(openNames_.size());
+        openNames_ += name;
         rootSeen_ = true;
         pendingEnd_ = selfClosing;
         pos_ = gt + 1;
-        return token_ = Token::StartElement;
+        return done(token_ = Token::StartElement);
     }
 }
 

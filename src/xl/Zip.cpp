@@ -267,48 +267,85 @@ base::Result<ZipReader> ZipReader::Open(std::string image, std::string_view labe
     return zip;
 }
 
-namespace {
+struct EntryInflater::State {
+    inflate_state z;
+};
 
-// Inflates a raw deflate stream that declares `size` bytes into `out`; "" when it gives exactly
-// those, else what is wrong. The buffer grows as the bytes come: a header that claims a gigabyte
-// costs nothing until they really do, and a stream that goes past its claim is refused. The
-// first guess allows XML's usual ratios, so a part is rarely copied as it grows.
-std::string InflateRaw(std::string_view raw, std::uint64_t size, std::string& out) {
-    out.resize(std::min<std::uint64_t>(size, std::max<std::uint64_t>(raw.size() * 128, 1u << 16)));
-    auto state = std::make_unique<inflate_state>();
-    isal_inflate_init(state.get());
-    inflate_state& z = *state;
-    z.next_in = reinterpret_cast<std::uint8_t*>(const_cast<char*>(raw.data()));
-    // Fed in pieces so that sizes above 4 GB don't overflow the 32-bit counters.
-    std::uint64_t inLeft = raw.size(), outDone = 0;
-    char spare;
-    while (true) {
-        if (outDone == out.size() && out.size() < size)
-            out.resize(std::min<std::uint64_t>(size, out.size() * 2));
-        if (z.avail_in == 0) {
-            z.avail_in = static_cast<std::uint32_t>(std::min<std::uint64_t>(inLeft, 1u << 30));
-            inLeft -= z.avail_in;
-        }
-        const bool spareMode = outDone == out.size();
-        const std::uint32_t outChunk =
-            spareMode ? 1 : static_cast<std::uint32_t>(std::min<std::uint64_t>(out.size() - outDone, 1u << 30));
-        z.next_out = reinterpret_cast<std::uint8_t*>(spareMode ? &spare : out.data() + outDone);
-        z.avail_out = outChunk;
-        const int rc = isal_inflate(&z);
-        const std::uint64_t produced = outChunk - z.avail_out;
-        if (spareMode && produced) return "inflates to more bytes than its header declares (possible zip bomb)";
-        outDone += produced;
-        if (rc != ISAL_DECOMP_OK || z.block_state == ISAL_BLOCK_FINISH) break;
-        if (produced == 0 && z.avail_in == 0 && inLeft == 0) break;  // the input ran out
-    }
-    if (z.block_state == ISAL_BLOCK_FINISH && outDone == size) return {};
-    if (outDone < size)
-        return base::Sprintf("the compressed data is damaged (it ends after %s of the %s bytes its header declares)",
-                             std::to_string(outDone).c_str(), std::to_string(size).c_str());
-    return "the compressed data is damaged";
+EntryInflater::EntryInflater(std::string_view raw, const ZipEntry& entry) : raw_(raw), entry_(entry) {
+    if (entry_.method != 8) return;
+    state_ = std::make_unique<State>();
+    isal_inflate_init(&state_->z);
 }
 
-}  // namespace
+EntryInflater::~EntryInflater() = default;
+
+std::size_t EntryInflater::InflateInto(char* to, std::size_t room) {
+    if (entry_.method != 8) {
+        std::size_t n = static_cast<std::size_t>(std::min<std::uint64_t>(room, raw_.size() - inDone_));
+        std::memcpy(to, raw_.data() + inDone_, n);
+        inDone_ += n;
+        streamEnded_ = inDone_ == raw_.size();
+        return n;
+    }
+    inflate_state& z = state_->z;
+    std::size_t made = 0;
+    while (made < room && !streamEnded_) {
+        // Fed in pieces so that sizes above 4 GB don't overflow the 32-bit counters.
+        // The inflater may still hold input taken earlier, so running out is told by its output.
+        if (z.avail_in == 0 && inDone_ < raw_.size()) {
+            z.next_in = reinterpret_cast<std::uint8_t*>(const_cast<char*>(raw_.data() + inDone_));
+            z.avail_in = static_cast<std::uint32_t>(std::min<std::uint64_t>(raw_.size() - inDone_, 1u << 30));
+            inDone_ += z.avail_in;
+        }
+        const auto chunk = static_cast<std::uint32_t>(std::min<std::size_t>(room - made, 1u << 30));
+        z.next_out = reinterpret_cast<std::uint8_t*>(to + made);
+        z.avail_out = chunk;
+        const int rc = isal_inflate(&z);
+        const std::size_t produced = chunk - z.avail_out;
+        made += produced;
+        if (rc != ISAL_DECOMP_OK) {
+            error_ = "the compressed data is damaged";
+            break;
+        }
+        streamEnded_ = z.block_state == ISAL_BLOCK_FINISH;
+        if (produced == 0 && z.avail_in == 0 && inDone_ == raw_.size()) break;  // the input ran out
+    }
+    return made;
+}
+
+void EntryInflater::Finish() {
+    if (!error_.empty()) return;
+    if (outDone_ < entry_.size)
+        error_ = base::Sprintf("the compressed data is damaged (it ends after %s of the %s bytes its header declares)",
+                               std::to_string(outDone_).c_str(), std::to_string(entry_.size).c_str());
+    else if (!streamEnded_)
+        error_ = "the compressed data is damaged";
+    else if (crc_ != entry_.crc)
+        error_ = "CRC mismatch, the data is damaged";
+    else
+        finished_ = true;
+}
+
+bool EntryInflater::Next(std::string& out, std::size_t most) {
+    if (finished_ || !error_.empty()) return false;
+    const std::size_t at = out.size();
+    const auto room = static_cast<std::size_t>(std::min<std::uint64_t>(most, entry_.size - outDone_));
+    out.resize(at + room);
+    const std::size_t made = InflateInto(out.data() + at, room);
+    out.resize(at + made);
+    for (std::size_t done = 0; done < made;) {
+        const auto chunk = static_cast<std::uint32_t>(std::min<std::size_t>(made - done, 1u << 30));
+        crc_ = crc32_gzip_refl(crc_, reinterpret_cast<const std::uint8_t*>(out.data() + at + done), chunk);
+        done += chunk;
+    }
+    outDone_ += made;
+    // Every declared byte is out: the stream must end here, not go on past its claim.
+    char spare;
+    if (error_.empty() && outDone_ == entry_.size && !streamEnded_ && InflateInto(&spare, 1))
+        error_ = "inflates to more bytes than its header declares (possible zip bomb)";
+    if (streamEnded_ || made < room || !error_.empty()) Finish();
+    return error_.empty() && (made > 0 || !finished_);
+}
 
 std::string_view ZipReader::RawData(const ZipEntry& entry) const {
     if (entry.dataOffset > image_.size() || entry.compressedSize > image_.size() - entry.dataOffset)
@@ -316,7 +353,7 @@ std::string_view ZipReader::RawData(const ZipEntry& entry) const {
     return std::string_view(image_).substr(entry.dataOffset, entry.compressedSize);
 }
 
-base::Result<std::string> ZipReader::Extract(const ZipEntry& entry, std::uint64_t limit) const {
+base::Status ZipReader::CheckEntry(const ZipEntry& entry, std::uint64_t limit) const {
     auto fail = [&](const std::string& why) {
         return base::Status::Error(label_ + ": part " + entry.name + ": " + why);
     };
@@ -325,24 +362,24 @@ base::Result<std::string> ZipReader::Extract(const ZipEntry& entry, std::uint64_
         return fail(base::Sprintf("declares %s bytes, more than the %s allowed for one part",
                                   std::to_string(entry.size).c_str(),
                                   std::to_string(limit).c_str()));
-    std::string_view raw = RawData(entry);
-    if (raw.size() != entry.compressedSize) return fail("the compressed data runs past the file end");
-    std::string out;
-    if (entry.method == 0) {
-        if (entry.size != entry.compressedSize) return fail("stored entry with inconsistent sizes");
-        out.assign(raw);
-    } else if (entry.method == 8) {
-        if (std::string why = InflateRaw(raw, entry.size, out); !why.empty()) return fail(why);
-    } else {
+    if (RawData(entry).size() != entry.compressedSize) return fail("the compressed data runs past the file end");
+    if (entry.method == 0 && entry.size != entry.compressedSize) return fail("stored entry with inconsistent sizes");
+    if (entry.method != 0 && entry.method != 8)
         return fail(base::Sprintf("unsupported compression method %d", entry.method));
+    return base::Status::Ok();
+}
+
+base::Result<std::string> ZipReader::Extract(const ZipEntry& entry, std::uint64_t limit) const {
+    if (base::Status st = CheckEntry(entry, limit); !st) return st;
+    EntryInflater in(RawData(entry), entry);
+    // The buffer grows as the bytes come: a header that claims a gigabyte costs nothing until
+    // they really do. The first guess allows XML's usual ratios, so a part is rarely copied as
+    // it grows.
+    std::string out;
+    out.reserve(std::min<std::uint64_t>(entry.size, std::max<std::uint64_t>(entry.compressedSize * 128, 1u << 16)));
+    while (in.Next(out, std::max<std::size_t>(out.capacity() - out.size(), 1u << 16))) {
     }
-    std::uint32_t crc = 0;
-    for (std::uint64_t done = 0; done < out.size();) {
-        std::uint32_t chunk = static_cast<std::uint32_t>(std::min<std::uint64_t>(out.size() - done, 1u << 30));
-        crc = crc32_gzip_refl(crc, reinterpret_cast<const std::uint8_t*>(out.data() + done), chunk);
-        done += chunk;
-    }
-    if (crc != entry.crc) return fail("CRC mismatch, the data is damaged");
+    if (!in.Error().empty()) return base::Status::Error(label_ + ": part " + entry.name + ": " + in.Error());
     return out;
 }
 
@@ -410,8 +447,16 @@ DeflatedData Deflate(std::string_view text) {
 }
 
 std::string Inflate(const DeflatedData& data) {
+    ZipEntry entry;
+    entry.method = 8;
+    entry.crc = data.crc;
+    entry.size = data.size;
+    entry.compressedSize = data.compressed.size();
+    EntryInflater in(data.compressed, entry);
     std::string out;
-    InflateRaw(data.compressed, data.size, out);
+    out.reserve(data.size);
+    while (in.Next(out, std::max<std::size_t>(data.size - out.size(), 1))) {
+    }
     out.resize(data.size);
     return out;
 }

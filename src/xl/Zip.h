@@ -38,11 +38,51 @@ public:
     std::string_view RawData(const ZipEntry& entry) const;
     // Uncompressed bytes, refusing more than `limit` bytes (zip bombs) and reporting a bad CRC.
     base::Result<std::string> Extract(const ZipEntry& entry, std::uint64_t limit) const;
+    // What is wrong with an entry before any of it is read (encrypted, above `limit`, running
+    // past the file, an unknown method) as an error naming it; ok when it can be read.
+    base::Status CheckEntry(const ZipEntry& entry, std::uint64_t limit) const;
+    // The file name used in messages.
+    const std::string& Label() const { return label_; }
 
 private:
     std::string image_;
     std::string label_;
     std::vector<ZipEntry> entries_;
+};
+
+// The uncompressed bytes of one entry a piece at a time, so that a big part can be scanned
+// without ever being held whole. The checks are those of a whole extraction: no byte beyond the
+// size the entry declares (a zip bomb is refused as it starts to overflow), all of those bytes,
+// and the CRC once the last piece is read.
+class EntryInflater {
+public:
+    // `raw` is the entry's compressed (or stored) bytes and must outlive the inflater.
+    EntryInflater(std::string_view raw, const ZipEntry& entry);
+    ~EntryInflater();
+    EntryInflater(const EntryInflater&) = delete;
+    EntryInflater& operator=(const EntryInflater&) = delete;
+    // Appends up to `most` more bytes to `out`; false once nothing more comes, at the end of the
+    // entry or because it is damaged (Error() tells which).
+    bool Next(std::string& out, std::size_t most);
+    // What is wrong with the entry's data; "" while nothing is.
+    const std::string& Error() const { return error_; }
+    // True when every byte was read and checked.
+    bool Finished() const { return finished_; }
+
+private:
+    std::size_t InflateInto(char* to, std::size_t room);
+    void Finish();
+
+    std::string_view raw_;
+    ZipEntry entry_;
+    struct State;
+    std::unique_ptr<State> state_;
+    std::uint64_t inDone_ = 0;   // compressed bytes handed to the inflater
+    std::uint64_t outDone_ = 0;  // bytes given out
+    std::uint32_t crc_ = 0;
+    bool streamEnded_ = false;
+    bool finished_ = false;
+    std::string error_;
 };
 
 // Compressed bytes of one part with what its zip entry needs.

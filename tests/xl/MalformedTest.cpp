@@ -512,6 +512,42 @@ TEST(Malformed, DamagedOrMissingNotesAreAnErrorAndNoNoteIsWrittenOverThem) {
     }
 }
 
+TEST(Malformed, ACommentsPartWhoseCrcIsWrongIsAnErrorThoughItsTextReads) {
+    const std::string comments = kComments;
+    std::string zip = PackageWithNotes(&comments);
+    PatchCentral(zip, "xl/comments1.xml", 16, 0x12345678, 4);
+    auto book = xl::Workbook::OpenImage(zip, "notes.xlsx");
+    ASSERT_TRUE(book.IsOk());
+    base::Status st = (*book)->Sheet(0)->LoadNotes();
+    ASSERT_FALSE(st.IsOk());
+    EXPECT_EQ(st.Message(), "notes.xlsx: part xl/comments1.xml: CRC mismatch, the data is damaged");
+    EXPECT_TRUE((*book)->Sheet(0)->Notes().empty());
+}
+
+TEST(Malformed, ABigSheetDamagedInTheMiddleIsAnErrorNamingThePartAndSheet) {
+    // The damage is met after some pieces of the part were read: the rows read so far are not kept.
+    std::string rows;
+    for (int r = 1; r <= 50000; ++r)
+        rows += "<row r=\"" + std::to_string(r) + "\"><c r=\"A" + std::to_string(r) + "\"><v>" +
+                std::to_string(r * 7919 % 100003) + "</v></c></row>";
+    std::string zip = Package(SheetXml(rows));
+    auto reader = xl::ZipReader::Open(zip, "big.xlsx");
+    ASSERT_TRUE(reader.IsOk());
+    for (const xl::ZipEntry& e : reader->Entries())
+        if (e.name == "xl/worksheets/sheet1.xml")
+            for (std::uint64_t at = e.dataOffset + e.compressedSize / 2; at < e.dataOffset + e.compressedSize / 2 + 64; ++at)
+                zip[at] = static_cast<char>(zip[at] ^ 0x5A);
+    auto book = xl::Workbook::OpenImage(zip, "big.xlsx");
+    ASSERT_TRUE(book.IsOk());
+    xl::Worksheet* s = (*book)->Sheet(0);
+    base::Status st = s->Load();
+    ASSERT_FALSE(st.IsOk());
+    EXPECT_EQ(st.Message().rfind("big.xlsx: part xl/worksheets/sheet1.xml: ", 0), 0u) << st.Message();
+    EXPECT_NE(st.Message().find("(sheet \"S\")"), std::string::npos) << st.Message();
+    EXPECT_EQ(s->Text(1, 1), "");
+    EXPECT_FALSE(s->SetString(1, 1, "x").IsOk());
+}
+
 TEST(Malformed, ANoteIsNotSavedOverADrawingThatCantBeRead) {
     const std::string comments = kComments;
     std::string zip = PackageWithNotes(&comments);

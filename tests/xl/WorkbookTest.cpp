@@ -862,6 +862,38 @@ std::string SavedSheet(xl::Workbook& book) {
     return xml ? *xml : std::string();
 }
 
+TEST(Workbook, RowsAndNotesSpanningManyPiecesOfTheirPartsAreReadWholeAndKept) {
+    // Parts in a file are scanned a piece at a time as they are inflated: rich inline strings,
+    // other children of cells and notes cross the ends of the pieces.
+    const int rows = 20000;
+    std::string sheet = "<worksheet xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"><sheetData>";
+    for (int r = 1; r <= rows; ++r) {
+        const std::string n = std::to_string(r);
+        sheet += "<row r=\"" + n + "\"><c r=\"A" + n + "\" t=\"inlineStr\"><is><r><rPr><b/></rPr><t>bo</t></r><r><t>ld " +
+                 n + "</t></r></is></c><c r=\"B" + n + "\"><v>" + n + "</v><extLst><ext uri=\"u" + n + "\"/></extLst></c></row>";
+    }
+    sheet += "</sheetData><pageMargins left=\"0.7\" right=\"0.7\" top=\"0.75\" bottom=\"0.75\" header=\"0.3\" footer=\"0.3\"/></worksheet>";
+    auto book = BookWithSheet(sheet);
+    for (int r = 1; r <= rows; ++r) ASSERT_TRUE(book->Sheet(0)->SetNote(r, 1, "/p/d.dxf<" + std::to_string(r) + "_TAG>"));
+    auto again = Reopen(*book);
+    ASSERT_GT(again->GetPackage().PartSize("xl/worksheets/sheet1.xml"), 4 * xl::PartReader::kPiece);
+    ASSERT_GT(again->GetPackage().PartSize("xl/comments1.xml"), 4 * xl::PartReader::kPiece);
+    xl::Worksheet* s = again->Sheet(0);
+    const std::vector<xl::Note> notes = s->Notes();
+    ASSERT_EQ(notes.size(), static_cast<std::size_t>(rows));
+    for (int r = 1; r <= rows; ++r) {
+        ASSERT_EQ(s->Text(r, 1), "bold " + std::to_string(r));
+        ASSERT_EQ(s->Text(r, 2), std::to_string(r));
+        ASSERT_EQ(notes[r - 1].text, "/p/d.dxf<" + std::to_string(r) + "_TAG>");
+    }
+    ASSERT_TRUE(s->SetNumber(rows + 1, 1, 7));
+    const std::string saved = SavedSheet(*again);
+    EXPECT_EQ(Count(saved, "<is><r><rPr><b/></rPr><t>bo</t></r>"), static_cast<std::size_t>(rows));
+    EXPECT_EQ(Count(saved, "\"/></extLst></c>"), static_cast<std::size_t>(rows));
+    EXPECT_NE(saved.find("<extLst><ext uri=\"u" + std::to_string(rows) + "\"/></extLst>"), std::string::npos);
+    EXPECT_NE(saved.find("<pageMargins left=\"0.7\""), std::string::npos);
+}
+
 TEST(Workbook, OverwritingTheFirstCellOfASharedFormulaMovesItToTheNextCell) {
     const std::pair<const char*, std::function<base::Status(xl::Worksheet&)>> writers[] = {
         {"SetString", [](xl::Worksheet& s) { return s.SetString(2, 2, "text"); }},

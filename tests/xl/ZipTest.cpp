@@ -151,6 +151,62 @@ TEST(ZipReader, DeclaredSizeIsNotAllocatedBeforeTheDataComes) {
         << data.GetStatus().Message();
 }
 
+// One entry of `text` deflated (or stored), read back a piece at a time; `error` gets what the
+// inflater reports.
+std::string InPieces(const std::string& text, std::size_t piece, std::string& error, bool stored = false,
+                     std::uint64_t declaredSize = 0) {
+    xl::ZipWriter writer;
+    if (stored) {
+        xl::ZipEntry entry;
+        entry.name = "part.xml";
+        entry.size = text.size();
+        entry.crc = xl::Deflate(text).crc;
+        writer.AddRaw(entry, text);
+    } else {
+        writer.Add("part.xml", text);
+    }
+    auto zip = xl::ZipReader::Open(writer.Finish(), "test.zip");
+    EXPECT_TRUE(zip) << zip.GetStatus().Message();
+    if (!zip) return "<no zip>";
+    xl::ZipEntry entry = zip->Entries()[0];
+    if (declaredSize) entry.size = declaredSize;
+    xl::EntryInflater in(zip->RawData(entry), entry);
+    std::string out;
+    for (std::size_t before = 0; in.Next(out, piece); before = out.size()) EXPECT_LE(out.size() - before, piece);
+    error = in.Error();
+    EXPECT_EQ(in.Finished(), error.empty());
+    return out;
+}
+
+TEST(EntryInflater, AnEntryReadInPiecesIsTheWholeEntry) {
+    const std::string text = PartText(3u << 20);
+    for (std::size_t piece : {std::size_t(1000), std::size_t(1) << 18, std::size_t(4) << 20}) {
+        SCOPED_TRACE(piece);
+        std::string error;
+        EXPECT_EQ(InPieces(text, piece, error), text);
+        EXPECT_EQ(error, "");
+        EXPECT_EQ(InPieces(text, piece, error, true), text);
+        EXPECT_EQ(error, "");
+    }
+    std::string error;
+    EXPECT_EQ(InPieces("", 1000, error), "");
+    EXPECT_EQ(error, "");
+}
+
+TEST(EntryInflater, AnEntryGoingPastItsDeclaredSizeIsRefusedAsItOverflows) {
+    const std::string text = PartText(1u << 20);
+    std::string error;
+    std::string out = InPieces(text, 1u << 16, error, false, 300000);
+    EXPECT_NE(error.find("possible zip bomb"), std::string::npos) << error;
+    EXPECT_LE(out.size(), 300000u);
+}
+
+TEST(EntryInflater, AnEntryEndingBeforeItsDeclaredSizeIsDamaged) {
+    std::string error;
+    InPieces(PartText(100000), 4096, error, false, 200000);
+    EXPECT_NE(error.find("ends after 100000 of the 200000 bytes"), std::string::npos) << error;
+}
+
 TEST(ZipReader, PartsBiggerThanTheFirstGuessGrowToTheirSize) {
     // Highly compressible text inflates far beyond four times its compressed size.
     std::string text(3u << 20, 'x');

@@ -1,0 +1,28 @@
+#include "xl/PartReader.h"
+
+namespace xl {
+
+PartReader::PartReader(std::string whole) : whole_(std::move(whole)), size_(whole_->size()) {}
+
+PartReader::PartReader(std::string label, std::string_view raw, const ZipEntry& entry)
+    : inflater_(std::make_unique<EntryInflater>(raw, entry)), label_(std::move(label)), size_(entry.size) {}
+
+bool PartReader::Next(std::string& out) {
+    if (inflater_) return inflater_->Next(out, kPiece);
+    if (!whole_) return false;
+    out += *whole_;
+    whole_.reset();
+    return true;
+}
+
+base::Status PartReader::GetStatus() const {
+    if (!inflater_ || inflater_->Error().empty()) return base::Status::Ok();
+    return base::Status::Error(label_ + ": " + inflater_->Error());
+}
+
+base::Status PartReader::CheckRest() {
+    for (std::string piece; Next(piece);) piece.clear();
+    return GetStatus();
+}
+
+}  // namespace xl
