@@ -1,21 +1,52 @@
 #include "xl/SharedStrings.h"
 
-#include <pugixml.hpp>
-
 #include <algorithm>
 #include <functional>
 
 #include "xl/Xml.h"
+#include "xl/XmlScanner.h"
 #include "xl/Zip.h"
 
 namespace xl {
 base::Status SharedStrings::Load(std::string original, std::string_view label) {
-    pugi::xml_document doc;
-    if (base::Status st = ParseXml(doc, original, label); !st) return st;
-    for (pugi::xml_node si = doc.document_element().first_child(); si; si = si.next_sibling()) {
-        if (LocalName(si) != "si") continue;
-        texts_.push_back(RichText(si));
-        plain_.push_back(!Child(si, "r"));
+    // Scanned rather than parsed into a tree: a table of a string for every cell would take
+    // several times its text as nodes. An item's text is that of its <t>, or of the <t> of each
+    // run (phonetic runs left out).
+    XmlScanner::MakeUtf8(original);
+    XmlScanner x(original);
+    std::string text;
+    bool inItem = false, inRun = false, plain = true;
+    std::size_t captureDepth = 0;  // depth of the <t> whose text is taken; 0 for none
+    for (XmlScanner::Token t = x.Next(); t != XmlScanner::Token::End; t = x.Next()) {
+        if (t == XmlScanner::Token::Error) return base::Status::Error(std::string(label) + ": " + x.Error());
+        const std::size_t depth = x.Depth();
+        if (t == XmlScanner::Token::Text) {
+            if (captureDepth && depth == captureDepth + 1) x.AppendText(text);
+            continue;
+        }
+        const std::string_view name = x.LocalName();
+        if (t == XmlScanner::Token::StartElement) {
+            if (depth == 1) {
+                inItem = name == "si";
+                text.clear();
+                plain = true;
+            } else if (inItem && depth == 2 && name == "r") {
+                inRun = true;
+                plain = false;
+            } else if (inItem && name == "t" && (depth == 2 || (depth == 3 && inRun))) {
+                captureDepth = depth;
+            }
+            continue;
+        }
+        if (depth == captureDepth) {
+            captureDepth = 0;
+        } else if (depth == 2) {
+            inRun = false;
+        } else if (depth == 1 && inItem) {
+            texts_.push_back(UnescapeOoxml(text));
+            plain_.push_back(plain);
+            inItem = false;
+        }
     }
     original_ = std::move(original);
     return base::Status::Ok();

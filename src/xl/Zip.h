@@ -70,7 +70,9 @@ public:
     bool Finished() const { return finished_; }
 
 private:
+    // Inflates (or copies) at most `room` bytes to `to`; gives how many came.
     std::size_t InflateInto(char* to, std::size_t room);
+    // At the end of the data: checks that every declared byte came and the CRC.
     void Finish();
 
     std::string_view raw_;
