@@ -266,7 +266,6 @@ int TagNumber(std::string_view shape, std::string_view tag) {
 
 // A note shape moved by whole rows and columns: its cell and the rows of its anchor.
 std::string MoveShape(std::string shape, int rows, int columns) {
-    if (rows == 0 && columns == 0) return shape;
     auto replaceTag = [&](std::string_view tag, int delta) {
         std::string open = "<" + std::string(tag) + ">";
         std::size_t at = shape.find(open);
@@ -312,7 +311,8 @@ void WriteVml(DeflateStream& stream, std::string_view original, const std::vecto
               int shapeBase) {
     std::string kept;
     bool hasNoteType = false;
-    std::map<std::pair<int, int>, std::string> noteShapes;  // by the (0-based) cell they show
+    // By the (0-based) cell they show; views into `original`, which holds them all.
+    std::map<std::pair<int, int>, std::string_view> noteShapes;
     long maxId = shapeBase;
     std::string head =
         "<xml xmlns:v=\"urn:schemas-microsoft-com:vml\"\r\n xmlns:o=\"urn:schemas-microsoft-com:office:office\"\r\n"
@@ -340,7 +340,7 @@ void WriteVml(DeflateStream& stream, std::string_view original, const std::vecto
             }
             if (name == "v:shape" && IsNoteShape(element)) {
                 int r = TagNumber(element, "x:Row"), c = TagNumber(element, "x:Column");
-                if (r >= 0 && c >= 0) noteShapes.emplace(std::make_pair(r, c), std::string(element));
+                if (r >= 0 && c >= 0) noteShapes.emplace(std::make_pair(r, c), element);
             } else {
                 kept += element;
                 kept += "\r\n";
@@ -365,7 +365,11 @@ void WriteVml(DeflateStream& stream, std::string_view original, const std::vecto
         int r = n.row - 1, c = n.column - 1;
         auto shape = stored.originalRow ? noteShapes.find({stored.originalRow - 1, stored.originalColumn - 1}) : noteShapes.end();
         if (shape != noteShapes.end()) {
-            out += MoveShape(shape->second, n.row - stored.originalRow, n.column - stored.originalColumn);
+            const int rows = n.row - stored.originalRow, columns = n.column - stored.originalColumn;
+            if (rows == 0 && columns == 0)
+                out += shape->second;
+            else
+                out += MoveShape(std::string(shape->second), rows, columns);
             noteShapes.erase(shape);
             continue;
         }
