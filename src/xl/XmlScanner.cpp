@@ -221,8 +221,10 @@ void XmlScanner::Refill() {
     base_ += drop;
     begin_ -= drop;
     pos_ -= drop;
-    const std::size_t before = window_.size();
-    while (!drained_ && (window_.size() == before || (first && window_.size() < 3))) drained_ = !source_(window_);
+    // At least as much is added as is kept, so that a token longer than many pieces is searched
+    // again only each time the text in hand has doubled.
+    const std::size_t want = 2 * window_.size() + 1;
+    while (!drained_ && (window_.size() < want || (first && window_.size() < 3))) drained_ = !source_(window_);
     if (first) {
         if (Utf16Order(window_)) {
             // UTF-16: read whole, as its pieces may split a character.

@@ -138,6 +138,20 @@ TEST(XmlScanner, HeldTextStaysWhileLaterPiecesAreRead) {
     EXPECT_FALSE(held.empty());
 }
 
+TEST(XmlScanner, ATextRunLongerThanManyPiecesIsReadOnceOver) {
+    // 64 MiB of text in one run, given a kilobyte at a time: searched again from its start at
+    // each piece, its end would take some two terabytes of searching to find.
+    const std::string run(std::size_t(64) << 20, 'x');
+    xl::XmlScanner x(InPieces("<a>" + run + "</a>", 1024));
+    ASSERT_EQ(x.Next(), Token::StartElement);
+    ASSERT_EQ(x.Next(), Token::Text);
+    std::string text;
+    x.AppendText(text);
+    EXPECT_EQ(text.size(), run.size());
+    EXPECT_EQ(x.Next(), Token::EndElement);
+    EXPECT_EQ(x.Next(), Token::End);
+}
+
 TEST(XmlScanner, TextReadInPiecesIsNeverHeldWhole) {
     // 64 MiB of elements made as they are asked for: the scanner holds one piece at a time.
     const std::size_t total = std::size_t(64) << 20;
