@@ -888,7 +888,12 @@ TEST(Workbook, RowsAndNotesSpanningManyPiecesOfTheirPartsAreReadWholeAndKept) {
     // Parts in a file are scanned a piece at a time as they are inflated: rich inline strings,
     // other children of cells and notes cross the ends of the pieces.
     const int rows = 20000;
-    std::string sheet = "<worksheet xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"><sheetData>";
+    // Widths for 12,000 columns, some 600 KB before the rows: what surrounds them is kept too.
+    std::string sheet = "<worksheet xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\"><cols>";
+    for (int c = 1; c <= 12000; ++c)
+        sheet += "<col min=\"" + std::to_string(c) + "\" max=\"" + std::to_string(c) + "\" width=\"" +
+                 std::to_string(10 + c % 7) + "\" customWidth=\"1\"/>";
+    sheet += "</cols><sheetData>";
     for (int r = 1; r <= rows; ++r) {
         const std::string n = std::to_string(r);
         sheet += "<row r=\"" + n + "\"><c r=\"A" + n + "\" t=\"inlineStr\"><is><r><rPr><b/></rPr><t>bo</t></r><r><t>ld " +
@@ -908,8 +913,11 @@ TEST(Workbook, RowsAndNotesSpanningManyPiecesOfTheirPartsAreReadWholeAndKept) {
         ASSERT_EQ(s->Text(r, 2), std::to_string(r));
         ASSERT_EQ(notes[r - 1].text, "/p/d.dxf<" + std::to_string(r) + "_TAG>");
     }
+    EXPECT_EQ(s->ColumnWidth(11999), book->Sheet(0)->ColumnWidth(11999));
+    EXPECT_NE(s->ColumnWidth(11999), s->ColumnWidth(11998));
     ASSERT_TRUE(s->SetNumber(rows + 1, 1, 7));
     const std::string saved = SavedSheet(*again);
+    EXPECT_NE(saved.find("<col min=\"12000\" max=\"12000\" width=\"12\" customWidth=\"1\"/></cols>"), std::string::npos);
     EXPECT_EQ(Count(saved, "<is><r><rPr><b/></rPr><t>bo</t></r>"), static_cast<std::size_t>(rows));
     EXPECT_EQ(Count(saved, "\"/></extLst></c>"), static_cast<std::size_t>(rows));
     EXPECT_NE(saved.find("<extLst><ext uri=\"u" + std::to_string(rows) + "\"/></extLst>"), std::string::npos);
