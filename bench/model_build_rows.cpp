@@ -62,7 +62,7 @@ AcadBlockArray MakeDrawing(int refs) {
                                     repeated ? base::Sprintf("Value %d", t)
                                              : base::Sprintf("Value %d-%d", t, r),
                                     0);
-            attribute.handle = base::Sprintf("%X", 0x1000 + r * 12 + t + 1);
+            attribute.handle = static_cast<cad::Handle>(0x1000 + r * 12 + t + 1);
             row.attributes.Add(std::move(attribute));
         }
         block.refs.Add(std::move(row));

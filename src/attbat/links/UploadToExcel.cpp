@@ -110,8 +110,7 @@ std::optional<std::string> ValueOf(const AcadBlockRef& row, const UploadKey& key
     if (key.isProperty) return std::nullopt;
     for (const AcadAttribute& attribute : row.attributes) {
         if (attribute.dupIndex < 1) continue;
-        const std::string byHandle = attribute.tag + "(" + attribute.handle + ")";
-        if ((!attribute.handle.empty() && key.tag == byHandle) ||
+        if ((attribute.handle && key.tag == attribute.tag + "(" + attribute.HandleText() + ")") ||
             key.tag == DupName(attribute.tag, attribute.dupIndex)) {
             numeric = attribute.isDistance != 0;
             return attribute.value;

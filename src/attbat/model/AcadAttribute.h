@@ -4,24 +4,28 @@
 #include <string>
 #include <string_view>
 
+#include "cad/Tag.h"
+
 namespace attbat {
 
 class AcadAttribute {
 public:
     // Empty texts and zero numbers.
     AcadAttribute() = default;
-    // Trims blanks around `value`; handle, prompt and flags stay empty or 0.
+    // Trims blanks around `value`; prompt, handle and flags stay empty or 0.
     AcadAttribute(std::string tag, std::string_view value, int kind);
 
     // The column name of this value: the tag, or "%s_Dup(%d)" for a later one of its tag.
     std::string DisplayName() const;
+    // The attribute entity's handle in hexadecimal; empty for a property.
+    std::string HandleText() const;
 
     // Texts first, then numbers, then flags, so a value pays little padding: a drawing holds
-    // many (144 bytes each).
+    // many (120 bytes each), and an import's update list one per cell.
     std::string tag;         // attribute tag, dynamic property name or long property name
     std::string value;
     std::string prompt;      // prompt of the matching definition, or empty
-    std::string handle;      // the attribute entity's handle; empty for a property
+    cad::Handle handle = 0;  // the attribute entity's handle; 0 for a property
     int dupIndex = 0;        // 0 for the first of its tag on the reference (case counts), 1...
     int kind = 0;            // 0 attribute or dynamic property, else the property's bit
     bool invisible = false;

@@ -238,7 +238,7 @@ AcadAttribute AttributeOf(const cad::Attribute& attribute, bool plain) {
     AcadAttribute out;
     out.tag = std::move(fields.tag);
     out.value = Trimmed(std::move(fields.text));
-    out.handle = attribute.HandleString();
+    out.handle = attribute.GetHandle();
     out.constant = (fields.flags & 2) != 0;
     out.invisible = (fields.flags & 1) != 0;
     return out;

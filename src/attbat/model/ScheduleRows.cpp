@@ -35,8 +35,8 @@ std::string KeyText(const AcadBlockRef& row, char cut, std::string_view field) {
 // promptAsHeader the "%s(%s)" form of tag and handle is the same text.
 std::string AttributeKey(const AcadBlockRef& row, const AcadAttribute& attribute) {
     if (attribute.dupIndex < 1) return KeyText(row, '_', attribute.tag);
-    if (!attribute.handle.empty())
-        return KeyText(row, '_', base::Sprintf("%s(%s)", attribute.tag, attribute.handle));
+    if (attribute.handle)
+        return KeyText(row, '_', base::Sprintf("%s(%s)", attribute.tag, attribute.HandleText()));
     return KeyText(row, '_', DupName(attribute.tag, attribute.dupIndex));
 }
 

@@ -18,8 +18,15 @@ TEST(AcadAttribute, ValueWithBlanksAroundItIsStoredWithoutThem) {
     EXPECT_EQ(attribute.tag, "DOOR");
     EXPECT_EQ(attribute.kind, 0);
     EXPECT_EQ(attribute.dupIndex, 0);
-    EXPECT_EQ(attribute.handle, "");
+    EXPECT_EQ(attribute.handle, 0u);
+    EXPECT_EQ(attribute.HandleText(), "");
     EXPECT_EQ(attribute.constant, 0);
+}
+
+TEST(AcadAttribute, HandleIsWrittenInUpperCaseHexadecimal) {
+    AcadAttribute attribute("DOOR", "D-12", 0);
+    attribute.handle = 0x2f5;
+    EXPECT_EQ(attribute.HandleText(), "2F5");
 }
 
 TEST(AcadAttribute, DefaultHasEmptyTextsAndZeroNumbers) {

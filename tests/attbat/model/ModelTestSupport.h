@@ -65,7 +65,7 @@ inline AcadAttribute Att(std::string tag, std::string value, int dupIndex = 0,
                          std::string handle = {}, std::string prompt = {}) {
     AcadAttribute attribute(std::move(tag), value, 0);
     attribute.dupIndex = dupIndex;
-    attribute.handle = std::move(handle);
+    attribute.handle = handle.empty() ? 0 : cad::ParseHandle(handle);
     attribute.prompt = std::move(prompt);
     return attribute;
 }

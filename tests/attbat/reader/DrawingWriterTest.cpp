@@ -234,7 +234,7 @@ TEST_F(DrawingWriterTest, ChangedValueInACorpusDrawingReadsBackWithEveryOtherObj
     const AcadBlockRef* target = nullptr;
     for (const auto& block : blocks)
         for (const auto& r : block.refs)
-            if (!target && !r.attributes.IsEmpty() && !r.attributes[0].handle.empty()) target = &r;
+            if (!target && !r.attributes.IsEmpty() && r.attributes[0].handle != 0) target = &r;
     ASSERT_NE(target, nullptr);
     AcadBlockRef row;
     row.dwgFile = corpus;
@@ -262,7 +262,7 @@ TEST_F(DrawingWriterTest, ChangedValueInACorpusDrawingReadsBackWithEveryOtherObj
     for (std::size_t i = 0; i < oldObjects.size(); ++i)
         if (oldObjects[i].Tags() != newObjects[i].Tags()) {
             ++differing;
-            EXPECT_EQ(newObjects[i].HandleString(), target->attributes[0].handle);
+            EXPECT_EQ(newObjects[i].HandleString(), target->attributes[0].HandleText());
         }
     EXPECT_EQ(differing, 1);
 }
