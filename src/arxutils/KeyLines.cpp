@@ -9,7 +9,6 @@ namespace arxutils {
 
 namespace {
 
-constexpr std::size_t kKeyLineBlock = 1 << 20;
 // Below this many lines a sort stays on one thread: starting another costs more than it saves.
 constexpr std::size_t kLinesForTwoThreads = 1 << 16;
 
@@ -30,20 +29,7 @@ KeyLines& KeyLines::operator=(const KeyLines& other) {
     return *this;
 }
 
-std::string_view KeyLines::Keep(std::string_view text) {
-    if (text.empty()) return {};
-    if (text.size() > left_) {
-        const std::size_t size = std::max(kKeyLineBlock, text.size());
-        blocks_.push_back(std::make_unique<char[]>(size));
-        free_ = blocks_.back().get();
-        left_ = size;
-    }
-    char* kept = free_;
-    std::copy(text.begin(), text.end(), kept);
-    free_ += text.size();
-    left_ -= text.size();
-    return {kept, text.size()};
-}
+std::string_view KeyLines::Keep(std::string_view text) { return texts_.Keep(text); }
 
 void KeyLines::Reserve(std::size_t more) {
     const std::size_t wanted = entries_.size() + more;
@@ -165,9 +151,7 @@ void KeyLines::Sort() const {
 
 void KeyLines::clear() {
     std::vector<Entry>().swap(entries_);
-    std::vector<std::unique_ptr<char[]>>().swap(blocks_);
-    free_ = nullptr;
-    left_ = 0;
+    texts_.clear();
     sorted_ = 0;
 }
 

@@ -4,10 +4,11 @@
 
 #include <cstddef>
 #include <initializer_list>
-#include <memory>
 #include <string_view>
 #include <utility>
 #include <vector>
+
+#include "base/TextBlocks.h"
 
 namespace arxutils {
 
@@ -62,9 +63,7 @@ private:
     // Sorted in by the reading accessors, hence mutable.
     mutable std::vector<Entry> entries_;
     mutable std::size_t sorted_ = 0;  // entries_ before this index are in key order, without repeats
-    std::vector<std::unique_ptr<char[]>> blocks_;
-    char* free_ = nullptr;    // the unused end of the last block
-    std::size_t left_ = 0;
+    base::TextBlocks texts_{1 << 20};
 };
 
 }  // namespace arxutils

@@ -8,20 +8,43 @@
 #include "xl/Zip.h"
 
 namespace xl {
+
+namespace {
+
+// Whether character data reads as it stands: no reference, line end, CDATA or "_xHHHH_" escape.
+bool ReadsAsItStands(std::string_view raw) {
+    return raw.find_first_of("&\r<") == std::string_view::npos && raw.find("_x") == std::string_view::npos;
+}
+
+}  // namespace
+
 base::Status SharedStrings::Load(std::string original, std::string_view label) {
     // Scanned rather than parsed into a tree: a table of a string for every cell would take
     // several times its text as nodes. An item's text is that of its <t>, or of the <t> of each
     // run (phonetic runs left out).
-    XmlScanner::MakeUtf8(original);
-    XmlScanner x(original);
+    original_ = std::move(original);
+    XmlScanner::MakeUtf8(original_);
+    XmlScanner x(original_);
     std::string text;
+    std::string_view raw;  // the item's run of text as it stands in the part, while it has one
+    int runs = 0;
     bool inItem = false, inRun = false, plain = true;
     std::size_t captureDepth = 0;  // depth of the <t> whose text is taken; 0 for none
     for (XmlScanner::Token t = x.Next(); t != XmlScanner::Token::End; t = x.Next()) {
-        if (t == XmlScanner::Token::Error) return base::Status::Error(std::string(label) + ": " + x.Error());
+        if (t == XmlScanner::Token::Error) {
+            original_.clear();
+            texts_.clear();
+            plain_.clear();
+            owned_.clear();
+            return base::Status::Error(std::string(label) + ": " + x.Error());
+        }
         const std::size_t depth = x.Depth();
         if (t == XmlScanner::Token::Text) {
-            if (captureDepth && depth == captureDepth + 1) x.AppendText(text);
+            if (captureDepth && depth == captureDepth + 1) {
+                x.AppendText(text);
+                raw = x.Span(x.TokenBegin(), x.TokenEnd());
+                ++runs;
+            }
             continue;
         }
         const std::string_view name = x.LocalName();
@@ -29,6 +52,7 @@ base::Status SharedStrings::Load(std::string original, std::string_view label) {
             if (depth == 1) {
                 inItem = name == "si";
                 text.clear();
+                runs = 0;
                 plain = true;
             } else if (inItem && depth == 2 && name == "r") {
                 inRun = true;
@@ -43,18 +67,12 @@ base::Status SharedStrings::Load(std::string original, std::string_view label) {
         } else if (depth == 2) {
             inRun = false;
         } else if (depth == 1 && inItem) {
-            texts_.push_back(UnescapeOoxml(text));
+            texts_.push_back(runs == 1 && ReadsAsItStands(raw) ? raw : owned_.Keep(UnescapeOoxml(text)));
             plain_.push_back(plain);
             inItem = false;
         }
     }
-    original_ = std::move(original);
     return base::Status::Ok();
-}
-
-const std::string& SharedStrings::Text(std::size_t index) const {
-    static const std::string empty;
-    return index < texts_.size() ? texts_[index] : empty;
 }
 
 std::uint32_t SharedStrings::Hash(std::string_view text) {
@@ -103,7 +121,7 @@ std::uint32_t SharedStrings::Add(std::string_view text) {
     const std::uint32_t hash = Hash(text);
     if (const Slot& slot = SlotOf(text, hash); slot.item != kNone) return slot.item;
     const std::uint32_t id = static_cast<std::uint32_t>(texts_.size());
-    texts_.emplace_back(text);
+    texts_.push_back(owned_.Keep(text));
     plain_.push_back(true);
     Index(hash, id);
     ++added_;
@@ -113,10 +131,11 @@ std::uint32_t SharedStrings::Add(std::string_view text) {
 namespace {
 
 // The items added since loading, each a plain <si>.
-void AppendItems(std::string& items, const std::deque<std::string>& texts, std::size_t from, DeflateStream* stream) {
+void AppendItems(std::string& items, const std::vector<std::string_view>& texts, std::size_t from,
+                 DeflateStream* stream) {
     for (std::size_t i = from; i < texts.size(); ++i) {
         if (stream) stream->MaybeFlush();
-        const std::string& t = texts[i];
+        const std::string_view t = texts[i];
         bool keepSpace = !t.empty() && (t.front() == ' ' || t.back() == ' ' || t.front() == '\n' ||
                                         t.back() == '\n' || t.front() == '\t' || t.back() == '\t');
         items += keepSpace ? std::string_view("<si><t xml:space=\"preserve\">") : std::string_view("<si><t>");

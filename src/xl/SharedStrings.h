@@ -3,24 +3,32 @@
 // deduplicated; existing items, rich runs and phonetic text included, are written back as read.
 
 #include <cstdint>
-#include <deque>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "base/Status.h"
+#include "base/TextBlocks.h"
 #include "xl/Zip.h"
 
 namespace xl {
 
 class SharedStrings {
 public:
+    SharedStrings() = default;
+    // Its items are views into its own text.
+    SharedStrings(const SharedStrings&) = delete;
+    SharedStrings& operator=(const SharedStrings&) = delete;
+
     // Reads the table; rich items give their plain text (phonetic runs left out).
     base::Status Load(std::string original, std::string_view label);
     // Number of items.
     std::size_t Size() const { return texts_.size(); }
-    // Plain text of an item; "" for an index out of range (a damaged cell).
-    const std::string& Text(std::size_t index) const;
+    // Plain text of an item, valid as long as the table; "" for an index out of range (a damaged
+    // cell).
+    std::string_view Text(std::size_t index) const {
+        return index < texts_.size() ? texts_[index] : std::string_view();
+    }
     // The index of a plain item with this text, appended when there is none.
     std::uint32_t Add(std::string_view text);
     // True when items were added since loading.
@@ -44,7 +52,10 @@ private:
     void Index(std::uint32_t hash, std::uint32_t item);
     void BuildIndex();
     std::string original_;
-    std::deque<std::string> texts_;  // a deque, so that items never move as it grows
+    // The items' texts: views into original_ where an item's text stands in it as it reads (one
+    // run with nothing to decode, as nearly every item), else into owned_.
+    std::vector<std::string_view> texts_;
+    base::TextBlocks owned_{64 * 1024};
     std::vector<bool> plain_;   // a rich item can't stand for a plain string of the same text
     std::vector<Slot> slots_;   // a power of two of them, at most half used
     std::size_t indexed_ = 0;
