@@ -90,16 +90,10 @@ void SortPlaces(KeyPlace* first, KeyPlace* last, const std::vector<KeyLines::Ent
     }
 }
 
-// Appends `entry` to lines in key order, replacing the last one when it has the same key.
-void AppendReplacing(std::vector<KeyLines::Entry>& lines, const KeyLines::Entry& entry) {
-    if (!lines.empty() && lines.back().key == entry.key) lines.back() = entry;
-    else lines.push_back(entry);
-}
-
-// The lines from `from` on in key order, the last added of each key kept. A long list is sorted
-// in two halves, each on its own thread, then the halves are merged: a tie takes the first
-// half's line first, so the order is that of one stable sort.
-std::vector<KeyLines::Entry> SortedFrom(const std::vector<KeyLines::Entry>& entries, std::size_t from) {
+// The order of the lines from `from` on by key, as one stable sort would give it: each line's
+// index. A long list is sorted in two halves, each on its own thread, then the halves are
+// merged, a tie taking the first half's line first.
+std::vector<std::uint32_t> KeyOrderFrom(const std::vector<KeyLines::Entry>& entries, std::size_t from) {
     std::vector<KeyPlace> order(entries.size() - from);
     for (std::size_t i = 0; i < order.size(); ++i) order[i] = {0, static_cast<std::uint32_t>(from + i), 0};
     KeyPlace* const first = order.data();
@@ -116,32 +110,58 @@ std::vector<KeyLines::Entry> SortedFrom(const std::vector<KeyLines::Entry>& entr
     SortPlaces(firstHalf.valid() ? middle : first, last, entries);
     if (firstHalf.valid()) firstHalf.get();
     const auto keyOf = [&](const KeyPlace* place) { return entries[place->index].key; };
-    std::vector<KeyLines::Entry> sorted;
+    std::vector<std::uint32_t> sorted;
     sorted.reserve(order.size());
     for (const KeyPlace *a = first, *b = middle; a != middle || b != last;) {
         const bool second = a == middle || (b != last && keyOf(b) < keyOf(a));
-        AppendReplacing(sorted, entries[(second ? b++ : a++)->index]);
+        sorted.push_back((second ? b++ : a++)->index);
     }
     return sorted;
+}
+
+// Sorts the lines from `from` on by key where they are, the last added of each key kept:
+// moved along the cycles of their order, so that the list is never held twice.
+void SortFrom(std::vector<KeyLines::Entry>& entries, std::size_t from) {
+    std::vector<std::uint32_t> order = KeyOrderFrom(entries, from);
+    // Place k takes the line at order[k]; a place filled is marked by its own index.
+    for (std::size_t start = 0; start < order.size(); ++start) {
+        if (order[start] == from + start) continue;
+        const KeyLines::Entry held = entries[from + start];
+        std::size_t at = start;
+        for (;;) {
+            const std::size_t source = order[at] - from;
+            order[at] = static_cast<std::uint32_t>(from + at);
+            if (source == start) {
+                entries[from + at] = held;
+                break;
+            }
+            entries[from + at] = entries[from + source];
+            at = source;
+        }
+    }
+    std::size_t kept = from;
+    for (std::size_t i = from; i < entries.size(); ++i) {
+        if (kept > from && entries[kept - 1].key == entries[i].key) entries[kept - 1] = entries[i];
+        else entries[kept++] = entries[i];
+    }
+    entries.resize(kept);
 }
 
 }  // namespace
 
 void KeyLines::Sort() const {
     if (sorted_ == entries_.size()) return;
-    std::vector<Entry> added = SortedFrom(entries_, sorted_);
+    SortFrom(entries_, sorted_);
     // Then merged with those sorted before, a new line replacing an old one of its key: a
     // workbook of many sheets is sorted once a sheet without sorting the sheets before again.
-    if (sorted_ == 0) {
-        entries_.swap(added);
-    } else {
+    if (sorted_ > 0) {
         std::vector<Entry> merged;
-        merged.reserve(sorted_ + added.size());
-        auto old = entries_.begin(), oldEnd = entries_.begin() + static_cast<std::ptrdiff_t>(sorted_);
-        for (const Entry& entry : added) {
-            while (old != oldEnd && old->key < entry.key) merged.push_back(*old++);
-            if (old != oldEnd && old->key == entry.key) ++old;
-            merged.push_back(entry);
+        merged.reserve(entries_.size());
+        auto old = entries_.cbegin(), oldEnd = entries_.cbegin() + static_cast<std::ptrdiff_t>(sorted_);
+        for (auto added = oldEnd; added != entries_.cend(); ++added) {
+            while (old != oldEnd && old->key < added->key) merged.push_back(*old++);
+            if (old != oldEnd && old->key == added->key) ++old;
+            merged.push_back(*added);
         }
         merged.insert(merged.end(), old, oldEnd);
         entries_.swap(merged);

@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <sys/resource.h>
+
 #include <algorithm>
+#include <cstdio>
 #include <map>
 #include <random>
 #include <string>
@@ -106,6 +109,32 @@ TEST(KeyLines, AListLongEnoughToSortOnTwoThreadsKeepsTheLastValueOfAKeyFromEithe
         ASSERT_EQ(key, expected->first);
         ASSERT_EQ(value, expected->second);
         ++expected;
+    }
+}
+
+TEST(KeyLines, SortingALongListNeverHoldsItsLinesTwice) {
+    // 2,000,000 lines of 32 bytes in an order far from sorted: sorted into a copy, they took
+    // 96 MB more at the sort; moved where they are, 40 MB (their order while it is found).
+    constexpr std::size_t kCount = 2000000;
+    KeyLines lines;
+    lines.Reserve(kCount);
+    const std::string_view value = lines.Keep("v");
+    char key[48];
+    for (std::size_t i = 0; i < kCount; ++i) {
+        // A prime factor that doesn't divide the count: every key once.
+        std::snprintf(key, sizeof key, "C:\\a.dwg<%08zX_TAG>", i * 2654435761u % kCount);
+        lines.AddKept(key, value);
+    }
+    struct rusage before {};
+    getrusage(RUSAGE_SELF, &before);
+    lines.Sort();
+    struct rusage after {};
+    getrusage(RUSAGE_SELF, &after);
+    EXPECT_LT(after.ru_maxrss - before.ru_maxrss, 64 * 1024);
+    ASSERT_EQ(lines.size(), kCount);
+    for (std::size_t i = 0; i < kCount; i += 9973) {
+        std::snprintf(key, sizeof key, "C:\\a.dwg<%08zX_TAG>", i);
+        ASSERT_EQ(lines.Entries()[i].key, key);
     }
 }
 
