@@ -45,7 +45,16 @@ Package::Package(Package&&) noexcept = default;
 Package& Package::operator=(Package&&) noexcept = default;
 
 base::Result<Package> Package::Open(std::string image, std::string_view label) {
-    auto zip = ZipReader::Open(std::move(image), label);
+    return FromZip(ZipReader::Open(std::move(image), label), label);
+}
+
+base::Result<Package> Package::Open(base::MappedFile mapped, std::string_view label) {
+    return FromZip(ZipReader::Open(std::move(mapped), label), label);
+}
+
+base::Status Package::CheckUnchanged() const { return zip_ ? zip_->CheckUnchanged() : base::Status::Ok(); }
+
+base::Result<Package> Package::FromZip(base::Result<ZipReader> zip, std::string_view label) {
     if (!zip) return zip.GetStatus();
     Package pkg;
     pkg.label_ = std::string(label);
@@ -96,7 +105,7 @@ base::Result<PartReader> Package::OpenPart(std::string_view name) const {
     if (p->packed) return PartReader(Inflate(*p->packed));
     const ZipEntry& entry = zip_->Entries()[p->entry];
     if (base::Status st = zip_->CheckEntry(entry, kPartLimit); !st) return st;
-    return PartReader(zip_->Label() + ": part " + entry.name, zip_->RawData(entry), entry);
+    return PartReader(*zip_, entry);
 }
 
 void Package::Write(std::string_view name, std::string data) {

@@ -45,6 +45,11 @@ public:
 
     // Reads a package image; fails on non-zips and packages without [Content_Types].xml.
     static base::Result<Package> Open(std::string image, std::string_view label);
+    // The same through a map of the file (ZipReader::Open).
+    static base::Result<Package> Open(base::MappedFile mapped, std::string_view label);
+    // Ok while a mapped file is as it was when opened: its unchanged parts are copied from it
+    // at a save.
+    base::Status CheckUnchanged() const;
 
     // The file name used in messages.
     const std::string& Label() const { return label_; }
@@ -102,6 +107,7 @@ public:
     base::Status SaveThrough(const std::function<base::Status(std::string_view image)>& write);
 
 private:
+    static base::Result<Package> FromZip(base::Result<ZipReader> zip, std::string_view label);
     struct Part {
         std::string name;
         int entry = -1;                    // index into the reader's entries, or -1 if new

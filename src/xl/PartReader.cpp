@@ -4,11 +4,19 @@ namespace xl {
 
 PartReader::PartReader(std::string whole) : whole_(std::move(whole)), size_(whole_->size()) {}
 
-PartReader::PartReader(std::string label, std::string_view raw, const ZipEntry& entry)
-    : inflater_(std::make_unique<EntryInflater>(raw, entry)), label_(std::move(label)), size_(entry.size) {}
+PartReader::PartReader(const ZipReader& zip, const ZipEntry& entry)
+    : inflater_(std::make_unique<EntryInflater>(zip.RawData(entry), entry)),
+      zip_(&zip),
+      entry_(&entry),
+      label_(zip.Label() + ": part " + entry.name),
+      size_(entry.size) {}
 
 bool PartReader::Next(std::string& out) {
-    if (inflater_) return inflater_->Next(out, kPiece);
+    if (inflater_) {
+        if (inflater_->Next(out, kPiece)) return true;
+        zip_->HandBack(*entry_);
+        return false;
+    }
     if (!whole_) return false;
     out += *whole_;
     whole_.reset();

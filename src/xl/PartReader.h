@@ -21,9 +21,9 @@ public:
 
     // Gives `whole` (a part written since opening) in one piece.
     explicit PartReader(std::string whole);
-    // Inflates `entry` from `raw`, which must outlive the reader; `label` names the file and
-    // part in messages.
-    PartReader(std::string label, std::string_view raw, const ZipEntry& entry);
+    // Inflates `entry` of `zip`, which must outlive the reader; the entry's compressed pages go
+    // back once it is read (ZipReader::HandBack).
+    PartReader(const ZipReader& zip, const ZipEntry& entry);
 
     // Appends the next piece to `out`; false once nothing more comes, at the end of the part or
     // because its data is damaged (GetStatus() tells which).
@@ -39,6 +39,8 @@ public:
 private:
     std::optional<std::string> whole_;
     std::unique_ptr<EntryInflater> inflater_;
+    const ZipReader* zip_ = nullptr;
+    const ZipEntry* entry_ = nullptr;
     std::string label_;
     std::uint64_t size_ = 0;
 };

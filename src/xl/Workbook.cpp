@@ -5,7 +5,13 @@
 
 #include <ctime>
 
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include "base/File.h"
+#include "base/MappedFile.h"
+#include "base/Memory.h"
 #include "base/Path.h"
 #include "base/Text.h"
 #include "xl/FormulaRefs.h"
@@ -63,19 +69,37 @@ Workbook::Workbook() : workbookXml_(std::make_unique<pugi::xml_document>()) {}
 Workbook::~Workbook() = default;
 
 base::Result<std::unique_ptr<Workbook>> Workbook::Open(const std::string& path) {
+    if (base::EndsWithCommand()) return OpenMapped(path);
     auto bytes = base::ReadFile(path);
     if (!bytes) return bytes.GetStatus();
-    auto book = OpenImage(std::move(*bytes), path);
-    if (book) (*book)->path_ = path;
-    return book;
+    return FromPackage(Package::Open(std::move(*bytes), path), path);
+}
+
+base::Result<std::unique_ptr<Workbook>> Workbook::OpenMapped(const std::string& path) {
+    // What isn't a non-empty regular file is read as Open reads it, which says what is wrong.
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    struct stat info {};
+    if (fd < 0 || ::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode) || info.st_size == 0) {
+        if (fd >= 0) ::close(fd);
+        auto bytes = base::ReadFile(path);
+        if (!bytes) return bytes.GetStatus();
+        return FromPackage(Package::Open(std::move(*bytes), path), path);
+    }
+    auto mapped = base::MappedFile::Map(fd, path);
+    if (!mapped) return mapped.GetStatus();
+    return FromPackage(Package::Open(std::move(*mapped), path), path);
 }
 
 base::Result<std::unique_ptr<Workbook>> Workbook::OpenImage(std::string image, std::string_view label) {
-    auto pkg = Package::Open(std::move(image), label);
+    return FromPackage(Package::Open(std::move(image), label), std::string());
+}
+
+base::Result<std::unique_ptr<Workbook>> Workbook::FromPackage(base::Result<Package> pkg, std::string path) {
     if (!pkg) return pkg.GetStatus();
     std::unique_ptr<Workbook> book(new Workbook());
     book->package_ = std::move(*pkg);
     if (base::Status st = book->Init(); !st) return st;
+    book->path_ = std::move(path);
     return book;
 }
 
@@ -439,6 +463,7 @@ void Workbook::SetRecalculateOnOpen(bool on) {
 }
 
 base::Result<std::string> Workbook::SaveImage() {
+    if (base::Status st = package_.CheckUnchanged(); !st) return st;
     if (base::Status st = WriteChangedParts(); !st) return st;
     return package_.Save();
 }
@@ -493,6 +518,7 @@ base::Status Workbook::Save(const std::string& path, const SaveOptions& options)
         if (base::FileExists(lock))
             return base::Status::Error(path + " is open in another program (" + base::FileName(lock) +
                                        " is beside it); close it there and try again. Nothing was written.");
+    if (base::Status st = package_.CheckUnchanged(); !st) return st;
     if (base::Status st = WriteChangedParts(); !st) return st;
     base::AtomicWriteOptions atomic;
     atomic.backupPath = options.backupPath;

@@ -30,8 +30,13 @@ class Workbook {
 public:
     ~Workbook();
 
-    // Opens a workbook file; the error names the file and what is wrong with it.
+    // Opens a workbook file; the error names the file and what is wrong with it. A process that
+    // ends with its command (base::EndsWithCommand) opens it as OpenMapped does; one that runs
+    // on holds a copy, which no other program's writes can reach.
     static base::Result<std::unique_ptr<Workbook>> Open(const std::string& path);
+    // Opens a workbook file through a map of it: a part is held while it is read, the rest stays
+    // in the system's cache. A save is refused once another program changed the file meanwhile.
+    static base::Result<std::unique_ptr<Workbook>> OpenMapped(const std::string& path);
     // Opens a workbook from the bytes of a file; `label` names it in messages.
     static base::Result<std::unique_ptr<Workbook>> OpenImage(std::string image, std::string_view label);
     // A new workbook with one empty sheet, "Sheet1".
@@ -93,6 +98,8 @@ public:
 private:
     friend class Worksheet;
     Workbook();
+    // The workbook of a package just opened, read from `path` (empty for an image).
+    static base::Result<std::unique_ptr<Workbook>> FromPackage(base::Result<Package> pkg, std::string path);
     base::Status Init();
     base::Status WriteChangedParts();
     // Reads the shared-string table once; the error names its part and what is wrong with it.

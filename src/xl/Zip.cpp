@@ -135,19 +135,34 @@ private:
 
 base::Result<ZipReader> ZipReader::Open(std::string image, std::string_view label) {
     ZipReader zip;
-    zip.label_ = std::string(label);
-    std::string_view data(image);
+    zip.image_ = std::move(image);
+    if (base::Status read = zip.ReadDirectory(label); !read) return read;
+    return zip;
+}
+
+base::Result<ZipReader> ZipReader::Open(base::MappedFile mapped, std::string_view label) {
+    ZipReader zip;
+    zip.mapped_.emplace(std::move(mapped));
+    if (base::Status read = zip.ReadDirectory(label); !read) return read;
+    // The pages of the directory go back; those of a part are mapped when it is read.
+    zip.HandBack(0, zip.Image().size());
+    return zip;
+}
+
+base::Status ZipReader::ReadDirectory(std::string_view label) {
+    label_ = std::string(label);
+    const std::string_view data = Image();
     if (IsCompoundFile(data)) {
         if (HoldsEncryptedPackage(data))
-            return base::Status::Error(zip.label_ +
+            return base::Status::Error(label_ +
                                        ": the workbook is encrypted (password-protected); open it "
                                        "in its program, remove the password and save it again");
-        return base::Status::Error(zip.label_ +
+        return base::Status::Error(label_ +
                                    ": this is a binary (OLE compound) file such as an old .xls, "
                                    "not an .xlsx package");
     }
     if (data.size() < 22 || data.substr(0, 2) != "PK")
-        return base::Status::Error(zip.label_ + ": not a zip package (.xlsx files are zip archives)");
+        return base::Status::Error(label_ + ": not a zip package (.xlsx files are zip archives)");
 
     // The end record sits in the last 22 bytes plus at most a 65535-byte comment.
     std::uint64_t endPos = std::string_view::npos;
@@ -233,7 +248,7 @@ base::Result<ZipReader> ZipReader::Open(std::string image, std::string_view labe
             }
             entries.push_back(std::move(e));
         }
-        if (directoryOk) zip.entries_ = std::move(entries);
+        if (directoryOk) entries_ = std::move(entries);
     }
     if (!directoryOk) {
         // Recovery as other readers do it: walk the local headers from the start.
@@ -256,15 +271,14 @@ base::Result<ZipReader> ZipReader::Open(std::string image, std::string_view labe
             if (c.bad || (e.flags & 8) || c.Bytes(e.compressedSize).size() != e.compressedSize ||
                 c.bad)
                 break;
-            zip.entries_.push_back(std::move(e));
+            entries_.push_back(std::move(e));
         }
-        if (zip.entries_.empty())
-            return base::Status::Error(zip.label_ +
+        if (entries_.empty())
+            return base::Status::Error(label_ +
                                        ": the zip archive is damaged (no readable central "
                                        "directory or entries)");
     }
-    zip.image_ = std::move(image);
-    return zip;
+    return base::Status::Ok();
 }
 
 struct EntryInflater::State {
@@ -348,10 +362,22 @@ bool EntryInflater::Next(std::string& out, std::size_t most) {
 }
 
 std::string_view ZipReader::RawData(const ZipEntry& entry) const {
-    if (entry.dataOffset > image_.size() || entry.compressedSize > image_.size() - entry.dataOffset)
+    const std::string_view image = Image();
+    if (entry.dataOffset > image.size() || entry.compressedSize > image.size() - entry.dataOffset)
         return {};
-    return std::string_view(image_).substr(entry.dataOffset, entry.compressedSize);
+    return image.substr(entry.dataOffset, entry.compressedSize);
 }
+
+void ZipReader::HandBack(const ZipEntry& entry) const {
+    const std::string_view raw = RawData(entry);
+    if (!raw.empty()) HandBack(entry.dataOffset, entry.dataOffset + raw.size());
+}
+
+void ZipReader::HandBack(std::uint64_t begin, std::uint64_t end) const {
+    if (mapped_) mapped_->HandBack(begin, end);
+}
+
+base::Status ZipReader::CheckUnchanged() const { return mapped_ ? mapped_->CheckUnchanged() : base::Status::Ok(); }
 
 base::Status ZipReader::CheckEntry(const ZipEntry& entry, std::uint64_t limit) const {
     auto fail = [&](const std::string& why) {
@@ -379,6 +405,7 @@ base::Result<std::string> ZipReader::Extract(const ZipEntry& entry, std::uint64_
     out.reserve(std::min<std::uint64_t>(entry.size, std::max<std::uint64_t>(entry.compressedSize * 128, 1u << 16)));
     while (in.Next(out, std::max<std::size_t>(out.capacity() - out.size(), 1u << 16))) {
     }
+    HandBack(entry);
     if (!in.Error().empty()) return base::Status::Error(label_ + ": part " + entry.name + ": " + in.Error());
     return out;
 }

@@ -4,10 +4,12 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "base/MappedFile.h"
 #include "base/Status.h"
 
 namespace xl {
@@ -25,12 +27,16 @@ struct ZipEntry {
     std::uint32_t dosTime = 0;      // DOS time in the low half, DOS date in the high half
 };
 
-// Read-only view of a zip image held in memory; entries point into the image it owns.
+// Read-only view of a zip image held in memory or mapped from its file; entries point into the
+// image it owns.
 class ZipReader {
 public:
     // Parses the central directory (zip64 included); a broken directory falls back to the local
     // headers. `label` names the file in messages. Fails on anything that is not a zip.
     static base::Result<ZipReader> Open(std::string image, std::string_view label);
+    // The same over a file's map: the pages of an entry are held only while it is read, and are
+    // mapped again from the system's cache when it is read again.
+    static base::Result<ZipReader> Open(base::MappedFile mapped, std::string_view label);
 
     // Every entry in archive order; directory entries ("name/") included.
     const std::vector<ZipEntry>& Entries() const { return entries_; }
@@ -43,9 +49,19 @@ public:
     base::Status CheckEntry(const ZipEntry& entry, std::uint64_t limit) const;
     // The file name used in messages.
     const std::string& Label() const { return label_; }
+    // Gives the pages of an entry's compressed bytes back when the image is a file's map.
+    void HandBack(const ZipEntry& entry) const;
+    // Ok while a mapped file is as it was when opened (always for an image in memory): another
+    // program's writes would show in the map.
+    base::Status CheckUnchanged() const;
 
 private:
+    ZipReader() = default;
+    base::Status ReadDirectory(std::string_view label);
+    void HandBack(std::uint64_t begin, std::uint64_t end) const;
+    std::string_view Image() const { return mapped_ ? mapped_->Bytes() : std::string_view(image_); }
     std::string image_;
+    std::optional<base::MappedFile> mapped_;
     std::string label_;
     std::vector<ZipEntry> entries_;
 };

@@ -26,61 +26,73 @@ bool IsBad(const std::string& path) {
     return std::filesystem::path(path).filename().string().rfind("bad-", 0) == 0;
 }
 
+// A workbook held as a copy of its file, and one read through a map of it.
+using Opener = base::Result<std::unique_ptr<xl::Workbook>> (*)(const std::string&);
+const std::pair<const char*, Opener> kOpeners[] = {{"copied", &xl::Workbook::Open},
+                                                   {"mapped", &xl::Workbook::OpenMapped}};
+
 TEST(Corpus, EveryGoodFileLoadsWithAllSheetsAndSavesUnchangedPartsAsTheyWere) {
-    for (const std::string& path : CorpusFiles()) {
-        if (IsBad(path)) continue;
-        SCOPED_TRACE(path);
-        auto book = xl::Workbook::Open(path);
-        ASSERT_TRUE(book.IsOk()) << book.GetStatus().Message();
-        for (int i = 0; i < (*book)->SheetCount(); ++i) {
-            xl::Worksheet* s = (*book)->Sheet(i);
-            if (s->Kind() != xl::SheetKind::Worksheet) continue;
-            EXPECT_TRUE(s->Load().IsOk()) << s->Load().Message();
-            (void)s->Texts({1, 1, std::max(1, s->LastFilledRow()), std::max(1, s->LastFilledColumn())});
-            EXPECT_TRUE(s->LoadNotes().IsOk()) << s->LoadNotes().Message();
-            (void)s->Notes();
-        }
-        auto image = (*book)->SaveImage();
-        ASSERT_TRUE(image.IsOk());
-        auto original = xl::ZipReader::Open(*base::ReadFile(path), path);
-        auto saved = xl::ZipReader::Open(*image, "saved");
-        ASSERT_TRUE(saved.IsOk());
-        ASSERT_EQ(original->Entries().size(), saved->Entries().size());
-        for (std::size_t k = 0; k < original->Entries().size(); ++k) {
-            const xl::ZipEntry& a = original->Entries()[k];
-            const xl::ZipEntry& b = saved->Entries()[k];
-            EXPECT_EQ(a.name, b.name);
-            EXPECT_EQ(a.crc, b.crc);
-            EXPECT_EQ(original->RawData(a), saved->RawData(b)) << a.name;
+    for (const auto& [how, open] : kOpeners) {
+        for (const std::string& path : CorpusFiles()) {
+            if (IsBad(path)) continue;
+            SCOPED_TRACE(path + " " + how);
+            auto book = open(path);
+            ASSERT_TRUE(book.IsOk()) << book.GetStatus().Message();
+            for (int i = 0; i < (*book)->SheetCount(); ++i) {
+                xl::Worksheet* s = (*book)->Sheet(i);
+                if (s->Kind() != xl::SheetKind::Worksheet) continue;
+                EXPECT_TRUE(s->Load().IsOk()) << s->Load().Message();
+                (void)s->Texts(
+                    {1, 1, std::max(1, s->LastFilledRow()), std::max(1, s->LastFilledColumn())});
+                EXPECT_TRUE(s->LoadNotes().IsOk()) << s->LoadNotes().Message();
+                (void)s->Notes();
+            }
+            auto image = (*book)->SaveImage();
+            ASSERT_TRUE(image.IsOk());
+            auto original = xl::ZipReader::Open(*base::ReadFile(path), path);
+            auto saved = xl::ZipReader::Open(*image, "saved");
+            ASSERT_TRUE(saved.IsOk());
+            ASSERT_EQ(original->Entries().size(), saved->Entries().size());
+            for (std::size_t k = 0; k < original->Entries().size(); ++k) {
+                const xl::ZipEntry& a = original->Entries()[k];
+                const xl::ZipEntry& b = saved->Entries()[k];
+                EXPECT_EQ(a.name, b.name);
+                EXPECT_EQ(a.crc, b.crc);
+                EXPECT_EQ(original->RawData(a), saved->RawData(b)) << a.name;
+            }
         }
     }
 }
 
 TEST(Corpus, EditedFilesKeepTheirOtherPartsAndShowTheEdit) {
-    for (const std::string& path : CorpusFiles()) {
-        if (IsBad(path)) continue;
-        SCOPED_TRACE(path);
-        auto book = xl::Workbook::Open(path);
-        ASSERT_TRUE(book.IsOk());
-        xl::Worksheet* sheet = nullptr;
-        for (int i = 0; i < (*book)->SheetCount() && !sheet; ++i)
-            if ((*book)->Sheet(i)->Kind() == xl::SheetKind::Worksheet && (*book)->Sheet(i)->Load()) sheet = (*book)->Sheet(i);
-        if (!sheet) continue;
-        int row = sheet->LastFilledRow() + 2;
-        sheet->SetString(row, 1, "velmar edit");
-        sheet->SetNote(row, 1, "velmar note");
-        std::size_t notes = sheet->Notes().size();
-        auto image = (*book)->SaveImage();
-        ASSERT_TRUE(image.IsOk()) << image.GetStatus().Message();
-        auto again = xl::Workbook::OpenImage(*image, "edited");
-        ASSERT_TRUE(again.IsOk()) << again.GetStatus().Message();
-        xl::Worksheet* s2 = (*again)->FindSheet(sheet->Name());
-        ASSERT_NE(s2, nullptr);
-        EXPECT_EQ(s2->Text(row, 1), "velmar edit");
-        EXPECT_EQ(s2->Notes().size(), notes);
-        EXPECT_EQ((*again)->SheetCount(), (*book)->SheetCount());
-        std::vector<std::string> before = (*book)->GetPackage().PartNames();
-        for (const std::string& p : before) EXPECT_TRUE((*again)->GetPackage().Has(p)) << p;
+    for (const auto& [how, open] : kOpeners) {
+        for (const std::string& path : CorpusFiles()) {
+            if (IsBad(path)) continue;
+            SCOPED_TRACE(path + " " + how);
+            auto book = open(path);
+            ASSERT_TRUE(book.IsOk());
+            xl::Worksheet* sheet = nullptr;
+            for (int i = 0; i < (*book)->SheetCount() && !sheet; ++i) {
+                xl::Worksheet* s = (*book)->Sheet(i);
+                if (s->Kind() == xl::SheetKind::Worksheet && s->Load()) sheet = s;
+            }
+            if (!sheet) continue;
+            int row = sheet->LastFilledRow() + 2;
+            sheet->SetString(row, 1, "velmar edit");
+            sheet->SetNote(row, 1, "velmar note");
+            std::size_t notes = sheet->Notes().size();
+            auto image = (*book)->SaveImage();
+            ASSERT_TRUE(image.IsOk()) << image.GetStatus().Message();
+            auto again = xl::Workbook::OpenImage(*image, "edited");
+            ASSERT_TRUE(again.IsOk()) << again.GetStatus().Message();
+            xl::Worksheet* s2 = (*again)->FindSheet(sheet->Name());
+            ASSERT_NE(s2, nullptr);
+            EXPECT_EQ(s2->Text(row, 1), "velmar edit");
+            EXPECT_EQ(s2->Notes().size(), notes);
+            EXPECT_EQ((*again)->SheetCount(), (*book)->SheetCount());
+            std::vector<std::string> before = (*book)->GetPackage().PartNames();
+            for (const std::string& p : before) EXPECT_TRUE((*again)->GetPackage().Has(p)) << p;
+        }
     }
 }
 
@@ -106,19 +118,23 @@ TEST(Corpus, BadFilesLoadLenientlyOrGiveClearErrors) {
         {"bad-xml-entity-bomb-sst.xlsx", true, ""},
         {"bad-zip-without-ooxml-parts.xlsx", false, "[Content_Types].xml is missing"},
     };
-    for (const BadCase& c : cases) {
-        SCOPED_TRACE(c.file);
-        auto book = xl::Workbook::Open(std::string(VELMAR_CORPUS) + "/xlsx/" + c.file);
-        EXPECT_EQ(book.IsOk(), c.loads) << (book ? "" : book.GetStatus().Message());
-        if (!book) {
-            EXPECT_NE(book.GetStatus().Message().find(c.message), std::string::npos) << book.GetStatus().Message();
-            continue;
+    for (const auto& [how, open] : kOpeners) {
+        for (const BadCase& c : cases) {
+            SCOPED_TRACE(std::string(c.file) + " " + how);
+            auto book = open(std::string(VELMAR_CORPUS) + "/xlsx/" + c.file);
+            EXPECT_EQ(book.IsOk(), c.loads) << (book ? "" : book.GetStatus().Message());
+            if (!book) {
+                EXPECT_NE(book.GetStatus().Message().find(c.message), std::string::npos)
+                    << book.GetStatus().Message();
+                continue;
+            }
+            for (int i = 0; i < (*book)->SheetCount(); ++i) {
+                xl::Worksheet* s = (*book)->Sheet(i);
+                (void)s->Texts(
+                    {1, 1, std::max(1, s->LastFilledRow()), std::max(1, s->LastFilledColumn())});
+            }
+            EXPECT_TRUE((*book)->SaveImage().IsOk());
         }
-        for (int i = 0; i < (*book)->SheetCount(); ++i) {
-            xl::Worksheet* s = (*book)->Sheet(i);
-            (void)s->Texts({1, 1, std::max(1, s->LastFilledRow()), std::max(1, s->LastFilledColumn())});
-        }
-        EXPECT_TRUE((*book)->SaveImage().IsOk());
     }
 }
 

@@ -45,6 +45,49 @@ TEST(Workbook, NewWorkbookHasSheet1AndSavesAndReopens) {
     EXPECT_EQ(again->Sheet(0)->Value(2, 1).type, xl::CellType::Number);
 }
 
+// A workbook of two sheets at `path`, saved by us.
+void WriteTwoSheets(const std::string& path) {
+    auto book = xl::Workbook::Create();
+    book->Sheet(0)->SetString(1, 1, "Tag");
+    ASSERT_TRUE(book->AddSheet("Second").IsOk());
+    book->Sheet(1)->SetString(1, 1, "kept");
+    ASSERT_TRUE(book->Save(path).IsOk());
+}
+
+TEST(Workbook, AMappedWorkbookIsSavedInPlaceAndSavedAgain) {
+    const std::string path = TempPath("mapped-in-place.xlsx");
+    WriteTwoSheets(path);
+    auto book = xl::Workbook::OpenMapped(path);
+    ASSERT_TRUE(book.IsOk()) << book.GetStatus().Message();
+    ASSERT_TRUE((*book)->Sheet(0)->SetString(2, 1, "first").IsOk());
+    ASSERT_TRUE((*book)->Save(path).IsOk());
+    ASSERT_TRUE((*book)->Sheet(0)->SetString(3, 1, "second").IsOk());
+    ASSERT_TRUE((*book)->Save(path).IsOk());
+    auto again = xl::Workbook::Open(path);
+    ASSERT_TRUE(again.IsOk()) << again.GetStatus().Message();
+    EXPECT_EQ((*again)->Sheet(0)->Text(2, 1), "first");
+    EXPECT_EQ((*again)->Sheet(0)->Text(3, 1), "second");
+    EXPECT_EQ((*again)->Sheet(1)->Text(1, 1), "kept");
+}
+
+TEST(Workbook, AMappedWorkbookThatAnotherProgramChangedMeanwhileIsNotSaved) {
+    const std::string path = TempPath("mapped-changed.xlsx");
+    const std::string target = TempPath("mapped-changed-copy.xlsx");
+    std::filesystem::remove(target);
+    WriteTwoSheets(path);
+    auto book = xl::Workbook::OpenMapped(path);
+    ASSERT_TRUE(book.IsOk()) << book.GetStatus().Message();
+    ASSERT_TRUE((*book)->Sheet(0)->SetString(2, 1, "edit").IsOk());
+    // Another program writes to the file where it is: its unchanged parts can't be copied now.
+    std::ofstream(path, std::ios::binary | std::ios::app) << "appended";
+    const base::Status saved = (*book)->Save(target);
+    ASSERT_FALSE(saved.IsOk());
+    EXPECT_NE(saved.Message().find(path + ": the file changed on disk while it was open"), std::string::npos)
+        << saved.Message();
+    EXPECT_FALSE(std::filesystem::exists(target));
+    EXPECT_FALSE((*book)->SaveImage().IsOk());
+}
+
 TEST(Workbook, AnUnchangedSheetUnloadsAndReadsItsCellsAndNotesAgain) {
     auto book = xl::Workbook::Create();
     book->Sheet(0)->SetString(1, 1, "Tag");
