@@ -93,7 +93,8 @@ void SortPlaces(KeyPlace* first, KeyPlace* last, const std::vector<KeyLines::Ent
 // The order of the lines from `from` on by key, as one stable sort would give it: each line's
 // index. A long list is sorted in two halves, each on its own thread, then the halves are
 // merged, a tie taking the first half's line first.
-std::vector<std::uint32_t> KeyOrderFrom(const std::vector<KeyLines::Entry>& entries, std::size_t from) {
+std::vector<std::uint32_t> KeyOrderFrom(const std::vector<KeyLines::Entry>& entries,
+                                        std::size_t from) {
     std::vector<KeyPlace> order(entries.size() - from);
     for (std::size_t i = 0; i < order.size(); ++i) order[i] = {0, static_cast<std::uint32_t>(from + i), 0};
     KeyPlace* const first = order.data();
@@ -157,7 +158,8 @@ void KeyLines::Sort() const {
     if (sorted_ > 0) {
         std::vector<Entry> merged;
         merged.reserve(entries_.size());
-        auto old = entries_.cbegin(), oldEnd = entries_.cbegin() + static_cast<std::ptrdiff_t>(sorted_);
+        const auto oldEnd = entries_.cbegin() + static_cast<std::ptrdiff_t>(sorted_);
+        auto old = entries_.cbegin();
         for (auto added = oldEnd; added != entries_.cend(); ++added) {
             while (old != oldEnd && old->key < added->key) merged.push_back(*old++);
             if (old != oldEnd && old->key == added->key) ++old;

@@ -52,7 +52,9 @@ base::Result<Package> Package::Open(base::MappedFile mapped, std::string_view la
     return FromZip(ZipReader::Open(std::move(mapped), label), label);
 }
 
-base::Status Package::CheckUnchanged() const { return zip_ ? zip_->CheckUnchanged() : base::Status::Ok(); }
+base::Status Package::CheckUnchanged() const {
+    return zip_ ? zip_->CheckUnchanged() : base::Status::Ok();
+}
 
 base::Result<Package> Package::FromZip(base::Result<ZipReader> zip, std::string_view label) {
     if (!zip) return zip.GetStatus();
@@ -94,6 +96,8 @@ base::Result<std::string> Package::Read(std::string_view name) const {
         return base::Status::Error(label_ + ": the part " + std::string(name) + " is missing");
     if (p->data) return *p->data;
     if (p->packed) return Inflate(*p->packed);
+    // A mapped file another program wrote to meanwhile is said to be so, not read as damaged.
+    if (base::Status st = zip_->CheckUnchanged(); !st) return st;
     return zip_->Extract(zip_->Entries()[p->entry], kPartLimit);
 }
 
@@ -104,6 +108,7 @@ base::Result<PartReader> Package::OpenPart(std::string_view name) const {
     if (p->data) return PartReader(*p->data);
     if (p->packed) return PartReader(Inflate(*p->packed));
     const ZipEntry& entry = zip_->Entries()[p->entry];
+    if (base::Status st = zip_->CheckUnchanged(); !st) return st;
     if (base::Status st = zip_->CheckEntry(entry, kPartLimit); !st) return st;
     return PartReader(*zip_, entry);
 }

@@ -13,7 +13,8 @@ namespace {
 
 // Whether character data reads as it stands: no reference, line end, CDATA or "_xHHHH_" escape.
 bool ReadsAsItStands(std::string_view raw) {
-    return raw.find_first_of("&\r<") == std::string_view::npos && raw.find("_x") == std::string_view::npos;
+    return raw.find_first_of("&\r<") == std::string_view::npos &&
+           raw.find("_x") == std::string_view::npos;
 }
 
 }  // namespace
@@ -67,7 +68,8 @@ base::Status SharedStrings::Load(std::string original, std::string_view label) {
         } else if (depth == 2) {
             inRun = false;
         } else if (depth == 1 && inItem) {
-            texts_.push_back(runs == 1 && ReadsAsItStands(raw) ? raw : owned_.Keep(UnescapeOoxml(text)));
+            const bool asItStands = runs == 1 && ReadsAsItStands(raw);
+            texts_.push_back(asItStands ? raw : owned_.Keep(UnescapeOoxml(text)));
             plain_.push_back(plain);
             inItem = false;
         }

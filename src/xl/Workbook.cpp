@@ -94,7 +94,8 @@ base::Result<std::unique_ptr<Workbook>> Workbook::OpenImage(std::string image, s
     return FromPackage(Package::Open(std::move(image), label), std::string());
 }
 
-base::Result<std::unique_ptr<Workbook>> Workbook::FromPackage(base::Result<Package> pkg, std::string path) {
+base::Result<std::unique_ptr<Workbook>> Workbook::FromPackage(base::Result<Package> pkg,
+                                                             std::string path) {
     if (!pkg) return pkg.GetStatus();
     std::unique_ptr<Workbook> book(new Workbook());
     book->package_ = std::move(*pkg);

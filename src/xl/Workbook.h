@@ -99,7 +99,8 @@ private:
     friend class Worksheet;
     Workbook();
     // The workbook of a package just opened, read from `path` (empty for an image).
-    static base::Result<std::unique_ptr<Workbook>> FromPackage(base::Result<Package> pkg, std::string path);
+    static base::Result<std::unique_ptr<Workbook>> FromPackage(base::Result<Package> pkg,
+                                                               std::string path);
     base::Status Init();
     base::Status WriteChangedParts();
     // Reads the shared-string table once; the error names its part and what is wrong with it.

@@ -377,7 +377,9 @@ void ZipReader::HandBack(std::uint64_t begin, std::uint64_t end) const {
     if (mapped_) mapped_->HandBack(begin, end);
 }
 
-base::Status ZipReader::CheckUnchanged() const { return mapped_ ? mapped_->CheckUnchanged() : base::Status::Ok(); }
+base::Status ZipReader::CheckUnchanged() const {
+    return mapped_ ? mapped_->CheckUnchanged() : base::Status::Ok();
+}
 
 base::Status ZipReader::CheckEntry(const ZipEntry& entry, std::uint64_t limit) const {
     auto fail = [&](const std::string& why) {

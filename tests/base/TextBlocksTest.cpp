@@ -13,7 +13,7 @@ TEST(TextBlocks, KeptTextsStayWhileManyMoreAreKept) {
     TextBlocks blocks(64);
     std::vector<std::string_view> kept;
     for (int i = 0; i < 1000; ++i) kept.push_back(blocks.Keep("text " + std::to_string(i)));
-    for (int i = 0; i < 1000; ++i) EXPECT_EQ(kept[static_cast<std::size_t>(i)], "text " + std::to_string(i));
+    for (std::size_t i = 0; i < kept.size(); ++i) EXPECT_EQ(kept[i], "text " + std::to_string(i));
 }
 
 TEST(TextBlocks, ATextLongerThanABlockIsKeptWhole) {

@@ -82,10 +82,15 @@ TEST(Workbook, AMappedWorkbookThatAnotherProgramChangedMeanwhileIsNotSaved) {
     std::ofstream(path, std::ios::binary | std::ios::app) << "appended";
     const base::Status saved = (*book)->Save(target);
     ASSERT_FALSE(saved.IsOk());
-    EXPECT_NE(saved.Message().find(path + ": the file changed on disk while it was open"), std::string::npos)
+    EXPECT_NE(saved.Message().find(path + ": the file changed on disk while it was open"),
+              std::string::npos)
         << saved.Message();
     EXPECT_FALSE(std::filesystem::exists(target));
     EXPECT_FALSE((*book)->SaveImage().IsOk());
+    // A sheet not read yet is not read from it either.
+    const base::Status read = (*book)->Sheet(1)->Load();
+    ASSERT_FALSE(read.IsOk());
+    EXPECT_NE(read.Message().find("changed on disk"), std::string::npos) << read.Message();
 }
 
 TEST(Workbook, AnUnchangedSheetUnloadsAndReadsItsCellsAndNotesAgain) {
@@ -1259,7 +1264,8 @@ TEST(SharedStringsTable, ItemsWithSomethingToDecodeGiveTheirDecodedTextsAndOther
     ASSERT_TRUE(table.Load(read, "book.xlsx: xl/sharedStrings.xml"));
     const std::vector<std::string> expected = {"plain text of forty characters or more, 0",
                                                "A & B", "line\rend", "one\ntwo", "<kept>",
-                                               "before after", "rich", "  spaced  ", "snake_x_case", ""};
+                                               "before after", "rich", "  spaced  ",
+                                               "snake_x_case", ""};
     ASSERT_EQ(table.Size(), expected.size());
     for (std::size_t i = 0; i < expected.size(); ++i) EXPECT_EQ(table.Text(i), expected[i]) << i;
     EXPECT_EQ(table.Text(expected.size()), "");
@@ -1271,7 +1277,8 @@ TEST(SharedStringsTable, ItemsThatReadAsTheyStandCostNoCopyOfTheirText) {
     std::string xml = "<sst xmlns=\"http://schemas.openxmlformats.org/spreadsheetml/2006/main\">";
     constexpr int kCount = 200000;
     for (int i = 0; i < kCount; ++i)
-        xml += "<si><t>an item text long enough for a heap, " + std::to_string(100000 + i) + "</t></si>";
+        xml += "<si><t>an item text long enough for a heap, " + std::to_string(100000 + i) +
+               "</t></si>";
     xml += "</sst>";
     const auto inUse = [] {
         const struct mallinfo2 info = mallinfo2();

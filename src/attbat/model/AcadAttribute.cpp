@@ -10,6 +10,8 @@ AcadAttribute::AcadAttribute(std::string tag, std::string_view value, int kind)
 
 std::string AcadAttribute::DisplayName() const { return DupName(tag, dupIndex); }
 
-std::string AcadAttribute::HandleText() const { return handle ? cad::HandleText(handle) : std::string(); }
+std::string AcadAttribute::HandleText() const {
+    return handle ? cad::HandleText(handle) : std::string();
+}
 
 }  // namespace attbat
