@@ -69,21 +69,22 @@ Workbook::Workbook() : workbookXml_(std::make_unique<pugi::xml_document>()) {}
 Workbook::~Workbook() = default;
 
 base::Result<std::unique_ptr<Workbook>> Workbook::Open(const std::string& path) {
-    if (base::EndsWithCommand()) return OpenMapped(path);
+    return base::EndsWithCommand() ? OpenMapped(path) : OpenCopied(path);
+}
+
+base::Result<std::unique_ptr<Workbook>> Workbook::OpenCopied(const std::string& path) {
     auto bytes = base::ReadFile(path);
     if (!bytes) return bytes.GetStatus();
     return FromPackage(Package::Open(std::move(*bytes), path), path);
 }
 
 base::Result<std::unique_ptr<Workbook>> Workbook::OpenMapped(const std::string& path) {
-    // What isn't a non-empty regular file is read as Open reads it, which says what is wrong.
+    // What isn't a non-empty regular file is copied, and the copy's reading says what is wrong.
     const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
     struct stat info {};
     if (fd < 0 || ::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode) || info.st_size == 0) {
         if (fd >= 0) ::close(fd);
-        auto bytes = base::ReadFile(path);
-        if (!bytes) return bytes.GetStatus();
-        return FromPackage(Package::Open(std::move(*bytes), path), path);
+        return OpenCopied(path);
     }
     auto mapped = base::MappedFile::Map(fd, path);
     if (!mapped) return mapped.GetStatus();

@@ -35,7 +35,9 @@ public:
     // on holds a copy, which no other program's writes can reach.
     static base::Result<std::unique_ptr<Workbook>> Open(const std::string& path);
     // Opens a workbook file through a map of it: a part is held while it is read, the rest stays
-    // in the system's cache. A save is refused once another program changed the file meanwhile.
+    // in the system's cache. Once another program changed the file meanwhile, its parts are
+    // neither read nor saved from it; a file cut short meanwhile stops the process with a line
+    // that says so (base::MappedFile).
     static base::Result<std::unique_ptr<Workbook>> OpenMapped(const std::string& path);
     // Opens a workbook from the bytes of a file; `label` names it in messages.
     static base::Result<std::unique_ptr<Workbook>> OpenImage(std::string image, std::string_view label);
@@ -98,6 +100,8 @@ public:
 private:
     friend class Worksheet;
     Workbook();
+    // Opens a workbook file from a copy of its bytes.
+    static base::Result<std::unique_ptr<Workbook>> OpenCopied(const std::string& path);
     // The workbook of a package just opened, read from `path` (empty for an image).
     static base::Result<std::unique_ptr<Workbook>> FromPackage(base::Result<Package> pkg,
                                                                std::string path);
