@@ -79,7 +79,8 @@ base::Result<std::unique_ptr<Workbook>> Workbook::OpenCopied(const std::string& 
 }
 
 base::Result<std::unique_ptr<Workbook>> Workbook::OpenMapped(const std::string& path) {
-    // What isn't a non-empty regular file is copied, and the copy's reading says what is wrong.
+    // What isn't a non-empty regular file, or can't be mapped, is copied; the copy's reading says
+    // what is wrong with it.
     const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
     struct stat info {};
     if (fd < 0 || ::fstat(fd, &info) != 0 || !S_ISREG(info.st_mode) || info.st_size == 0) {
@@ -87,7 +88,7 @@ base::Result<std::unique_ptr<Workbook>> Workbook::OpenMapped(const std::string& 
         return OpenCopied(path);
     }
     auto mapped = base::MappedFile::Map(fd, path);
-    if (!mapped) return mapped.GetStatus();
+    if (!mapped) return OpenCopied(path);
     return FromPackage(Package::Open(std::move(*mapped), path), path);
 }
 

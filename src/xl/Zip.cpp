@@ -382,6 +382,8 @@ base::Status ZipReader::CheckUnchanged() const {
 }
 
 base::Status ZipReader::CheckEntry(const ZipEntry& entry, std::uint64_t limit) const {
+    // A mapped file another program wrote to meanwhile is said to be so, not read as damaged.
+    if (base::Status st = CheckUnchanged(); !st) return st;
     auto fail = [&](const std::string& why) {
         return base::Status::Error(label_ + ": part " + entry.name + ": " + why);
     };

@@ -44,8 +44,9 @@ public:
     std::string_view RawData(const ZipEntry& entry) const;
     // Uncompressed bytes, refusing more than `limit` bytes (zip bombs) and reporting a bad CRC.
     base::Result<std::string> Extract(const ZipEntry& entry, std::uint64_t limit) const;
-    // What is wrong with an entry before any of it is read (encrypted, above `limit`, running
-    // past the file, an unknown method) as an error naming it; ok when it can be read.
+    // What is wrong with an entry before any of it is read (the mapped file changed, encrypted,
+    // above `limit`, running past the file, an unknown method) as an error naming it; ok when it
+    // can be read.
     base::Status CheckEntry(const ZipEntry& entry, std::uint64_t limit) const;
     // The file name used in messages.
     const std::string& Label() const { return label_; }
