@@ -12,7 +12,7 @@ class AcadAttribute {
 public:
     // Empty texts and zero numbers.
     AcadAttribute() = default;
-    // Trims blanks around `value`; prompt, handle and flags stay empty or 0.
+    // Trims blanks around `value`; handle and flags stay 0.
     AcadAttribute(std::string tag, std::string_view value, int kind);
 
     // The column name of this value: the tag, or "%s_Dup(%d)" for a later one of its tag.
@@ -21,10 +21,10 @@ public:
     std::string HandleText() const;
 
     // Texts first, then numbers, then flags, so a value pays little padding: a drawing holds
-    // many (120 bytes each), and an import's update list one per cell.
+    // many (88 bytes each), and an import's update list one per cell. The prompt of an
+    // attribute is its block's: AcadAttributeDefArray::PromptOf(tag, dupIndex).
     std::string tag;         // attribute tag, dynamic property name or long property name
     std::string value;
-    std::string prompt;      // prompt of the matching definition, or empty
     cad::Handle handle = 0;  // the attribute entity's handle; 0 for a property
     int dupIndex = 0;        // 0 for the first of its tag on the reference (case counts), 1...
     int kind = 0;            // 0 attribute or dynamic property, else the property's bit

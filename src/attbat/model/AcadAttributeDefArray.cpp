@@ -34,7 +34,7 @@ int AcadAttributeDefArray::CountNonProperties() const {
     return count;
 }
 
-std::string AcadAttributeDefArray::PromptOf(std::string_view tag, int dupIndex) const {
+std::string_view AcadAttributeDefArray::PromptOf(std::string_view tag, int dupIndex) const {
     for (const AcadAttributeDef& item : *this) {
         if (item.tag == tag && item.dupIndex == dupIndex) return item.prompt;
     }

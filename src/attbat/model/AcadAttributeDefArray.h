@@ -19,7 +19,7 @@ public:
     // Number of elements whose kind isn't 1 (attributes and dynamic properties).
     int CountNonProperties() const;
     // Prompt of the element with that tag (case counts) and dupIndex; empty when none.
-    std::string PromptOf(std::string_view tag, int dupIndex) const;
+    std::string_view PromptOf(std::string_view tag, int dupIndex) const;
     // Raises def.dupIndex by one for each element of the same tag, then appends; returns the index.
     int AddAppend(AcadAttributeDef def);
     // Numbers like AddAppend, then inserts before the first element with a greater x, so that

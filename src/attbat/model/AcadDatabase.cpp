@@ -358,7 +358,7 @@ void ReadReference(BlockRead& read, ReadContext& ctx, const CachedRef& cached, s
     }
     AddConstantAttributes(row, block.defs);
     AddDynamicPropertiesFrom(block, read.source, ref, row);
-    AssignDupAndPrompt(row, block.defs);
+    NumberRepeatedTags(row);
     // A nested block counts once per outer instance; the last of its rows takes the values.
     for (std::size_t k = 0; k < owners.size(); ++k) {
         const ObjectId id = owners[k];
@@ -587,7 +587,7 @@ base::Status ReadOneMLeader(AcadBlockArray& blocks, const cad::MLeader& leader, 
         attribute.constant = def.IsConstant();
         row.attributes.Add(std::move(attribute));
     }
-    AssignDupAndPrompt(row, block->defs);
+    NumberRepeatedTags(row);
     block->refs.AddSorted(std::move(row));
     return base::Status::Ok();
 }
@@ -615,7 +615,7 @@ void AddRefFromEntity(AcadBlock& block, const cad::BlockReference& ref, bool sor
     }
     AddConstantAttributes(row, block.defs);
     AddDynamicProperties(block, ref, row);
-    AssignDupAndPrompt(row, block.defs);
+    NumberRepeatedTags(row);
     if (sorted) block.refs.AddSorted(std::move(row));
     else block.refs.Add(std::move(row));
 }
@@ -803,7 +803,7 @@ void AddDynamicProperties(AcadBlock& block, const cad::BlockReference& reference
     AddDynamicPropertiesFrom(block, DynamicBlockOf(reference), reference, row);
 }
 
-void AssignDupAndPrompt(AcadBlockRef& row, const AcadAttributeDefArray& defs) {
+void NumberRepeatedTags(AcadBlockRef& row) {
     // A reference holds a handful of values: counting the earlier ones of each tag costs less
     // than a map, which only a long row needs.
     constexpr int kShortRow = 32;
@@ -817,13 +817,6 @@ void AssignDupAndPrompt(AcadBlockRef& row, const AcadAttributeDefArray& defs) {
                 attribute.dupIndex += earlier->tag == attribute.tag;
         } else {
             attribute.dupIndex = seen[attribute.tag]++;
-        }
-        attribute.prompt.clear();
-        for (const AcadAttributeDef& def : defs) {
-            if (def.tag == attribute.tag && def.dupIndex == attribute.dupIndex) {
-                attribute.prompt = def.prompt;
-                break;
-            }
         }
     }
 }

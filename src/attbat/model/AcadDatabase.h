@@ -57,8 +57,8 @@ base::Status ReadOneMLeader(AcadBlockArray& blocks, const cad::MLeader& leader, 
 void ReadMLeadersOfDatabase(AcadBlockArray& blocks, cad::Database& db, std::string_view name);
 
 // Rows of single references read by handle, as a selection read makes them: top level, the
-// drawing's own units, values as stored, prompts and constants from their block's definitions
-// (read once per block). What an upload compares a cell with.
+// drawing's own units, values as stored, constants from their block's definitions (read once
+// per block). What an upload compares a cell with.
 class ReferenceRowReader {
 public:
     // `name` stands as each row's drawing.
@@ -98,9 +98,9 @@ std::string PropertyText(const DynamicProperty& property, int lunits, int aunits
 // Appends the dynamic properties of `reference` to `row`; for an anonymous block it adds their
 // columns and gives the block its true name when the copy came from a named dynamic block.
 void AddDynamicProperties(AcadBlock& block, const cad::BlockReference& reference, AcadBlockRef& row);
-// Numbers each attribute among the earlier ones of its tag and takes the prompt of the
-// definition with the same tag and number; none leaves the prompt empty.
-void AssignDupAndPrompt(AcadBlockRef& row, const AcadAttributeDefArray& defs);
+// Numbers each value among the earlier ones of its tag (dupIndex), which with the tag names its
+// definition, and so its prompt, in the block.
+void NumberRepeatedTags(AcadBlockRef& row);
 // Appends each constant definition's value that the row lacks, marked constant.
 void AddConstantAttributes(AcadBlockRef& row, const AcadAttributeDefArray& defs);
 

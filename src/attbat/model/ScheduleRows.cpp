@@ -126,8 +126,9 @@ int PropertyBitOfColumn(std::string_view column) {
     return 0;
 }
 
-bool ResolvedCellText(const AcadBlockRef& row, std::string_view column, int bit,
-                      std::string& valueOut, std::string& keyOut, const AcadBlockView& view,
+bool ResolvedCellText(const AcadBlockRef& row, const AcadAttributeDefArray& defs,
+                      std::string_view column, int bit, std::string& valueOut,
+                      std::string& keyOut, const AcadBlockView& view,
                       const DrawingContext& drawing);
 
 // The columns of a group as its rows' values find them: property columns by their bit, the
@@ -154,10 +155,11 @@ public:
     // The property bit of column `c`; 0 for an attribute column.
     int BitOf(int c) const { return bits_[static_cast<std::size_t>(c)]; }
 
-    // Writes each attribute column's value and key from `row` to the cells from `first` on of
-    // `values` and `keys`, leaving the cells of columns no value matches as they are (empty).
-    // `filled` is scratch.
-    void Fill(const AcadBlockRef& row, const AcadBlockView& view, std::vector<char>& filled,
+    // Writes each attribute column's value and key from `row` of the block with definitions
+    // `defs` to the cells from `first` on of `values` and `keys`, leaving the cells of columns
+    // no value matches as they are (empty). `filled` is scratch.
+    void Fill(const AcadBlockRef& row, const AcadAttributeDefArray& defs,
+              const AcadBlockView& view, std::vector<char>& filled,
               tables::CStringArrayEx& values, tables::CStringArrayEx& keys, int first) const {
         if (byName_.empty()) return;
         filled.assign(bits_.size(), 0);
@@ -167,7 +169,7 @@ public:
             if (skipEmpty && attribute.value.empty()) continue;
             std::string_view name = attribute.tag;
             if (view.promptAsHeader) {
-                name = attribute.prompt;
+                name = defs.PromptOf(attribute.tag, attribute.dupIndex);
             } else if (attribute.dupIndex >= 1) {
                 dupName = DupName(attribute.tag, attribute.dupIndex);
                 name = dupName;
@@ -398,7 +400,8 @@ void AddGroup(const AcadBlockArray& blockArray, RowTable& rows, RowTable& keys,
                 const int bit = attributeColumns.BitOf(c);
                 if (bit != 0) PropertyCell(row, bit, view.areaUnit, values[cell], rowKeys[cell], drawing);
             }
-            attributeColumns.Fill(row, view, filled, values, rowKeys, firstColumnCell);
+            attributeColumns.Fill(row, block->defs, view, filled, values, rowKeys,
+                                  firstColumnCell);
             if (trimEachRow) {
                 rows.Add(TakeCells(values));
                 keys.Add(TakeCells(rowKeys));
@@ -422,16 +425,18 @@ void AddGroup(const AcadBlockArray& blockArray, RowTable& rows, RowTable& keys,
     handOver();
 }
 
-bool CellText(const AcadBlockRef& row, std::string_view column, std::string& valueOut,
-              std::string& keyOut, const AcadBlockView& view, const DrawingContext& drawing) {
-    return ResolvedCellText(row, column, PropertyBitOfColumn(column), valueOut, keyOut, view,
-                            drawing);
+bool CellText(const AcadBlockRef& row, const AcadAttributeDefArray& defs,
+              std::string_view column, std::string& valueOut, std::string& keyOut,
+              const AcadBlockView& view, const DrawingContext& drawing) {
+    return ResolvedCellText(row, defs, column, PropertyBitOfColumn(column), valueOut, keyOut,
+                            view, drawing);
 }
 
 namespace {
 
-bool ResolvedCellText(const AcadBlockRef& row, std::string_view column, int bit,
-                      std::string& valueOut, std::string& keyOut, const AcadBlockView& view,
+bool ResolvedCellText(const AcadBlockRef& row, const AcadAttributeDefArray& defs,
+                      std::string_view column, int bit, std::string& valueOut,
+                      std::string& keyOut, const AcadBlockView& view,
                       const DrawingContext& drawing) {
     valueOut.clear();
     keyOut.clear();
@@ -442,8 +447,9 @@ bool ResolvedCellText(const AcadBlockRef& row, std::string_view column, int bit,
     const bool skipEmpty = !view.noValueTags.IsEmpty();
     for (const AcadAttribute& attribute : row.attributes) {
         if (skipEmpty && attribute.value.empty()) continue;
-        const bool match = view.promptAsHeader ? attribute.prompt == column
-                                               : MatchesColumn(attribute, column);
+        const bool match = view.promptAsHeader
+                               ? defs.PromptOf(attribute.tag, attribute.dupIndex) == column
+                               : MatchesColumn(attribute, column);
         if (!match) continue;
         valueOut = attribute.value;
         // A constant attribute can't be written back, so its cell gets no key.

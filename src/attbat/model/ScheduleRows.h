@@ -12,6 +12,7 @@
 
 namespace attbat {
 
+class AcadAttributeDefArray;
 class AcadBlock;
 class AcadBlockArray;
 class AcadBlockFilter;
@@ -52,9 +53,11 @@ void AddGroup(const AcadBlockArray& blockArray, RowTable& rows, RowTable& keys,
 // Drops the trailing empty cells of `row` and the room they took.
 void TrimTrailingEmpty(tables::CStringArrayEx& row);
 // The value and key of one cell of `row` under a column name; false (both empty) when the row
-// has nothing for that column.
-bool CellText(const AcadBlockRef& row, std::string_view column, std::string& valueOut,
-              std::string& keyOut, const AcadBlockView& view, const DrawingContext& drawing);
+// has nothing for that column. `defs` are the definitions of the row's block, whose prompts
+// name the columns under promptAsHeader.
+bool CellText(const AcadBlockRef& row, const AcadAttributeDefArray& defs,
+              std::string_view column, std::string& valueOut, std::string& keyOut,
+              const AcadBlockView& view, const DrawingContext& drawing);
 // The same by short key ("PosX", "OPArea.sq.ft.", a tag): properties only when `isProperty`
 // ("Layer" always), attributes by tag alone; `isDistanceOut` tells a dynamic distance value.
 bool CellTextByKey(const AcadBlockRef& row, std::string_view shortKey, std::string& valueOut,

@@ -62,12 +62,20 @@ private:
 
 // An attribute as the reader makes it, with its own handle.
 inline AcadAttribute Att(std::string tag, std::string value, int dupIndex = 0,
-                         std::string handle = {}, std::string prompt = {}) {
+                         std::string handle = {}) {
     AcadAttribute attribute(std::move(tag), value, 0);
     attribute.dupIndex = dupIndex;
     attribute.handle = handle.empty() ? 0 : cad::ParseHandle(handle);
-    attribute.prompt = std::move(prompt);
     return attribute;
+}
+
+// Definitions of the given tags with their prompts, in that order; a repeated tag is numbered.
+inline AcadAttributeDefArray Defs(
+    std::initializer_list<std::pair<const char*, const char*>> tagsAndPrompts) {
+    AcadAttributeDefArray defs;
+    for (const auto& [tag, prompt] : tagsAndPrompts)
+        defs.AddAppend(AcadAttributeDef(tag, prompt, Point3d{}, 0, 0, 0, 0, 0));
+    return defs;
 }
 
 // A top-level row in model space of drawing C:\a.dwg.

@@ -16,6 +16,7 @@ namespace {
 
 using testing::Att;
 using testing::Block;
+using testing::Defs;
 using testing::FakeDrawing;
 using testing::Row;
 
@@ -30,9 +31,9 @@ struct Cell {
 };
 
 Cell CellOf(const AcadBlockRef& row, std::string_view column, const AcadBlockView& view = {},
-            const FakeDrawing& drawing = {}) {
+            const FakeDrawing& drawing = {}, const AcadAttributeDefArray& defs = {}) {
     Cell cell;
-    cell.found = CellText(row, column, cell.value, cell.key, view, drawing);
+    cell.found = CellText(row, defs, column, cell.value, cell.key, view, drawing);
     return cell;
 }
 
@@ -43,14 +44,19 @@ AcadBlockRef DoorRow() {
     row.rotation = 1.5;
     row.aunits = 3;
     row.layer.name = "DOORS";
-    row.attributes.Add(Att("DOOR", "D1", 0, "2F5", "Door"));
-    row.attributes.Add(Att("DOOR", "D2", 1, "2F4", "Door 2"));
+    row.attributes.Add(Att("DOOR", "D1", 0, "2F5"));
+    row.attributes.Add(Att("DOOR", "D2", 1, "2F4"));
     AcadAttribute noHandle = Att("DOOR", "D3", 2);
     row.attributes.Add(noHandle);
-    AcadAttribute fixed = Att("MAKER", "Orvane", 0, "2F6", "Maker");
+    AcadAttribute fixed = Att("MAKER", "Orvane", 0, "2F6");
     fixed.constant = 1;
     row.attributes.Add(fixed);
     return row;
+}
+
+// The definitions of DoorRow's block: the third DOOR has none, so no prompt.
+AcadAttributeDefArray DoorDefs() {
+    return Defs({{"DOOR", "Door"}, {"DOOR", "Door 2"}, {"MAKER", "Maker"}});
 }
 
 TEST(CellText, FirstAttributeOfItsTagHasTheTagKey) {
@@ -75,13 +81,13 @@ TEST(CellText, LaterAttributeWithoutAHandleHasTheDupNameInTheKey) {
 TEST(CellText, PromptAsHeaderMatchesByPromptAndKeysTheLaterAttributeByItsHandle) {
     AcadBlockView view;
     view.promptAsHeader = 1;
-    const Cell later = CellOf(DoorRow(), "Door 2", view);
+    const Cell later = CellOf(DoorRow(), "Door 2", view, {}, DoorDefs());
     EXPECT_EQ(later.value, "D2");
     EXPECT_EQ(later.key, "C:\\a.dwg<2F3_DOOR(2F4)>");
-    const Cell first = CellOf(DoorRow(), "Door", view);
+    const Cell first = CellOf(DoorRow(), "Door", view, {}, DoorDefs());
     EXPECT_EQ(first.key, "C:\\a.dwg<2F3_DOOR>");
-    EXPECT_FALSE(CellOf(DoorRow(), "DOOR", view).found);
-    EXPECT_FALSE(CellOf(DoorRow(), "door 2", view).found);
+    EXPECT_FALSE(CellOf(DoorRow(), "DOOR", view, {}, DoorDefs()).found);
+    EXPECT_FALSE(CellOf(DoorRow(), "door 2", view, {}, DoorDefs()).found);
 }
 
 TEST(CellText, AConstantAttributesValueShowsButItsKeyCellIsEmpty) {
@@ -164,15 +170,16 @@ TEST(CellText, AreaTextsAndKeysFollowTheAreaUnit) {
 
 TEST(CellText, WithNoValueTagsAnEmptyValueIsPassedOver) {
     AcadBlockRef row = Row("1");
-    row.attributes.Add(Att("A", "", 0, "", "Same"));
-    row.attributes.Add(Att("B", "b", 0, "", "Same"));
+    row.attributes.Add(Att("A", ""));
+    row.attributes.Add(Att("B", "b"));
+    const AcadAttributeDefArray defs = Defs({{"A", "Same"}, {"B", "Same"}});
     AcadBlockView view;
     view.promptAsHeader = 1;
-    EXPECT_EQ(CellOf(row, "Same", view).value, "");
-    EXPECT_EQ(CellOf(row, "Same", view).key, "C:\\a.dwg<1_A>");
+    EXPECT_EQ(CellOf(row, "Same", view, {}, defs).value, "");
+    EXPECT_EQ(CellOf(row, "Same", view, {}, defs).key, "C:\\a.dwg<1_A>");
     view.noValueTags.Add(AcadAttDefTag("X", 0, 0));
-    EXPECT_EQ(CellOf(row, "Same", view).value, "b");
-    EXPECT_EQ(CellOf(row, "Same", view).key, "C:\\a.dwg<1_B>");
+    EXPECT_EQ(CellOf(row, "Same", view, {}, defs).value, "b");
+    EXPECT_EQ(CellOf(row, "Same", view, {}, defs).key, "C:\\a.dwg<1_B>");
 }
 
 TEST(CellTextByKey, PropertiesByShortKeyWithTheAreaUnitFromTheSuffix) {
@@ -640,6 +647,7 @@ TEST(AddGroup, AnEmptyGroupAddsNothing) {
 // One group of DoorRow under `columns` (header style 0, no header, no identity or count column).
 tables::CStringArrayEx GroupCells(const tables::CStringArrayEx& columns, AcadBlockView view, tables::CStringArrayEx* keys) {
     AcadBlock block = Block("DOOR", {});
+    block.defs = DoorDefs();
     block.refs.Add(DoorRow());
     AcadBlockArray blocks;
     blocks.Add(block);
@@ -667,7 +675,7 @@ TEST(AddGroup, EachCellIsTheCellTextOfItsColumn) {
         const tables::CStringArrayEx cells = GroupCells(columns, view, &keys);
         ASSERT_EQ(cells.GetSize(), columns.GetSize() + 1);
         for (int c = 0; c < columns.GetSize(); ++c) {
-            const Cell expected = CellOf(DoorRow(), columns[c], view);
+            const Cell expected = CellOf(DoorRow(), columns[c], view, {}, DoorDefs());
             EXPECT_EQ(cells[c + 1], expected.value) << columns[c] << " " << promptAsHeader;
             EXPECT_EQ(keys[c + 1], expected.key) << columns[c] << " " << promptAsHeader;
         }

@@ -6,6 +6,10 @@
 #include <fmt/format.h>
 
 #include "ReaderFixture.h"
+#include "attbat/model/AcadBlockFilter.h"
+#include "attbat/model/AcadBlockView.h"
+#include "attbat/model/CadDrawingContext.h"
+#include "attbat/model/ScheduleRows.h"
 #include "base/File.h"
 #include "base/Path.h"
 #include "host/Document.h"
@@ -140,7 +144,8 @@ TEST_F(AcadDatabaseTest, ConstantAttributeComesFromItsDefinition) {
     ASSERT_GE(kind, 0);
     EXPECT_EQ(attributes[kind].value, "FIXED");
     EXPECT_EQ(attributes[kind].constant, 1);
-    EXPECT_EQ(attributes[attributes.IndexOfTag("TAG")].prompt, "Tag?");
+    EXPECT_EQ(inner->defs.PromptOf("TAG", attributes[attributes.IndexOfTag("TAG")].dupIndex),
+              "Tag?");
 }
 
 TEST_F(AcadDatabaseTest, InvisibleReferenceIsAbsent) {
@@ -172,9 +177,25 @@ TEST_F(AcadDatabaseTest, RepeatedTagsAreNumberedAndTakeTheirOwnPrompts) {
     const auto& attributes = dup->refs[0].attributes;
     ASSERT_EQ(attributes.GetSize(), 2);
     EXPECT_EQ(attributes[1].dupIndex, 1);
-    EXPECT_EQ(attributes[0].prompt, "first A");
-    EXPECT_EQ(attributes[1].prompt, "second A");
+    EXPECT_EQ(dup->defs.PromptOf(attributes[0].tag, attributes[0].dupIndex), "first A");
+    EXPECT_EQ(dup->defs.PromptOf(attributes[1].tag, attributes[1].dupIndex), "second A");
     EXPECT_EQ(attributes.Get("A", 1), "two");
+}
+
+TEST_F(AcadDatabaseTest, UnderPromptAsHeaderRepeatedTagsAreColumnsOfTheirOwnPrompts) {
+    AcadBlockArray blocks = Read(ReaderData("nested.dxf"));
+    attbat::AcadBlockView view;
+    view.promptAsHeader = 1;
+    view.showName = 0;
+    view.showCount = 0;
+    view.headerStyle = 1;  // the block's own columns
+    attbat::RowTable rows;
+    attbat::RowTable keys;
+    attbat::BuildRows(blocks, rows, keys, view, attbat::AcadBlockFilter(), {"DUP"},
+                      attbat::CadDrawingContext());
+    ASSERT_EQ(rows.GetSize(), 2);
+    EXPECT_EQ(rows[0], (tables::CStringArrayEx{"Block Name", "first A", "second A"}));
+    EXPECT_EQ(rows[1], (tables::CStringArrayEx{"DUP", "one", "two"}));
 }
 
 TEST_F(AcadDatabaseTest, BlockThatCameWithAnXrefIsReadThroughTheXrefUnderItsPlainName) {
