@@ -1,6 +1,7 @@
 #include "attbat/import/ImportByHandle.h"
 
 #include <algorithm>
+#include <deque>
 #include <future>
 #include <map>
 #include <memory>
@@ -12,7 +13,6 @@
 #include "attbat/model/DrawingWriter.h"
 #include "attbat/model/PropertyTable.h"
 #include "base/Format.h"
-#include "base/Memory.h"
 #include "base/Text.h"
 #include "cad/BlockReference.h"
 #include "cad/units/UnitSettings.h"
@@ -296,13 +296,28 @@ bool ParseImportKey(std::string_view key, const ImportByHandleOptions& options,
     return !parts.handle.empty() && !parts.tag.empty();
 }
 
-AcadBlockRefArray BuildImportList(const ImportMap& map, const ImportByHandleOptions& options,
-                                  std::string_view currentPath, std::vector<std::string>& skipped) {
-    // Two passes over the keys: the first finds each one's row and counts the row's values, so
-    // that the rows are made once with room for their values, which the second pass appends;
-    // rows come in the order of their first key, values in key order.
-    std::vector<int> rowOfKey(map.size(), -1);
-    std::vector<std::size_t> lastKeyOfRow;
+namespace {
+
+// The rows of an import's keys. One pass over the keys finds each key's row (one per drawing
+// and handle) and each row's drawing, handle and number of values; the rows are then made from
+// the keys with room for their values, which are appended in key order. Rows come in the order
+// of their first key.
+class ImportRows {
+public:
+    // Skip lines are appended to `skipped` once each. The map and options are read again when
+    // the rows are made, so they outlive this.
+    ImportRows(const ImportMap& map, const ImportByHandleOptions& options,
+               std::string_view currentPath, std::vector<std::string>& skipped);
+
+    // Every row, made at once; a long list is filled on two threads.
+    AcadBlockRefArray All() const;
+    // Gives each row whose drawing `wanted` takes to `take`, in row order, each made once its
+    // last key is read, so that few rows are held at a time.
+    void Walk(const DrawingFilter& wanted, const RowTaker& take) const;
+    // The rows' drawing texts: a text once per run of rows.
+    const std::vector<std::string>& Drawings() const { return pathTexts_; }
+
+private:
     // Each row's drawing (as its first key writes it), handle (a view into that key) and number
     // of values.
     struct RowStart {
@@ -310,70 +325,129 @@ AcadBlockRefArray BuildImportList(const ImportMap& map, const ImportByHandleOpti
         std::string_view handle;
         int values = 0;
     };
-    std::vector<RowStart> starts;
-    std::vector<std::string> pathTexts;
-    {
-        KeyPaths paths(options, currentPath);
-        RowsByHandle index;
-        std::size_t k = 0;
-        for (const auto& [text, value] : map) {
-            const KeyParts parts = SplitImportKey(text, options);
-            const KeyPaths::Path& path = paths.Of(parts.path);
-            if (!path.skip.empty()) {
-                if (std::find(skipped.begin(), skipped.end(), path.skip) == skipped.end())
-                    skipped.push_back(path.skip);
-            } else if (!parts.handle.empty() && !parts.tag.empty()) {
-                int row = index.Find(path.id, parts.handle);
-                if (row < 0) {
-                    if (pathTexts.empty() || pathTexts.back() != path.trimmed)
-                        pathTexts.push_back(path.trimmed);
-                    row = static_cast<int>(starts.size());
-                    starts.push_back({pathTexts.size() - 1, parts.handle});
-                    index.Add(row);
-                    lastKeyOfRow.push_back(k);
-                }
-                ++starts[static_cast<std::size_t>(row)].values;
-                rowOfKey[k] = row;
-                lastKeyOfRow[static_cast<std::size_t>(row)] = k;
+
+    // Row `row` without values, with room for them.
+    AcadBlockRef Start(std::size_t row) const;
+    // Appends the value of key `k` to its row.
+    void AddValue(AcadBlockRef& row, std::size_t k) const;
+
+    const std::vector<arxutils::KeyLines::Entry>& entries_;
+    const ImportByHandleOptions& options_;
+    std::vector<int> rowOfKey_;               // -1 for a key that names no row
+    std::vector<std::size_t> lastKeyOfRow_;
+    std::vector<RowStart> starts_;
+    std::vector<std::string> pathTexts_;
+};
+
+ImportRows::ImportRows(const ImportMap& map, const ImportByHandleOptions& options,
+                       std::string_view currentPath, std::vector<std::string>& skipped)
+    : entries_(map.Entries()), options_(options), rowOfKey_(map.size(), -1) {
+    KeyPaths paths(options, currentPath);
+    RowsByHandle index;
+    std::size_t k = 0;
+    for (const auto& [text, value] : entries_) {
+        const KeyParts parts = SplitImportKey(text, options);
+        const KeyPaths::Path& path = paths.Of(parts.path);
+        if (!path.skip.empty()) {
+            if (std::find(skipped.begin(), skipped.end(), path.skip) == skipped.end())
+                skipped.push_back(path.skip);
+        } else if (!parts.handle.empty() && !parts.tag.empty()) {
+            int row = index.Find(path.id, parts.handle);
+            if (row < 0) {
+                if (pathTexts_.empty() || pathTexts_.back() != path.trimmed)
+                    pathTexts_.push_back(path.trimmed);
+                row = static_cast<int>(starts_.size());
+                starts_.push_back({pathTexts_.size() - 1, parts.handle});
+                index.Add(row);
+                lastKeyOfRow_.push_back(k);
             }
-            ++k;
+            ++starts_[static_cast<std::size_t>(row)].values;
+            rowOfKey_[k] = row;
+            lastKeyOfRow_[static_cast<std::size_t>(row)] = k;
         }
+        ++k;
     }
-    // The rows are held while the drawings are read and written: made in room of their exact
-    // number, each with room for its values, on this thread, whose heap is faulted in ahead.
+}
+
+AcadBlockRef ImportRows::Start(std::size_t row) const {
+    AcadBlockRef made;
+    made.dwgFile = pathTexts_[starts_[row].path];
+    made.handle = starts_[row].handle;
+    made.attributes.Reserve(starts_[row].values);
+    return made;
+}
+
+void ImportRows::AddValue(AcadBlockRef& row, std::size_t k) const {
+    const KeyParts parts = SplitImportKey(entries_[k].key, options_);
+    AcadBlockRefArray::AppendValue(row, parts.tag, entries_[k].value, parts.isProperty);
+}
+
+AcadBlockRefArray ImportRows::All() const {
+    // Made in room of their exact number on this thread, whose heap is faulted in ahead.
     AcadBlockRefArray rows;
-    rows.Reserve(static_cast<int>(starts.size()));
-    for (const RowStart& start : starts) {
-        AcadBlockRef row;
-        row.dwgFile = pathTexts[start.path];
-        row.handle = start.handle;
-        row.attributes.Reserve(start.values);
-        rows.Add(std::move(row));
-    }
+    rows.Reserve(static_cast<int>(starts_.size()));
+    for (std::size_t row = 0; row < starts_.size(); ++row) rows.Add(Start(row));
     // The values of keys [first, last) appended to their rows in key order. Two ranges that
     // share no row are filled at once.
-    const std::vector<arxutils::KeyLines::Entry>& entries = map.Entries();
     const auto fill = [&](std::size_t first, std::size_t last) {
         for (std::size_t k = first; k < last; ++k) {
-            const int row = rowOfKey[k];
-            if (row < 0) continue;
-            const KeyParts parts = SplitImportKey(entries[k].key, options);
-            rows[row].attributes.Add(AcadAttribute(std::string(parts.tag), entries[k].value,
-                                                   parts.isProperty ? PropertyBitOf(parts.tag) : 0));
+            if (rowOfKey_[k] >= 0) AddValue(rows[rowOfKey_[k]], k);
         }
     };
-    std::size_t cut = map.size() < kKeysForTwoThreads ? 0 : CutKeys(rowOfKey, lastKeyOfRow);
+    const std::size_t keys = rowOfKey_.size();
+    std::size_t cut = keys < kKeysForTwoThreads ? 0 : CutKeys(rowOfKey_, lastKeyOfRow_);
     std::future<void> firstPart;
-    if (cut > 0 && cut < map.size()) {
+    if (cut > 0 && cut < keys) {
         try {
             firstPart = std::async(std::launch::async, [&] { fill(0, cut); });
         } catch (const std::system_error&) {
             cut = 0;  // no thread to be had: one fill of the whole
         }
     }
-    fill(firstPart.valid() ? cut : 0, map.size());
+    fill(firstPart.valid() ? cut : 0, keys);
     if (firstPart.valid()) firstPart.get();
     return rows;
+}
+
+void ImportRows::Walk(const DrawingFilter& wanted, const RowTaker& take) const {
+    std::vector<char> pathWanted(pathTexts_.size());
+    for (std::size_t p = 0; p < pathTexts_.size(); ++p) pathWanted[p] = wanted(pathTexts_[p]);
+    // The rows made and not yet given, from row `given` on, and whether each has all its values.
+    // A row is given once it is complete and every row before it has been given; the rows of a
+    // handle written in two cases are the only ones whose keys lie apart.
+    std::deque<AcadBlockRef> open;
+    std::deque<char> complete;
+    std::size_t given = 0;
+    for (std::size_t k = 0; k < rowOfKey_.size(); ++k) {
+        if (rowOfKey_[k] < 0) continue;
+        const auto row = static_cast<std::size_t>(rowOfKey_[k]);
+        const bool taken = pathWanted[starts_[row].path];
+        if (row == given + open.size()) {
+            open.push_back(taken ? Start(row) : AcadBlockRef());
+            complete.push_back(false);
+        }
+        if (taken) AddValue(open[row - given], k);
+        if (lastKeyOfRow_[row] == k) complete[row - given] = true;
+        for (; !open.empty() && complete.front(); ++given) {
+            if (pathWanted[starts_[given].path]) take(open.front());
+            open.pop_front();
+            complete.pop_front();
+        }
+    }
+}
+
+}  // namespace
+
+AcadBlockRefArray BuildImportList(const ImportMap& map, const ImportByHandleOptions& options,
+                                  std::string_view currentPath, std::vector<std::string>& skipped) {
+    return ImportRows(map, options, currentPath, skipped).All();
+}
+
+RowWalk WalkImportRows(const ImportMap& map, const ImportByHandleOptions& options,
+                       std::string_view currentPath, std::vector<std::string>& skipped) {
+    auto rows = std::make_shared<const ImportRows>(map, options, currentPath, skipped);
+    return {rows->Drawings(),
+            [rows](const DrawingFilter& wanted, const RowTaker& take) { rows->Walk(wanted, take); }};
 }
 
 std::vector<ImportChange> ListImportChanges(const AcadBlockRefArray& rows) {
@@ -390,20 +464,17 @@ std::vector<ImportChange> ListImportChanges(const AcadBlockRefArray& rows) {
     return changes;
 }
 
-AcadBlockRefArray ApplyImportMap(ImportMap map, const ImportByHandleOptions& options,
-                                 const std::string* linkPath, bool printSkipped) {
+void ApplyImportMap(ImportMap map, const ImportByHandleOptions& options, const std::string* linkPath,
+                    bool printSkipped) {
     host::Document* current = host::DocumentManager::Instance().CurDocument();
     std::vector<std::string> skipped;
-    AcadBlockRefArray rows = BuildImportList(map, options, current ? current->FileName() : "", skipped);
+    const RowWalk rows = WalkImportRows(map, options, current ? current->FileName() : "", skipped);
     if (printSkipped) {
         for (const std::string& line : skipped) host::Printf("%s", line);
     }
-    // The keys go before the drawings are read; they are a few large blocks, so handing the
-    // heap's free pages back is quick and keeps the drawing's reading from adding to them.
-    map.clear();
-    base::ReturnFreeMemory();
+    // Each row is made from the keys as the writer reaches it, so that the keys and every row's
+    // values are never held at once.
     UpdateDrawings(rows, linkPath);
-    return rows;
 }
 
 }  // namespace attbat

@@ -7,6 +7,7 @@
 
 #include "arxutils/ExcelUtils.h"
 #include "attbat/model/AcadBlockRefArray.h"
+#include "attbat/model/DrawingWriter.h"
 
 namespace attbat {
 
@@ -55,15 +56,19 @@ bool ParseImportKey(std::string_view key, const ImportByHandleOptions& options,
 // lines are appended to `skipped` once each.
 AcadBlockRefArray BuildImportList(const ImportMap& map, const ImportByHandleOptions& options,
                                   std::string_view currentPath, std::vector<std::string>& skipped);
+// The rows of the same list as the writer walks them, each made from the map when its last key
+// is read, so that a walk holds few rows at a time; the map and options outlive the walk.
+RowWalk WalkImportRows(const ImportMap& map, const ImportByHandleOptions& options,
+                       std::string_view currentPath, std::vector<std::string>& skipped);
 // The values of `rows` that differ from what the drawings hold, with the old text; rows whose
 // drawing can't be read (said in the writer's words) or whose handle names no reference are
 // left out.
 std::vector<ImportChange> ListImportChanges(const AcadBlockRefArray& rows);
 // Turns the map into updates and writes them (the writer prints its lines); `linkPath`, when
 // not null, is stored as the workbook link on every reference written. With `printSkipped`
-// the kept skip lines are printed before the writing. The map is taken and let go once the list
-// is built, before the drawings are written. Returns the update list written.
-AcadBlockRefArray ApplyImportMap(ImportMap map, const ImportByHandleOptions& options,
-                                 const std::string* linkPath, bool printSkipped);
+// the kept skip lines are printed before the writing. The rows are made from the map one at a
+// time as they are written, never all held; the map is let go before the drawings are saved.
+void ApplyImportMap(ImportMap map, const ImportByHandleOptions& options, const std::string* linkPath,
+                    bool printSkipped);
 
 }  // namespace attbat

@@ -30,11 +30,11 @@ public:
     // `isProperty` is set, else 0. An empty tag adds nothing.
     void AddValue(std::string_view file, std::string_view handle, std::string_view tag,
                   std::string_view value, bool isProperty);
-
-private:
-    // Appends the value to a row, a property when `isProperty` is set.
+    // Appends AcadAttribute(tag, value, kind) to `row`, kind as AddValue gives it.
     static void AppendValue(AcadBlockRef& row, std::string_view tag, std::string_view value,
                             bool isProperty);
+
+private:
     // Appends a default row with that drawing and handle; returns its index.
     int AppendRow(std::string_view file, std::string_view handle);
 };

@@ -337,20 +337,23 @@ cad::Database* ReachDrawing(const std::string& path, std::unique_ptr<cad::Databa
     return side.get();
 }
 
-void UpdateDrawings(const AcadBlockRefArray& rows, const std::string* linkText, WriteTrace* trace) {
+void UpdateDrawings(const RowWalk& rows, const std::string* linkText, WriteTrace* trace) {
     host::Document* current = host::DocumentManager::Instance().CurDocument();
     std::string currentName = current ? current->FileName() : std::string();
     SameDrawing isCurrent(currentName);
+    const DrawingFilter inCurrent = [&](const std::string& file) {
+        return file.empty() || (current && isCurrent(file));
+    };
     std::vector<std::string> files;
     bool anyCurrent = false;
-    for (const AcadBlockRef& row : rows) {
-        if (row.dwgFile.empty() || (current && isCurrent(row.dwgFile))) {
+    for (const std::string& drawing : rows.drawings) {
+        if (inCurrent(drawing)) {
             anyCurrent = true;
             continue;
         }
         bool known = false;
-        for (const std::string& file : files) known = known || base::EqualNoCase(file, row.dwgFile);
-        if (!known) files.push_back(row.dwgFile);
+        for (const std::string& file : files) known = known || base::EqualNoCase(file, drawing);
+        if (!known) files.push_back(drawing);
     }
 
     // A current drawing read on first use may turn out unreadable only here: it is passed over
@@ -360,10 +363,9 @@ void UpdateDrawings(const AcadBlockRefArray& rows, const std::string* linkText, 
     } else if (anyCurrent && current) {
         host::DocumentLock lock(current);
         cad::Database& db = current->Database();
-        for (const AcadBlockRef& row : rows) {
-            if (!row.dwgFile.empty() && !isCurrent(row.dwgFile)) continue;
+        rows.walk(inCurrent, [&](const AcadBlockRef& row) {
             if (WriteTo(row, db, -1, -1, trace)) WriteLink(db, row, linkText);
-        }
+        });
         host::PrintfOnceSaved("\nSuccessfully update %s.", currentName);
     }
     if (files.empty()) return;
@@ -378,10 +380,10 @@ void UpdateDrawings(const AcadBlockRefArray& rows, const std::string* linkText, 
         if (open) open->Lock();
         cad::UnitSettings units = db->Units();
         SameDrawing isFile(file);
-        for (const AcadBlockRef& row : rows) {
-            if (!isFile(row.dwgFile)) continue;
+        const DrawingFilter inFile = [&](const std::string& drawing) { return isFile(drawing); };
+        rows.walk(inFile, [&](const AcadBlockRef& row) {
             if (WriteTo(row, *db, units.lunits, units.aunits, trace)) WriteLink(*db, row, linkText);
-        }
+        });
         if (open) {
             // An open document is written with the others when the command ends.
             open->SendStringToExecute("REGEN\n");
@@ -394,6 +396,20 @@ void UpdateDrawings(const AcadBlockRefArray& rows, const std::string* linkText, 
         }
         meter.SetPosition(++done);
     }
+}
+
+void UpdateDrawings(const AcadBlockRefArray& rows, const std::string* linkText, WriteTrace* trace) {
+    RowWalk walk;
+    for (const AcadBlockRef& row : rows) {
+        if (walk.drawings.empty() || walk.drawings.back() != row.dwgFile)
+            walk.drawings.push_back(row.dwgFile);
+    }
+    walk.walk = [&](const DrawingFilter& wanted, const RowTaker& take) {
+        for (const AcadBlockRef& row : rows) {
+            if (wanted(row.dwgFile)) take(row);
+        }
+    };
+    UpdateDrawings(walk, linkText, trace);
 }
 
 bool UpdateInCurrentDrawing(const AcadBlockRef& row, WriteTrace* trace) {

@@ -2,9 +2,11 @@
 // The drawing writer: rows of values written back into drawings by handle, the current drawing
 // in place under its lock, other drawings through their open documents or side databases saved
 // in their own version with a backup.
+#include <functional>
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "attbat/model/AcadBlockRef.h"
 #include "attbat/model/AcadBlockRefArray.h"
@@ -45,10 +47,24 @@ bool WriteTo(const AcadBlockRef& row, cad::Database& db, int lunits, int aunits,
 // yet), else the file read on its own into `side`. Null when it can't be had, after the line
 // the writer prints for it ("\nCannot find %s." or "\nFailed to open %s: %s.").
 cad::Database* ReachDrawing(const std::string& path, std::unique_ptr<cad::Database>& side);
+// Whether the rows of a drawing (named by a row's `dwgFile`) are wanted.
+using DrawingFilter = std::function<bool(const std::string& dwgFile)>;
+// What is done with one row.
+using RowTaker = std::function<void(const AcadBlockRef& row)>;
+// Rows an update reads one at a time, so that a long update need not hold them all: `walk` gives
+// each row whose drawing the filter wants to the taker, in the rows' order, and can be walked
+// again. `drawings` names every row's drawing at least once.
+struct RowWalk {
+    std::vector<std::string> drawings;
+    std::function<void(const DrawingFilter& wanted, const RowTaker& take)> walk;
+};
 // Writes every row into its drawing (`dwgFile`; empty or the current document's name is the
 // current document), printing the lines of each drawing; `linkText`, when not null, is stored on
 // each reference written under kLinkAppName. The current document is not saved here (the
-// command saves it at its end); other drawings are saved at once.
+// command saves it at its end); other drawings are saved at once. The rows are walked once for
+// the current document and once for each other drawing.
+void UpdateDrawings(const RowWalk& rows, const std::string* linkText, WriteTrace* trace = nullptr);
+// The same with rows held in a list.
 void UpdateDrawings(const AcadBlockRefArray& rows, const std::string* linkText,
                     WriteTrace* trace = nullptr);
 // The upload's short form on the current document: changed attribute texts, then the

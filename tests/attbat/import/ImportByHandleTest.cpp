@@ -12,6 +12,7 @@
 #include "attbat/import/CImportByHandleDialog.h"
 #include "attbat/model/PropertyTable.h"
 #include "base/Format.h"
+#include "base/Text.h"
 #include "../export/ExportTestSupport.h"
 #include "host/Locations.h"
 
@@ -151,8 +152,47 @@ TEST(ImportByHandle, TheSameHandleInTwoDrawingsIsTwoRowsEvenWhenTheirKeysFollowE
     EXPECT_EQ(rows[2].handle, "30");
 }
 
-// The update list of `map` is what parsing each key and adding its value to an empty list
-// gives, with and without the properties.
+// Every row a walk of `map`'s rows gives, with the drawings `wanted` takes.
+std::vector<AcadBlockRef> Walked(const ImportMap& map, const ImportByHandleOptions& options,
+                                 const DrawingFilter& wanted = [](const std::string&) { return true; }) {
+    std::vector<std::string> skipped;
+    std::vector<AcadBlockRef> rows;
+    WalkImportRows(map, options, kCurrent, skipped).walk(wanted, [&](const AcadBlockRef& row) { rows.push_back(row); });
+    return rows;
+}
+
+void ExpectSameRow(const AcadBlockRef& row, const AcadBlockRef& expected) {
+    EXPECT_EQ(row.handle, expected.handle);
+    EXPECT_EQ(row.dwgFile, expected.dwgFile);
+    ASSERT_EQ(row.attributes.GetSize(), expected.attributes.GetSize());
+    for (int a = 0; a < row.attributes.GetSize(); ++a) {
+        EXPECT_EQ(row.attributes[a].tag, expected.attributes[a].tag);
+        EXPECT_EQ(row.attributes[a].value, expected.attributes[a].value);
+        EXPECT_EQ(row.attributes[a].kind, expected.attributes[a].kind);
+    }
+}
+
+TEST(ImportByHandle, AWalkOfTheRowsGivesOnlyTheRowsOfTheDrawingsItWantsInTheListsOrder) {
+    ImportByHandleOptions options;
+    options.CurrentDrawingOnly = 0;
+    ImportMap map = {{"/a.dxf<2F_MARK>", "A1"},  {"/b.dxf<2F_MARK>", "B1"}, {"/B.DXF<2f_WIDTH>", "B2"},
+                     {"/b.dxf<30_MARK>", "B3"}, {"/a.dxf<31_MARK>", "A2"}};
+    std::vector<std::string> skipped;
+    EXPECT_EQ(WalkImportRows(map, options, kCurrent, skipped).drawings,
+              (std::vector<std::string>{"/B.DXF", "/a.dxf", "/b.dxf"}));
+    const DrawingFilter onlyB = [](const std::string& file) { return base::EqualNoCase(file, "/b.dxf"); };
+    const std::vector<AcadBlockRef> rows = Walked(map, options, onlyB);
+    ASSERT_EQ(rows.size(), 2u);
+    EXPECT_EQ(rows[0].handle, "2f");
+    ASSERT_EQ(rows[0].attributes.GetSize(), 2);
+    EXPECT_EQ(rows[0].attributes[0].value, "B2");
+    EXPECT_EQ(rows[0].attributes[1].value, "B1");
+    EXPECT_EQ(rows[1].handle, "30");
+    EXPECT_TRUE(Walked(map, options, [](const std::string&) { return false; }).empty());
+}
+
+// The update list of `map`, and every row a walk of it gives, are what parsing each key and
+// adding its value to an empty list gives, with and without the properties.
 void ExpectTheListOfEachKeyParsed(const ImportMap& map) {
     for (int ignoreProperty = 0; ignoreProperty < 2; ++ignoreProperty) {
         ImportByHandleOptions options;
@@ -171,16 +211,10 @@ void ExpectTheListOfEachKeyParsed(const ImportMap& map) {
         AcadBlockRefArray rows = BuildImportList(map, options, kCurrent, skipped);
         EXPECT_EQ(skipped, expectedSkips);
         ASSERT_EQ(rows.GetSize(), expected.GetSize());
-        for (int i = 0; i < rows.GetSize(); ++i) {
-            EXPECT_EQ(rows[i].handle, expected[i].handle);
-            EXPECT_EQ(rows[i].dwgFile, expected[i].dwgFile);
-            ASSERT_EQ(rows[i].attributes.GetSize(), expected[i].attributes.GetSize());
-            for (int a = 0; a < rows[i].attributes.GetSize(); ++a) {
-                EXPECT_EQ(rows[i].attributes[a].tag, expected[i].attributes[a].tag);
-                EXPECT_EQ(rows[i].attributes[a].value, expected[i].attributes[a].value);
-                EXPECT_EQ(rows[i].attributes[a].kind, expected[i].attributes[a].kind);
-            }
-        }
+        for (int i = 0; i < rows.GetSize(); ++i) ExpectSameRow(rows[i], expected[i]);
+        const std::vector<AcadBlockRef> walked = Walked(map, options);
+        ASSERT_EQ(walked.size(), static_cast<std::size_t>(expected.GetSize()));
+        for (int i = 0; i < expected.GetSize(); ++i) ExpectSameRow(walked[static_cast<std::size_t>(i)], expected[i]);
     }
 }
 

@@ -210,6 +210,41 @@ TEST_F(DrawingWriterTest, SuccessLineOfTheCurrentDrawingIsForgottenWhenItsSaveFa
     EXPECT_EQ(Printed().find("Successfully update"), std::string::npos) << Printed();
 }
 
+TEST_F(DrawingWriterTest, AWalkedUpdateWalksOnceForTheCurrentDrawingAndOnceForEachOtherTakingOnlyItsRows) {
+    const std::string other = File("other.dxf");
+    std::filesystem::copy_file(path, other);
+    auto doc = host::DocumentManager::Instance().OpenCurrent(path);
+    ASSERT_TRUE(doc);
+    AcadBlockRefArray rows;
+    for (const std::string& file : {std::string(), other, path}) {
+        AcadBlockRef row = Row(file == path ? second : first);
+        row.dwgFile = file;
+        row.attributes.Add(AcadAttribute("ID", file.empty() ? "P-1" : file == other ? "P-2" : "P-3", 0));
+        rows.Add(row);
+    }
+    std::vector<std::vector<std::string>> walks;  // the values each walk gave
+    attbat::RowWalk walk{{"", other, path}, [&](const attbat::DrawingFilter& wanted, const attbat::RowTaker& take) {
+                             walks.emplace_back();
+                             for (const AcadBlockRef& row : rows) {
+                                 if (!wanted(row.dwgFile)) continue;
+                                 walks.back().push_back(row.attributes[0].value);
+                                 take(row);
+                             }
+                         }};
+    attbat::UpdateDrawings(walk, nullptr, &trace);
+    EXPECT_EQ(walks, (std::vector<std::vector<std::string>>{{"P-1", "P-3"}, {"P-2"}}));
+    EXPECT_EQ(trace.textWrites, 3);
+    cad::Database& current = doc.Value()->Database();
+    EXPECT_EQ(cad::BlockReference(&current, current.ObjectByHandle(first.GetHandle()).Index())
+                  .FindAttribute("ID").TextString(), "P-1");
+    EXPECT_EQ(cad::BlockReference(&current, current.ObjectByHandle(second.GetHandle()).Index())
+                  .FindAttribute("ID").TextString(), "P-3");
+    auto back = host::ReadSideDatabase(other);
+    ASSERT_TRUE(back);
+    cad::BlockReference saved(back.Value().get(), back.Value()->ObjectByHandle(first.GetHandle()).Index());
+    EXPECT_EQ(saved.FindAttribute("ID").TextString(), "P-2");
+}
+
 TEST_F(DrawingWriterTest, UpdateInCurrentDrawingSetsChangedTextsAndMarkedProperties) {
     auto doc = host::DocumentManager::Instance().OpenCurrent(path);
     ASSERT_TRUE(doc);
