@@ -12,7 +12,6 @@
 
 #include "arxutils/excel/AutomationError.h"
 #include "arxutils/excel/CellEntry.h"
-#include "base/Memory.h"
 #include "base/Path.h"
 #include "base/Text.h"
 #include "fonts/FontMetrics.h"
@@ -1190,9 +1189,6 @@ bool FileBackend::OffersOnlyANewWorkbook() {
 
 void FileBackend::ReleaseUnchangedData() {
     for (const auto& book : state_->books) book->file->UnloadUnchangedSheets();
-    // The sheets' pages go back to the system, not only to the heap: what comes next (the
-    // keys' sort, the drawing's writing) seldom fits the holes they leave.
-    base::ReturnFreeMemory();
 }
 
 void FileBackend::SetLog(std::function<void(const std::string&)> log) { state_->log = std::move(log); }

@@ -61,8 +61,8 @@ public:
     std::string ChosenInAdvance() override;
     // --output without --workbook.
     bool OffersOnlyANewWorkbook() override;
-    // Unloads the unchanged sheets of every open workbook and gives the heap's free pages back;
-    // the sheets are read again from the file's package when used.
+    // Unloads the unchanged sheets of every open workbook; they are read again from the file's
+    // package when used.
     void ReleaseUnchangedData() override;
 
     // Writes every workbook the command changed: in place, the new one (or, when no workbook
