@@ -413,8 +413,8 @@ void ImportRows::Walk(const DrawingFilter& wanted, const RowTaker& take) const {
     std::vector<char> pathWanted(pathTexts_.size());
     for (std::size_t p = 0; p < pathTexts_.size(); ++p) pathWanted[p] = wanted(pathTexts_[p]);
     // The rows made and not yet given, from row `given` on, and whether each has all its values.
-    // A row is given once it is complete and every row before it has been given; the rows of a
-    // handle written in two cases are the only ones whose keys lie apart.
+    // A row is given once it is complete and every row before it has been given; a row's keys
+    // lie apart only when its handle or drawing is written in more than one way.
     std::deque<AcadBlockRef> open;
     std::deque<char> complete;
     std::size_t given = 0;

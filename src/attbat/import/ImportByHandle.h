@@ -67,7 +67,7 @@ std::vector<ImportChange> ListImportChanges(const AcadBlockRefArray& rows);
 // Turns the map into updates and writes them (the writer prints its lines); `linkPath`, when
 // not null, is stored as the workbook link on every reference written. With `printSkipped`
 // the kept skip lines are printed before the writing. The rows are made from the map one at a
-// time as they are written, never all held; the map is let go before the drawings are saved.
+// time as they are written, never all held; the map goes once the writing is done.
 void ApplyImportMap(ImportMap map, const ImportByHandleOptions& options, const std::string* linkPath,
                     bool printSkipped);
 
