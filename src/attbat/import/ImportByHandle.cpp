@@ -412,26 +412,20 @@ AcadBlockRefArray ImportRows::All() const {
 void ImportRows::Walk(const DrawingFilter& wanted, const RowTaker& take) const {
     std::vector<char> pathWanted(pathTexts_.size());
     for (std::size_t p = 0; p < pathTexts_.size(); ++p) pathWanted[p] = wanted(pathTexts_[p]);
-    // The rows made and not yet given, from row `given` on, and whether each has all its values.
-    // A row is given once it is complete and every row before it has been given; a row's keys
-    // lie apart only when its handle or drawing is written in more than one way.
+    // The rows made and not yet given, from row `given` on. A row is given once its last key is
+    // read and every row before it has been given; a row's keys lie apart only when its handle
+    // or drawing is written in more than one way.
     std::deque<AcadBlockRef> open;
-    std::deque<char> complete;
     std::size_t given = 0;
     for (std::size_t k = 0; k < rowOfKey_.size(); ++k) {
         if (rowOfKey_[k] < 0) continue;
         const auto row = static_cast<std::size_t>(rowOfKey_[k]);
         const bool taken = pathWanted[starts_[row].path];
-        if (row == given + open.size()) {
-            open.push_back(taken ? Start(row) : AcadBlockRef());
-            complete.push_back(false);
-        }
+        if (row == given + open.size()) open.push_back(taken ? Start(row) : AcadBlockRef());
         if (taken) AddValue(open[row - given], k);
-        if (lastKeyOfRow_[row] == k) complete[row - given] = true;
-        for (; !open.empty() && complete.front(); ++given) {
+        for (; !open.empty() && lastKeyOfRow_[given] <= k; ++given) {
             if (pathWanted[starts_[given].path]) take(open.front());
             open.pop_front();
-            complete.pop_front();
         }
     }
 }
