@@ -20,8 +20,11 @@ KeyLines::KeyLines(std::initializer_list<std::pair<std::string_view, std::string
 }
 
 KeyLines::KeyLines(const KeyLines& other) : sorted_(other.sorted_) {
-    entries_.reserve(other.entries_.size());
-    for (const Entry& entry : other.entries_) entries_.push_back({Keep(entry.key), Keep(entry.value)});
+    lines_.reserve(other.lines_.size());
+    for (const Line& line : other.lines_) {
+        const Entry entry = Read(line);
+        lines_.push_back({texts_.KeepCounted(entry.key), texts_.KeepCounted(entry.value)});
+    }
 }
 
 KeyLines& KeyLines::operator=(const KeyLines& other) {
@@ -29,15 +32,15 @@ KeyLines& KeyLines::operator=(const KeyLines& other) {
     return *this;
 }
 
-std::string_view KeyLines::Keep(std::string_view text) { return texts_.Keep(text); }
+std::string_view KeyLines::Keep(std::string_view text) { return {texts_.KeepCounted(text), text.size()}; }
 
 void KeyLines::Reserve(std::size_t more) {
-    const std::size_t wanted = entries_.size() + more;
-    if (wanted > entries_.capacity()) entries_.reserve(std::max(wanted, 2 * entries_.capacity()));
+    const std::size_t wanted = lines_.size() + more;
+    if (wanted > lines_.capacity()) lines_.reserve(std::max(wanted, 2 * lines_.capacity()));
 }
 
 void KeyLines::AddKept(std::string_view key, std::string_view value) {
-    entries_.push_back({Keep(key), value});
+    lines_.push_back({texts_.KeepCounted(key), value.data()});
 }
 
 namespace {
@@ -54,8 +57,10 @@ struct KeyPlace {
 // (the drawing's path), so each range is sorted on the eight bytes after what its keys share,
 // and the runs that tie on those are sorted the same way further on; bytes are compared one
 // number at a time rather than by memcmp through the whole path.
-void SortPlaces(KeyPlace* first, KeyPlace* last, const std::vector<KeyLines::Entry>& entries) {
-    const auto keyOf = [&](const KeyPlace& place) { return entries[place.index].key; };
+// `keyOfLine` gives the key of a line by its index.
+template <class KeyOfLine>
+void SortPlaces(KeyPlace* first, KeyPlace* last, const KeyOfLine& keyOfLine) {
+    const auto keyOf = [&](const KeyPlace& place) { return keyOfLine(place.index); };
     if (last - first < 2) return;
     if (last - first <= 16) {
         std::stable_sort(first, last, [&](const KeyPlace& a, const KeyPlace& b) { return keyOf(a) < keyOf(b); });
@@ -85,7 +90,7 @@ void SortPlaces(KeyPlace* first, KeyPlace* last, const std::vector<KeyLines::Ent
         KeyPlace* end = run + 1;
         while (end != last && !before(*run, *end)) ++end;
         // Keys that end within the eight bytes and tie on them are equal.
-        if (run->left > 8) SortPlaces(run, end, entries);
+        if (run->left > 8) SortPlaces(run, end, keyOfLine);
         run = end;
     }
 }
@@ -93,9 +98,9 @@ void SortPlaces(KeyPlace* first, KeyPlace* last, const std::vector<KeyLines::Ent
 // The order of the lines from `from` on by key, as one stable sort would give it: each line's
 // index. A long list is sorted in two halves, each on its own thread, then the halves are
 // merged, a tie taking the first half's line first.
-std::vector<std::uint32_t> KeyOrderFrom(const std::vector<KeyLines::Entry>& entries,
-                                        std::size_t from) {
-    std::vector<KeyPlace> order(entries.size() - from);
+template <class KeyOfLine>
+std::vector<std::uint32_t> KeyOrderFrom(std::size_t from, std::size_t count, const KeyOfLine& keyOfLine) {
+    std::vector<KeyPlace> order(count - from);
     for (std::size_t i = 0; i < order.size(); ++i) order[i] = {0, static_cast<std::uint32_t>(from + i), 0};
     KeyPlace* const first = order.data();
     KeyPlace* const last = first + order.size();
@@ -103,14 +108,14 @@ std::vector<std::uint32_t> KeyOrderFrom(const std::vector<KeyLines::Entry>& entr
     std::future<void> firstHalf;
     if (middle != last) {
         try {
-            firstHalf = std::async(std::launch::async, [&] { SortPlaces(first, middle, entries); });
+            firstHalf = std::async(std::launch::async, [&] { SortPlaces(first, middle, keyOfLine); });
         } catch (const std::system_error&) {
             middle = last;  // no thread to be had: one sort of the whole
         }
     }
-    SortPlaces(firstHalf.valid() ? middle : first, last, entries);
+    SortPlaces(firstHalf.valid() ? middle : first, last, keyOfLine);
     if (firstHalf.valid()) firstHalf.get();
-    const auto keyOf = [&](const KeyPlace* place) { return entries[place->index].key; };
+    const auto keyOf = [&](const KeyPlace* place) { return keyOfLine(place->index); };
     std::vector<std::uint32_t> sorted;
     sorted.reserve(order.size());
     for (const KeyPlace *a = first, *b = middle; a != middle || b != last;) {
@@ -120,69 +125,74 @@ std::vector<std::uint32_t> KeyOrderFrom(const std::vector<KeyLines::Entry>& entr
     return sorted;
 }
 
-// Sorts the lines from `from` on by key where they are, the last added of each key kept:
-// moved along the cycles of their order, so that the list is never held twice.
-void SortFrom(std::vector<KeyLines::Entry>& entries, std::size_t from) {
-    std::vector<std::uint32_t> order = KeyOrderFrom(entries, from);
+}  // namespace
+
+// Moved along the cycles of their order, so that the list is never held twice.
+void KeyLines::SortFrom(std::vector<Line>& lines, std::size_t from) {
+    const auto keyOfLine = [&](std::uint32_t index) { return Read(lines[index]).key; };
+    std::vector<std::uint32_t> order = KeyOrderFrom(from, lines.size(), keyOfLine);
     // Place k takes the line at order[k]; a place filled is marked by its own index.
     for (std::size_t start = 0; start < order.size(); ++start) {
         if (order[start] == from + start) continue;
-        const KeyLines::Entry held = entries[from + start];
+        const Line held = lines[from + start];
         std::size_t at = start;
         for (;;) {
             const std::size_t source = order[at] - from;
             order[at] = static_cast<std::uint32_t>(from + at);
             if (source == start) {
-                entries[from + at] = held;
+                lines[from + at] = held;
                 break;
             }
-            entries[from + at] = entries[from + source];
+            lines[from + at] = lines[from + source];
             at = source;
         }
     }
     std::size_t kept = from;
-    for (std::size_t i = from; i < entries.size(); ++i) {
-        if (kept > from && entries[kept - 1].key == entries[i].key) entries[kept - 1] = entries[i];
-        else entries[kept++] = entries[i];
+    for (std::size_t i = from; i < lines.size(); ++i) {
+        if (kept > from && Read(lines[kept - 1]).key == Read(lines[i]).key) lines[kept - 1] = lines[i];
+        else lines[kept++] = lines[i];
     }
-    entries.resize(kept);
+    lines.resize(kept);
 }
 
-}  // namespace
-
 void KeyLines::Sort() const {
-    if (sorted_ == entries_.size()) return;
-    SortFrom(entries_, sorted_);
+    if (sorted_ == lines_.size()) return;
+    SortFrom(lines_, sorted_);
     // Then merged with those sorted before, a new line replacing an old one of its key: a
     // workbook of many sheets is sorted once a sheet without sorting the sheets before again.
     if (sorted_ > 0) {
-        std::vector<Entry> merged;
-        merged.reserve(entries_.size());
-        const auto oldEnd = entries_.cbegin() + static_cast<std::ptrdiff_t>(sorted_);
-        auto old = entries_.cbegin();
-        for (auto added = oldEnd; added != entries_.cend(); ++added) {
-            while (old != oldEnd && old->key < added->key) merged.push_back(*old++);
-            if (old != oldEnd && old->key == added->key) ++old;
+        std::vector<Line> merged;
+        merged.reserve(lines_.size());
+        const auto oldEnd = lines_.cbegin() + static_cast<std::ptrdiff_t>(sorted_);
+        auto old = lines_.cbegin();
+        for (auto added = oldEnd; added != lines_.cend(); ++added) {
+            const std::string_view key = Read(*added).key;
+            while (old != oldEnd && Read(*old).key < key) merged.push_back(*old++);
+            if (old != oldEnd && Read(*old).key == key) ++old;
             merged.push_back(*added);
         }
         merged.insert(merged.end(), old, oldEnd);
-        entries_.swap(merged);
+        lines_.swap(merged);
     }
-    sorted_ = entries_.size();
+    sorted_ = lines_.size();
 }
 
 void KeyLines::clear() {
-    std::vector<Entry>().swap(entries_);
+    std::vector<Line>().swap(lines_);
     texts_.clear();
     sorted_ = 0;
 }
 
-const std::string_view* KeyLines::Find(std::string_view key) const {
+std::optional<std::string_view> KeyLines::Find(std::string_view key) const {
     Sort();
-    auto at = std::lower_bound(entries_.begin(), entries_.begin() + static_cast<std::ptrdiff_t>(sorted_), key,
-                               [](const Entry& entry, std::string_view k) { return entry.key < k; });
-    if (at == entries_.begin() + static_cast<std::ptrdiff_t>(sorted_) || at->key != key) return nullptr;
-    return &at->value;
+    const auto at = std::lower_bound(lines_.begin(), lines_.end(), key,
+                                     [](const Line& line, std::string_view k) { return Read(line).key < k; });
+    if (at == lines_.end() || Read(*at).key != key) return std::nullopt;
+    return Read(*at).value;
+}
+
+bool KeyLines::operator==(const KeyLines& other) const {
+    return size() == other.size() && std::equal(begin(), end(), other.begin());
 }
 
 }  // namespace arxutils

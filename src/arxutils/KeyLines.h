@@ -4,6 +4,8 @@
 
 #include <cstddef>
 #include <initializer_list>
+#include <iterator>
+#include <optional>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -16,14 +18,41 @@ namespace arxutils {
 // order they are read; read back, they are as assignments into a map by key would leave them:
 // in key order, a later line of a key replacing the earlier one. Lines added since the last read
 // are sorted in at the next (or at Sort), so that adding sheet after sheet sorts once. The texts
-// are held in the list's own blocks, so hundreds of thousands of lines cost no allocation each;
-// the views stay valid for the life of the list (a copy holds its own texts).
+// are held in the list's own blocks with their lengths, so millions of lines cost no allocation
+// each and 16 bytes a line beside their texts; the views stay valid for the life of the list (a
+// copy holds its own texts).
 class KeyLines {
+    // A line as held: its key and value, each kept counted (base::TextBlocks::KeepCounted).
+    struct Line {
+        const char* key;
+        const char* value;
+    };
+
 public:
     struct Entry {
         std::string_view key;
         std::string_view value;
         bool operator==(const Entry& other) const { return key == other.key && value == other.value; }
+    };
+
+    // Goes through the lines, giving each as an Entry.
+    class Iterator {
+    public:
+        using iterator_category = std::forward_iterator_tag;
+        using value_type = Entry;
+        using difference_type = std::ptrdiff_t;
+        using pointer = void;
+        using reference = Entry;
+
+        explicit Iterator(const Line* at = nullptr) : at_(at) {}
+        Entry operator*() const { return Read(*at_); }
+        Iterator& operator++() { ++at_; return *this; }
+        Iterator operator++(int) { Iterator was = *this; ++at_; return was; }
+        bool operator==(const Iterator& other) const { return at_ == other.at_; }
+        bool operator!=(const Iterator& other) const { return at_ != other.at_; }
+
+    private:
+        const Line* at_;
     };
 
     KeyLines() = default;
@@ -50,19 +79,26 @@ public:
     void clear();
 
     // The lines, in key order.
-    const std::vector<Entry>& Entries() const { Sort(); return entries_; }
-    std::vector<Entry>::const_iterator begin() const { return Entries().begin(); }
-    std::vector<Entry>::const_iterator end() const { return Entries().end(); }
-    std::size_t size() const { return Entries().size(); }
-    bool empty() const { return Entries().empty(); }
-    // The value of `key`; null when there is no such line.
-    const std::string_view* Find(std::string_view key) const;
-    bool operator==(const KeyLines& other) const { return Entries() == other.Entries(); }
+    Iterator begin() const { return Iterator(Lines().data()); }
+    Iterator end() const { return Iterator(Lines().data() + lines_.size()); }
+    Entry operator[](std::size_t i) const { return Read(Lines()[i]); }
+    std::size_t size() const { return Lines().size(); }
+    bool empty() const { return Lines().empty(); }
+    // The value of `key`; none when there is no such line.
+    std::optional<std::string_view> Find(std::string_view key) const;
+    bool operator==(const KeyLines& other) const;
 
 private:
+    static Entry Read(const Line& line) {
+        return {base::TextBlocks::Counted(line.key), base::TextBlocks::Counted(line.value)};
+    }
+    const std::vector<Line>& Lines() const { Sort(); return lines_; }
+    // Sorts the lines from `from` on by key where they are, the last added of each key kept.
+    static void SortFrom(std::vector<Line>& lines, std::size_t from);
+
     // Sorted in by the reading accessors, hence mutable.
-    mutable std::vector<Entry> entries_;
-    mutable std::size_t sorted_ = 0;  // entries_ before this index are in key order, without repeats
+    mutable std::vector<Line> lines_;
+    mutable std::size_t sorted_ = 0;  // lines_ before this index are in key order, without repeats
     base::TextBlocks texts_{1 << 20};
 };
 

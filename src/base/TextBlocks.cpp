@@ -24,19 +24,50 @@ TextBlocks& TextBlocks::operator=(TextBlocks&& other) noexcept {
     return *this;
 }
 
+char* TextBlocks::Room(std::size_t size) {
+    if (size > left_) {
+        const std::size_t blockSize = std::max(blockSize_, size);
+        blocks_.push_back(std::make_unique<char[]>(blockSize));
+        free_ = blocks_.back().get();
+        left_ = blockSize;
+    }
+    char* room = free_;
+    free_ += size;
+    left_ -= size;
+    return room;
+}
+
 std::string_view TextBlocks::Keep(std::string_view text) {
     if (text.empty()) return {};
-    if (text.size() > left_) {
-        const std::size_t size = std::max(blockSize_, text.size());
-        blocks_.push_back(std::make_unique<char[]>(size));
-        free_ = blocks_.back().get();
-        left_ = size;
-    }
-    char* kept = free_;
+    char* kept = Room(text.size());
     std::copy(text.begin(), text.end(), kept);
-    free_ += text.size();
-    left_ -= text.size();
     return {kept, text.size()};
+}
+
+// The length is written backwards from the text's first byte, seven bits a byte, the lowest
+// first; a byte's high bit says that another comes before it.
+const char* TextBlocks::KeepCounted(std::string_view text) {
+    if (text.empty()) return nullptr;
+    std::size_t lengthBytes = 1;
+    for (std::size_t rest = text.size() >> 7; rest != 0; rest >>= 7) ++lengthBytes;
+    char* const room = Room(lengthBytes + text.size());
+    char* const kept = room + lengthBytes;
+    std::size_t rest = text.size();
+    for (std::size_t i = lengthBytes; i-- > 0; rest >>= 7)
+        room[i] = static_cast<char>((rest & 0x7F) | (i > 0 ? 0x80 : 0));
+    std::copy(text.begin(), text.end(), kept);
+    return kept;
+}
+
+std::string_view TextBlocks::Counted(const char* text) {
+    if (text == nullptr) return {};
+    const auto* at = reinterpret_cast<const unsigned char*>(text) - 1;
+    std::size_t size = *at & 0x7Fu;
+    for (unsigned shift = 7; *at & 0x80u; shift += 7) {
+        --at;
+        size |= static_cast<std::size_t>(*at & 0x7Fu) << shift;
+    }
+    return {text, size};
 }
 
 void TextBlocks::clear() {

@@ -18,10 +18,18 @@ public:
 
     // Copies `text` into the last block, or a new one when it doesn't fit.
     std::string_view Keep(std::string_view text);
+    // Copies `text` with its length written just before it, so that the pointer to its first
+    // byte is all a holder keeps of it; Counted reads it back. An empty text is null.
+    const char* KeepCounted(std::string_view text);
+    // The text KeepCounted kept at `text`.
+    static std::string_view Counted(const char* text);
     // Every text gone.
     void clear();
 
 private:
+    // `size` bytes at the end of the last block, or of a new one when they don't fit.
+    char* Room(std::size_t size);
+
     std::vector<std::unique_ptr<char[]>> blocks_;
     char* free_ = nullptr;  // the unused end of the last block
     std::size_t left_ = 0;

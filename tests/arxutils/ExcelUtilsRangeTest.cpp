@@ -196,7 +196,7 @@ TEST_P(BackendTest, ReadCommentAndTextMapsKeyLinesToTheirCellText) {
     KeyLines withoutProperties;
     ASSERT_TRUE(ExcelUtils::ReadCommentAndText(withoutProperties, true));
     EXPECT_EQ(withoutProperties.size(), 2u);
-    EXPECT_EQ(withoutProperties.Find("x:y"), nullptr);
+    EXPECT_FALSE(withoutProperties.Find("x:y"));
 }
 
 TEST_P(BackendTest, ReadCommentAndTextReadsEveryNoteOfACorpusSheet) {

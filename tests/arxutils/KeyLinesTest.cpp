@@ -30,13 +30,13 @@ TEST(KeyLines, SortGivesKeyOrderAndTheLastValueOfAKey) {
     lines.Add("", "4");
     lines.Sort();
     ASSERT_EQ(lines.size(), 3u);
-    EXPECT_EQ(lines.Entries()[0].key, "");
-    EXPECT_EQ(lines.Entries()[1].key, "a");
-    EXPECT_EQ(lines.Entries()[2].key, "b");
-    EXPECT_EQ(lines.Entries()[2].value, "3");
-    ASSERT_NE(lines.Find("a"), nullptr);
+    EXPECT_EQ(lines[0].key, "");
+    EXPECT_EQ(lines[1].key, "a");
+    EXPECT_EQ(lines[2].key, "b");
+    EXPECT_EQ(lines[2].value, "3");
+    ASSERT_TRUE(lines.Find("a"));
     EXPECT_EQ(*lines.Find("a"), "2");
-    EXPECT_EQ(lines.Find("c"), nullptr);
+    EXPECT_FALSE(lines.Find("c"));
 }
 
 TEST(KeyLines, LinesAddedAfterASortReplaceTheEarlierValues) {
@@ -134,7 +134,7 @@ TEST(KeyLines, SortingALongListNeverHoldsItsLinesTwice) {
     ASSERT_EQ(lines.size(), kCount);
     for (std::size_t i = 0; i < kCount; i += 9973) {
         std::snprintf(key, sizeof key, "C:\\a.dwg<%08zX_TAG>", i);
-        ASSERT_EQ(lines.Entries()[i].key, key);
+        ASSERT_EQ(lines[i].key, key);
     }
 }
 
@@ -168,8 +168,8 @@ TEST(KeyLines, ACopyHoldsItsOwnTexts) {
         copy = lines;
     }
     ASSERT_EQ(copy.size(), 2u);
-    EXPECT_EQ(copy.Entries()[0].value.size(), 3000000u);
-    EXPECT_EQ(copy.Entries()[1].value, "short");
+    EXPECT_EQ(copy[0].value.size(), 3000000u);
+    EXPECT_EQ(copy[1].value, "short");
     copy.clear();
     EXPECT_TRUE(copy.empty());
 }

@@ -30,6 +30,19 @@ TEST(TextBlocks, AnEmptyTextIsAnEmptyView) {
     EXPECT_TRUE(blocks.Keep("").empty());
 }
 
+TEST(TextBlocks, ACountedTextIsReadBackFromItsFirstByteWhateverItsLength) {
+    TextBlocks blocks(64);
+    std::vector<std::pair<const char*, std::string>> kept;
+    for (std::size_t size : {1u, 2u, 127u, 128u, 129u, 300u, 16383u, 16384u, 2100000u}) {
+        std::string text(size, 'a');
+        text.back() = 'z';
+        kept.emplace_back(blocks.KeepCounted(text), text);
+    }
+    for (const auto& [at, text] : kept) EXPECT_EQ(TextBlocks::Counted(at), text) << text.size();
+    EXPECT_EQ(blocks.KeepCounted(""), nullptr);
+    EXPECT_TRUE(TextBlocks::Counted(nullptr).empty());
+}
+
 TEST(TextBlocks, AMovedHolderKeepsItsTextsAndTheOneMovedFromStartsAfresh) {
     TextBlocks first(64);
     const std::string_view kept = first.Keep("kept");

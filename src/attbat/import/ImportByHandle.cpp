@@ -331,7 +331,7 @@ private:
     // Appends the value of key `k` to its row.
     void AddValue(AcadBlockRef& row, std::size_t k) const;
 
-    const std::vector<arxutils::KeyLines::Entry>& entries_;
+    const ImportMap& keys_;
     const ImportByHandleOptions& options_;
     std::vector<int> rowOfKey_;               // -1 for a key that names no row
     std::vector<std::size_t> lastKeyOfRow_;
@@ -341,11 +341,11 @@ private:
 
 ImportRows::ImportRows(const ImportMap& map, const ImportByHandleOptions& options,
                        std::string_view currentPath, std::vector<std::string>& skipped)
-    : entries_(map.Entries()), options_(options), rowOfKey_(map.size(), -1) {
+    : keys_(map), options_(options), rowOfKey_(map.size(), -1) {
     KeyPaths paths(options, currentPath);
     RowsByHandle index;
     std::size_t k = 0;
-    for (const auto& [text, value] : entries_) {
+    for (const auto& [text, value] : keys_) {
         const KeyParts parts = SplitImportKey(text, options);
         const KeyPaths::Path& path = paths.Of(parts.path);
         if (!path.skip.empty()) {
@@ -378,8 +378,9 @@ AcadBlockRef ImportRows::Start(std::size_t row) const {
 }
 
 void ImportRows::AddValue(AcadBlockRef& row, std::size_t k) const {
-    const KeyParts parts = SplitImportKey(entries_[k].key, options_);
-    AcadBlockRefArray::AppendValue(row, parts.tag, entries_[k].value, parts.isProperty);
+    const arxutils::KeyLines::Entry key = keys_[k];
+    const KeyParts parts = SplitImportKey(key.key, options_);
+    AcadBlockRefArray::AppendValue(row, parts.tag, key.value, parts.isProperty);
 }
 
 AcadBlockRefArray ImportRows::All() const {

@@ -210,8 +210,8 @@ TEST_F(LinkTest, TheLinesOfASheetComeInKeyOrderWithTheLastCellOfARepeatedKey) {
     ImportMap map;
     EXPECT_TRUE(ReadCommentAndText(map, true));
     ASSERT_EQ(map.size(), 2u);
-    EXPECT_EQ(map.Entries()[0].value, "D99");
-    EXPECT_EQ(map.Entries()[1].value, "second");
+    EXPECT_EQ(map[0].value, "D99");
+    EXPECT_EQ(map[1].value, "second");
 }
 
 TEST_F(LinkTest, ASheetWhoseCommentsCannotBeHadIsSaidInABox) {
