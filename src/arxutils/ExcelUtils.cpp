@@ -480,8 +480,6 @@ bool ExcelUtils::ReadCommentAndText(KeyLines& lines, bool ignoreProperties) {
         auto comments = Sheet().GetComments();
         int count = comments->Count();
         host::ProgressMeter meter("Reading the data from Excel...", count + 1);
-        // A key comment mostly holds one key line.
-        lines.Reserve(static_cast<std::size_t>(std::max(count, 0)));
         for (int i = 1; i <= count; ++i) {
             AddKeyLines(*comments->Item(i), lines, ignoreProperties);
             meter.Step();

@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <deque>
 #include <future>
+#include <string_view>
 #include <system_error>
+#include <vector>
 
 namespace arxutils {
 
@@ -11,6 +14,9 @@ namespace {
 
 // Below this many lines a sort stays on one thread: starting another costs more than it saves.
 constexpr std::size_t kLinesForTwoThreads = 1 << 16;
+// Lines sorted at a time: their room, 12 bytes a line, stays below 32 MiB, from where the heap
+// maps fresh pages for a block instead of taking it from its free space.
+constexpr std::size_t kLinesForOneRun = 1 << 20;
 
 }  // namespace
 
@@ -20,7 +26,6 @@ KeyLines::KeyLines(std::initializer_list<std::pair<std::string_view, std::string
 }
 
 KeyLines::KeyLines(const KeyLines& other) : sorted_(other.sorted_) {
-    lines_.reserve(other.lines_.size());
     for (const Line& line : other.lines_) {
         const Entry entry = Read(line);
         lines_.push_back({texts_.KeepCounted(entry.key), texts_.KeepCounted(entry.value)});
@@ -34,36 +39,42 @@ KeyLines& KeyLines::operator=(const KeyLines& other) {
 
 std::string_view KeyLines::Keep(std::string_view text) { return {texts_.KeepCounted(text), text.size()}; }
 
-void KeyLines::Reserve(std::size_t more) {
-    const std::size_t wanted = lines_.size() + more;
-    if (wanted > lines_.capacity()) lines_.reserve(std::max(wanted, 2 * lines_.capacity()));
-}
-
 void KeyLines::AddKept(std::string_view key, std::string_view value) {
     lines_.push_back({texts_.KeepCounted(key), value.data()});
 }
 
 namespace {
 
-// A line's place in the sort: eight bytes of its key from some offset, big-endian, and how many
-// bytes of the key are left from there (9 for more than eight).
+// A line's place in the sort: seven bytes of its key from some offset, big-endian, then how many
+// bytes of the key are left from there (8 for more than seven), as two numbers compared in turn;
+// and the line's index, which breaks ties, so that a sort that moves places freely gives the
+// order of a stable one.
 struct KeyPlace {
-    std::uint64_t word;
+    std::uint32_t high;
+    std::uint32_t low;
     std::uint32_t index;
-    std::uint8_t left;
 };
 
-// Sorts `places` stably by the keys of their lines. The keys of a sheet share long beginnings
-// (the drawing's path), so each range is sorted on the eight bytes after what its keys share,
-// and the runs that tie on those are sorted the same way further on; bytes are compared one
-// number at a time rather than by memcmp through the whole path.
-// `keyOfLine` gives the key of a line by its index.
+bool Before(const KeyPlace& a, const KeyPlace& b) {
+    if (a.high != b.high) return a.high < b.high;
+    if (a.low != b.low) return a.low < b.low;
+    return a.index < b.index;
+}
+
+// Sorts `places` by the keys of their lines, a tie by index; `keyOfLine` gives the key of a line
+// by its index. The keys of a sheet share long beginnings (the drawing's path), so each range is
+// sorted on the seven bytes after what its keys share, and the runs that tie on those are sorted
+// the same way further on; bytes are compared a few at a time rather than by memcmp through the
+// whole path.
 template <class KeyOfLine>
 void SortPlaces(KeyPlace* first, KeyPlace* last, const KeyOfLine& keyOfLine) {
     const auto keyOf = [&](const KeyPlace& place) { return keyOfLine(place.index); };
     if (last - first < 2) return;
     if (last - first <= 16) {
-        std::stable_sort(first, last, [&](const KeyPlace& a, const KeyPlace& b) { return keyOf(a) < keyOf(b); });
+        std::sort(first, last, [&](const KeyPlace& a, const KeyPlace& b) {
+            const std::string_view keyA = keyOf(a), keyB = keyOf(b);
+            return keyA != keyB ? keyA < keyB : a.index < b.index;
+        });
         return;
     }
     const std::string_view front = keyOf(*first);
@@ -77,64 +88,67 @@ void SortPlaces(KeyPlace* first, KeyPlace* last, const KeyOfLine& keyOfLine) {
     for (KeyPlace* p = first; p != last; ++p) {
         const std::string_view key = keyOf(*p);
         std::uint64_t word = 0;
-        for (std::size_t b = shared; b < shared + 8; ++b)
+        for (std::size_t b = shared; b < shared + 7; ++b)
             word = word << 8 | (b < key.size() ? static_cast<unsigned char>(key[b]) : 0u);
-        p->word = word;
-        p->left = static_cast<std::uint8_t>(std::min<std::size_t>(key.size() - shared, 9));
+        word = word << 8 | std::min<std::size_t>(key.size() - shared, 8);
+        p->high = static_cast<std::uint32_t>(word >> 32);
+        p->low = static_cast<std::uint32_t>(word);
     }
-    const auto before = [](const KeyPlace& a, const KeyPlace& b) {
-        return a.word != b.word ? a.word < b.word : a.left < b.left;
-    };
-    std::stable_sort(first, last, before);
+    std::sort(first, last, Before);
     for (KeyPlace* run = first; run != last;) {
         KeyPlace* end = run + 1;
-        while (end != last && !before(*run, *end)) ++end;
-        // Keys that end within the eight bytes and tie on them are equal.
-        if (run->left > 8) SortPlaces(run, end, keyOfLine);
+        while (end != last && end->high == run->high && end->low == run->low) ++end;
+        // Keys that end within the seven bytes and tie on them are equal.
+        if ((run->low & 0xFF) > 7) SortPlaces(run, end, keyOfLine);
         run = end;
     }
 }
 
 // The order of the lines from `from` on by key, as one stable sort would give it: each line's
 // index. A long list is sorted in two halves, each on its own thread, then the halves are
-// merged, a tie taking the first half's line first.
+// merged, a tie taking the first half's line first. The order is written into the room of the
+// places (`room`), which holds it as long as it is needed: 12 bytes a line in all.
 template <class KeyOfLine>
-std::vector<std::uint32_t> KeyOrderFrom(std::size_t from, std::size_t count, const KeyOfLine& keyOfLine) {
-    std::vector<KeyPlace> order(count - from);
-    for (std::size_t i = 0; i < order.size(); ++i) order[i] = {0, static_cast<std::uint32_t>(from + i), 0};
-    KeyPlace* const first = order.data();
-    KeyPlace* const last = first + order.size();
-    KeyPlace* middle = order.size() < kLinesForTwoThreads ? last : first + order.size() / 2;
+std::uint32_t* KeyOrderFrom(std::size_t from, std::size_t count, const KeyOfLine& keyOfLine,
+                            std::vector<KeyPlace>& room) {
+    const std::size_t n = count - from;
+    room.resize(n);
+    for (std::size_t i = 0; i < n; ++i) room[i] = {0, 0, static_cast<std::uint32_t>(from + i)};
+    KeyPlace* const first = room.data();
+    KeyPlace* const last = first + n;
+    std::size_t middle = n < kLinesForTwoThreads ? n : n / 2;
     std::future<void> firstHalf;
-    if (middle != last) {
+    if (middle != n) {
         try {
-            firstHalf = std::async(std::launch::async, [&] { SortPlaces(first, middle, keyOfLine); });
+            firstHalf = std::async(std::launch::async, [&] { SortPlaces(first, first + middle, keyOfLine); });
         } catch (const std::system_error&) {
-            middle = last;  // no thread to be had: one sort of the whole
+            middle = n;  // no thread to be had: one sort of the whole
         }
     }
-    SortPlaces(firstHalf.valid() ? middle : first, last, keyOfLine);
+    SortPlaces(firstHalf.valid() ? first + middle : first, last, keyOfLine);
     if (firstHalf.valid()) firstHalf.get();
-    const auto keyOf = [&](const KeyPlace* place) { return keyOfLine(place->index); };
-    std::vector<std::uint32_t> sorted;
-    sorted.reserve(order.size());
-    for (const KeyPlace *a = first, *b = middle; a != middle || b != last;) {
-        const bool second = a == middle || (b != last && keyOf(b) < keyOf(a));
-        sorted.push_back((second ? b++ : a++)->index);
+    // The places' indices go to the first third of the room: index i is written at byte 4i,
+    // behind place i's index at byte 12i + 8, so no place is overwritten before it is read.
+    // The halves are then merged into the second third.
+    auto* const indices = reinterpret_cast<std::uint32_t*>(first);
+    for (std::size_t i = 0; i < n; ++i) indices[i] = first[i].index;
+    std::uint32_t* const order = indices + n;
+    std::uint32_t* out = order;
+    for (const std::uint32_t *a = indices, *b = indices + middle; a != indices + middle || b != indices + n;) {
+        const bool second = a == indices + middle || (b != indices + n && keyOfLine(*b) < keyOfLine(*a));
+        *out++ = second ? *b++ : *a++;
     }
-    return sorted;
+    return order;
 }
 
-}  // namespace
-
-// Moved along the cycles of their order, so that the list is never held twice.
-void KeyLines::SortFrom(std::vector<Line>& lines, std::size_t from) {
-    const auto keyOfLine = [&](std::uint32_t index) { return Read(lines[index]).key; };
-    std::vector<std::uint32_t> order = KeyOrderFrom(from, lines.size(), keyOfLine);
-    // Place k takes the line at order[k]; a place filled is marked by its own index.
-    for (std::size_t start = 0; start < order.size(); ++start) {
+// Puts the `n` lines from `from` on in `order` (place k takes the line at order[k]), each moved
+// once along the cycles of the order, so that the lines are never held twice. The order is
+// used up: a place filled is marked by its own index.
+template <class Lines>
+void Permute(Lines& lines, std::size_t from, std::uint32_t* order, std::size_t n) {
+    for (std::size_t start = 0; start < n; ++start) {
         if (order[start] == from + start) continue;
-        const Line held = lines[from + start];
+        const auto held = lines[from + start];
         std::size_t at = start;
         for (;;) {
             const std::size_t source = order[at] - from;
@@ -147,38 +161,90 @@ void KeyLines::SortFrom(std::vector<Line>& lines, std::size_t from) {
             at = source;
         }
     }
-    std::size_t kept = from;
-    for (std::size_t i = from; i < lines.size(); ++i) {
-        if (kept > from && Read(lines[kept - 1]).key == Read(lines[i]).key) lines[kept - 1] = lines[i];
+}
+
+// Keeps the last of each run of lines with one key among the sorted lines [first, last), moved
+// down to begin at `to` (not after `first`); gives the end of those kept.
+template <class Lines, class KeyOfLine>
+std::size_t KeepLastOfEachKey(Lines& lines, std::size_t first, std::size_t last, std::size_t to,
+                              const KeyOfLine& keyOfLine) {
+    std::size_t kept = to;
+    for (std::size_t i = first; i < last; ++i) {
+        if (kept > to && keyOfLine(kept - 1) == keyOfLine(i)) lines[kept - 1] = lines[i];
         else lines[kept++] = lines[i];
     }
+    return kept;
+}
+
+// The order of the lines of sorted runs lying one after another (`runEnds`, the first from 0) by
+// key, a tie taking the earlier run's line first.
+template <class KeyOfLine>
+std::vector<std::uint32_t> MergedOrder(const std::vector<std::size_t>& runEnds, const KeyOfLine& keyOfLine) {
+    struct Cursor {
+        std::string_view key;
+        std::uint32_t at, end, run;
+    };
+    // A heap whose top is the least key of the earliest run.
+    const auto after = [](const Cursor& a, const Cursor& b) { return a.key != b.key ? a.key > b.key : a.run > b.run; };
+    std::vector<Cursor> heap;
+    std::size_t start = 0;
+    for (std::size_t run = 0; run < runEnds.size(); start = runEnds[run++]) {
+        if (start < runEnds[run]) {
+            heap.push_back({keyOfLine(start), static_cast<std::uint32_t>(start), static_cast<std::uint32_t>(runEnds[run]),
+                            static_cast<std::uint32_t>(run)});
+        }
+    }
+    std::make_heap(heap.begin(), heap.end(), after);
+    std::vector<std::uint32_t> order;
+    order.reserve(runEnds.back());
+    while (!heap.empty()) {
+        std::pop_heap(heap.begin(), heap.end(), after);
+        Cursor& least = heap.back();
+        order.push_back(least.at);
+        if (++least.at == least.end) {
+            heap.pop_back();
+        } else {
+            least.key = keyOfLine(least.at);
+            std::push_heap(heap.begin(), heap.end(), after);
+        }
+    }
+    return order;
+}
+
+}  // namespace
+
+// The lines are sorted a piece at a time, each piece's room small enough to come from the free
+// space of the heap (the workbook's sheets, let go by then) rather than from fresh pages, and the
+// sorted pieces, with the lines sorted before, are then merged: a later line of a key replaces an
+// earlier one.
+void KeyLines::SortFrom(std::deque<Line>& lines, std::size_t from) {
+    const auto keyOfLine = [&](std::size_t index) { return Read(lines[index]).key; };
+    std::vector<std::size_t> runEnds;
+    if (from > 0) runEnds.push_back(from);
+    std::size_t kept = from;
+    for (std::size_t first = from; first < lines.size(); first += kLinesForOneRun) {
+        const std::size_t last = std::min(first + kLinesForOneRun, lines.size());
+        std::vector<KeyPlace> room;
+        std::uint32_t* const order = KeyOrderFrom(first, last, keyOfLine, room);
+        Permute(lines, first, order, last - first);
+        kept = KeepLastOfEachKey(lines, first, last, kept, keyOfLine);
+        runEnds.push_back(kept);
+    }
     lines.resize(kept);
+    if (runEnds.size() < 2) return;
+    std::vector<std::uint32_t> order = MergedOrder(runEnds, keyOfLine);
+    Permute(lines, 0, order.data(), order.size());
+    lines.resize(KeepLastOfEachKey(lines, 0, lines.size(), 0, keyOfLine));
 }
 
 void KeyLines::Sort() const {
     if (sorted_ == lines_.size()) return;
     SortFrom(lines_, sorted_);
-    // Then merged with those sorted before, a new line replacing an old one of its key: a
-    // workbook of many sheets is sorted once a sheet without sorting the sheets before again.
-    if (sorted_ > 0) {
-        std::vector<Line> merged;
-        merged.reserve(lines_.size());
-        const auto oldEnd = lines_.cbegin() + static_cast<std::ptrdiff_t>(sorted_);
-        auto old = lines_.cbegin();
-        for (auto added = oldEnd; added != lines_.cend(); ++added) {
-            const std::string_view key = Read(*added).key;
-            while (old != oldEnd && Read(*old).key < key) merged.push_back(*old++);
-            if (old != oldEnd && Read(*old).key == key) ++old;
-            merged.push_back(*added);
-        }
-        merged.insert(merged.end(), old, oldEnd);
-        lines_.swap(merged);
-    }
     sorted_ = lines_.size();
 }
 
 void KeyLines::clear() {
-    std::vector<Line>().swap(lines_);
+    std::deque<Line>().swap(lines_);
     texts_.clear();
     sorted_ = 0;
 }

@@ -3,12 +3,12 @@
 // would give them, held in blocks of their own.
 
 #include <cstddef>
+#include <deque>
 #include <initializer_list>
 #include <iterator>
 #include <optional>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "base/TextBlocks.h"
 
@@ -44,7 +44,7 @@ public:
         using pointer = void;
         using reference = Entry;
 
-        explicit Iterator(const Line* at = nullptr) : at_(at) {}
+        explicit Iterator(std::deque<Line>::const_iterator at = {}) : at_(at) {}
         Entry operator*() const { return Read(*at_); }
         Iterator& operator++() { ++at_; return *this; }
         Iterator operator++(int) { Iterator was = *this; ++at_; return was; }
@@ -52,7 +52,7 @@ public:
         bool operator!=(const Iterator& other) const { return at_ != other.at_; }
 
     private:
-        const Line* at_;
+        std::deque<Line>::const_iterator at_;
     };
 
     KeyLines() = default;
@@ -70,17 +70,14 @@ public:
     void AddKept(std::string_view key, std::string_view value);
     // Adds a line, both texts copied.
     void Add(std::string_view key, std::string_view value) { AddKept(key, Keep(value)); }
-    // Makes room for `more` lines beyond those held, so a sheet's lines grow the list once; the
-    // room at least doubles, so that sheet after sheet doesn't move every line held each time.
-    void Reserve(std::size_t more);
     // Key order, the last value of each key kept: lines added since are sorted in now.
     void Sort() const;
     // Every line and text gone.
     void clear();
 
     // The lines, in key order.
-    Iterator begin() const { return Iterator(Lines().data()); }
-    Iterator end() const { return Iterator(Lines().data() + lines_.size()); }
+    Iterator begin() const { return Iterator(Lines().begin()); }
+    Iterator end() const { return Iterator(Lines().end()); }
     Entry operator[](std::size_t i) const { return Read(Lines()[i]); }
     std::size_t size() const { return Lines().size(); }
     bool empty() const { return Lines().empty(); }
@@ -92,12 +89,16 @@ private:
     static Entry Read(const Line& line) {
         return {base::TextBlocks::Counted(line.key), base::TextBlocks::Counted(line.value)};
     }
-    const std::vector<Line>& Lines() const { Sort(); return lines_; }
+    const std::deque<Line>& Lines() const {
+        if (sorted_ != lines_.size()) Sort();
+        return lines_;
+    }
     // Sorts the lines from `from` on by key where they are, the last added of each key kept.
-    static void SortFrom(std::vector<Line>& lines, std::size_t from);
+    static void SortFrom(std::deque<Line>& lines, std::size_t from);
 
-    // Sorted in by the reading accessors, hence mutable.
-    mutable std::vector<Line> lines_;
+    // Sorted in by the reading accessors, hence mutable. Held in small blocks, so that the list
+    // grows without moving the lines it holds and takes the heap's free space.
+    mutable std::deque<Line> lines_;
     mutable std::size_t sorted_ = 0;  // lines_ before this index are in key order, without repeats
     base::TextBlocks texts_{1 << 20};
 };

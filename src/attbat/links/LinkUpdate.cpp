@@ -113,8 +113,6 @@ bool ReadCommentAndText(ImportMap& map, bool ignoreProperties) {
         auto comments = ExcelUtils::Worksheet->GetComments();
         const int count = comments->Count();
         host::ProgressMeter meter("Reading the data from Excel...", count + 1);
-        // A key comment mostly holds one key line.
-        map.Reserve(static_cast<std::size_t>(std::max(count, 0)));
         for (int i = 1; i <= count; ++i) {
             try {
                 ExcelUtils::AddKeyLines(*comments->Item(i), map, ignoreProperties);
