@@ -104,7 +104,7 @@ void SortPlaces(KeyPlace* first, KeyPlace* last, const KeyOfLine& keyOfLine) {
     }
 }
 
-// The order of the lines from `from` on by key, as one stable sort would give it: each line's
+// The order of the lines [from, count) by key, as one stable sort would give it: each line's
 // index. A long list is sorted in two halves, each on its own thread, then the halves are
 // merged, a tie taking the first half's line first. The order is written into the room of the
 // places (`room`), which holds it as long as it is needed: 12 bytes a line in all.

@@ -7,6 +7,7 @@
 #include <map>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "arxutils/KeyLines.h"
@@ -83,63 +84,66 @@ TEST(KeyLines, SortedSheetBySheetItGivesWhatAMapAssignedInTheSameOrderHolds) {
                                [](const KeyLines::Entry& a, const KeyLines::Entry& b) { return a.key < b.key; }));
 }
 
-TEST(KeyLines, AListLongEnoughToSortOnTwoThreadsKeepsTheLastValueOfAKeyFromEitherHalf) {
-    // Every key is added once in each half of the list, so the halves' merge decides which
-    // value stays.
-    std::mt19937 random(5);
-    const int keys = 60000;
-    std::vector<int> ids(keys);
-    for (int i = 0; i < keys; ++i) ids[static_cast<std::size_t>(i)] = i;
-    KeyLines lines;
-    std::map<std::string, std::string> map;
-    for (int half = 0; half < 2; ++half) {
-        std::shuffle(ids.begin(), ids.end(), random);
-        for (int id : ids) {
-            const std::string key = "/home/user/drawings/site plan.dxf<" + std::to_string(id) + "_TAG>";
-            const std::string value = std::to_string(half) + ":" + std::to_string(id);
-            lines.Add(key, value);
-            map[key] = value;
-        }
+// Keys added round after round, each round in a new order, to the lines and to a map alike.
+class ShuffledRounds {
+public:
+    ShuffledRounds(int keys, unsigned seed, std::string path)
+        : ids_(static_cast<std::size_t>(keys)), random_(seed), path_(std::move(path)) {
+        for (int i = 0; i < keys; ++i) ids_[static_cast<std::size_t>(i)] = i;
     }
-    lines.Sort();
-    EXPECT_EQ(AsMap(lines), map);
-    ASSERT_EQ(lines.size(), map.size());
-    auto expected = map.begin();
-    for (const auto& [key, value] : lines) {
-        ASSERT_EQ(key, expected->first);
-        ASSERT_EQ(value, expected->second);
-        ++expected;
-    }
-}
 
-TEST(KeyLines, AListSortedInPiecesKeepsTheLastValueOfAKeyFromAnyPieceOrFromTheLinesSortedBefore) {
-    // More lines than one piece of a sort: each key is added once before a sort and three times
-    // after it, in a new order each time, so that its lines lie in every piece.
-    std::mt19937 random(11);
-    const int keys = 400000;
-    std::vector<int> ids(keys);
-    for (int i = 0; i < keys; ++i) ids[static_cast<std::size_t>(i)] = i;
-    KeyLines lines;
-    std::map<std::string, std::string> map;
-    for (int round = 0; round < 4; ++round) {
-        std::shuffle(ids.begin(), ids.end(), random);
-        for (int id : ids) {
-            if (round == 0 && id % 3 != 0) continue;
-            if (round == 3 && id % 2 != 0) continue;
-            const std::string key = "D:\\plant\\area 3.dwg<" + std::to_string(id) + "_TAG>";
+    // Adds the keys whose ids `every` divides, each with a value naming the round.
+    void Add(int round, int every = 1) {
+        std::shuffle(ids_.begin(), ids_.end(), random_);
+        for (int id : ids_) {
+            if (id % every != 0) continue;
+            const std::string key = path_ + "<" + std::to_string(id) + "_TAG>";
             const std::string value = std::to_string(round) + ":" + std::to_string(id);
             lines.Add(key, value);
             map[key] = value;
         }
-        if (round == 0) lines.Sort();
     }
-    ASSERT_EQ(lines.size(), map.size());
-    auto expected = map.begin();
-    for (const auto& [key, value] : lines) {
-        ASSERT_EQ(key, expected->first);
-        ASSERT_EQ(value, expected->second);
-        ++expected;
+
+    // The lines, in order, are the map's pairs.
+    void ExpectTheMapInOrder() const {
+        ASSERT_EQ(lines.size(), map.size());
+        auto expected = map.begin();
+        for (const auto& [key, value] : lines) {
+            ASSERT_EQ(key, expected->first);
+            ASSERT_EQ(value, expected->second);
+            ++expected;
+        }
     }
+
+    KeyLines lines;
+    std::map<std::string, std::string> map;
+
+private:
+    std::vector<int> ids_;
+    std::mt19937 random_;
+    std::string path_;
+};
+
+TEST(KeyLines, AListLongEnoughToSortOnTwoThreadsKeepsTheLastValueOfAKeyFromEitherHalf) {
+    // Every key is added once in each half of the list, so the halves' merge decides which
+    // value stays.
+    ShuffledRounds rounds(60000, 5, "/home/user/drawings/site plan.dxf");
+    rounds.Add(0);
+    rounds.Add(1);
+    rounds.lines.Sort();
+    rounds.ExpectTheMapInOrder();
+}
+
+TEST(KeyLines, AListSortedInPiecesKeepsTheLastValueOfAKeyFromAnyPieceOrFromTheLinesSortedBefore) {
+    // More lines than one piece of a sort: keys are added before a sort and three times after
+    // it, in a new order each time, so that the lines of a key lie in every piece.
+    ShuffledRounds rounds(400000, 11, "D:\\plant\\area 3.dwg");
+    rounds.Add(0, 3);
+    rounds.lines.Sort();
+    rounds.Add(1);
+    rounds.Add(2);
+    rounds.Add(3, 2);
+    rounds.ExpectTheMapInOrder();
 }
 
 TEST(KeyLines, SortingALongListNeverHoldsItsLinesTwice) {

@@ -331,7 +331,7 @@ private:
     // Appends the value of key `k` to its row.
     void AddValue(AcadBlockRef& row, std::size_t k) const;
 
-    const ImportMap& keys_;
+    const ImportMap& keys_;                   // in key order
     const ImportByHandleOptions& options_;
     std::vector<int> rowOfKey_;               // -1 for a key that names no row
     std::vector<std::size_t> lastKeyOfRow_;
