@@ -80,6 +80,9 @@ constexpr int kConnectTries = 3;
 
 // The session at `connection`, or null with `failure` saying why.
 SessionPtr Connect(const std::string& connection, std::string& failure) {
+    // The bridge writes to the office's socket or pipe: a write after the office ended must fail
+    // the call that made it, not end this process with SIGPIPE.
+    signal(SIGPIPE, SIG_IGN);
     try {
         for (int tries = 1;; ++tries) {
             try {
