@@ -104,16 +104,14 @@ void SortPlaces(KeyPlace* first, KeyPlace* last, const KeyOfLine& keyOfLine) {
     }
 }
 
-// The order of the lines [from, count) by key, as one stable sort would give it: each line's
-// index. A long list is sorted in two halves, each on its own thread, then the halves are
-// merged, a tie taking the first half's line first. The order is written into the room of the
-// places (`room`), which holds it as long as it is needed: 12 bytes a line in all.
+// The order of the first `n` lines by key, as one stable sort would give it: each line's index.
+// A long list is sorted in two halves, each on its own thread, then the halves are merged, a tie
+// taking the first half's line first. The order is written into the room of the places
+// (`room`), which holds it as long as it is needed: 12 bytes a line in all.
 template <class KeyOfLine>
-std::uint32_t* KeyOrderFrom(std::size_t from, std::size_t count, const KeyOfLine& keyOfLine,
-                            std::vector<KeyPlace>& room) {
-    const std::size_t n = count - from;
+std::uint32_t* KeyOrder(std::size_t n, const KeyOfLine& keyOfLine, std::vector<KeyPlace>& room) {
     room.resize(n);
-    for (std::size_t i = 0; i < n; ++i) room[i] = {0, 0, static_cast<std::uint32_t>(from + i)};
+    for (std::size_t i = 0; i < n; ++i) room[i] = {0, 0, static_cast<std::uint32_t>(i)};
     KeyPlace* const first = room.data();
     KeyPlace* const last = first + n;
     std::size_t middle = n < kLinesForTwoThreads ? n : n / 2;
@@ -141,100 +139,70 @@ std::uint32_t* KeyOrderFrom(std::size_t from, std::size_t count, const KeyOfLine
     return order;
 }
 
-// Puts the `n` lines from `from` on in `order` (place k takes the line at order[k]), each moved
-// once along the cycles of the order, so that the lines are never held twice. The order is
-// used up: a place filled is marked by its own index.
-template <class Lines>
-void Permute(Lines& lines, std::size_t from, std::uint32_t* order, std::size_t n) {
-    for (std::size_t start = 0; start < n; ++start) {
-        if (order[start] == from + start) continue;
-        const auto held = lines[from + start];
-        std::size_t at = start;
-        for (;;) {
-            const std::size_t source = order[at] - from;
-            order[at] = static_cast<std::uint32_t>(from + at);
-            if (source == start) {
-                lines[from + at] = held;
-                break;
-            }
-            lines[from + at] = lines[from + source];
-            at = source;
-        }
-    }
-}
-
-// Keeps the last of each run of lines with one key among the sorted lines [first, last), moved
-// down to begin at `to` (not after `first`); gives the end of those kept.
-template <class Lines, class KeyOfLine>
-std::size_t KeepLastOfEachKey(Lines& lines, std::size_t first, std::size_t last, std::size_t to,
-                              const KeyOfLine& keyOfLine) {
-    std::size_t kept = to;
-    for (std::size_t i = first; i < last; ++i) {
-        if (kept > to && keyOfLine(kept - 1) == keyOfLine(i)) lines[kept - 1] = lines[i];
-        else lines[kept++] = lines[i];
-    }
-    return kept;
-}
-
-// The order of the lines of sorted runs lying one after another (`runEnds`, the first from 0) by
-// key, a tie taking the earlier run's line first.
-template <class KeyOfLine>
-std::vector<std::uint32_t> MergedOrder(const std::vector<std::size_t>& runEnds, const KeyOfLine& keyOfLine) {
-    struct Cursor {
-        std::string_view key;
-        std::uint32_t at, end, run;
-    };
-    // A heap whose top is the least key of the earliest run.
-    const auto after = [](const Cursor& a, const Cursor& b) { return a.key != b.key ? a.key > b.key : a.run > b.run; };
-    std::vector<Cursor> heap;
-    std::size_t start = 0;
-    for (std::size_t run = 0; run < runEnds.size(); start = runEnds[run++]) {
-        if (start < runEnds[run]) {
-            heap.push_back({keyOfLine(start), static_cast<std::uint32_t>(start), static_cast<std::uint32_t>(runEnds[run]),
-                            static_cast<std::uint32_t>(run)});
-        }
-    }
-    std::make_heap(heap.begin(), heap.end(), after);
-    std::vector<std::uint32_t> order;
-    order.reserve(runEnds.back());
-    while (!heap.empty()) {
-        std::pop_heap(heap.begin(), heap.end(), after);
-        Cursor& least = heap.back();
-        order.push_back(least.at);
-        if (++least.at == least.end) {
-            heap.pop_back();
-        } else {
-            least.key = keyOfLine(least.at);
-            std::push_heap(heap.begin(), heap.end(), after);
-        }
-    }
-    return order;
-}
-
 }  // namespace
 
 // The lines are sorted a piece at a time, each piece's room small enough to come from the free
-// space of the heap (the workbook's sheets, let go by then) rather than from fresh pages, and the
-// sorted pieces, with the lines sorted before, are then merged: a later line of a key replaces an
-// earlier one.
+// space of the heap (the workbook's sheets, let go by then) rather than from fresh pages, into
+// runs of their own; the runs, with the lines sorted before, are then merged. Lines move from
+// the front of one deque to the back of another, so that blocks are let go as fast as others
+// are taken and the lines are never held twice.
 void KeyLines::SortFrom(std::deque<Line>& lines, std::size_t from) {
-    const auto keyOfLine = [&](std::size_t index) { return Read(lines[index]).key; };
-    std::vector<std::size_t> runEnds;
-    if (from > 0) runEnds.push_back(from);
-    std::size_t kept = from;
-    for (std::size_t first = from; first < lines.size(); first += kLinesForOneRun) {
-        const std::size_t last = std::min(first + kLinesForOneRun, lines.size());
-        std::vector<KeyPlace> room;
-        std::uint32_t* const order = KeyOrderFrom(first, last, keyOfLine, room);
-        Permute(lines, first, order, last - first);
-        kept = KeepLastOfEachKey(lines, first, last, kept, keyOfLine);
-        runEnds.push_back(kept);
+    std::vector<std::deque<Line>> runs;
+    if (from > 0) {
+        std::deque<Line>& before = runs.emplace_back();
+        for (; from > 0; --from) {
+            before.push_back(lines.front());
+            lines.pop_front();
+        }
     }
-    lines.resize(kept);
-    if (runEnds.size() < 2) return;
-    std::vector<std::uint32_t> order = MergedOrder(runEnds, keyOfLine);
-    Permute(lines, 0, order.data(), order.size());
-    lines.resize(KeepLastOfEachKey(lines, 0, lines.size(), 0, keyOfLine));
+    while (!lines.empty()) {
+        const std::size_t count = std::min(kLinesForOneRun, lines.size());
+        runs.push_back(SortedRun(lines, count));
+        lines.erase(lines.begin(), lines.begin() + static_cast<std::ptrdiff_t>(count));
+    }
+    if (runs.size() == 1) {
+        lines.swap(runs.front());
+        return;
+    }
+    // A heap of the runs whose top is the least key of the earliest run: of a key's lines, the
+    // latest run's comes last and replaces the others.
+    struct Cursor {
+        std::string_view key;
+        std::size_t run;
+    };
+    const auto after = [](const Cursor& a, const Cursor& b) { return a.key != b.key ? a.key > b.key : a.run > b.run; };
+    std::vector<Cursor> heap;
+    for (std::size_t run = 0; run < runs.size(); ++run) heap.push_back({Read(runs[run].front()).key, run});
+    std::make_heap(heap.begin(), heap.end(), after);
+    while (!heap.empty()) {
+        std::pop_heap(heap.begin(), heap.end(), after);
+        Cursor& least = heap.back();
+        std::deque<Line>& run = runs[least.run];
+        if (!lines.empty() && Read(lines.back()).key == least.key) lines.back() = run.front();
+        else lines.push_back(run.front());
+        run.pop_front();
+        if (run.empty()) {
+            heap.pop_back();
+        } else {
+            least.key = Read(run.front()).key;
+            std::push_heap(heap.begin(), heap.end(), after);
+        }
+    }
+}
+
+// The first `count` of `lines` in key order, the last of each key kept, gathered through their
+// order.
+std::deque<KeyLines::Line> KeyLines::SortedRun(const std::deque<Line>& lines, std::size_t count) {
+    const auto keyOfLine = [&](std::size_t index) { return Read(lines[index]).key; };
+    std::vector<KeyPlace> room;
+    const std::uint32_t* const order = KeyOrder(count, keyOfLine, room);
+    std::deque<Line> run;
+    for (std::size_t k = 0; k < count; ++k) {
+        const Line& line = lines[order[k]];
+        if (!run.empty() && Read(run.back()).key == Read(line).key) run.back() = line;
+        else run.push_back(line);
+    }
+    return run;
 }
 
 void KeyLines::Sort() const {

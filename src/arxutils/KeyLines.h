@@ -93,8 +93,11 @@ private:
         if (sorted_ != lines_.size()) Sort();
         return lines_;
     }
-    // Sorts the lines from `from` on by key where they are, the last added of each key kept.
+    // Sorts the lines from `from` on by key and merges them with those before, the last added
+    // of each key kept.
     static void SortFrom(std::deque<Line>& lines, std::size_t from);
+    // The first `count` lines in key order, the last of each key kept.
+    static std::deque<Line> SortedRun(const std::deque<Line>& lines, std::size_t count);
 
     // Sorted in by the reading accessors, hence mutable. Held in small blocks, so that the list
     // grows without moving the lines it holds and takes the heap's free space.

@@ -44,8 +44,7 @@ std::string_view TextBlocks::Keep(std::string_view text) {
     return {kept, text.size()};
 }
 
-// The length is written backwards from the text's first byte, seven bits a byte, the lowest
-// first; a byte's high bit says that another comes before it.
+// The length is written as Counted reads it.
 const char* TextBlocks::KeepCounted(std::string_view text) {
     if (text.empty()) return nullptr;
     std::size_t lengthBytes = 1;
@@ -57,17 +56,6 @@ const char* TextBlocks::KeepCounted(std::string_view text) {
         room[i] = static_cast<char>((rest & 0x7F) | (i > 0 ? 0x80 : 0));
     std::copy(text.begin(), text.end(), kept);
     return kept;
-}
-
-std::string_view TextBlocks::Counted(const char* text) {
-    if (text == nullptr) return {};
-    const auto* at = reinterpret_cast<const unsigned char*>(text) - 1;
-    std::size_t size = *at & 0x7Fu;
-    for (unsigned shift = 7; *at & 0x80u; shift += 7) {
-        --at;
-        size |= static_cast<std::size_t>(*at & 0x7Fu) << shift;
-    }
-    return {text, size};
 }
 
 void TextBlocks::clear() {

@@ -21,8 +21,18 @@ public:
     // Copies `text` with its length written just before it, so that the pointer to its first
     // byte is all a holder keeps of it; Counted reads it back. An empty text is null.
     const char* KeepCounted(std::string_view text);
-    // The text KeepCounted kept at `text`.
-    static std::string_view Counted(const char* text);
+    // The text KeepCounted kept at `text`: its length is read backwards from the byte before
+    // it, seven bits a byte, the lowest first; a byte's high bit says that another comes before.
+    static std::string_view Counted(const char* text) {
+        if (text == nullptr) return {};
+        const auto* at = reinterpret_cast<const unsigned char*>(text) - 1;
+        std::size_t size = *at & 0x7Fu;
+        for (unsigned shift = 7; *at & 0x80u; shift += 7) {
+            --at;
+            size |= static_cast<std::size_t>(*at & 0x7Fu) << shift;
+        }
+        return {text, size};
+    }
     // Every text gone.
     void clear();
 
