@@ -110,7 +110,7 @@ base::Result<NotesPart> ReadNotes(XmlScanner& x, std::size_t expectedNotes, std:
     authorOf.reserve(expectedNotes);
     StoredNote note;
     bool noteOk = false;
-    std::string value, author;
+    std::string value, author, text;
     std::size_t unknownAuthor = static_cast<std::size_t>(-1);
     while ((t = x.Next()) != Token::End) {
         if (t == Token::Error) return base::Status::Error(std::string(label) + ": " + x.Error());
@@ -130,6 +130,7 @@ base::Result<NotesPart> ReadNotes(XmlScanner& x, std::size_t expectedNotes, std:
             } else if (depth == 2 && list == In::CommentList && name == "comment") {
                 inNote = true;
                 note = StoredNote();
+                text.clear();
                 noteOk = x.Attribute("ref", value) && ParseCell(value, note.row, note.column);
                 std::size_t id = 0;
                 if (x.Attribute("authorId", value)) id = std::strtoul(value.c_str(), nullptr, 10);
@@ -139,7 +140,7 @@ base::Result<NotesPart> ReadNotes(XmlScanner& x, std::size_t expectedNotes, std:
             } else if (depth == 4 && inText && name == "r") {
                 inRun = true;
             } else if ((depth == 4 && inText && name == "t") || (depth == 5 && inRun && name == "t")) {
-                capture = &note.text;
+                capture = &text;
                 captureDepth = depth;
             }
             continue;
@@ -157,7 +158,8 @@ base::Result<NotesPart> ReadNotes(XmlScanner& x, std::size_t expectedNotes, std:
         } else if (depth == 2 && inNote) {
             inNote = false;
             if (noteOk) {
-                if (note.text.find("_x") != std::string::npos) note.text = UnescapeOoxml(note.text);
+                if (text.find("_x") != std::string::npos) text = UnescapeOoxml(text);
+                note.text = part.texts.KeepCounted(text);
                 note.originalRow = note.row;
                 note.originalColumn = note.column;
                 notes.push_back(std::move(note));
@@ -221,7 +223,7 @@ void WriteComments(DeflateStream& stream, std::string_view rootAttributes, const
         out += " authorId=\"";
         out.append(number, std::to_chars(number, number + sizeof number, n.author).ptr);
         out += "\"><text><t xml:space=\"preserve\">";
-        AppendEscaped(out, n.text);
+        AppendEscaped(out, n.Text());
         out += "</t></text></comment>";
     }
     out += "</commentList></comments>";

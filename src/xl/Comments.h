@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/Status.h"
+#include "base/TextBlocks.h"
 #include "xl/Worksheet.h"
 #include "xl/XmlScanner.h"
 #include "xl/Zip.h"
@@ -22,14 +23,22 @@ struct StoredNote {
     int originalRow = 0, originalColumn = 0;  // 0 for a note added since reading
     std::uint32_t author = 0;                 // index into the part's authors
     bool changed = false;
-    std::string text;                         // plain text; runs of a rich note joined
+    // The plain text, runs of a rich note joined: kept counted in the blocks of the notes' holder
+    // (base::TextBlocks::KeepCounted), so that a note costs no allocation of its own; null for "".
+    const char* text = nullptr;
+
+    std::string_view Text() const { return base::TextBlocks::Counted(text); }
 };
+
+// The size of the blocks that hold notes' texts.
+inline constexpr std::size_t kNoteTextBlock = 64 * 1024;
 
 // A comments part: its authors in order and its notes in file order.
 struct NotesPart {
     std::string rootAttributes;  // namespace declarations of the root, as XML
     std::vector<std::string> authors;
     std::vector<StoredNote> notes;
+    base::TextBlocks texts{kNoteTextBlock};  // the notes' texts
 };
 
 // Reads a comments part in one pass without building a tree; a note with an author id outside

@@ -182,6 +182,7 @@ struct Worksheet::Data {
     bool notesLoaded = false;
     base::Status notesStatus;       // why the notes could not be read, once notesLoaded
     std::vector<StoredNote> notes;  // sorted by row, column
+    base::TextBlocks noteTexts{kNoteTextBlock};  // their texts, and texts they had before
     Note noteAt;                    // what NoteAt() last gave
     std::size_t noteHint = std::size_t(-1);  // where FindNote() last found one
     std::string xml;                   // the sheet part, parsed in place
@@ -1039,6 +1040,7 @@ base::Status Worksheet::LoadNotes() {
     if (!*part) return fail(part->GetStatus());
     NotesPart& read = **part;
     data_->notes = std::move(read.notes);
+    data_->noteTexts = std::move(read.texts);
     data_->authors = std::move(read.authors);
     data_->commentsRoot = std::move(read.rootAttributes);
     auto byCell = [](const StoredNote& a, const StoredNote& b) {
@@ -1053,7 +1055,7 @@ std::vector<Note> Worksheet::Notes() {
     LoadNotes();
     std::vector<Note> out;
     out.reserve(data_->notes.size());
-    for (const StoredNote& n : data_->notes) out.push_back(Note{n.row, n.column, data_->authors[n.author], n.text});
+    for (const StoredNote& n : data_->notes) out.push_back(Note{n.row, n.column, data_->authors[n.author], std::string(n.Text())});
     return out;
 }
 
@@ -1098,13 +1100,14 @@ const StoredNote* Worksheet::FindNote(int row, int column) {
 const Note* Worksheet::NoteAt(int row, int column) {
     const StoredNote* note = FindNote(row, column);
     if (!note) return nullptr;
-    data_->noteAt = Note{row, column, data_->authors[note->author], note->text};
+    data_->noteAt = Note{row, column, data_->authors[note->author], std::string(note->Text())};
     return &data_->noteAt;
 }
 
-const std::string* Worksheet::NoteText(int row, int column) {
+std::optional<std::string_view> Worksheet::NoteText(int row, int column) {
     const StoredNote* note = FindNote(row, column);
-    return note ? &note->text : nullptr;
+    if (!note) return std::nullopt;
+    return note->Text();
 }
 
 base::Status Worksheet::SetNote(int row, int column, std::string_view text,
@@ -1118,7 +1121,7 @@ base::Status Worksheet::SetNote(int row, int column, std::string_view text,
                   : FirstNoteFrom(notes, row, column);
     std::uint32_t authorId = AuthorIndex(data_->authors, author);
     if (it != data_->notes.end() && it->row == row && it->column == column) {
-        it->text.assign(text);
+        it->text = data_->noteTexts.KeepCounted(text);
         it->author = authorId;
         it->changed = true;
         return base::Status::Ok();
@@ -1133,7 +1136,7 @@ base::Status Worksheet::SetNote(int row, int column, std::string_view text,
     added.column = column;
     added.author = authorId;
     added.changed = true;
-    added.text.assign(text);
+    added.text = data_->noteTexts.KeepCounted(text);
     data_->notes.insert(it, std::move(added));
     return base::Status::Ok();
 }

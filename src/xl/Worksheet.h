@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <map>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -143,9 +144,10 @@ public:
     std::vector<std::pair<int, int>> NoteCells();
     // The note of a cell, or nullptr; the note stays valid until the next NoteAt() call.
     const Note* NoteAt(int row, int column);
-    // The plain text of a cell's note without copying it, or nullptr when the cell has none;
-    // valid until the notes change. Asked in note order, each costs constant time.
-    const std::string* NoteText(int row, int column);
+    // The plain text of a cell's note without copying it, or none when the cell has none; the
+    // view stays valid while the notes are held (until a load). Asked in note order, each costs
+    // constant time.
+    std::optional<std::string_view> NoteText(int row, int column);
     // Adds or replaces the note of a cell; refused while the notes can't be read.
     base::Status SetNote(int row, int column, std::string_view text, std::string_view author = "");
     // Deletes the note of a cell; false when it had none.

@@ -116,7 +116,7 @@ TEST(Workbook, NotesAskedForFirstReadTheSheetWithThem) {
     ASSERT_TRUE(sheet->LoadNotes().IsOk());
     EXPECT_TRUE(sheet->Load().IsOk());
     EXPECT_EQ(sheet->Text(1, 1), "Tag");
-    ASSERT_NE(sheet->NoteText(1, 1), nullptr);
+    ASSERT_TRUE(sheet->NoteText(1, 1));
     EXPECT_EQ(*sheet->NoteText(1, 1), "plan.dxf<1F_TAG>");
 }
 
@@ -128,13 +128,13 @@ TEST(Workbook, NoteTextFindsNotesInAnyOrderAndNoneWhereACellHasNone) {
     sheet->SetNote(2, 2, "c");
     auto again = Reopen(*book);
     sheet = again->Sheet(0);
-    ASSERT_NE(sheet->NoteText(1, 1), nullptr);
+    ASSERT_TRUE(sheet->NoteText(1, 1));
     EXPECT_EQ(*sheet->NoteText(1, 1), "a");
     EXPECT_EQ(*sheet->NoteText(1, 3), "b");
     EXPECT_EQ(*sheet->NoteText(2, 2), "c");
     EXPECT_EQ(*sheet->NoteText(1, 1), "a");  // back to the first
-    EXPECT_EQ(sheet->NoteText(1, 2), nullptr);
-    EXPECT_EQ(sheet->NoteText(3, 1), nullptr);
+    EXPECT_FALSE(sheet->NoteText(1, 2));
+    EXPECT_FALSE(sheet->NoteText(3, 1));
     // A note added before the one last found moves the others; they are still found.
     EXPECT_EQ(*sheet->NoteText(1, 3), "b");
     ASSERT_TRUE(sheet->SetNote(1, 2, "new").IsOk());

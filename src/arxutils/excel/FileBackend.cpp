@@ -7,6 +7,7 @@
 #include <ctime>
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -480,9 +481,9 @@ public:
     FileComment(StatePtr state, Book* book, xl::Worksheet* sheet, int row, int column)
         : state_(std::move(state)), book_(book), sheet_(sheet), row_(row), column_(column) {}
     std::string Text() override {
-        const std::string* text = sheet_->NoteText(row_, column_);
+        std::optional<std::string_view> text = sheet_->NoteText(row_, column_);
         if (!text) Fail("Application-defined or object-defined error");
-        return *text;
+        return std::string(*text);
     }
     std::unique_ptr<Range> Parent() override {
         return MakeRange(state_, book_, sheet_, {{row_, column_, row_, column_}});
