@@ -14,8 +14,8 @@ namespace {
 
 // Below this many lines a sort stays on one thread: starting another costs more than it saves.
 constexpr std::size_t kLinesForTwoThreads = 1 << 16;
-// Lines sorted at a time: their room, 12 bytes a line, stays below 32 MiB, from where the heap
-// maps fresh pages for a block instead of taking it from its free space.
+// Lines sorted at a time: their places and order, 16 bytes a line, stay below 32 MiB, from where
+// the heap maps fresh pages for a block instead of taking it from its free space.
 constexpr std::size_t kLinesForOneRun = 1 << 20;
 
 }  // namespace
@@ -106,13 +106,12 @@ void SortPlaces(KeyPlace* first, KeyPlace* last, const KeyOfLine& keyOfLine) {
 
 // The order of the first `n` lines by key, as one stable sort would give it: each line's index.
 // A long list is sorted in two halves, each on its own thread, then the halves are merged, a tie
-// taking the first half's line first. The order is written into the room of the places
-// (`room`), which holds it as long as it is needed: 12 bytes a line in all.
+// taking the first half's line first. The places take 12 bytes a line and the order 4.
 template <class KeyOfLine>
-std::uint32_t* KeyOrder(std::size_t n, const KeyOfLine& keyOfLine, std::vector<KeyPlace>& room) {
-    room.resize(n);
-    for (std::size_t i = 0; i < n; ++i) room[i] = {0, 0, static_cast<std::uint32_t>(i)};
-    KeyPlace* const first = room.data();
+std::vector<std::uint32_t> KeyOrder(std::size_t n, const KeyOfLine& keyOfLine) {
+    std::vector<KeyPlace> places(n);
+    for (std::size_t i = 0; i < n; ++i) places[i] = {0, 0, static_cast<std::uint32_t>(i)};
+    KeyPlace* const first = places.data();
     KeyPlace* const last = first + n;
     std::size_t middle = n < kLinesForTwoThreads ? n : n / 2;
     std::future<void> firstHalf;
@@ -125,16 +124,11 @@ std::uint32_t* KeyOrder(std::size_t n, const KeyOfLine& keyOfLine, std::vector<K
     }
     SortPlaces(firstHalf.valid() ? first + middle : first, last, keyOfLine);
     if (firstHalf.valid()) firstHalf.get();
-    // The places' indices go to the first third of the room: index i is written at byte 4i,
-    // behind place i's index at byte 12i + 8, so no place is overwritten before it is read.
-    // The halves are then merged into the second third.
-    auto* const indices = reinterpret_cast<std::uint32_t*>(first);
-    for (std::size_t i = 0; i < n; ++i) indices[i] = first[i].index;
-    std::uint32_t* const order = indices + n;
-    std::uint32_t* out = order;
-    for (const std::uint32_t *a = indices, *b = indices + middle; a != indices + middle || b != indices + n;) {
-        const bool second = a == indices + middle || (b != indices + n && keyOfLine(*b) < keyOfLine(*a));
-        *out++ = second ? *b++ : *a++;
+    std::vector<std::uint32_t> order;
+    order.reserve(n);
+    for (const KeyPlace *a = first, *b = first + middle; a != first + middle || b != last;) {
+        const bool second = a == first + middle || (b != last && keyOfLine(b->index) < keyOfLine(a->index));
+        order.push_back((second ? b++ : a++)->index);
     }
     return order;
 }
@@ -178,8 +172,7 @@ void KeyLines::SortFrom(std::deque<Line>& lines, std::size_t from) {
         std::pop_heap(heap.begin(), heap.end(), after);
         Cursor& least = heap.back();
         std::deque<Line>& run = runs[least.run];
-        if (!lines.empty() && Read(lines.back()).key == least.key) lines.back() = run.front();
-        else lines.push_back(run.front());
+        AppendKeepingLast(lines, run.front());
         run.pop_front();
         if (run.empty()) {
             heap.pop_back();
@@ -194,15 +187,14 @@ void KeyLines::SortFrom(std::deque<Line>& lines, std::size_t from) {
 // order.
 std::deque<KeyLines::Line> KeyLines::SortedRun(const std::deque<Line>& lines, std::size_t count) {
     const auto keyOfLine = [&](std::size_t index) { return Read(lines[index]).key; };
-    std::vector<KeyPlace> room;
-    const std::uint32_t* const order = KeyOrder(count, keyOfLine, room);
     std::deque<Line> run;
-    for (std::size_t k = 0; k < count; ++k) {
-        const Line& line = lines[order[k]];
-        if (!run.empty() && Read(run.back()).key == Read(line).key) run.back() = line;
-        else run.push_back(line);
-    }
+    for (std::uint32_t index : KeyOrder(count, keyOfLine)) AppendKeepingLast(run, lines[index]);
     return run;
+}
+
+void KeyLines::AppendKeepingLast(std::deque<Line>& lines, const Line& line) {
+    if (!lines.empty() && Read(lines.back()).key == Read(line).key) lines.back() = line;
+    else lines.push_back(line);
 }
 
 void KeyLines::Sort() const {

@@ -150,7 +150,7 @@ TEST(KeyLines, SortingALongListNeverHoldsItsLinesTwice) {
     // 2,000,000 lines in an order far from sorted: sorted into a copy, lines of 32 bytes took
     // 96 MB more at the sort; moved where they are, 40 MB (their order while it was found); now
     // lines of 16 bytes, sorted a piece at a time into runs that are then merged, take less than
-    // their own size (a piece's room and its run while it is made, about 29 MB).
+    // their own size (a piece's order and its run while it is made, about 21 MB).
     constexpr std::size_t kCount = 2000000;
     KeyLines lines;
     const std::string_view value = lines.Keep("v");

@@ -62,6 +62,9 @@ CalcBackend::CalcBackend() : state_(std::make_shared<State>()) {}
 CalcBackend::~CalcBackend() = default;
 
 std::unique_ptr<CalcBackend> CalcBackend::Create(const CalcBackendOptions& options) {
+    // The bridge writes to the office's socket or pipe: a write after the office ended must fail
+    // the call that made it, not end this process with SIGPIPE.
+    signal(SIGPIPE, SIG_IGN);
     std::unique_ptr<CalcBackend> backend(new CalcBackend());
     backend->state_->options = options;
     if (backend->state_->options.connection.empty()) backend->state_->options.connection = kDefaultConnection;
@@ -80,9 +83,6 @@ constexpr int kConnectTries = 3;
 
 // The session at `connection`, or null with `failure` saying why.
 SessionPtr Connect(const std::string& connection, std::string& failure) {
-    // The bridge writes to the office's socket or pipe: a write after the office ended must fail
-    // the call that made it, not end this process with SIGPIPE.
-    signal(SIGPIPE, SIG_IGN);
     try {
         for (int tries = 1;; ++tries) {
             try {
