@@ -98,7 +98,8 @@ private:
     static void SortFrom(std::deque<Line>& lines, std::size_t from);
     // The first `count` lines in key order, the last of each key kept.
     static std::deque<Line> SortedRun(const std::deque<Line>& lines, std::size_t count);
-    // Appends `line` to lines in key order, or puts it in place of the last when that has its key.
+    // Appends `line`, whose key comes no earlier than the last line's, or puts it in place of the
+    // last when that has its key.
     static void AppendKeepingLast(std::deque<Line>& lines, const Line& line);
 
     // Sorted in by the reading accessors, hence mutable. Held in small blocks, so that the list
