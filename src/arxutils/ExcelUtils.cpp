@@ -521,7 +521,10 @@ bool NextLine(std::string_view text, std::size_t& pos, std::string_view& line) {
 }  // namespace
 
 void ExcelUtils::AddKeyLines(excel::Comment& comment, KeyLines& lines, bool ignoreProperties) {
-    const std::string text = comment.Text();
+    // A note that is one key, as every note of an export is, lends its text to the key line.
+    const base::SharedCounted shared = comment.SharedText();
+    std::string copy;
+    const std::string_view text = shared.holder ? shared.View() : std::string_view(copy = comment.Text());
     std::string_view line, cellText;
     bool fetched = false;
     for (std::size_t pos = 0; NextLine(text, pos, line);) {
@@ -533,7 +536,10 @@ void ExcelUtils::AddKeyLines(excel::Comment& comment, KeyLines& lines, bool igno
             cellText = lines.Keep(shown.type == VarType::String ? std::string_view(shown.text) : std::string_view());
             fetched = true;
         }
-        lines.AddKept(line, cellText);
+        if (shared.holder && line.size() == text.size())
+            lines.AddShared(shared, cellText);
+        else
+            lines.AddKept(line, cellText);
     }
 }
 

@@ -43,6 +43,11 @@ void KeyLines::AddKept(std::string_view key, std::string_view value) {
     lines_.push_back({texts_.KeepCounted(key), value.data()});
 }
 
+void KeyLines::AddShared(const base::SharedCounted& key, std::string_view value) {
+    lines_.push_back({key.text, value.data()});
+    if (holders_.empty() || holders_.back() != key.holder) holders_.push_back(key.holder);
+}
+
 namespace {
 
 // A line's place in the sort: seven bytes of its key from some offset, big-endian, then how many
@@ -206,6 +211,7 @@ void KeyLines::Sort() const {
 void KeyLines::clear() {
     std::deque<Line>().swap(lines_);
     texts_.clear();
+    holders_.clear();
     sorted_ = 0;
 }
 

@@ -6,9 +6,11 @@
 #include <deque>
 #include <initializer_list>
 #include <iterator>
+#include <memory>
 #include <optional>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "base/TextBlocks.h"
 
@@ -18,9 +20,10 @@ namespace arxutils {
 // order they are read; read back, they are as assignments into a map by key would leave them:
 // in key order, a later line of a key replacing the earlier one. Lines added since the last read
 // are sorted in at the next (or at Sort), so that adding sheet after sheet sorts once. The texts
-// are held in the list's own blocks with their lengths, so millions of lines cost no allocation
-// each and 16 bytes a line beside their texts; the views stay valid for the life of the list (a
-// copy holds its own texts).
+// are held in the list's own blocks with their lengths, or shared with their holders when the
+// key is the whole of a text held elsewhere, so millions of lines cost no allocation each and 16
+// bytes a line beside their texts; the views stay valid for the life of the list (a copy holds
+// its own texts).
 class KeyLines {
     // A line as held: its key and value, each kept counted (base::TextBlocks::KeepCounted).
     struct Line {
@@ -70,6 +73,9 @@ public:
     void AddKept(std::string_view key, std::string_view value);
     // Adds a line, both texts copied.
     void Add(std::string_view key, std::string_view value) { AddKept(key, Keep(value)); }
+    // Adds a line whose key is a text held elsewhere, taking a share in its holder instead of a
+    // copy; `value` as for AddKept.
+    void AddShared(const base::SharedCounted& key, std::string_view value);
     // Key order, the last value of each key kept: lines added since are sorted in now.
     void Sort() const;
     // Every line and text gone.
@@ -107,6 +113,8 @@ private:
     mutable std::deque<Line> lines_;
     mutable std::size_t sorted_ = 0;  // lines_ before this index are in key order, without repeats
     base::TextBlocks texts_{1 << 20};
+    // The holders of shared keys, each once for a run of lines it holds.
+    std::vector<std::shared_ptr<const base::TextBlocks>> holders_;
 };
 
 }  // namespace arxutils

@@ -46,4 +46,13 @@ private:
     std::size_t blockSize_;
 };
 
+// A text kept counted in blocks (TextBlocks::KeepCounted) with a share in what holds them, so
+// that it stays readable, without a copy, after its first holder lets it go.
+struct SharedCounted {
+    const char* text = nullptr;  // null for ""
+    std::shared_ptr<const TextBlocks> holder;
+
+    std::string_view View() const { return TextBlocks::Counted(text); }
+};
+
 }  // namespace base

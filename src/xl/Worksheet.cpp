@@ -182,7 +182,8 @@ struct Worksheet::Data {
     bool notesLoaded = false;
     base::Status notesStatus;       // why the notes could not be read, once notesLoaded
     std::vector<StoredNote> notes;  // sorted by row, column
-    base::TextBlocks noteTexts{kNoteTextBlock};  // their texts, and texts they had before
+    // Their texts, and texts they had before; shared with the readers of SharedNoteText.
+    std::shared_ptr<base::TextBlocks> noteTexts = std::make_shared<base::TextBlocks>(kNoteTextBlock);
     Note noteAt;                    // what NoteAt() last gave
     std::size_t noteHint = std::size_t(-1);  // where FindNote() last found one
     std::string xml;                   // the sheet part, parsed in place
@@ -1040,7 +1041,7 @@ base::Status Worksheet::LoadNotes() {
     if (!*part) return fail(part->GetStatus());
     NotesPart& read = **part;
     data_->notes = std::move(read.notes);
-    data_->noteTexts = std::move(read.texts);
+    data_->noteTexts = std::make_shared<base::TextBlocks>(std::move(read.texts));
     data_->authors = std::move(read.authors);
     data_->commentsRoot = std::move(read.rootAttributes);
     auto byCell = [](const StoredNote& a, const StoredNote& b) {
@@ -1110,6 +1111,12 @@ std::optional<std::string_view> Worksheet::NoteText(int row, int column) {
     return note->Text();
 }
 
+std::optional<base::SharedCounted> Worksheet::SharedNoteText(int row, int column) {
+    const StoredNote* note = FindNote(row, column);
+    if (!note) return std::nullopt;
+    return base::SharedCounted{note->text, data_->noteTexts};
+}
+
 base::Status Worksheet::SetNote(int row, int column, std::string_view text,
                                 std::string_view author) {
     if (base::Status st = LoadNotes(); !st) return st;
@@ -1121,7 +1128,7 @@ base::Status Worksheet::SetNote(int row, int column, std::string_view text,
                   : FirstNoteFrom(notes, row, column);
     std::uint32_t authorId = AuthorIndex(data_->authors, author);
     if (it != data_->notes.end() && it->row == row && it->column == column) {
-        it->text = data_->noteTexts.KeepCounted(text);
+        it->text = data_->noteTexts->KeepCounted(text);
         it->author = authorId;
         it->changed = true;
         return base::Status::Ok();
@@ -1136,7 +1143,7 @@ base::Status Worksheet::SetNote(int row, int column, std::string_view text,
     added.column = column;
     added.author = authorId;
     added.changed = true;
-    added.text = data_->noteTexts.KeepCounted(text);
+    added.text = data_->noteTexts->KeepCounted(text);
     data_->notes.insert(it, std::move(added));
     return base::Status::Ok();
 }

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "base/Status.h"
+#include "base/TextBlocks.h"
 #include "xl/CellRef.h"
 #include "xl/Styles.h"
 
@@ -148,6 +149,9 @@ public:
     // view stays valid while the notes are held (until a load). Asked in note order, each costs
     // constant time.
     std::optional<std::string_view> NoteText(int row, int column);
+    // The same text with a share in the blocks that hold it, so that it stays readable after
+    // the sheet lets its notes go (a load, an unload, the workbook closed).
+    std::optional<base::SharedCounted> SharedNoteText(int row, int column);
     // Adds or replaces the note of a cell; refused while the notes can't be read.
     base::Status SetNote(int row, int column, std::string_view text, std::string_view author = "");
     // Deletes the note of a cell; false when it had none.

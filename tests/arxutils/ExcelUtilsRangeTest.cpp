@@ -199,6 +199,21 @@ TEST_P(BackendTest, ReadCommentAndTextMapsKeyLinesToTheirCellText) {
     EXPECT_FALSE(withoutProperties.Find("x:y"));
 }
 
+TEST_P(BackendTest, KeyLinesReadFromNotesStayReadableAfterTheWorkbookIsLetGo) {
+    Attach(MakeBook("a.xlsx", [](xl::Worksheet& s) {
+        s.SetString(2, 2, "Valve");
+        s.SetNote(2, 2, "plan.dwg_1F_NAME");
+        s.SetString(3, 2, "Pump");
+        s.SetNote(3, 2, "plan.dwg_20_NAME\nplan.dwg_20:Layer");
+    }));
+    KeyLines map;
+    ASSERT_TRUE(ExcelUtils::ReadCommentAndText(map, false));
+    ExcelUtils::Disconnect();
+    arxutils::excel::SetCurrentServer(nullptr);
+    backend_.reset();
+    EXPECT_EQ(map, (KeyLines{{"plan.dwg_1F_NAME", "Valve"}, {"plan.dwg_20_NAME", "Pump"}, {"plan.dwg_20:Layer", "Pump"}}));
+}
+
 TEST_P(BackendTest, ReadCommentAndTextReadsEveryNoteOfACorpusSheet) {
     std::string path = CopyCorpus("excel2007-notes-2049-across-3-sheets.xlsx");
     Attach(path);

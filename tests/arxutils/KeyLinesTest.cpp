@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <map>
+#include <memory>
 #include <random>
 #include <string>
 #include <utility>
@@ -207,6 +208,25 @@ TEST(KeyLines, ACopyHoldsItsOwnTexts) {
     EXPECT_EQ(copy[1].value, "short");
     copy.clear();
     EXPECT_TRUE(copy.empty());
+}
+
+TEST(KeyLines, ASharedKeyStaysReadableAfterItsHolderLetsItGo) {
+    KeyLines lines;
+    {
+        auto holder = std::make_shared<base::TextBlocks>(64);
+        const std::string key(100, 'k');  // longer than a block: a block of its own
+        lines.AddShared({holder->KeepCounted(key), holder}, lines.Keep("1"));
+        lines.AddShared({holder->KeepCounted("a"), holder}, lines.Keep("2"));
+        lines.Add("a", "3");
+    }
+    ASSERT_EQ(lines.size(), 2u);
+    EXPECT_EQ(lines[0].key, "a");
+    EXPECT_EQ(lines[0].value, "3");
+    EXPECT_EQ(lines[1].key, std::string(100, 'k'));
+    EXPECT_EQ(lines[1].value, "1");
+    KeyLines copy = lines;
+    lines.clear();
+    EXPECT_EQ(copy[1].key, std::string(100, 'k'));
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <optional>
 
 #include "base/File.h"
 #include "xl/Package.h"
@@ -105,6 +106,23 @@ TEST(Workbook, AnUnchangedSheetUnloadsAndReadsItsCellsAndNotesAgain) {
     ASSERT_NE(sheet->NoteAt(1, 1), nullptr);
     EXPECT_EQ(sheet->NoteAt(1, 1)->text, "plan.dxf<1F_TAG>");
     EXPECT_EQ(sheet->NoteCells(), (std::vector<std::pair<int, int>>{{1, 1}}));
+}
+
+TEST(Workbook, ASharedNoteTextStaysReadableAfterItsSheetAndWorkbookAreGone) {
+    auto book = xl::Workbook::Create();
+    book->Sheet(0)->SetNote(1, 1, "plan.dxf<1F_TAG>", "me");
+    book->Sheet(0)->SetNote(2, 1, "", "me");
+    auto again = Reopen(*book);
+    xl::Worksheet* sheet = again->Sheet(0);
+    std::optional<base::SharedCounted> text = sheet->SharedNoteText(1, 1);
+    ASSERT_TRUE(text);
+    EXPECT_EQ(text->View(), "plan.dxf<1F_TAG>");
+    ASSERT_TRUE(sheet->SharedNoteText(2, 1));
+    EXPECT_EQ(sheet->SharedNoteText(2, 1)->View(), "");
+    EXPECT_FALSE(sheet->SharedNoteText(3, 1));
+    EXPECT_EQ(again->UnloadUnchangedSheets(), 1);
+    again.reset();
+    EXPECT_EQ(text->View(), "plan.dxf<1F_TAG>");
 }
 
 TEST(Workbook, NotesAskedForFirstReadTheSheetWithThem) {

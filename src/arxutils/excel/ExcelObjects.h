@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "arxutils/excel/Variant.h"
+#include "base/TextBlocks.h"
 
 namespace arxutils::excel {
 
@@ -275,6 +276,9 @@ public:
 class Comment : public Dispatch {
 public:
     virtual std::string Text() = 0;
+    // The same text where the backend holds it, shared instead of copied; a null holder when the
+    // backend holds none to share (Text() then gives a copy).
+    virtual base::SharedCounted SharedText() { return {}; }
     // The cell the note belongs to.
     virtual std::unique_ptr<Range> Parent() = 0;
     virtual void Delete() = 0;

@@ -480,10 +480,11 @@ class FileComment : public Comment {
 public:
     FileComment(StatePtr state, Book* book, xl::Worksheet* sheet, int row, int column)
         : state_(std::move(state)), book_(book), sheet_(sheet), row_(row), column_(column) {}
-    std::string Text() override {
-        std::optional<std::string_view> text = sheet_->NoteText(row_, column_);
+    std::string Text() override { return std::string(SharedText().View()); }
+    base::SharedCounted SharedText() override {
+        std::optional<base::SharedCounted> text = sheet_->SharedNoteText(row_, column_);
         if (!text) Fail("Application-defined or object-defined error");
-        return std::string(*text);
+        return *std::move(text);
     }
     std::unique_ptr<Range> Parent() override {
         return MakeRange(state_, book_, sheet_, {{row_, column_, row_, column_}});
