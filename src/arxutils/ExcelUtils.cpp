@@ -523,8 +523,8 @@ bool NextLine(std::string_view text, std::size_t& pos, std::string_view& line) {
 void ExcelUtils::AddKeyLines(excel::Comment& comment, KeyLines& lines, bool ignoreProperties) {
     // A note that is one key, as every note of an export is, lends its text to the key line.
     const base::SharedCounted shared = comment.SharedText();
-    std::string copy;
-    const std::string_view text = shared.holder ? shared.View() : std::string_view(copy = comment.Text());
+    const std::string copy = shared.holder ? std::string() : comment.Text();
+    const std::string_view text = shared.holder ? shared.View() : std::string_view(copy);
     std::string_view line, cellText;
     bool fetched = false;
     for (std::size_t pos = 0; NextLine(text, pos, line);) {

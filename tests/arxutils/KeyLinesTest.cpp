@@ -212,13 +212,16 @@ TEST(KeyLines, ACopyHoldsItsOwnTexts) {
 
 TEST(KeyLines, ASharedKeyStaysReadableAfterItsHolderLetsItGo) {
     KeyLines lines;
+    std::weak_ptr<const base::TextBlocks> held;
     {
         auto holder = std::make_shared<base::TextBlocks>(64);
+        held = holder;
         const std::string key(100, 'k');  // longer than a block: a block of its own
         lines.AddShared({holder->KeepCounted(key), holder}, lines.Keep("1"));
         lines.AddShared({holder->KeepCounted("a"), holder}, lines.Keep("2"));
         lines.Add("a", "3");
     }
+    EXPECT_EQ(held.use_count(), 1);  // the list's one share for both lines
     ASSERT_EQ(lines.size(), 2u);
     EXPECT_EQ(lines[0].key, "a");
     EXPECT_EQ(lines[0].value, "3");
@@ -226,6 +229,7 @@ TEST(KeyLines, ASharedKeyStaysReadableAfterItsHolderLetsItGo) {
     EXPECT_EQ(lines[1].value, "1");
     KeyLines copy = lines;
     lines.clear();
+    EXPECT_TRUE(held.expired());
     EXPECT_EQ(copy[1].key, std::string(100, 'k'));
 }
 
