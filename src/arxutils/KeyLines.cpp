@@ -44,8 +44,15 @@ void KeyLines::AddKept(std::string_view key, std::string_view value) {
 }
 
 void KeyLines::AddShared(const base::SharedCounted& key, std::string_view value) {
+    if (holders_.empty()) ownedFrom_ = lines_.size();
     lines_.push_back({key.text, value.data()});
     if (holders_.empty() || holders_.back() != key.holder) holders_.push_back(key.holder);
+}
+
+void KeyLines::OwnSharedKeys() {
+    if (holders_.empty()) return;
+    for (std::size_t i = ownedFrom_; i < lines_.size(); ++i) lines_[i].key = texts_.KeepCounted(Read(lines_[i]).key);
+    holders_.clear();
 }
 
 namespace {
@@ -206,6 +213,8 @@ void KeyLines::Sort() const {
     if (sorted_ == lines_.size()) return;
     SortFrom(lines_, sorted_);
     sorted_ = lines_.size();
+    // The sort moves lines with shared keys among those with keys of their own.
+    ownedFrom_ = 0;
 }
 
 void KeyLines::clear() {

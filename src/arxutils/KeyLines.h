@@ -76,6 +76,10 @@ public:
     // Adds a line whose key is a text held elsewhere, taking a share in its holder instead of a
     // copy; `value` as for AddKept.
     void AddShared(const base::SharedCounted& key, std::string_view value);
+    // Copies the shared keys into the list's own blocks and lets their holders go. A reader of
+    // many sheets calls it as each sheet is let go: the keys then take the room of the sheet's
+    // cells, and the sheets' notes don't stay spread over the heap until the end.
+    void OwnSharedKeys();
     // Key order, the last value of each key kept: lines added since are sorted in now.
     void Sort() const;
     // Every line and text gone.
@@ -115,6 +119,8 @@ private:
     base::TextBlocks texts_{1 << 20};
     // The holders of shared keys, each once for a run of lines it holds.
     std::vector<std::shared_ptr<const base::TextBlocks>> holders_;
+    // While keys are shared, lines_ before this index have keys of their own; a sort sets it to 0.
+    mutable std::size_t ownedFrom_ = 0;
 };
 
 }  // namespace arxutils

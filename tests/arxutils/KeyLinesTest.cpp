@@ -233,4 +233,45 @@ TEST(KeyLines, ASharedKeyStaysReadableAfterItsHolderLetsItGo) {
     EXPECT_EQ(copy[1].key, std::string(100, 'k'));
 }
 
+TEST(KeyLines, OwningSharedKeysLetsTheirHoldersGo) {
+    KeyLines lines;
+    lines.Add("b", "0");
+    std::weak_ptr<const base::TextBlocks> held;
+    {
+        auto holder = std::make_shared<base::TextBlocks>(64);
+        held = holder;
+        lines.AddShared({holder->KeepCounted("c"), holder}, lines.Keep("1"));
+        lines.Add("a", "2");
+        lines.AddShared({holder->KeepCounted(std::string(100, 'k')), holder}, lines.Keep("3"));
+    }
+    lines.OwnSharedKeys();
+    EXPECT_TRUE(held.expired());
+    ASSERT_EQ(lines.size(), 4u);
+    EXPECT_EQ(lines[0], (KeyLines::Entry{"a", "2"}));
+    EXPECT_EQ(lines[1], (KeyLines::Entry{"b", "0"}));
+    EXPECT_EQ(lines[2], (KeyLines::Entry{"c", "1"}));
+    EXPECT_EQ(lines[3], (KeyLines::Entry{std::string(100, 'k'), "3"}));
+}
+
+TEST(KeyLines, OwningSharedKeysAfterASortOwnsTheLinesItMoved) {
+    KeyLines lines;
+    for (const char* key : {"d", "e", "f"}) lines.Add(key, "old");
+    lines.OwnSharedKeys();  // nothing shared yet: nothing to do
+    auto holder = std::make_shared<base::TextBlocks>(64);
+    // A later line of a key replaces the earlier one at the sort, so the shared keys end up
+    // before lines of the list's own.
+    const char* a = holder->KeepCounted("a");
+    const char* e = holder->KeepCounted("e");
+    lines.AddShared({a, holder}, lines.Keep("new"));
+    lines.AddShared({e, holder}, lines.Keep("new"));
+    ASSERT_EQ(lines.size(), 4u);  // sorted here
+    lines.OwnSharedKeys();
+    EXPECT_EQ(holder.use_count(), 1);
+    // The holder's texts overwritten: the list reads its own copies.
+    *const_cast<char*>(a) = 'x';
+    *const_cast<char*>(e) = 'x';
+    const std::vector<KeyLines::Entry> expected = {{"a", "new"}, {"d", "old"}, {"e", "new"}, {"f", "old"}};
+    EXPECT_EQ(std::vector<KeyLines::Entry>(lines.begin(), lines.end()), expected);
+}
+
 }  // namespace

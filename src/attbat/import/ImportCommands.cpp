@@ -69,11 +69,13 @@ bool SetControls(CImportByHandleDialog& dialog, const ControlValues& values) {
 }
 
 // Reads the key comments of the active sheet, or of every sheet with the active one restored.
-// What was read is in the map: the memory of each sheet read goes back before the next is read.
+// What was read is in the map: the memory of each sheet read goes back before the next is read,
+// its notes too once the map holds its keys itself.
 bool ReadMap(const ImportByHandleOptions& options, ImportMap& map) {
     auto read = [&] {
         const bool ok = ExcelUtils::ReadCommentAndText(map, options.IgnoreProperty != 0);
         arxutils::excel::CurrentServer().ReleaseUnchangedData();
+        map.OwnSharedKeys();
         return ok;
     };
     return options.WorksheetOption == 0 ? read() : ExcelUtils::ForEachWorksheet(read);
