@@ -51,7 +51,8 @@ void KeyLines::AddShared(const base::SharedCounted& key, std::string_view value)
 
 void KeyLines::OwnSharedKeys() {
     if (holders_.empty()) return;
-    for (std::size_t i = ownedFrom_; i < lines_.size(); ++i) lines_[i].key = texts_.KeepCounted(Read(lines_[i]).key);
+    for (std::size_t i = ownedFrom_; i < lines_.size(); ++i)
+        lines_[i].key = texts_.KeepCounted(Read(lines_[i]).key);
     holders_.clear();
 }
 

@@ -78,7 +78,8 @@ public:
     void AddShared(const base::SharedCounted& key, std::string_view value);
     // Copies the shared keys into the list's own blocks and lets their holders go. A reader of
     // many sheets calls it as each sheet is let go: the keys then take the room of the sheet's
-    // cells, and the sheets' notes don't stay spread over the heap until the end.
+    // cells, and the sheets' notes don't stay spread over the heap until the end. Only the lines
+    // added since the first share are copied, unless a sort has moved them: then every key is.
     void OwnSharedKeys();
     // Key order, the last value of each key kept: lines added since are sorted in now.
     void Sort() const;

@@ -270,7 +270,8 @@ TEST(KeyLines, OwningSharedKeysAfterASortOwnsTheLinesItMoved) {
     // The holder's texts overwritten: the list reads its own copies.
     *const_cast<char*>(a) = 'x';
     *const_cast<char*>(e) = 'x';
-    const std::vector<KeyLines::Entry> expected = {{"a", "new"}, {"d", "old"}, {"e", "new"}, {"f", "old"}};
+    const std::vector<KeyLines::Entry> expected = {
+        {"a", "new"}, {"d", "old"}, {"e", "new"}, {"f", "old"}};
     EXPECT_EQ(std::vector<KeyLines::Entry>(lines.begin(), lines.end()), expected);
 }
 
