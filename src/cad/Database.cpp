@@ -129,7 +129,8 @@ base::Result<std::unique_ptr<Database>> Database::Open(const std::string& path) 
     return Loaded(std::move(db), &reader);
 }
 
-base::Result<std::unique_ptr<Database>> Database::OpenMapped(const std::string& path) {
+base::Result<std::unique_ptr<Database>> Database::OpenMapped(const std::string& path,
+                                                             bool twoThreads) {
     std::size_t size = 0;
     auto opened = OpenDrawingFile(path, size);
     if (!opened) return opened.GetStatus();
@@ -139,7 +140,7 @@ base::Result<std::unique_ptr<Database>> Database::OpenMapped(const std::string& 
     db->mapped_.emplace(std::move(*mapped));
     db->bytes_ = db->mapped_->Bytes();
     db->fileName_ = path;
-    auto loaded = Loaded(std::move(db));
+    auto loaded = Loaded(std::move(db), nullptr, twoThreads);
     // What loading read last (the header, the tables) is read again when asked for.
     if (loaded) (*loaded)->mapped_->HandBack(0, (*loaded)->bytes_.size());
     return loaded;
@@ -153,19 +154,20 @@ base::Result<std::unique_ptr<Database>> Database::FromBytes(std::string bytes, s
     return Loaded(std::move(db));
 }
 
-base::Result<std::unique_ptr<Database>> Database::Loaded(std::unique_ptr<Database> db, FileReader* reader) {
-    base::Status status = db->Load(reader);
+base::Result<std::unique_ptr<Database>> Database::Loaded(std::unique_ptr<Database> db,
+                                                         FileReader* reader, bool twoThreads) {
+    base::Status status = db->Load(reader, twoThreads);
     if (!status) return status;
     db->units_ = db->ReadUnits();
     return db;
 }
 
-void Database::HandBackBytesBefore(std::size_t offset) const {
+void Database::HandBackBytesBefore(std::size_t offset, std::size_t& handedBack) const {
     if (!mapped_) return;
-    if (offset < handedBack_) handedBack_ = 0;
-    if (offset < handedBack_ + 2 * kHandBackMargin) return;
-    mapped_->HandBack(handedBack_, offset - kHandBackMargin);
-    handedBack_ = offset - kHandBackMargin;
+    if (offset < handedBack) handedBack = 0;
+    if (offset < handedBack + 2 * kHandBackMargin) return;
+    mapped_->HandBack(handedBack, offset - kHandBackMargin);
+    handedBack = offset - kHandBackMargin;
 }
 
 void Database::HandBackAwayFrom(std::uint32_t rec) const {
@@ -178,18 +180,29 @@ void Database::HandBackAwayFrom(std::uint32_t rec) const {
 // ---------------------------------------------------------------------------------------------
 // Reading
 
-base::Status Database::Load(FileReader* reader) {
+base::Status Database::Load(FileReader* reader, bool twoThreads) {
     WaitForBytes waitFor;
+    ScanSplit split;
     if (reader) {
+        // The reading takes the second processor.
         waitFor = [reader](std::size_t want) { return reader->WaitFor(want); };
     } else if (mapped_) {
-        // All is in; asked for more as it goes, the scan says how far it has come.
+        // All is in; asked for more as it goes, the scan says how far it has come. The scan of
+        // the second half hands back behind itself with a mark of its own, from its first look
+        // on: what is before that is the first half's.
         waitFor = [this](std::size_t want) {
             HandBackBytesBefore(want);
             return std::min(want, bytes_.size());
         };
+        split.tailWaitFor = [this, handedBack = std::optional<std::size_t>()](
+                                std::size_t want) mutable {
+            if (!handedBack) handedBack = want;
+            HandBackBytesBefore(want, *handedBack);
+            return std::min(want, bytes_.size());
+        };
     }
-    base::Status status = ScanTags(bytes_, fileName_, stream_, waitFor);
+    const ScanSplit* shared = twoThreads && mapped_ ? &split : nullptr;
+    base::Status status = ScanTags(bytes_, fileName_, stream_, waitFor, shared);
     if (reader) {
         // A reading that fell short says why, before what the scan made of it; a failed scan
         // stops the reading. Once whole, the buffer is the database's.

@@ -55,8 +55,11 @@ public:
     // Reads a drawing file through a map of it instead of a copy: the pages a reading in file
     // order has gone past, those away from the latest lookups by handle and those written by a
     // save are handed back, so the drawing holds little more than its tag index and records.
-    // The file must not be written while it is open; Save refuses once it was.
-    static base::Result<std::unique_ptr<Database>> OpenMapped(const std::string& path);
+    // The file must not be written while it is open; Save refuses once it was. A reading that
+    // has the machine to itself shares the scan of a big file with a second thread
+    // (`twoThreads`); beside other work, such as a workbook being read, one thread does better.
+    static base::Result<std::unique_ptr<Database>> OpenMapped(const std::string& path,
+                                                             bool twoThreads = false);
     // Tells a database read with OpenMapped that a reading in file order has come to record
     // `rec` (an object's Index()): the pages well behind it are handed back, once every few
     // thousand records. Cheap enough to call at every record; does nothing in any other database.
@@ -242,15 +245,19 @@ private:
     Database() = default;
     // Takes over a drawing read anew, as UpgradeTo does.
     Database& operator=(Database&&) = default;
-    // Indexes bytes_; with a `reader` they are still being read, and the scan follows it.
-    base::Status Load(FileReader* reader = nullptr);
+    // Indexes bytes_; with a `reader` they are still being read, and the scan follows it. A
+    // mapped file's scan is shared with a second thread when asked (`twoThreads`).
+    base::Status Load(FileReader* reader = nullptr, bool twoThreads = false);
     // Load, then the unit settings; the database, or why it can't be read.
     static base::Result<std::unique_ptr<Database>> Loaded(std::unique_ptr<Database> db,
-                                                         FileReader* reader = nullptr);
+                                                         FileReader* reader = nullptr,
+                                                         bool twoThreads = false);
     // In a mapped database, hands back the pages of the file before `offset` less a margin
     // that a reading in file order has gone past; an offset below the last one starts a new
-    // reading from the file's start.
-    void HandBackBytesBefore(std::size_t offset) const;
+    // reading from the file's start. `handedBack` marks how far the reading has handed back:
+    // the database's own mark, or a second scan's.
+    void HandBackBytesBefore(std::size_t offset, std::size_t& handedBack) const;
+    void HandBackBytesBefore(std::size_t offset) const { HandBackBytesBefore(offset, handedBack_); }
     // In a mapped database, hands back every page of the file but those within a margin of
     // record `rec`: lookups by handle come in any order, so once every few thousand of them
     // the pages they read are let go whatever their place.

@@ -2,8 +2,12 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstring>
 #include <fmt/format.h>
+#include <future>
+#include <system_error>
+#include <thread>
 
 #include "cad/GroupCode.h"
 
@@ -140,17 +144,30 @@ base::Status StoppedShort(std::string_view fileName) {
     return base::Status::Error(fmt::format("{}: the file could not be read to its end", fileName));
 }
 
+// Where an ASCII scan starts and where it leaves off: a scan of part of a buffer starts at a tag
+// and stops before the first tag at `stopAt` or after, which another scan takes.
+struct AsciiPart {
+    std::size_t pos = 0;                      // where the next tag starts
+    std::size_t line = 1;                     // the line it starts on
+    std::size_t stopAt = SIZE_MAX;
+    const std::atomic<bool>* cancel = nullptr;  // set when the part's scan is no longer wanted
+    bool stopped = false;                     // the scan left off at stopAt (or was cancelled)
+};
+
 template <char Eol>
 base::Status ScanAscii(std::string_view bytes, std::string_view fileName, TagStream& out,
-                       const WaitForBytes& waitFor) {
+                       const WaitForBytes& waitFor, AsciiPart& part) {
     const char* data = bytes.data();
     const std::size_t total = bytes.size();
+    std::size_t pos = part.pos;
+    std::size_t& line = part.line;
     // The bytes that may be looked at: all, or those in so far.
-    std::size_t n = waitFor ? waitFor(kScanAhead) : total;
-    std::size_t pos = 0;
-    if (n >= 3 && std::memcmp(data, "\xEF\xBB\xBF", 3) == 0) pos = 3;  // a UTF-8 mark from editors
-    out.prefix = static_cast<std::uint32_t>(pos);
-    std::size_t line = 1;
+    std::size_t n = waitFor ? waitFor(pos + kScanAhead) : total;
+    if (pos == 0) {
+        // A UTF-8 mark from editors.
+        if (n >= 3 && std::memcmp(data, "\xEF\xBB\xBF", 3) == 0) pos = 3;
+        out.prefix = static_cast<std::uint32_t>(pos);
+    }
     auto fail = [&](std::size_t at, const std::string& why) {
         return base::Status::Error(fmt::format("{}: line {}: {}", fileName, at, why));
     };
@@ -162,6 +179,11 @@ base::Status ScanAscii(std::string_view bytes, std::string_view fileName, TagStr
         return true;
     };
     while (pos < total) {
+        if (pos >= part.stopAt || (part.cancel && part.cancel->load(std::memory_order_relaxed))) {
+            part.pos = pos;
+            part.stopped = true;
+            return base::Status::Ok();
+        }
         if (n < total && n - pos < kScanAhead / 2 && !waitForMore(pos + kScanAhead)) return StoppedShort(fileName);
         const CodeLine codeLine = ReadCodeLine<Eol>(data, n, pos);
         const int fastCode = codeLine.code;
@@ -216,7 +238,93 @@ base::Status ScanAscii(std::string_view bytes, std::string_view fileName, TagStr
         }
     }
     out.tags.Push(static_cast<std::uint32_t>(pos), -1);
+    part.pos = pos;
     return base::Status::Ok();
+}
+
+// How far past its first place the second part of a split scan looks for a record's start.
+constexpr std::size_t kRecordSearch = std::size_t{1} << 20;
+constexpr std::size_t kNoStart = SIZE_MAX;
+
+// The first line at or after `from` that is a group code 0 followed by a name that starts with a
+// capital: most likely where a record starts, since a value line is followed by a code line,
+// which is digits. kNoStart when `bytes` has none. Only a guess: the scan checks it.
+template <char Eol>
+std::size_t LikelyRecordStart(std::string_view bytes, std::size_t from) {
+    const char* data = bytes.data();
+    const std::size_t n = bytes.size();
+    for (std::size_t p = from; p < n;) {
+        const char* eol = LineEnd<Eol>(data + p, data + n);
+        if (!eol) break;
+        std::size_t q = static_cast<std::size_t>(eol - data) + 1;
+        const std::size_t start = q;
+        while (q < n && data[q] == ' ') ++q;
+        if (q + 2 < n && data[q] == '0') {
+            ++q;
+            if (Eol == '\n' && data[q] == '\r') ++q;
+            const bool name = q + 1 < n && data[q + 1] >= 'A' && data[q + 1] <= 'Z';
+            if (data[q] == Eol && name) return start;
+        }
+        p = start;
+    }
+    return kNoStart;
+}
+
+// An ASCII scan shared with a second thread: this one scans up to a record near `at` while the
+// second scans from there on. The second part is kept only when this scan arrives exactly at
+// its start and it read everything plainly; a failure or a note is found again here, with its
+// line, by scanning on as one scan would have.
+template <char Eol>
+base::Status ScanAsciiSplit(std::string_view bytes, std::string_view fileName, TagStream& out,
+                            const WaitForBytes& waitFor, const WaitForBytes& tailWaitFor,
+                            std::size_t at) {
+    TagStream tail;
+    tail.tags.Reserve((bytes.size() - at) / 3 + 2);
+    AsciiPart tailPart;
+    std::atomic<bool> cancel{false};
+    tailPart.cancel = &cancel;
+    base::Status tailStatus = base::Status::Ok();
+    std::promise<std::size_t> found;
+    std::future<std::size_t> tailStart = found.get_future();
+    auto scanTail = [&] {
+        const std::size_t end = std::min(bytes.size(), at + kRecordSearch);
+        const std::size_t in = tailWaitFor ? std::min(tailWaitFor(end), end) : end;
+        const std::size_t start = LikelyRecordStart<Eol>(bytes.substr(0, in), at);
+        found.set_value(start);
+        if (start == kNoStart) return;
+        tailPart.pos = start;
+        tailStatus = ScanAscii<Eol>(bytes, fileName, tail, tailWaitFor, tailPart);
+    };
+    AsciiPart head;
+    std::thread second;
+    try {
+        second = std::thread(scanTail);
+        head.stopAt = at;
+    } catch (const std::system_error&) {
+        // No thread to be had: one scan does it all.
+    }
+    base::Status status = ScanAscii<Eol>(bytes, fileName, out, waitFor, head);
+    bool meets = false;
+    if (status && head.stopped) {
+        if (const std::size_t start = tailStart.get(); start != kNoStart) {
+            head.stopAt = start;
+            head.stopped = false;
+            status = ScanAscii<Eol>(bytes, fileName, out, waitFor, head);
+            meets = status && head.stopped && head.pos == start;
+        }
+    }
+    if (!meets) cancel.store(true, std::memory_order_relaxed);
+    if (second.joinable()) second.join();
+    if (meets && tailStatus && !tailPart.stopped && tail.notes.empty()) {
+        for (std::size_t i = 0; i < tail.tags.Size(); ++i)
+            out.tags.Push(tail.tags.Start(i), tail.tags.Code(i));
+        out.sawEof = tail.sawEof;
+        return base::Status::Ok();
+    }
+    if (!status || !head.stopped) return status;
+    head.stopAt = SIZE_MAX;
+    head.stopped = false;
+    return ScanAscii<Eol>(bytes, fileName, out, waitFor, head);
 }
 
 // True when a plausible group code starts at `pos`, or the buffer ends there.
@@ -343,7 +451,7 @@ void TagIndex::PushWide(std::size_t i, std::uint32_t start) {
 }
 
 base::Status ScanTags(std::string_view bytes, std::string_view fileName, TagStream& out,
-                      const WaitForBytes& waitFor) {
+                      const WaitForBytes& waitFor, const ScanSplit* split) {
     out = TagStream();
     if (bytes.size() >= 0xFFFFFFFFull)
         return base::Status::Error(fmt::format("{}: the file is too large (4 GiB or more)", fileName));
@@ -377,7 +485,16 @@ base::Status ScanTags(std::string_view bytes, std::string_view fileName, TagStre
     out.lineEnd = crOnly ? '\r' : '\n';
     out.tags.Reserve(bytes.size() / 3 + 2);
     out.form = DxfForm::Ascii;
-    return crOnly ? ScanAscii<'\r'>(bytes, fileName, out, waitFor) : ScanAscii<'\n'>(bytes, fileName, out, waitFor);
+    if (split && bytes.size() >= split->from && !bytes.empty() &&
+        (!waitFor || split->tailWaitFor)) {
+        const std::size_t at =
+            split->at > 0 && split->at < bytes.size() ? split->at : bytes.size() / 2;
+        return crOnly ? ScanAsciiSplit<'\r'>(bytes, fileName, out, waitFor, split->tailWaitFor, at)
+                      : ScanAsciiSplit<'\n'>(bytes, fileName, out, waitFor, split->tailWaitFor, at);
+    }
+    AsciiPart whole;
+    return crOnly ? ScanAscii<'\r'>(bytes, fileName, out, waitFor, whole)
+                  : ScanAscii<'\n'>(bytes, fileName, out, waitFor, whole);
 }
 
 std::string_view RawValue(std::string_view bytes, const TagStream& stream, std::size_t index) {

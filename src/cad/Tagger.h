@@ -105,11 +105,24 @@ struct TagStream {
 // are in, with how many are; fewer than asked means the filling stopped short.
 using WaitForBytes = std::function<std::size_t(std::size_t want)>;
 
+// How the scan of a big ASCII buffer is shared with a second thread, which scans its second
+// half; the result is the same as one scan's.
+struct ScanSplit {
+    // How the second thread waits for bytes; a scan with a `waitFor` and none here isn't split.
+    // It may be called on either thread.
+    WaitForBytes tailWaitFor;
+    // The smallest buffer that is split.
+    std::size_t from = std::size_t{8} << 20;
+    // Where the second half starts: the first record from this byte on; 0 for the middle.
+    std::size_t at = 0;
+};
+
 // Finds every tag of `bytes`. A failure names `fileName` and the line (ASCII) or byte offset
 // (binary) with the reason; buffers of 4 GiB and more are refused. With `waitFor` the buffer is
-// still being filled: the scan follows the filling and never looks past what is in.
+// still being filled: the scan follows the filling and never looks past what is in. With
+// `split` a big ASCII buffer is scanned on two threads.
 base::Status ScanTags(std::string_view bytes, std::string_view fileName, TagStream& out,
-                      const WaitForBytes& waitFor = {});
+                      const WaitForBytes& waitFor = {}, const ScanSplit* split = nullptr);
 
 // The value of tag `index` as stored: the text of an ASCII value line without its line end, the
 // text of a binary string without its terminating zero, the payload of a binary chunk without

@@ -35,7 +35,8 @@ int Usage() {
 
 int Info(const std::string& path) {
     // Its one pass over the references goes in file order: the drawing is held in its index.
-    auto opened = cad::Database::OpenMapped(path);
+    // Nothing else runs meanwhile, so the scan takes both processors.
+    auto opened = cad::Database::OpenMapped(path, true);
     if (!opened) {
         fmt::print(stderr, "{}\n", opened.GetStatus().Message());  // it names the file
         return 1;
