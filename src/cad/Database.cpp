@@ -130,7 +130,7 @@ base::Result<std::unique_ptr<Database>> Database::Open(const std::string& path) 
 }
 
 base::Result<std::unique_ptr<Database>> Database::OpenMapped(const std::string& path,
-                                                             bool twoThreads) {
+                                                             MapOptions options) {
     std::size_t size = 0;
     auto opened = OpenDrawingFile(path, size);
     if (!opened) return opened.GetStatus();
@@ -140,9 +140,11 @@ base::Result<std::unique_ptr<Database>> Database::OpenMapped(const std::string& 
     db->mapped_.emplace(std::move(*mapped));
     db->bytes_ = db->mapped_->Bytes();
     db->fileName_ = path;
-    auto loaded = Loaded(std::move(db), nullptr, twoThreads);
+    db->keptForFileOrder_ = options.keptForFileOrder;
+    auto loaded = Loaded(std::move(db), nullptr, options.twoThreads);
     // What loading read last (the header, the tables) is read again when asked for.
-    if (loaded) (*loaded)->mapped_->HandBack(0, (*loaded)->bytes_.size());
+    if (loaded && !options.keptForFileOrder)
+        (*loaded)->mapped_->HandBack(0, (*loaded)->bytes_.size());
     return loaded;
 }
 
@@ -187,17 +189,18 @@ base::Status Database::Load(FileReader* reader, bool twoThreads) {
         // The reading takes the second processor.
         waitFor = [reader](std::size_t want) { return reader->WaitFor(want); };
     } else if (mapped_) {
-        // All is in; asked for more as it goes, the scan says how far it has come. The scan of
+        // All is in; asked for more as it goes, the scan says how far it has come, and what it
+        // has gone past goes back unless it is kept for a reading in file order. The scan of
         // the second half hands back behind itself with a mark of its own, from its first look
         // on: what is before that is the first half's.
         waitFor = [this](std::size_t want) {
-            HandBackBytesBefore(want);
+            if (!keptForFileOrder_) HandBackBytesBefore(want);
             return std::min(want, bytes_.size());
         };
         split.tailWaitFor = [this, handedBack = std::optional<std::size_t>()](
                                 std::size_t want) mutable {
             if (!handedBack) handedBack = want;
-            HandBackBytesBefore(want, *handedBack);
+            if (!keptForFileOrder_) HandBackBytesBefore(want, *handedBack);
             return std::min(want, bytes_.size());
         };
     }
@@ -300,7 +303,7 @@ void Database::IndexRecords() {
         std::uint32_t index = static_cast<std::uint32_t>(records_.size());
         rec.prev = index == 0 ? kNone : index - 1;
         records_.push_back(rec);
-        HandBackBefore(index);
+        if (!keptForFileOrder_) HandBackBefore(index);
         i = j;
         if (tags.Code(rec.firstTag) != 0) continue;  // comments before the first record
 

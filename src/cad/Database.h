@@ -44,6 +44,18 @@ enum class SectionKind : std::uint8_t { None, Header, Classes, Tables, Blocks, E
 // for ASCII names of different lengths.
 bool SameNameNoCase(std::string_view a, std::string_view b);
 
+// How Database::OpenMapped reads a file.
+struct MapOptions {
+    // The scan of a big file is shared with a second thread: for a reading that has the machine
+    // to itself. Beside other work, such as a workbook being read, one thread does better.
+    bool twoThreads = false;
+    // The pages stay in until a reading in file order goes past them (HandBackBefore), instead
+    // of going back behind the scan: for a command that reads every record once, right after
+    // the load, and so never reads a page twice.
+    bool keptForFileOrder = false;
+};
+
+
 // One DXF drawing. Views (Object and the typed views) point into it by index: they stay valid
 // as long as the database lives, also across edits; an erased object's view reads as erased.
 class Database {
@@ -55,11 +67,9 @@ public:
     // Reads a drawing file through a map of it instead of a copy: the pages a reading in file
     // order has gone past, those away from the latest lookups by handle and those written by a
     // save are handed back, so the drawing holds little more than its tag index and records.
-    // The file must not be written while it is open; Save refuses once it was. A reading that
-    // has the machine to itself shares the scan of a big file with a second thread
-    // (`twoThreads`); beside other work, such as a workbook being read, one thread does better.
+    // The file must not be written while it is open; Save refuses once it was.
     static base::Result<std::unique_ptr<Database>> OpenMapped(const std::string& path,
-                                                             bool twoThreads = false);
+                                                             MapOptions options = {});
     // Tells a database read with OpenMapped that a reading in file order has come to record
     // `rec` (an object's Index()): the pages well behind it are handed back, once every few
     // thousand records. Cheap enough to call at every record; does nothing in any other database.
@@ -362,6 +372,7 @@ private:
     std::unique_ptr<std::string> givenBytes_;
     std::optional<base::MappedFile> mapped_;
     mutable std::size_t handedBack_ = 0;  // the mapped file's pages before it are handed back
+    bool keptForFileOrder_ = false;       // MapOptions::keptForFileOrder
     static constexpr std::uint32_t kHandBackEvery = 4096;
     // Pages just gone past may still be read: a record's neighbours, the scan's look ahead.
     static constexpr std::size_t kHandBackMargin = std::size_t{8} << 20;

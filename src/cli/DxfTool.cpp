@@ -36,7 +36,7 @@ int Usage() {
 int Info(const std::string& path) {
     // Its one pass over the references goes in file order: the drawing is held in its index.
     // Nothing else runs meanwhile, so the scan takes both processors.
-    auto opened = cad::Database::OpenMapped(path, true);
+    auto opened = cad::Database::OpenMapped(path, {.twoThreads = true});
     if (!opened) {
         fmt::print(stderr, "{}\n", opened.GetStatus().Message());  // it names the file
         return 1;

@@ -26,7 +26,7 @@ bool HasRoomToReadAhead(const std::string& path) {
 }  // namespace
 
 base::Result<std::unique_ptr<Document>> Document::Open(const std::string& path, ReadKind when) {
-    if (when != ReadKind::Now) {
+    if (when != ReadKind::Now && when != ReadKind::InFileOrder) {
         // DWG files without a converter are refused before anything is read; with one, the
         // conversion waits for the first use like the read.
         base::Status readable = RefuseUnconvertibleDwg(path);
@@ -40,7 +40,7 @@ base::Result<std::unique_ptr<Document>> Document::Open(const std::string& path, 
         if (when == ReadKind::Ahead && !IsDwgPath(path) && HasRoomToReadAhead(path)) doc->ReadAhead();
         return doc;
     }
-    auto db = ReadSideDatabase(path);
+    auto db = ReadSideDatabase(path, when);
     if (!db) return base::Status::Error(db.GetStatus().Message());
     return std::make_unique<Document>(std::move(db.Value()));
 }
@@ -208,9 +208,11 @@ std::string BackupPathOf(std::string_view path) {
     return base::ReplaceExtension(path, ".bak");
 }
 
-base::Result<std::unique_ptr<cad::Database>> ReadSideDatabase(const std::string& path) {
+base::Result<std::unique_ptr<cad::Database>> ReadSideDatabase(const std::string& path, ReadKind when) {
     RemoveLeftoversOfInterruptedSaves(path);
     if (IsDwgPath(path)) return ReadDwgDrawing(path);
+    if (when == ReadKind::InFileOrder)
+        return cad::Database::OpenMapped(path, {.twoThreads = true, .keptForFileOrder = true});
     return cad::Database::Open(path);
 }
 

@@ -22,8 +22,10 @@ namespace host {
 // (when the system has the memory for it, else as OnFirstUse). A drawing read ahead is read
 // through a map of its file, which holds little more than its index: a save refuses it once
 // another program wrote the file meanwhile, and a file cut short meanwhile stops the process
-// with a line that says so.
-enum class ReadKind { Now, OnFirstUse, Ahead };
+// with a line that says so. InFileOrder reads at once, through a map of the file too, for a
+// command that then reads every record once in file order and lets the drawing go: the pages
+// go back as that reading passes them, and the scan takes both processors.
+enum class ReadKind { Now, OnFirstUse, Ahead, InFileOrder };
 
 // What a save does with the backup NAME.bak: the host's save with backup replaces it; a save of
 // a change that matters little (the view alone) keeps an existing one, the only copy from
@@ -181,8 +183,10 @@ private:
 // The backup name the host's save keeps: the drawing's name with the extension ".bak".
 std::string BackupPathOf(std::string_view path);
 
-// A side database (readDwgFile): the drawing of `path` read on its own, owned by the caller.
-base::Result<std::unique_ptr<cad::Database>> ReadSideDatabase(const std::string& path);
+// A side database (readDwgFile): the drawing of `path` read on its own, owned by the caller;
+// read through a map of its file for InFileOrder (see ReadKind), else copied.
+base::Result<std::unique_ptr<cad::Database>> ReadSideDatabase(const std::string& path,
+                                                             ReadKind when = ReadKind::Now);
 // saveAs in the original version: writes `db` to `path` (its own file when empty), keeping the
 // previous file as NAME.bak as `backup` says. The drawing keeps the version it was read in.
 base::Status SaveSideDatabase(const cad::Database& db, const std::string& path = {},

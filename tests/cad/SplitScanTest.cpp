@@ -202,7 +202,7 @@ TEST(SplitScan, AMappedDrawingReadOnTwoThreadsHoldsWhatOneThreadReads) {
     ::close(made);
     ASSERT_TRUE(base::WriteFileAtomic(name, bytes));
     auto one = cad::Database::OpenMapped(name);
-    auto two = cad::Database::OpenMapped(name, true);
+    auto two = cad::Database::OpenMapped(name, {.twoThreads = true});
     ASSERT_TRUE(one);
     ASSERT_TRUE(two);
     EXPECT_EQ((*one)->Warnings(), (*two)->Warnings());

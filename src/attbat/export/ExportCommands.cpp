@@ -560,7 +560,9 @@ const std::vector<Control>& ExportControls() {
 void SetPreviewViewer(std::function<void(const CAttPreviewPage&)> viewer) { PreviewViewer() = std::move(viewer); }
 
 void ImplementExportCommands(CAttBatApp& app) {
-    app.Implement("VelmarOut", {ExportControls(), "[DRAWING.dxf ...]", RunExport});
+    app.Implement("VelmarOut", {ExportControls(), "[DRAWING.dxf ...]", RunExport,
+                                /*readsDrawingOnFirstUse=*/false, /*changesViewOnly=*/false,
+                                /*readsDrawingInFileOrder=*/true});
     ImplementRefreshTableCommand(app);
 }
 

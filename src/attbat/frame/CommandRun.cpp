@@ -210,8 +210,9 @@ CommandStatus RunCommand(CAttBatApp& app, const CommandEntry& entry, CommandCont
                          const RunSetup& setup, host::Ui& ui) {
     ModuleRun run(app, setup, ui);
     const CommandHandler* handler = app.Handler(entry);
-    const host::ReadKind when =
-        handler && handler->readsDrawingOnFirstUse ? host::ReadKind::Ahead : host::ReadKind::Now;
+    host::ReadKind when = host::ReadKind::Now;
+    if (handler && handler->readsDrawingOnFirstUse) when = host::ReadKind::Ahead;
+    else if (handler && handler->readsDrawingInFileOrder) when = host::ReadKind::InFileOrder;
     if (base::Status opened = run.OpenDrawing(when); !opened) {
         host::CurrentPrinter().Warn(opened.Message());
         return CommandStatus::Failed;

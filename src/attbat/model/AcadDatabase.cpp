@@ -462,6 +462,8 @@ std::vector<BlockRead> ReadBlocks(ReadContext& ctx) {
             (*ahead.refs)[ahead.index].ref.Prefetch();
         }
         const ReadCache::Place& place = order[k];
+        // A drawing read for this one pass gives back its pages behind it.
+        ctx.db.HandBackBefore((*place.refs)[place.index].ref.Index());
         if (place.refs != lastRefs) {
             lastRefs = place.refs;
             auto it = readsOf.find(place.refs);
