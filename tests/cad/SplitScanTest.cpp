@@ -222,3 +222,28 @@ TEST(SplitScan, EveryDrawingOfTheCorpusScansAsOneScanDoes) {
         ExpectEverySplitLikeOneScan(text, std::max<std::size_t>(1, text.size() / 23));
     }
 }
+
+TEST(SplitScan, AMappedDrawingKeptForAReadingInFileOrderReadsAndSavesAsACopy) {
+    const std::string bytes = Drawing(160000);
+    char name[] = "/tmp/velmar-split-XXXXXX";
+    const int made = ::mkstemp(name);
+    ASSERT_GE(made, 0);
+    ::close(made);
+    ASSERT_TRUE(base::WriteFileAtomic(name, bytes));
+    auto copied = cad::Database::Open(name);
+    auto kept = cad::Database::OpenMapped(name, {.twoThreads = true, .keptForFileOrder = true});
+    ASSERT_TRUE(copied);
+    ASSERT_TRUE(kept);
+    const auto lines = (*kept)->Select({{0, "LINE"}});
+    ASSERT_EQ(lines.size(), 160000u);
+    // A reading in file order hands back behind it; what it passed reads the same again.
+    for (const cad::Entity& line : lines) (*kept)->HandBackBefore(line.Index());
+    EXPECT_EQ((*kept)->Select({{0, "LINE"}}).size(), (*copied)->Select({{0, "LINE"}}).size());
+    const std::string out = std::string(name) + ".out.dxf";
+    ASSERT_TRUE((*kept)->Save(out, ""));
+    auto written = base::ReadFile(out);
+    ASSERT_TRUE(written);
+    EXPECT_TRUE(*written == bytes);
+    std::filesystem::remove(out);
+    std::filesystem::remove(name);
+}
