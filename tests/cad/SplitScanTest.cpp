@@ -38,6 +38,19 @@ std::string WithLineEnds(std::string bytes, const std::string& eol) {
     return out;
 }
 
+// `bytes` in a file of its own, removed at the end of the test.
+struct TempDrawing {
+    explicit TempDrawing(const std::string& bytes) {
+        char name[] = "/tmp/velmar-split-XXXXXX";
+        const int made = ::mkstemp(name);
+        if (made >= 0) ::close(made);
+        path = name;
+        EXPECT_TRUE(base::WriteFileAtomic(path, bytes));
+    }
+    ~TempDrawing() { std::filesystem::remove(path); }
+    std::string path;
+};
+
 const cad::ScanSplit* const kNoSplit = nullptr;
 
 // A split of any buffer, its second part from the first record at or after `at`.
@@ -164,11 +177,8 @@ TEST(SplitScan, AReadingThatFallsShortIsSaidAsOneScanSaysIt) {
 TEST(SplitScan, FollowsAReadingOnBothThreads) {
     const std::string bytes = Drawing(160000);
     ASSERT_GT(bytes.size(), std::size_t{8} << 20);
-    char name[] = "/tmp/velmar-split-XXXXXX";
-    const int made = ::mkstemp(name);
-    ASSERT_GE(made, 0);
-    ::close(made);
-    ASSERT_TRUE(base::WriteFileAtomic(name, bytes));
+    const TempDrawing file(bytes);
+    const char* name = file.path.c_str();
     cad::TagStream one;
     ASSERT_TRUE(cad::ScanTags(bytes, "d.dxf", one, {}, kNoSplit));
     const std::size_t size = bytes.size();
@@ -181,7 +191,6 @@ TEST(SplitScan, FollowsAReadingOnBothThreads) {
         ASSERT_TRUE(reader.Finish());
         ExpectSame(one, split, at);
     }
-    std::filesystem::remove(name);
 }
 
 TEST(SplitScan, ABufferFromTheSizeGivenIsSplitAtItsMiddleAndScannedAsOneScanWould) {
@@ -196,11 +205,8 @@ TEST(SplitScan, ABufferFromTheSizeGivenIsSplitAtItsMiddleAndScannedAsOneScanWoul
 
 TEST(SplitScan, AMappedDrawingReadOnTwoThreadsHoldsWhatOneThreadReads) {
     const std::string bytes = Drawing(160000, cadtest::Dxf({{0, "LINE"}, {10, "2.5x"}}));
-    char name[] = "/tmp/velmar-split-XXXXXX";
-    const int made = ::mkstemp(name);
-    ASSERT_GE(made, 0);
-    ::close(made);
-    ASSERT_TRUE(base::WriteFileAtomic(name, bytes));
+    const TempDrawing file(bytes);
+    const char* name = file.path.c_str();
     auto one = cad::Database::OpenMapped(name);
     auto two = cad::Database::OpenMapped(name, {.twoThreads = true});
     ASSERT_TRUE(one);
@@ -209,7 +215,6 @@ TEST(SplitScan, AMappedDrawingReadOnTwoThreadsHoldsWhatOneThreadReads) {
     ASSERT_EQ((*two)->Warnings().size(), 1u);
     EXPECT_EQ((*one)->Select({{0, "LINE"}}).size(), (*two)->Select({{0, "LINE"}}).size());
     EXPECT_EQ((*two)->Select({{0, "LINE"}}).size(), 160001u);
-    std::filesystem::remove(name);
 }
 
 TEST(SplitScan, EveryDrawingOfTheCorpusScansAsOneScanDoes) {
@@ -225,11 +230,8 @@ TEST(SplitScan, EveryDrawingOfTheCorpusScansAsOneScanDoes) {
 
 TEST(SplitScan, AMappedDrawingKeptForAReadingInFileOrderReadsAndSavesAsACopy) {
     const std::string bytes = Drawing(160000);
-    char name[] = "/tmp/velmar-split-XXXXXX";
-    const int made = ::mkstemp(name);
-    ASSERT_GE(made, 0);
-    ::close(made);
-    ASSERT_TRUE(base::WriteFileAtomic(name, bytes));
+    const TempDrawing file(bytes);
+    const char* name = file.path.c_str();
     auto copied = cad::Database::Open(name);
     auto kept = cad::Database::OpenMapped(name, {.twoThreads = true, .keptForFileOrder = true});
     ASSERT_TRUE(copied);
@@ -245,5 +247,4 @@ TEST(SplitScan, AMappedDrawingKeptForAReadingInFileOrderReadsAndSavesAsACopy) {
     ASSERT_TRUE(written);
     EXPECT_TRUE(*written == bytes);
     std::filesystem::remove(out);
-    std::filesystem::remove(name);
 }
