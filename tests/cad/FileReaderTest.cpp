@@ -9,23 +9,16 @@
 
 #include <gtest/gtest.h>
 
-#include "Fixtures.h"
+#include "ScanFixtures.h"
 #include "base/File.h"
 #include "cad/Database.h"
 #include "cad/Tagger.h"
 
 namespace {
 
-// A drawing of `lines` LINE entities: several of the scan's look-aheads long.
-std::string BigDrawing(int lines, const std::string& middle = {}) {
-    std::string out = cadtest::Dxf({{0, "SECTION"}, {2, "ENTITIES"}});
-    for (int i = 0; i < lines; ++i) {
-        if (i == lines / 2) out += middle;
-        out += cadtest::Dxf({{0, "LINE"}, {5, std::to_string(100 + i)}, {8, "Walls"}, {10, std::to_string(i) + ".25"},
-                             {20, "0.0"}, {30, "0.0"}, {11, "1.0"}, {21, "2.0"}, {31, "0.0"}});
-    }
-    return out + cadtest::Dxf({{0, "ENDSEC"}, {0, "EOF"}});
-}
+using cadtest::BigDrawing;
+using cadtest::ExpectSameTags;
+using cadtest::TempFile;
 
 // A scan of `bytes` given out in exactly the pieces it asks for, as a reader that is never ahead
 // would: pieces then end anywhere, inside lines too.
@@ -35,28 +28,6 @@ base::Status ScanInPieces(const std::string& bytes, cad::TagStream& out, int* as
         return std::min(want, bytes.size());
     });
 }
-
-void ExpectSameTags(const cad::TagStream& a, const cad::TagStream& b) {
-    ASSERT_EQ(a.tags.Size(), b.tags.Size());
-    for (std::size_t i = 0; i < a.tags.Size(); ++i) {
-        ASSERT_EQ(a.tags.Start(i), b.tags.Start(i)) << i;
-        ASSERT_EQ(a.tags.Code(i), b.tags.Code(i)) << i;
-    }
-    EXPECT_EQ(a.sawEof, b.sawEof);
-    EXPECT_EQ(a.notes, b.notes);
-}
-
-struct TempFile {
-    explicit TempFile(const std::string& bytes) {
-        char name[] = "/tmp/velmar-reader-XXXXXX";
-        int fd = ::mkstemp(name);
-        ::close(fd);
-        path = name;
-        EXPECT_TRUE(base::WriteFileAtomic(path, bytes));
-    }
-    ~TempFile() { std::filesystem::remove(path); }
-    std::string path;
-};
 
 TEST(FileReader, AScanThatFollowsTheReadingFindsTheTagsOfAWholeScan) {
     const std::string bytes = BigDrawing(200000);

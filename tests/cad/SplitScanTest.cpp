@@ -9,7 +9,7 @@
 
 #include <gtest/gtest.h>
 
-#include "Fixtures.h"
+#include "ScanFixtures.h"
 #include "base/File.h"
 #include "cad/Database.h"
 #include "cad/FileReader.h"
@@ -17,17 +17,8 @@
 
 namespace {
 
-// A drawing of `lines` LINE entities with `middle` put in halfway.
-std::string Drawing(int lines, const std::string& middle = {}) {
-    std::string out = cadtest::Dxf({{0, "SECTION"}, {2, "ENTITIES"}});
-    for (int i = 0; i < lines; ++i) {
-        if (i == lines / 2) out += middle;
-        out += cadtest::Dxf({{0, "LINE"}, {5, std::to_string(100 + i)}, {8, "Walls"},
-                             {10, std::to_string(i) + ".25"}, {20, "0.0"}, {11, "1.0"},
-                             {21, "2.0"}});
-    }
-    return out + cadtest::Dxf({{0, "ENDSEC"}, {0, "EOF"}});
-}
+using cadtest::BigDrawing;
+using cadtest::TempFile;
 
 std::string WithLineEnds(std::string bytes, const std::string& eol) {
     std::string out;
@@ -38,19 +29,6 @@ std::string WithLineEnds(std::string bytes, const std::string& eol) {
     return out;
 }
 
-// `bytes` in a file of its own, removed at the end of the test.
-struct TempDrawing {
-    explicit TempDrawing(const std::string& bytes) {
-        char name[] = "/tmp/velmar-split-XXXXXX";
-        const int made = ::mkstemp(name);
-        if (made >= 0) ::close(made);
-        path = name;
-        EXPECT_TRUE(base::WriteFileAtomic(path, bytes));
-    }
-    ~TempDrawing() { std::filesystem::remove(path); }
-    std::string path;
-};
-
 const cad::ScanSplit* const kNoSplit = nullptr;
 
 // A split of any buffer, its second part from the first record at or after `at`.
@@ -59,16 +37,7 @@ cad::ScanSplit SplitAt(std::size_t at, cad::WaitForBytes tailWaitFor = {}) {
 }
 
 void ExpectSame(const cad::TagStream& a, const cad::TagStream& b, std::size_t at) {
-    for (std::size_t i = 0; i < std::min(a.tags.Size(), b.tags.Size()); ++i) {
-        ASSERT_EQ(a.tags.Start(i), b.tags.Start(i)) << "tag " << i << ", split at " << at;
-        ASSERT_EQ(a.tags.Code(i), b.tags.Code(i)) << "tag " << i << ", split at " << at;
-    }
-    ASSERT_EQ(a.tags.Size(), b.tags.Size()) << "split at " << at;
-    EXPECT_EQ(a.sawEof, b.sawEof);
-    EXPECT_EQ(a.notes, b.notes);
-    EXPECT_EQ(a.prefix, b.prefix);
-    EXPECT_EQ(a.lineEnd, b.lineEnd);
-    EXPECT_EQ(a.form, b.form);
+    cadtest::ExpectSameTags(a, b, ", split at " + std::to_string(at));
 }
 
 // Scans `bytes` once and split at every `step`th byte (inside lines too), expecting the same
@@ -92,16 +61,16 @@ void ExpectEverySplitLikeOneScan(const std::string& bytes, std::size_t step) {
 }  // namespace
 
 TEST(SplitScan, FindsTheTagsOfOneScanWhereverTheSecondPartStarts) {
-    ExpectEverySplitLikeOneScan(Drawing(40), 7);
+    ExpectEverySplitLikeOneScan(BigDrawing(40), 7);
 }
 
 TEST(SplitScan, ReadsCrlfAndCrOnlyLineEndsAsOneScanDoes) {
-    ExpectEverySplitLikeOneScan(WithLineEnds(Drawing(30), "\r\n"), 5);
-    ExpectEverySplitLikeOneScan(WithLineEnds(Drawing(30), "\r"), 5);
+    ExpectEverySplitLikeOneScan(WithLineEnds(BigDrawing(30), "\r\n"), 5);
+    ExpectEverySplitLikeOneScan(WithLineEnds(BigDrawing(30), "\r"), 5);
 }
 
 TEST(SplitScan, ReadsPaddedAndUnpaddedGroupCodesAsOneScanDoes) {
-    std::string bytes = Drawing(30);
+    std::string bytes = BigDrawing(30);
     // Codes as some writers leave them: left-aligned, with blanks after, zero-padded.
     std::string loose;
     for (std::size_t p = 0; p < bytes.size();) {
@@ -116,7 +85,7 @@ TEST(SplitScan, ReadsPaddedAndUnpaddedGroupCodesAsOneScanDoes) {
 }
 
 TEST(SplitScan, AFailureInTheSecondPartSaysTheLineOneScanSays) {
-    const std::string bytes = Drawing(40, cadtest::Dxf({{0, "LINE"}, {10, "abc"}}));
+    const std::string bytes = BigDrawing(40, cadtest::Dxf({{0, "LINE"}, {10, "abc"}}));
     cad::TagStream one;
     const base::Status expected = cad::ScanTags(bytes, "d.dxf", one, {}, kNoSplit);
     ASSERT_FALSE(expected);
@@ -126,7 +95,7 @@ TEST(SplitScan, AFailureInTheSecondPartSaysTheLineOneScanSays) {
 }
 
 TEST(SplitScan, ANoteInTheSecondPartHasTheLineOneScanGives) {
-    const std::string bytes = Drawing(40, cadtest::Dxf({{0, "LINE"}, {10, "1.5mm"}}));
+    const std::string bytes = BigDrawing(40, cadtest::Dxf({{0, "LINE"}, {10, "1.5mm"}}));
     cad::TagStream one;
     ASSERT_TRUE(cad::ScanTags(bytes, "d.dxf", one, {}, kNoSplit));
     ASSERT_EQ(one.notes.size(), 1u);
@@ -134,8 +103,8 @@ TEST(SplitScan, ANoteInTheSecondPartHasTheLineOneScanGives) {
 }
 
 TEST(SplitScan, BytesAfterEofAndAFileWithoutEofAreReadAsOneScanReadsThem) {
-    ExpectEverySplitLikeOneScan(Drawing(20) + "trash after the end\nof the drawing\n\x1a", 3);
-    std::string noEof = Drawing(20);
+    ExpectEverySplitLikeOneScan(BigDrawing(20) + "trash after the end\nof the drawing\n\x1a", 3);
+    std::string noEof = BigDrawing(20);
     noEof.resize(noEof.size() - std::string("  0\nEOF\n").size());
     ExpectEverySplitLikeOneScan(noEof, 3);
     ExpectEverySplitLikeOneScan(noEof + "\n\n\n", 3);
@@ -144,7 +113,7 @@ TEST(SplitScan, BytesAfterEofAndAFileWithoutEofAreReadAsOneScanReadsThem) {
 TEST(SplitScan, AGuessedRecordStartThatIsNoTagIsPassedOverAndTheFileSaidWrongAsOneScanSaysIt) {
     // A value "0" before a line of capitals looks like a record's start to the second part; the
     // first part arrives past it, and the scan goes on to the bad code line.
-    const std::string bytes = Drawing(20, "  1\n0\nABC\nvalue\n");
+    const std::string bytes = BigDrawing(20, "  1\n0\nABC\nvalue\n");
     cad::TagStream one;
     const base::Status expected = cad::ScanTags(bytes, "d.dxf", one, {}, kNoSplit);
     ASSERT_FALSE(expected);
@@ -157,11 +126,11 @@ TEST(SplitScan, TextsOfZeroBesideCapitalsAreReadAsOneScanReadsThem) {
     std::string middle;
     for (int i = 0; i < 20; ++i)
         middle += cadtest::Dxf({{0, "TEXT"}, {1, "0"}, {7, "STANDARD"}, {1, "0"}});
-    ExpectEverySplitLikeOneScan(Drawing(10, middle), 3);
+    ExpectEverySplitLikeOneScan(BigDrawing(10, middle), 3);
 }
 
 TEST(SplitScan, AReadingThatFallsShortIsSaidAsOneScanSaysIt) {
-    const std::string bytes = Drawing(160000);
+    const std::string bytes = BigDrawing(160000);
     const cad::WaitForBytes shortReading = [&](std::size_t want) {
         return std::min(want, std::size_t{6} << 20);  // nothing after six megabytes
     };
@@ -175,9 +144,9 @@ TEST(SplitScan, AReadingThatFallsShortIsSaidAsOneScanSaysIt) {
 }
 
 TEST(SplitScan, FollowsAReadingOnBothThreads) {
-    const std::string bytes = Drawing(160000);
+    const std::string bytes = BigDrawing(160000);
     ASSERT_GT(bytes.size(), std::size_t{8} << 20);
-    const TempDrawing file(bytes);
+    const TempFile file(bytes);
     const char* name = file.path.c_str();
     cad::TagStream one;
     ASSERT_TRUE(cad::ScanTags(bytes, "d.dxf", one, {}, kNoSplit));
@@ -194,7 +163,7 @@ TEST(SplitScan, FollowsAReadingOnBothThreads) {
 }
 
 TEST(SplitScan, ABufferFromTheSizeGivenIsSplitAtItsMiddleAndScannedAsOneScanWould) {
-    const std::string bytes = Drawing(160000, cadtest::Dxf({{0, "LINE"}, {10, "2.5 "}}));
+    const std::string bytes = BigDrawing(160000, cadtest::Dxf({{0, "LINE"}, {10, "2.5 "}}));
     const cad::ScanSplit split;
     ASSERT_GE(bytes.size(), split.from);
     cad::TagStream one, two;
@@ -204,8 +173,8 @@ TEST(SplitScan, ABufferFromTheSizeGivenIsSplitAtItsMiddleAndScannedAsOneScanWoul
 }
 
 TEST(SplitScan, AMappedDrawingReadOnTwoThreadsHoldsWhatOneThreadReads) {
-    const std::string bytes = Drawing(160000, cadtest::Dxf({{0, "LINE"}, {10, "2.5x"}}));
-    const TempDrawing file(bytes);
+    const std::string bytes = BigDrawing(160000, cadtest::Dxf({{0, "LINE"}, {10, "2.5x"}}));
+    const TempFile file(bytes);
     const char* name = file.path.c_str();
     auto one = cad::Database::OpenMapped(name);
     auto two = cad::Database::OpenMapped(name, {.twoThreads = true});
@@ -229,8 +198,8 @@ TEST(SplitScan, EveryDrawingOfTheCorpusScansAsOneScanDoes) {
 }
 
 TEST(SplitScan, AMappedDrawingKeptForAReadingInFileOrderReadsAndSavesAsACopy) {
-    const std::string bytes = Drawing(160000);
-    const TempDrawing file(bytes);
+    const std::string bytes = BigDrawing(160000);
+    const TempFile file(bytes);
     const char* name = file.path.c_str();
     auto copied = cad::Database::Open(name);
     auto kept = cad::Database::OpenMapped(name, {.twoThreads = true, .keptForFileOrder = true});
