@@ -140,11 +140,9 @@ base::Result<std::unique_ptr<Database>> Database::OpenMapped(const std::string& 
     db->mapped_.emplace(std::move(*mapped));
     db->bytes_ = db->mapped_->Bytes();
     db->fileName_ = path;
-    db->keptForFileOrder_ = options.keptForFileOrder;
     auto loaded = Loaded(std::move(db), nullptr, options.twoThreads);
     // What loading read last (the header, the tables) is read again when asked for.
-    if (loaded && !options.keptForFileOrder)
-        (*loaded)->mapped_->HandBack(0, (*loaded)->bytes_.size());
+    if (loaded) (*loaded)->mapped_->HandBack(0, (*loaded)->bytes_.size());
     return loaded;
 }
 
@@ -189,20 +187,19 @@ base::Status Database::Load(FileReader* reader, bool twoThreads) {
         // The reading takes the second processor.
         waitFor = [reader](std::size_t want) { return reader->WaitFor(want); };
     } else if (mapped_) {
-        // All is in; asked for more as it goes, the scan says how far it has come, and what it
-        // has gone past goes back unless it is kept for a reading in file order. The scan of
-        // the second half hands back behind itself with a mark of its own, from its first look
-        // on: what is before that is the first half's.
-        waitFor = [this](std::size_t want) {
-            if (!keptForFileOrder_) HandBackBytesBefore(want);
-            return std::min(want, bytes_.size());
+        // All is in; asked for more as it goes, a scan says how far it has come, and what it
+        // has gone past goes back. Each scan hands back behind itself from a mark of its own:
+        // the first from the file's start, the second from its first look on (what is before
+        // that is the first's).
+        auto handingBack = [this](std::optional<std::size_t> mark) {
+            return [this, mark](std::size_t want) mutable {
+                if (!mark) mark = want;
+                HandBackBytesBefore(want, *mark);
+                return std::min(want, bytes_.size());
+            };
         };
-        split.tailWaitFor = [this, handedBack = std::optional<std::size_t>()](
-                                std::size_t want) mutable {
-            if (!handedBack) handedBack = want;
-            if (!keptForFileOrder_) HandBackBytesBefore(want, *handedBack);
-            return std::min(want, bytes_.size());
-        };
+        waitFor = handingBack(0);
+        split.tailWaitFor = handingBack(std::nullopt);
     }
     const ScanSplit* shared = twoThreads && mapped_ ? &split : nullptr;
     base::Status status = ScanTags(bytes_, fileName_, stream_, waitFor, shared);
@@ -303,7 +300,7 @@ void Database::IndexRecords() {
         std::uint32_t index = static_cast<std::uint32_t>(records_.size());
         rec.prev = index == 0 ? kNone : index - 1;
         records_.push_back(rec);
-        if (!keptForFileOrder_) HandBackBefore(index);
+        HandBackBefore(index);
         i = j;
         if (tags.Code(rec.firstTag) != 0) continue;  // comments before the first record
 

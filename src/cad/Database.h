@@ -49,12 +49,7 @@ struct MapOptions {
     // The scan of a big file is shared with a second thread: for a reading that has the machine
     // to itself. Beside other work, such as a workbook being read, one thread does better.
     bool twoThreads = false;
-    // The pages stay in until a reading in file order goes past them (HandBackBefore), instead
-    // of going back behind the scan: for a command that reads every record once, right after
-    // the load, and so never reads a page twice.
-    bool keptForFileOrder = false;
 };
-
 
 // One DXF drawing. Views (Object and the typed views) point into it by index: they stay valid
 // as long as the database lives, also across edits; an erased object's view reads as erased.
@@ -372,7 +367,6 @@ private:
     std::unique_ptr<std::string> givenBytes_;
     std::optional<base::MappedFile> mapped_;
     mutable std::size_t handedBack_ = 0;  // the mapped file's pages before it are handed back
-    bool keptForFileOrder_ = false;       // MapOptions::keptForFileOrder
     static constexpr std::uint32_t kHandBackEvery = 4096;
     // Pages just gone past may still be read: a record's neighbours, the scan's look ahead.
     static constexpr std::size_t kHandBackMargin = std::size_t{8} << 20;

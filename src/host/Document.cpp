@@ -212,7 +212,7 @@ base::Result<std::unique_ptr<cad::Database>> ReadSideDatabase(const std::string&
     RemoveLeftoversOfInterruptedSaves(path);
     if (IsDwgPath(path)) return ReadDwgDrawing(path);
     if (when == ReadKind::InFileOrder)
-        return cad::Database::OpenMapped(path, {.twoThreads = true, .keptForFileOrder = true});
+        return cad::Database::OpenMapped(path, {.twoThreads = true});
     return cad::Database::Open(path);
 }
 

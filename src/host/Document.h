@@ -23,8 +23,8 @@ namespace host {
 // through a map of its file, which holds little more than its index: a save refuses it once
 // another program wrote the file meanwhile, and a file cut short meanwhile stops the process
 // with a line that says so. InFileOrder reads at once, through a map of the file too, for a
-// command that then reads every record once in file order and lets the drawing go: the pages
-// go back as that reading passes them, and the scan takes both processors.
+// command that then reads the records in file order and lets the drawing go: the pages go back
+// behind the scan and behind each of the command's passes, and the scan takes both processors.
 enum class ReadKind { Now, OnFirstUse, Ahead, InFileOrder };
 
 // What a save does with the backup NAME.bak: the host's save with backup replaces it; a save of

@@ -197,12 +197,12 @@ TEST(SplitScan, EveryDrawingOfTheCorpusScansAsOneScanDoes) {
     }
 }
 
-TEST(SplitScan, AMappedDrawingKeptForAReadingInFileOrderReadsAndSavesAsACopy) {
+TEST(SplitScan, AMappedDrawingScannedOnTwoThreadsReadsInFileOrderAndSavesAsACopy) {
     const std::string bytes = BigDrawing(160000);
     const TempFile file(bytes);
     const char* name = file.path.c_str();
     auto copied = cad::Database::Open(name);
-    auto kept = cad::Database::OpenMapped(name, {.twoThreads = true, .keptForFileOrder = true});
+    auto kept = cad::Database::OpenMapped(name, {.twoThreads = true});
     ASSERT_TRUE(copied);
     ASSERT_TRUE(kept);
     const auto lines = (*kept)->Select({{0, "LINE"}});

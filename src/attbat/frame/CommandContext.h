@@ -59,7 +59,7 @@ struct CommandHandler {
     // The command changes only how the drawing is viewed: its save keeps an existing backup,
     // which may be the only copy from before an import.
     bool changesViewOnly = false;
-    // The command reads every record of the drawing once, in file order, and then lets it go
+    // The command reads the drawing's records in file order, a pass or two, and then lets it go
     // (host::ReadKind::InFileOrder).
     bool readsDrawingInFileOrder = false;
 };

@@ -63,6 +63,8 @@ public:
             for (std::size_t i = 0; i < entities.size(); ++i) {
                 if (i + kReadAhead < entities.size()) entities[i + kReadAhead].Prefetch(256);
                 const cad::Entity& entity = entities[i];
+                // A drawing read for these passes gives back its pages behind each of them.
+                db.HandBackBefore(entity.Index());
                 if (!entity.IsA("INSERT") && !entity.IsA("MINSERT")) continue;
                 cad::BlockReference ref(entity.GetDatabase(), entity.Index());
                 ReferenceFields fields = ReadReferenceFields(ref);
@@ -462,7 +464,7 @@ std::vector<BlockRead> ReadBlocks(ReadContext& ctx) {
             (*ahead.refs)[ahead.index].ref.Prefetch();
         }
         const ReadCache::Place& place = order[k];
-        // A drawing read for this one pass gives back its pages behind it.
+        // Behind this pass too: the file's pages come in again, without a copy, as it reaches them.
         ctx.db.HandBackBefore((*place.refs)[place.index].ref.Index());
         if (place.refs != lastRefs) {
             lastRefs = place.refs;
