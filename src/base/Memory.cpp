@@ -28,7 +28,9 @@ constexpr int kDefaultFastBlocks = 128;
 // The allocator's own bound on the blocks it maps on their own.
 constexpr int kDefaultMappedBlocks = 65536;
 // The allocator's own bound on its arenas: eight per processor.
-int DefaultArenas() { return 8 * static_cast<int>(std::max(1u, std::thread::hardware_concurrency())); }
+int DefaultArenas() {
+    return 8 * static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
+}
 }  // namespace
 
 void ReturnFreeMemory() { ::malloc_trim(0); }
