@@ -202,16 +202,16 @@ TEST(SplitScan, AMappedDrawingScannedOnTwoThreadsReadsInFileOrderAndSavesAsACopy
     const TempFile file(bytes);
     const char* name = file.path.c_str();
     auto copied = cad::Database::Open(name);
-    auto kept = cad::Database::OpenMapped(name, {.twoThreads = true});
+    auto mapped = cad::Database::OpenMapped(name, {.twoThreads = true});
     ASSERT_TRUE(copied);
-    ASSERT_TRUE(kept);
-    const auto lines = (*kept)->Select({{0, "LINE"}});
+    ASSERT_TRUE(mapped);
+    const auto lines = (*mapped)->Select({{0, "LINE"}});
     ASSERT_EQ(lines.size(), 160000u);
     // A reading in file order hands back behind it; what it passed reads the same again.
-    for (const cad::Entity& line : lines) (*kept)->HandBackBefore(line.Index());
-    EXPECT_EQ((*kept)->Select({{0, "LINE"}}).size(), (*copied)->Select({{0, "LINE"}}).size());
+    for (const cad::Entity& line : lines) (*mapped)->HandBackBefore(line.Index());
+    EXPECT_EQ((*mapped)->Select({{0, "LINE"}}).size(), (*copied)->Select({{0, "LINE"}}).size());
     const std::string out = std::string(name) + ".out.dxf";
-    ASSERT_TRUE((*kept)->Save(out, ""));
+    ASSERT_TRUE((*mapped)->Save(out, ""));
     auto written = base::ReadFile(out);
     ASSERT_TRUE(written);
     EXPECT_TRUE(*written == bytes);
