@@ -228,15 +228,32 @@ void AcadBlockArray::RemoveMissingTags(const tables::CStringArrayEx& blockNames,
     std::map<Key, bool> hasValue;
     for (const AcadAttDefTag& tag : tags) hasValue.emplace(Key(tag.tag, tag.dupIndex), false);
     std::size_t without = hasValue.size();
+    // The references of a block mostly list their values in the same order, so the entry found
+    // for a value's place is tried first for the value in that place of the next reference.
+    struct Slot {
+        Key key;
+        bool known = false;      // whether key was looked up
+        bool* marked = nullptr;  // null: a tag not asked about
+    };
+    std::vector<Slot> slots;
     const auto markValues = [&] {
         for (const AcadBlock& block : *this) {
             if (blockNames.FindString(block.name, true) < 0) continue;
+            slots.clear();
             for (const AcadBlockRef& row : block.refs) {
-                for (const AcadAttribute& attribute : row.attributes) {
+                const std::size_t count = static_cast<std::size_t>(row.attributes.GetSize());
+                if (slots.size() < count) slots.resize(count);
+                for (std::size_t i = 0; i < count; ++i) {
+                    const AcadAttribute& attribute = row.attributes[static_cast<int>(i)];
                     if (attribute.value.empty()) continue;
-                    auto it = hasValue.find(Key(attribute.tag, attribute.dupIndex));
-                    if (it == hasValue.end() || it->second) continue;
-                    it->second = true;
+                    Slot& slot = slots[i];
+                    const Key key(attribute.tag, attribute.dupIndex);
+                    if (!slot.known || slot.key != key) {
+                        auto it = hasValue.find(key);
+                        slot = {key, true, it == hasValue.end() ? nullptr : &it->second};
+                    }
+                    if (!slot.marked || *slot.marked) continue;
+                    *slot.marked = true;
                     if (--without == 0) return;
                 }
             }

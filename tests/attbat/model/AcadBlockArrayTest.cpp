@@ -360,5 +360,33 @@ TEST(AcadBlockArray, RemoveMissingTagsTakesAValueOfAnyRowOfAnyChosenBlockAndTell
     EXPECT_EQ(missing[0].tag, "TYPE");
 }
 
+TEST(AcadBlockArray, RemoveMissingTagsFindsValuesWhateverPlaceEachReferenceGivesThem) {
+    AcadBlockArray blocks;
+    AcadBlock door = Block("DOOR", {"NO", "TYPE", "NOTE"});
+    AcadBlockRef first = Row("1");
+    first.attributes.Add(Att("NO", "1"));
+    first.attributes.Add(Att("TYPE", ""));
+    door.refs.Add(first);
+    // The same places hold other tags here, and one more value than before.
+    AcadBlockRef second = Row("2");
+    second.attributes.Add(Att("TYPE", "T"));
+    second.attributes.Add(Att("NO", ""));
+    second.attributes.Add(Att("OTHER", "x"));
+    door.refs.Add(second);
+    AcadBlockRef third = Row("3");
+    third.attributes.Add(Att("NO", "3"));
+    third.attributes.Add(Att("NOTE", ""));
+    door.refs.Add(third);
+    blocks.Add(door);
+    AcadAttDefTagArray tags;
+    tags.Add(AcadAttDefTag("NO", 0, 0));
+    tags.Add(AcadAttDefTag("TYPE", 0, 0));
+    tags.Add(AcadAttDefTag("NOTE", 0, 0));
+    AcadAttDefTagArray missing;
+    blocks.RemoveMissingTags(tables::CStringArrayEx{"DOOR"}, tags, missing);
+    ASSERT_EQ(missing.GetSize(), 1);
+    EXPECT_EQ(missing[0].tag, "NOTE");
+}
+
 }  // namespace
 }  // namespace attbat
