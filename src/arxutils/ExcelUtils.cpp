@@ -729,7 +729,7 @@ bool ExcelUtils::CreateStagingArray(int rows, int columns) {
     return true;
 }
 
-void ExcelUtils::PutStagedCell(const std::string& value, int row, int column) {
+void ExcelUtils::PutStagedCell(std::string_view value, int row, int column) {
     if (!staging || !staging->Contains(row, column)) return;
     staging->At(row, column).text = value;
 }

@@ -136,7 +136,7 @@ public:
     // A rows x columns staging array of empty texts; false if either is below 1.
     static bool CreateStagingArray(int rows, int columns);
     // Zero-based; a cell outside the array is dropped in silence.
-    static void PutStagedCell(const std::string& value, int row, int column);
+    static void PutStagedCell(std::string_view value, int row, int column);
     // Sends the array in one assignment from `topLeftAddress` and destroys it. True when there
     // was nothing to send, false otherwise (callers ignore it).
     static bool FlushStaging(const std::string& topLeftAddress, bool clearComments, bool deleteHyperlinks);

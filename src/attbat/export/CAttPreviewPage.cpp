@@ -18,14 +18,11 @@ void CAttPreviewPage::OnInitDialog() {
 
 std::string CAttPreviewPage::HeaderAt(int position) const { return tables::ColumnLetters(position + 1); }
 
-const std::string& CAttPreviewPage::TextAt(int row, int position) const {
+std::string_view CAttPreviewPage::TextAt(int row, int position) const {
     return CellOf(m_rows.at(row).texts, columnOrder_.at(position));
 }
 
-const std::string& CAttPreviewPage::CellOf(const tables::CStringArrayEx& row, int column) {
-    static const std::string empty;
-    return column < row.GetSize() ? row[column] : empty;
-}
+std::string_view CAttPreviewPage::CellOf(const tables::PackedRow& row, int column) { return row[column]; }
 
 bool CAttPreviewPage::SetColumnOrder(const std::vector<int>& order) {
     if (static_cast<int>(order.size()) != columnCount_ || order.empty() || order[0] != 0) return false;
@@ -73,19 +70,27 @@ void CAttPreviewPage::RefreshPage() {
             AcadAttDefTagArray tags;
             CollectTickedTags(*blocks, names, tags, copy.noValueTags);
         }
-        m_commentTable.RemoveAll();
-        RowTable texts;
+        m_commentTable.clear();
         // No ticked block gives no table at all, not a lone header.
         // A header per block gives groups of different widths; the list is as wide as the widest.
         // Rows come without their trailing empty cells (cells past a row's end read empty), so
-        // a schedule of many narrow groups doesn't hold a string for every empty cell twice over.
+        // a schedule of many narrow groups doesn't hold a string for every empty cell twice over,
+        // and each group's rows are packed as soon as it is built.
         int width = 0;
         if (!names.IsEmpty()) {
-            BuildRows(*blocks, texts, m_commentTable, copy, wizard_.m_filter, names, wizard_.Drawing(), &width);
+            RowTable texts, keys;
+            BuildRows(*blocks, texts, keys, copy, wizard_.m_filter, names, wizard_.Drawing(), &width,
+                      [this](RowTable& groupTexts, RowTable& groupKeys) {
+                          for (int i = 0; i < groupTexts.GetSize(); ++i) {
+                              m_rows.push_back({tables::PackedRow(groupTexts[i]),
+                                                static_cast<int>(m_commentTable.size())});
+                              m_commentTable.emplace_back(groupKeys[i]);
+                          }
+                          groupTexts.RemoveAll();
+                          groupKeys.RemoveAll();
+                      });
         }
-        columnCount_ = texts.IsEmpty() ? 0 : width;
-        m_rows.reserve(static_cast<std::size_t>(texts.GetSize()));
-        for (int i = 0; i < texts.GetSize() && columnCount_ > 0; ++i) m_rows.push_back({std::move(texts[i]), i});
+        columnCount_ = m_rows.empty() ? 0 : width;
         m_sortRestored = 0;
     }
     columnOrder_.resize(columnCount_);

@@ -13,8 +13,8 @@
 #include "attbat/links/CLinkExternalDataDialog.h"
 #include "base/Status.h"
 #include "cad/Entity.h"
-#include "tables/CDataTable.h"
 #include "tables/CStringArrayEx.h"
+#include "tables/PackedRow.h"
 
 namespace cad {
 class Table;
@@ -30,7 +30,7 @@ public:
     // One row of the list: its texts by column as built and, as item data, its row of the
     // comment table.
     struct ListRow {
-        tables::CStringArrayEx texts;
+        tables::PackedRow texts;
         int itemData = 0;
     };
 
@@ -93,10 +93,10 @@ public:
     // The header text of the column shown at `position`: A, B, C... from left to right.
     std::string HeaderAt(int position) const;
     // The text of a list row at a display position.
-    const std::string& TextAt(int row, int position) const;
+    std::string_view TextAt(int row, int position) const;
     // The cell of a row by column; empty past the row's own width (rows are as wide as their
     // group).
-    static const std::string& CellOf(const tables::CStringArrayEx& row, int column);
+    static std::string_view CellOf(const tables::PackedRow& row, int column);
     // Sets the display order (column indexes by position); false when it isn't a permutation
     // keeping column 0 first.
     bool SetColumnOrder(const std::vector<int>& order);
@@ -108,7 +108,7 @@ public:
     int m_headerStyle = 0;        // "Header for all blocks", "Header per block"
     int m_columnSort = 2;         // "A -> Z", "Z -> A", "None"
     std::vector<ListRow> m_rows;  // the list's rows in list order
-    tables::CDataTable m_commentTable;    // the keys, as built
+    std::vector<tables::PackedRow> m_commentTable;  // the keys, as built
     int m_keepColumnOrder = 0;
     int m_sortRestored = 0;
     int m_sortColumn = -1;

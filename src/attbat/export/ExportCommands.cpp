@@ -35,9 +35,9 @@ namespace attbat {
 namespace {
 
 // Display width in code points, for aligning the preview on a terminal.
-std::string Pad(const std::string& text, std::size_t width) {
+std::string Pad(std::string_view text, std::size_t width) {
     std::size_t length = base::Length(text);
-    return text + std::string(width > length ? width - length : 0, ' ');
+    return std::string(text) + std::string(width > length ? width - length : 0, ' ');
 }
 
 std::function<void(const CAttPreviewPage&)>& PreviewViewer() {

@@ -67,7 +67,7 @@ bool ConnectActiveWorkbook(std::string& failure) {
 }
 
 // A row starts a block when its first key cell, or failing that its second, is the mark.
-bool StartsBlock(const tables::CStringArrayEx& keys) {
+bool StartsBlock(const tables::PackedRow& keys) {
     if (keys.GetSize() > 0 && base::EqualNoCase(keys[0], BlockColumnMark)) return true;
     return keys.GetSize() > 1 && base::EqualNoCase(keys[1], BlockColumnMark);
 }
@@ -145,11 +145,11 @@ void CAttPreviewPage::ExportRowsToActiveSheet(int first, int rowCount, ExportOpt
             notes.assign(static_cast<std::size_t>(slice) * columns, std::string_view());
             for (int s = 0; s < slice; ++s) {
                 const int r = done + s;
-                const tables::CStringArrayEx& keys = m_commentTable[m_rows.at(first + r).itemData];
+                const tables::PackedRow& keys = m_commentTable.at(m_rows.at(first + r).itemData);
                 for (int p = 0; p < columns; ++p) {
                     int column = columnOrder_[p];
                     if (column >= keys.GetSize()) continue;
-                    const std::string& key = keys[column];
+                    const std::string_view key = keys[column];
                     if (key.empty() || base::EqualNoCase(key, BlockColumnMark)) continue;
                     if (options.addHyperlink && base::EqualNoCase(key, CurrentDrawingMark)) {
                         auto cell = cells->Item(options.startRow + r, startColumn + p);
@@ -168,7 +168,7 @@ void CAttPreviewPage::ExportRowsToActiveSheet(int first, int rowCount, ExportOpt
         std::string previous;
         int runStart = 0;
         for (int i = 0; i < rowCount; ++i) {
-            const std::string& text = CellOf(m_rows.at(first + i).texts, 0);
+            const std::string_view text = CellOf(m_rows.at(first + i).texts, 0);
             const bool last = i == rowCount - 1;
             if (base::EqualNoCase(text, previous) && !last) continue;
             if (i > runStart + 1) {
@@ -188,8 +188,8 @@ void CAttPreviewPage::ReleaseWrittenRows(int first, int end) {
     if (!m_releaseRowsOnceWritten) return;
     for (int r = first; r < end; ++r) {
         ListRow& row = m_rows.at(static_cast<std::size_t>(r));
-        row.texts = tables::CStringArrayEx();
-        m_commentTable[row.itemData] = tables::CStringArrayEx();
+        row.texts = tables::PackedRow();
+        m_commentTable.at(row.itemData) = tables::PackedRow();
     }
 }
 
@@ -256,7 +256,7 @@ bool CAttPreviewPage::ExportToExcel() {
                     sliceStart = end;
                 };
                 for (int row = 1; row < RowCount(); ++row) {
-                    if (StartsBlock(m_commentTable[m_rows[row].itemData])) exportSlice(row);
+                    if (StartsBlock(m_commentTable.at(m_rows[row].itemData))) exportSlice(row);
                 }
                 if (RowCount() > 0) exportSlice(RowCount());
             }

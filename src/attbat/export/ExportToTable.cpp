@@ -63,7 +63,7 @@ bool CAttPreviewPage::ExportToTable() {
     for (int c = 0; c < columns; ++c) {
         double widest = 0;
         for (int r = 0; r < rows; ++r) {
-            const std::string& text = TextAt(r, c);
+            const std::string_view text = TextAt(r, c);
             double width = extents.Width(text);
             if (width == 0)
                 width = (static_cast<double>(base::Length(text)) + 2) * (r == 0 ? headerHeight : dataHeight);
@@ -75,7 +75,7 @@ bool CAttPreviewPage::ExportToTable() {
     std::vector<cad::TableCellText> cells;
     cells.reserve(static_cast<std::size_t>(rows) * columns + 1);
     for (int r = 0; r < rows; ++r)
-        for (int c = 0; c < columns; ++c) cells.push_back({r + 1, c, TextAt(r, c)});
+        for (int c = 0; c < columns; ++c) cells.push_back({r + 1, c, std::string(TextAt(r, c))});
     if (!title.empty()) cells.push_back({0, 0, title});
     auto made = cad::Table::Create(arxutils::CurrentSpace(db), style, rows + 1, widths, {0, 0, 0}, true, cells);
     if (!made) {
@@ -115,7 +115,7 @@ void CAttPreviewPage::WriteRowsToTable(cad::Table& table) {
     std::vector<cad::TableCellText> cells;
     cells.reserve(static_cast<std::size_t>(rows) * fits);
     for (int r = 0; r < rows; ++r)
-        for (int c = 0; c < fits; ++c) cells.push_back({r + first, c, TextAt(r, c)});
+        for (int c = 0; c < fits; ++c) cells.push_back({r + first, c, std::string(TextAt(r, c))});
     table.SetCellTexts(cells);
 }
 

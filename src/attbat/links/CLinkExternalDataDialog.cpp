@@ -98,7 +98,7 @@ const std::vector<Control>& CLinkExternalDataDialog::Controls() {
 }
 
 CLinkExternalDataDialog::CLinkExternalDataDialog(const PreviewList* list,
-                                                 const tables::CDataTable* commentTable,
+                                                 const std::vector<tables::PackedRow>* commentTable,
                                                  AcadBlockView view)
     : list_(list), commentTable_(commentTable), view_(std::move(view)) {}
 
@@ -167,7 +167,7 @@ bool CLinkExternalDataDialog::DrawingKeys(int column, std::vector<std::string>& 
     for (std::size_t r = 0; r < keys.size(); ++r) {
         if (header && r == 0)
             continue;
-        const tables::CStringArrayEx* texts = list_->rows[r].texts;
+        const tables::PackedRow* texts = list_->rows[r].texts;
         if (!texts || column >= texts->GetSize())
             continue;
         keys[r] = base::Trim((*texts)[column]);
@@ -214,12 +214,12 @@ bool CLinkExternalDataDialog::WriteComments(int drawingColumn, int externalColum
                 continue;
             // The comments follow the rows through a sort by the list's item data.
             const int commentRow = list_->rows[r].commentRow;
-            if (commentRow < 0 || commentRow >= commentTable_->GetSize())
+            if (commentRow < 0 || static_cast<std::size_t>(commentRow) >= commentTable_->size())
                 continue;
-            const tables::CStringArrayEx& comments = (*commentTable_)[commentRow];
+            const tables::PackedRow& comments = (*commentTable_)[static_cast<std::size_t>(commentRow)];
             if (drawingColumn >= comments.GetSize())
                 continue;
-            const std::string& comment = comments[drawingColumn];
+            const std::string_view comment = comments[drawingColumn];
             if (comment.empty() || base::EqualNoCase(comment, BlockColumnMark))
                 continue;
             // A cell that has a comment already refuses another, which ends the loop.

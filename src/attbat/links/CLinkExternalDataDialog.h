@@ -11,8 +11,7 @@
 
 #include "attbat/frame/Control.h"
 #include "attbat/model/AcadBlockView.h"
-#include "tables/CDataTable.h"
-#include "tables/CStringArrayEx.h"
+#include "tables/PackedRow.h"
 
 namespace attbat {
 
@@ -24,7 +23,7 @@ public:
         struct Row {
             // The row's texts by column as built; a row shorter than the list reads empty past
             // its end.
-            const tables::CStringArrayEx* texts = nullptr;
+            const tables::PackedRow* texts = nullptr;
             // The row of the comment table that belongs to it (the list's item data), which a
             // row sort moves away from the row's place in the list.
             int commentRow = 0;
@@ -51,7 +50,7 @@ public:
 
     // `list` and `commentTable` may be null, which OK refuses; given, they outlive the dialog.
     // `view` is a copy of the wizard's: with its header on, list row 0 is left out everywhere.
-    CLinkExternalDataDialog(const PreviewList* list, const tables::CDataTable* commentTable,
+    CLinkExternalDataDialog(const PreviewList* list, const std::vector<tables::PackedRow>* commentTable,
                             AcadBlockView view);
 
     // Fills the column pickers (the drawing's up to the list's columns, at most 675) and, when a
@@ -102,7 +101,7 @@ private:
     bool WriteComments(int drawingColumn, int externalColumn, const std::vector<int>& sheetRows);
 
     const PreviewList* list_;
-    const tables::CDataTable* commentTable_;
+    const std::vector<tables::PackedRow>* commentTable_;
     AcadBlockView view_;
     bool linked_ = false;
     bool declined_ = false;

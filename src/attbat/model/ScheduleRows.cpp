@@ -305,7 +305,8 @@ void TrimTrailingEmpty(tables::CStringArrayEx& row) {
 
 void BuildRows(AcadBlockArray& blockArray, RowTable& rows, RowTable& keys, AcadBlockView& view,
                const AcadBlockFilter& filter, const tables::CStringArrayEx& names,
-               const DrawingContext& drawing, int* fullWidth) {
+               const DrawingContext& drawing, int* fullWidth,
+               const std::function<void(RowTable& rows, RowTable& keys)>& groupDone) {
     blockArray.BuildColumns(view);
     bool firstHeader = true;
     for (const std::string& name : names) {
@@ -313,6 +314,7 @@ void BuildRows(AcadBlockArray& blockArray, RowTable& rows, RowTable& keys, AcadB
         blockArray.FindAllByName(name, found);
         const std::vector<const AcadBlock*> blocks(found.begin(), found.end());
         AddGroup(blockArray, rows, keys, view, filter, blocks, firstHeader, drawing, fullWidth);
+        if (groupDone) groupDone(rows, keys);
     }
 }
 

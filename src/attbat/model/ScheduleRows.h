@@ -3,6 +3,7 @@
 // `keys` with the text that ties each cell back to a drawing, a reference and a field. Every
 // export writes the keys as cell comments and every import reads them back, so the literals and
 // forms here are shared by the whole program.
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -40,9 +41,11 @@ inline constexpr std::string_view Separator = "%}.{%";
 // Every row of a group is as wide as the group; with `fullWidth` not null each row is handed
 // over without its trailing empty cells instead (cells past its end read empty), as it is made,
 // and *fullWidth is raised to the widest row's width before that.
+// `groupDone`, when given, is handed both tables after each group, which may take the rows out.
 void BuildRows(AcadBlockArray& blockArray, RowTable& rows, RowTable& keys, AcadBlockView& view,
                const AcadBlockFilter& filter, const tables::CStringArrayEx& names,
-               const DrawingContext& drawing, int* fullWidth = nullptr);
+               const DrawingContext& drawing, int* fullWidth = nullptr,
+               const std::function<void(RowTable& rows, RowTable& keys)>& groupDone = {});
 // One group: its header (as header style, includeHeader and `firstHeader` say), one row per
 // reference that passes the filters, then merging of equal rows when combineItems is set.
 // An empty `blocks` adds nothing. `fullWidth` as for BuildRows.

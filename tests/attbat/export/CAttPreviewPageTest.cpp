@@ -12,7 +12,7 @@ using testing::WizardFixture;
 
 std::vector<std::string> Column(const CAttPreviewPage& page, int position) {
     std::vector<std::string> texts;
-    for (int r = 0; r < page.RowCount(); ++r) texts.push_back(page.TextAt(r, position));
+    for (int r = 0; r < page.RowCount(); ++r) texts.emplace_back(page.TextAt(r, position));
     return texts;
 }
 

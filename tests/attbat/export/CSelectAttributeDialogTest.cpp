@@ -253,7 +253,7 @@ TEST(CSelectAttributeDialog, UntickedTagLeavesThePreviewAfterOk) {
     const CAttPreviewPage& preview = f.wizard.m_previewPage;
     ASSERT_GE(preview.RowCount(), 1);
     std::vector<std::string> header;
-    for (int p = 0; p < preview.ColumnCount(); ++p) header.push_back(preview.TextAt(0, p));
+    for (int p = 0; p < preview.ColumnCount(); ++p) header.emplace_back(preview.TextAt(0, p));
     EXPECT_EQ(header, (std::vector<std::string>{"Block Name", "Quantity", "Width"}));
 }
 

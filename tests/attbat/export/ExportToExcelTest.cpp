@@ -278,7 +278,7 @@ TEST(ExportToExcel, WithASortActiveCommentsFollowTheirRows) {
     f.Start({BlockWithRows("DOOR", {"D2", "D1"})});
     f.ToPreview();
     CAttPreviewPage& page = f.wizard.m_previewPage;
-    std::string keyOfD1 = page.m_commentTable[2][2];
+    std::string keyOfD1(page.m_commentTable[2][2]);
     ASSERT_EQ(page.TextAt(2, 2), "D1");
     page.OnHeaderClick(2);
     ASSERT_EQ(page.TextAt(1, 2), "D1");

@@ -50,8 +50,8 @@ protected:
 
     // A list row: its texts by column as built and the comment of each cell.
     void Row(tables::CStringArrayEx cells, tables::CStringArrayEx comments = {}) {
-        texts.push_back(std::make_unique<tables::CStringArrayEx>(std::move(cells)));
-        comments_.Add(std::move(comments));
+        texts.push_back(std::make_unique<tables::PackedRow>(cells));
+        comments_.emplace_back(comments);
     }
     // A data row of a DOOR reference: block name, MARK and WIDTH, with their keys.
     void Door(const std::string& handle, const std::string& mark,
@@ -152,8 +152,8 @@ protected:
 
     host::RecordingUi ui;
     AcadBlockView view;
-    std::vector<std::unique_ptr<tables::CStringArrayEx>> texts;
-    tables::CDataTable comments_;
+    std::vector<std::unique_ptr<tables::PackedRow>> texts;
+    std::vector<tables::PackedRow> comments_;
     CLinkExternalDataDialog::PreviewList list;
     std::unique_ptr<CLinkExternalDataDialog> dialog;
     std::string book;
@@ -299,7 +299,7 @@ TEST_F(LinkDoorsTest, IgnoringTheFirstRowPutsTheCommentsOneRowHigher) {
 
 TEST_F(LinkDoorsTest, IgnoringTheFirstRowLeavesAKeyInRowOneUnmatched) {
     texts.clear();
-    comments_.RemoveAll();
+    comments_.clear();
     Door("1A0", "Door");
     Door("1A1", "D01");
     CLinkExternalDataDialog& d = Open();
@@ -450,11 +450,10 @@ TEST_F(LinkExternalDataTest, TheDraggedColumnOrderNamesTheDrawingColumn) {
 
 TEST_F(LinkExternalDataTest, WithTheHeaderOnListRowZeroIsLeftOut) {
     view.includeHeader = 1;
-    Row({"Block Name", "MARK"}, {std::string(BlockColumnMark), ""});
+    // The header's comment cell is given a key to show it is never written.
+    Row({"Block Name", "MARK"}, {std::string(BlockColumnMark), Key("1FF", "MARK")});
     Door("1A0", "D01");
     Book({{"B1", "MARK"}, {"B2", "D01"}});
-    // The header's comment cell is given a key to show it is never written.
-    comments_[0][1] = Key("1FF", "MARK");
     CLinkExternalDataDialog& d = Open();
     EXPECT_TRUE(d.OnOK());
     EXPECT_EQ(d.Matched(), 1);
