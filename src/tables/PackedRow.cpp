@@ -1,5 +1,6 @@
 #include "tables/PackedRow.h"
 
+#include <algorithm>
 #include <cstring>
 #include <limits>
 
@@ -13,11 +14,12 @@ void PutWord(char* at, std::uint32_t value) { std::memcpy(at, &value, kWord); }
 
 }  // namespace
 
-PackedRow::PackedRow(const CStringArrayEx& cells) {
-    const std::size_t count = static_cast<std::size_t>(cells.GetSize());
+PackedRow::PackedRow(const CStringArrayEx& cells, int cellCount) {
+    const int taken = cellCount < 0 ? cells.GetSize() : std::min(cellCount, cells.GetSize());
+    const std::size_t count = static_cast<std::size_t>(taken);
     if (count == 0) return;
     std::size_t textBytes = 0;
-    for (const std::string& cell : cells) textBytes += cell.size();
+    for (int c = 0; c < taken; ++c) textBytes += cells[c].size();
     if (textBytes > std::numeric_limits<std::uint32_t>::max())
         throw InvalidArgument("PackedRow: a row of more than 4 GB of text");
     const std::size_t head = kWord * (count + 1);

@@ -15,8 +15,9 @@ class PackedRow {
 public:
     // A row of no cells.
     PackedRow() = default;
-    // The cells of `cells`, the empty ones included.
-    explicit PackedRow(const CStringArrayEx& cells);
+    // The cells of `cells`, the empty ones included; with `count` only its first `count` (all
+    // of them when it is negative or past their number).
+    explicit PackedRow(const CStringArrayEx& cells, int count = -1);
     PackedRow(const PackedRow& other);
     PackedRow& operator=(const PackedRow& other);
     PackedRow(PackedRow&& other) noexcept = default;

@@ -19,6 +19,17 @@ TEST(PackedRow, GivesEachCellAsItWasEmptyOnesAndLongOnesIncluded) {
     EXPECT_EQ(row[4], "");
 }
 
+TEST(PackedRow, TakesTheFirstCellsAskedForAndAllOfThemPastTheirNumber) {
+    const CStringArrayEx cells{"a", "bb", "", "d"};
+    const PackedRow two(cells, 2);
+    ASSERT_EQ(two.GetSize(), 2);
+    EXPECT_EQ(two[1], "bb");
+    EXPECT_EQ(two[3], "");
+    EXPECT_EQ(PackedRow(cells, 0).GetSize(), 0);
+    EXPECT_EQ(PackedRow(cells, 9).GetSize(), 4);
+    EXPECT_EQ(PackedRow(cells, -1)[3], "d");
+}
+
 TEST(PackedRow, ReadsEmptyOutsideItsCells) {
     const PackedRow row(CStringArrayEx{"a", "b"});
     EXPECT_EQ(row[2], "");

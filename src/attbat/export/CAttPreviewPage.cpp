@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <numeric>
+#include <utility>
+#include <vector>
 
 #include "attbat/export/CScheduleDialog.h"
 #include "attbat/export/CSelectAttributeDialog.h"
@@ -9,6 +11,34 @@
 #include "tables/CellAddress.h"
 
 namespace attbat {
+
+namespace {
+
+// The list's rows and keys packed as they are built, each row's item data its row of keys.
+class PackingSink : public RowSink {
+public:
+    PackingSink(std::vector<CAttPreviewPage::ListRow>& rows, std::vector<tables::PackedRow>& keys)
+        : rows_(rows), keys_(keys) {}
+
+    void TakeRows(RowTable& rows, RowTable& keys) override {
+        for (int i = 0; i < rows.GetSize(); ++i) Add(tables::PackedRow(rows[i]), tables::PackedRow(keys[i]));
+    }
+    void TakeRow(const tables::CStringArrayEx& values, int valueCount, const tables::CStringArrayEx& keys,
+                 int keyCount) override {
+        Add(tables::PackedRow(values, valueCount), tables::PackedRow(keys, keyCount));
+    }
+
+private:
+    void Add(tables::PackedRow texts, tables::PackedRow keys) {
+        rows_.push_back({std::move(texts), static_cast<int>(keys_.size())});
+        keys_.push_back(std::move(keys));
+    }
+
+    std::vector<CAttPreviewPage::ListRow>& rows_;
+    std::vector<tables::PackedRow>& keys_;
+};
+
+}  // namespace
 
 void CAttPreviewPage::OnInitDialog() {
     m_drawingColumnKind = 0;
@@ -75,20 +105,12 @@ void CAttPreviewPage::RefreshPage() {
         // A header per block gives groups of different widths; the list is as wide as the widest.
         // Rows come without their trailing empty cells (cells past a row's end read empty), so
         // a schedule of many narrow groups doesn't hold a string for every empty cell twice over,
-        // and each group's rows are packed as soon as it is built.
+        // and each row is packed as it is made.
         int width = 0;
         if (!names.IsEmpty()) {
             RowTable texts, keys;
-            BuildRows(*blocks, texts, keys, copy, wizard_.m_filter, names, wizard_.Drawing(), &width,
-                      [this](RowTable& groupTexts, RowTable& groupKeys) {
-                          for (int i = 0; i < groupTexts.GetSize(); ++i) {
-                              m_rows.push_back({tables::PackedRow(groupTexts[i]),
-                                                static_cast<int>(m_commentTable.size())});
-                              m_commentTable.emplace_back(groupKeys[i]);
-                          }
-                          groupTexts.RemoveAll();
-                          groupKeys.RemoveAll();
-                      });
+            PackingSink sink(m_rows, m_commentTable);
+            BuildRows(*blocks, texts, keys, copy, wizard_.m_filter, names, wizard_.Drawing(), &width, &sink);
         }
         columnCount_ = m_rows.empty() ? 0 : width;
         m_sortRestored = 0;

@@ -281,6 +281,11 @@ int FilledSize(const tables::CStringArrayEx& row) {
     return size;
 }
 
+// Empties the cells of `row` up to its last non-empty one, keeping their room.
+void EmptyCells(tables::CStringArrayEx& row) {
+    for (int c = FilledSize(row) - 1; c >= 0; --c) row[c].clear();
+}
+
 // The cells of `row` up to its last non-empty one, moved into a row of exactly their room;
 // `row` keeps its size with every cell empty.
 tables::CStringArrayEx TakeCells(tables::CStringArrayEx& row) {
@@ -305,23 +310,26 @@ void TrimTrailingEmpty(tables::CStringArrayEx& row) {
 
 void BuildRows(AcadBlockArray& blockArray, RowTable& rows, RowTable& keys, AcadBlockView& view,
                const AcadBlockFilter& filter, const tables::CStringArrayEx& names,
-               const DrawingContext& drawing, int* fullWidth,
-               const std::function<void(RowTable& rows, RowTable& keys)>& groupDone) {
+               const DrawingContext& drawing, int* fullWidth, RowSink* sink) {
     blockArray.BuildColumns(view);
     bool firstHeader = true;
     for (const std::string& name : names) {
         std::vector<AcadBlock*> found;
         blockArray.FindAllByName(name, found);
         const std::vector<const AcadBlock*> blocks(found.begin(), found.end());
-        AddGroup(blockArray, rows, keys, view, filter, blocks, firstHeader, drawing, fullWidth);
-        if (groupDone) groupDone(rows, keys);
+        AddGroup(blockArray, rows, keys, view, filter, blocks, firstHeader, drawing, fullWidth, sink);
+        if (sink && !rows.IsEmpty()) {
+            sink->TakeRows(rows, keys);
+            rows.RemoveAll();
+            keys.RemoveAll();
+        }
     }
 }
 
 void AddGroup(const AcadBlockArray& blockArray, RowTable& rows, RowTable& keys,
               const AcadBlockView& view, const AcadBlockFilter& filter,
               const std::vector<const AcadBlock*>& blocks, bool& firstHeader,
-              const DrawingContext& drawing, int* fullWidth) {
+              const DrawingContext& drawing, int* fullWidth, RowSink* sink) {
     if (blocks.empty()) return;
     const int rowsBefore = rows.GetSize();
     tables::CStringArrayEx ownColumns;
@@ -354,6 +362,8 @@ void AddGroup(const AcadBlockArray& blockArray, RowTable& rows, RowTable& keys,
     // Rows to be merged are compared at full width; others are trimmed as they are made, so a
     // schedule wider than most of its rows never holds every row at full width at once.
     const bool trimEachRow = fullWidth != nullptr && !view.combineItems;
+    // Rows made so far, those handed to the sink included.
+    int made = 0;
     // The group's rows as handed over: each trimmed (again a quick look for those trimmed when
     // made), and the group's width noted when it left any.
     const auto handOver = [&] {
@@ -362,7 +372,7 @@ void AddGroup(const AcadBlockArray& blockArray, RowTable& rows, RowTable& keys,
             TrimTrailingEmpty(rows[r]);
             TrimTrailingEmpty(keys[r]);
         }
-        if (rows.GetSize() > rowsBefore) *fullWidth = std::max(*fullWidth, cellCount);
+        if (made > 0 || rows.GetSize() > rowsBefore) *fullWidth = std::max(*fullWidth, cellCount);
     };
     const int firstData = rows.GetSize();
     // The row being made, sized once and filled by index rather than grown cell by cell. Trimmed
@@ -404,7 +414,23 @@ void AddGroup(const AcadBlockArray& blockArray, RowTable& rows, RowTable& keys,
             }
             attributeColumns.Fill(row, block->defs, view, filled, values, rowKeys,
                                   firstColumnCell);
-            if (trimEachRow) {
+            ++made;
+            if (trimEachRow && sink) {
+                // The group's header goes first, trimmed as the group's rows are; the row's cells
+                // are copied out and emptied, so their strings keep their room for the next row.
+                if (!rows.IsEmpty()) {
+                    for (int r = 0; r < rows.GetSize(); ++r) {
+                        TrimTrailingEmpty(rows[r]);
+                        TrimTrailingEmpty(keys[r]);
+                    }
+                    sink->TakeRows(rows, keys);
+                    rows.RemoveAll();
+                    keys.RemoveAll();
+                }
+                sink->TakeRow(values, FilledSize(values), rowKeys, FilledSize(rowKeys));
+                EmptyCells(values);
+                EmptyCells(rowKeys);
+            } else if (trimEachRow) {
                 rows.Add(TakeCells(values));
                 keys.Add(TakeCells(rowKeys));
             } else {
@@ -414,7 +440,7 @@ void AddGroup(const AcadBlockArray& blockArray, RowTable& rows, RowTable& keys,
         }
     }
 
-    if (rows.GetSize() == firstData) {
+    if (made == 0) {
         // A block header over no rows would stand alone in the sheet.
         if (headerWritten && view.headerStyle != 0) {
             rows.RemoveAt(firstData - 1);

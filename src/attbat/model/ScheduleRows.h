@@ -3,7 +3,6 @@
 // `keys` with the text that ties each cell back to a drawing, a reference and a field. Every
 // export writes the keys as cell comments and every import reads them back, so the literals and
 // forms here are shared by the whole program.
-#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -36,23 +35,36 @@ inline constexpr std::string_view CurrentDrawingMark = "Velmar_CurrentDrawing";
 // What SplitPair cuts at.
 inline constexpr std::string_view Separator = "%}.{%";
 
+// Where built rows go as they are made, so that a caller keeping them in a form of its own never
+// holds them all as string arrays.
+class RowSink {
+public:
+    virtual ~RowSink() = default;
+    // The rows both tables hold, in order: a group's header before its first row, and whole
+    // groups whose rows are compared at full width. The tables are emptied afterwards.
+    virtual void TakeRows(RowTable& rows, RowTable& keys) = 0;
+    // A row made without its trailing empty cells: the first `valueCount` cells of `values` and
+    // `keyCount` of `keys`, arrays the builder reuses for the next row.
+    virtual void TakeRow(const tables::CStringArrayEx& values, int valueCount,
+                         const tables::CStringArrayEx& keys, int keyCount) = 0;
+};
+
 // Builds the columns (header style 0), then one group per name of `names`, in list order, over
 // the normal blocks of that name (an empty name takes them all). Appends to both tables.
 // Every row of a group is as wide as the group; with `fullWidth` not null each row is handed
 // over without its trailing empty cells instead (cells past its end read empty), as it is made,
 // and *fullWidth is raised to the widest row's width before that.
-// `groupDone`, when given, is handed both tables after each group, which may take the rows out.
+// With a `sink` the rows go to it instead, in the same order (see RowSink).
 void BuildRows(AcadBlockArray& blockArray, RowTable& rows, RowTable& keys, AcadBlockView& view,
                const AcadBlockFilter& filter, const tables::CStringArrayEx& names,
-               const DrawingContext& drawing, int* fullWidth = nullptr,
-               const std::function<void(RowTable& rows, RowTable& keys)>& groupDone = {});
+               const DrawingContext& drawing, int* fullWidth = nullptr, RowSink* sink = nullptr);
 // One group: its header (as header style, includeHeader and `firstHeader` say), one row per
 // reference that passes the filters, then merging of equal rows when combineItems is set.
-// An empty `blocks` adds nothing. `fullWidth` as for BuildRows.
+// An empty `blocks` adds nothing. `fullWidth` and `sink` as for BuildRows.
 void AddGroup(const AcadBlockArray& blockArray, RowTable& rows, RowTable& keys,
               const AcadBlockView& view, const AcadBlockFilter& filter,
               const std::vector<const AcadBlock*>& blocks, bool& firstHeader,
-              const DrawingContext& drawing, int* fullWidth = nullptr);
+              const DrawingContext& drawing, int* fullWidth = nullptr, RowSink* sink = nullptr);
 // Drops the trailing empty cells of `row` and the room they took.
 void TrimTrailingEmpty(tables::CStringArrayEx& row);
 // The value and key of one cell of `row` under a column name; false (both empty) when the row

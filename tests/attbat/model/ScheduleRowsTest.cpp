@@ -390,6 +390,65 @@ TEST(BuildRows, WithAWidthToFillRowsComeTrimmedAndTheWidthIsTheWidestRowsBeforeT
     }
 }
 
+// A sink that keeps what it is given as string rows.
+class CollectingSink : public RowSink {
+public:
+    void TakeRows(RowTable& rows, RowTable& keys) override {
+        EXPECT_EQ(rows.GetSize(), keys.GetSize());
+        for (int i = 0; i < rows.GetSize(); ++i) {
+            taken.rows.Add(rows[i]);
+            taken.keys.Add(keys[i]);
+        }
+    }
+    void TakeRow(const tables::CStringArrayEx& values, int valueCount, const tables::CStringArrayEx& keys,
+                 int keyCount) override {
+        taken.rows.Add(First(values, valueCount));
+        taken.keys.Add(First(keys, keyCount));
+    }
+
+    Tables taken;
+
+private:
+    static tables::CStringArrayEx First(const tables::CStringArrayEx& cells, int count) {
+        tables::CStringArrayEx first;
+        for (int c = 0; c < count; ++c) first.Add(cells[c]);
+        return first;
+    }
+};
+
+TEST(BuildRows, WithASinkTheRowsGoToItInTheTablesOrderAndTheTablesStayEmpty) {
+    for (int combine = 0; combine < 2; ++combine) {
+        for (int headerStyle = 0; headerStyle < 2; ++headerStyle) {
+            for (int includeHeader = 0; includeHeader < 2; ++includeHeader) {
+                AcadBlockArray blocks = SampleBlocks();
+                blocks.Add(Block("GATE", {"G"}));  // no references: its header goes again
+                const tables::CStringArrayEx names{"DOOR", "GATE", "WINDOW"};
+                AcadBlockView view;
+                view.combineItems = combine;
+                view.headerStyle = headerStyle;
+                view.includeHeader = includeHeader;
+                AcadBlockView copy = view;
+                const FakeDrawing drawing;
+                Tables expected;
+                int expectedWidth = 0;
+                BuildRows(blocks, expected.rows, expected.keys, view, {}, names, drawing, &expectedWidth);
+                Tables left;
+                CollectingSink sink;
+                int width = 0;
+                BuildRows(blocks, left.rows, left.keys, copy, {}, names, drawing, &width, &sink);
+                EXPECT_TRUE(left.rows.IsEmpty());
+                EXPECT_TRUE(left.keys.IsEmpty());
+                EXPECT_EQ(width, expectedWidth);
+                ASSERT_EQ(sink.taken.rows.GetSize(), expected.rows.GetSize());
+                for (int r = 0; r < expected.rows.GetSize(); ++r) {
+                    EXPECT_EQ(sink.taken.rows[r], expected.rows[r]) << r;
+                    EXPECT_EQ(sink.taken.keys[r], expected.keys[r]) << r;
+                }
+            }
+        }
+    }
+}
+
 TEST(BuildRows, HeaderStyleZeroWritesOneHeaderOverTheWholeTable) {
     AcadBlockArray blocks = SampleBlocks();
     AcadBlockView view;
