@@ -277,7 +277,8 @@ void CommandForm::ShowPreview(const attbat::CAttPreviewPage& page) {
     grid_->setHorizontalHeaderLabels(headers);
     for (int r = 0; r < page.RowCount(); ++r)
         for (int p = 0; p < columns; ++p)
-            grid_->setItem(r, p, new QTableWidgetItem(QString::fromStdString(std::string(page.TextAt(r, p)))));
+            grid_->setItem(
+                r, p, new QTableWidgetItem(QString::fromStdString(std::string(page.TextAt(r, p)))));
     grid_->resizeColumnsToContents();
 }
 

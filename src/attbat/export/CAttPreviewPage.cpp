@@ -21,10 +21,11 @@ public:
         : rows_(rows), keys_(keys) {}
 
     void TakeRows(RowTable& rows, RowTable& keys) override {
-        for (int i = 0; i < rows.GetSize(); ++i) Add(tables::PackedRow(rows[i]), tables::PackedRow(keys[i]));
+        for (int i = 0; i < rows.GetSize(); ++i)
+            Add(tables::PackedRow(rows[i]), tables::PackedRow(keys[i]));
     }
-    void TakeRow(const tables::CStringArrayEx& values, int valueCount, const tables::CStringArrayEx& keys,
-                 int keyCount) override {
+    void TakeRow(const tables::CStringArrayEx& values, int valueCount,
+                 const tables::CStringArrayEx& keys, int keyCount) override {
         Add(tables::PackedRow(values, valueCount), tables::PackedRow(keys, keyCount));
     }
 
@@ -52,7 +53,9 @@ std::string_view CAttPreviewPage::TextAt(int row, int position) const {
     return CellOf(m_rows.at(row).texts, columnOrder_.at(position));
 }
 
-std::string_view CAttPreviewPage::CellOf(const tables::PackedRow& row, int column) { return row[column]; }
+std::string_view CAttPreviewPage::CellOf(const tables::PackedRow& row, int column) {
+    return row[column];
+}
 
 bool CAttPreviewPage::SetColumnOrder(const std::vector<int>& order) {
     if (static_cast<int>(order.size()) != columnCount_ || order.empty() || order[0] != 0) return false;
@@ -110,7 +113,8 @@ void CAttPreviewPage::RefreshPage() {
         if (!names.IsEmpty()) {
             RowTable texts, keys;
             PackingSink sink(m_rows, m_commentTable);
-            BuildRows(*blocks, texts, keys, copy, wizard_.m_filter, names, wizard_.Drawing(), &width, &sink);
+            BuildRows(*blocks, texts, keys, copy, wizard_.m_filter, names, wizard_.Drawing(), &width,
+                      &sink);
         }
         columnCount_ = m_rows.empty() ? 0 : width;
         m_sortRestored = 0;

@@ -216,7 +216,8 @@ bool CLinkExternalDataDialog::WriteComments(int drawingColumn, int externalColum
             const int commentRow = list_->rows[r].commentRow;
             if (commentRow < 0 || static_cast<std::size_t>(commentRow) >= commentTable_->size())
                 continue;
-            const tables::PackedRow& comments = (*commentTable_)[static_cast<std::size_t>(commentRow)];
+            const tables::PackedRow& comments =
+                (*commentTable_)[static_cast<std::size_t>(commentRow)];
             if (drawingColumn >= comments.GetSize())
                 continue;
             const std::string_view comment = comments[drawingColumn];

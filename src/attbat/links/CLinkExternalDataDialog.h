@@ -50,7 +50,8 @@ public:
 
     // `list` and `commentTable` may be null, which OK refuses; given, they outlive the dialog.
     // `view` is a copy of the wizard's: with its header on, list row 0 is left out everywhere.
-    CLinkExternalDataDialog(const PreviewList* list, const std::vector<tables::PackedRow>* commentTable,
+    CLinkExternalDataDialog(const PreviewList* list,
+                            const std::vector<tables::PackedRow>* commentTable,
                             AcadBlockView view);
 
     // Fills the column pickers (the drawing's up to the list's columns, at most 675) and, when a

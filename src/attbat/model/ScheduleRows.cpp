@@ -317,7 +317,8 @@ void BuildRows(AcadBlockArray& blockArray, RowTable& rows, RowTable& keys, AcadB
         std::vector<AcadBlock*> found;
         blockArray.FindAllByName(name, found);
         const std::vector<const AcadBlock*> blocks(found.begin(), found.end());
-        AddGroup(blockArray, rows, keys, view, filter, blocks, firstHeader, drawing, fullWidth, sink);
+        AddGroup(blockArray, rows, keys, view, filter, blocks, firstHeader, drawing, fullWidth,
+                 sink);
         if (sink && !rows.IsEmpty()) {
             sink->TakeRows(rows, keys);
             rows.RemoveAll();

@@ -400,8 +400,8 @@ public:
             taken.keys.Add(keys[i]);
         }
     }
-    void TakeRow(const tables::CStringArrayEx& values, int valueCount, const tables::CStringArrayEx& keys,
-                 int keyCount) override {
+    void TakeRow(const tables::CStringArrayEx& values, int valueCount,
+                 const tables::CStringArrayEx& keys, int keyCount) override {
         taken.rows.Add(First(values, valueCount));
         taken.keys.Add(First(keys, keyCount));
     }
@@ -431,7 +431,8 @@ TEST(BuildRows, WithASinkTheRowsGoToItInTheTablesOrderAndTheTablesStayEmpty) {
                 const FakeDrawing drawing;
                 Tables expected;
                 int expectedWidth = 0;
-                BuildRows(blocks, expected.rows, expected.keys, view, {}, names, drawing, &expectedWidth);
+                BuildRows(blocks, expected.rows, expected.keys, view, {}, names, drawing,
+                          &expectedWidth);
                 Tables left;
                 CollectingSink sink;
                 int width = 0;
