@@ -1,8 +1,12 @@
 #include "xl/Package.h"
 
+#include <fcntl.h>
+
 #include <pugixml.hpp>
 
+#include "base/AtomicFile.h"
 #include "base/Format.h"
+#include "base/MappedFile.h"
 #include "base/Text.h"
 #include "xl/Xml.h"
 
@@ -395,10 +399,46 @@ base::Status Package::SaveThrough(const std::function<base::Status(std::string_v
     return written;
 }
 
+base::Status Package::SaveToFile(const std::string& path, const base::AtomicWriteOptions& options) {
+    PrepareParts();
+    base::AtomicFile file(path);
+    base::Status opened = file.Open();
+    if (options.removedStale) *options.removedStale = file.RemovedStale();
+    if (!opened) return opened;
+    ZipWriter writer([&file](std::string_view piece) { file.Write(piece); });
+    // The parts stay until the file is in place, so that a failed save leaves the package whole.
+    WriteParts(writer, false);
+    writer.Finish();
+    if (base::Status committed = file.Commit(options.backupPath); !committed) return committed;
+    // What was written is read from the file from now on, as a package opened from it would be.
+    const base::Status unreadable =
+        base::Status::Error(label_ + ": the package just written could not be read back from " + path);
+    const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0) return unreadable;
+    auto mapped = base::MappedFile::Map(fd, path);
+    if (!mapped) return unreadable;
+    auto zip = ZipReader::Open(std::move(*mapped), label_);
+    if (!zip || zip->Entries().size() != parts_.size()) return unreadable;
+    for (std::size_t i = 0; i < parts_.size(); ++i) {
+        parts_[i].entry = static_cast<int>(i);
+        parts_[i].data.reset();
+        parts_[i].packed.reset();
+    }
+    zip_ = std::make_unique<ZipReader>(std::move(*zip));
+    return base::Status::Ok();
+}
+
 std::string Package::Build(bool release) {
+    ZipWriter writer;
+    writer.Reserve(PrepareParts());
+    WriteParts(writer, release);
+    return writer.Finish();
+}
+
+std::uint64_t Package::PrepareParts() {
     Flush();
     // Big written parts are compressed now and kept so (a read inflates them again); with every
-    // compressed size known, the archive is made in one buffer of the right size.
+    // compressed size known, an archive built in memory is made in one buffer of the right size.
     std::uint64_t size = 22 + 98;
     for (Part& p : parts_) {
         if (p.data && p.data->size() > kDeflateChunk) {
@@ -410,8 +450,10 @@ std::string Package::Build(bool release) {
                                         : zip_->Entries()[p.entry].compressedSize;
         size += 30 + 46 + 2 * p.name.size() + 2 * 32 + body;
     }
-    ZipWriter writer;
-    writer.Reserve(size);
+    return size;
+}
+
+void Package::WriteParts(ZipWriter& writer, bool release) {
     for (Part& p : parts_) {
         if (p.data) {
             writer.Add(p.name, *p.data);
@@ -427,7 +469,6 @@ std::string Package::Build(bool release) {
             p.packed.reset();
         }
     }
-    return writer.Finish();
 }
 
 }  // namespace xl

@@ -12,6 +12,7 @@
 #include <string_view>
 #include <vector>
 
+#include "base/File.h"
 #include "base/Status.h"
 #include "xl/PartReader.h"
 #include "xl/Zip.h"
@@ -105,6 +106,11 @@ public:
     // just been opened, so that what was written is held once; parts count as unchanged
     // afterwards. Gives `write`'s status (the image is adopted even when writing failed).
     base::Status SaveThrough(const std::function<base::Status(std::string_view image)>& write);
+    // Writes the zip image into the file at `path` piece by piece as it is made (replacing the
+    // file only once it is whole, see base::AtomicFile) and then reads the parts from that file
+    // through a map, so that the archive is never held whole in memory; parts count as unchanged
+    // afterwards. A failed write leaves the package as it was.
+    base::Status SaveToFile(const std::string& path, const base::AtomicWriteOptions& options);
 
 private:
     static base::Result<Package> FromZip(base::Result<ZipReader> zip, std::string_view label);
@@ -121,6 +127,11 @@ private:
     pugi::xml_document* ContentTypesDoc() const;
     void Flush();
     std::string Build(bool release);
+    // Flushes the relationships and content types and compresses big written parts; gives about
+    // the archive's size.
+    std::uint64_t PrepareParts();
+    // Adds every part to `writer`; with `release` a written part is then held in the archive only.
+    void WriteParts(ZipWriter& writer, bool release);
 
     std::string label_;
     std::unique_ptr<ZipReader> zip_;

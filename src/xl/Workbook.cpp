@@ -525,9 +525,14 @@ base::Status Workbook::Save(const std::string& path, const SaveOptions& options)
     if (base::Status st = WriteChangedParts(); !st) return st;
     base::AtomicWriteOptions atomic;
     atomic.backupPath = options.backupPath;
-    // The archive is written as it is made and then kept as the package, not beside its parts.
-    base::Status st = package_.SaveThrough(
-        [&](std::string_view image) { return base::WriteFileAtomic(path, image, atomic); });
+    // A process that ends with its command writes the archive into the file as it is made and
+    // reads the file through a map from then on, as it opens workbooks; others build it in memory
+    // and keep it as the package, not beside its parts.
+    base::Status st = base::EndsWithCommand()
+                          ? package_.SaveToFile(path, atomic)
+                          : package_.SaveThrough([&](std::string_view image) {
+                                return base::WriteFileAtomic(path, image, atomic);
+                            });
     if (!st) return st;
     path_ = path;
     return base::Status::Ok();

@@ -417,7 +417,7 @@ base::Result<std::string> ZipReader::Extract(const ZipEntry& entry, std::uint64_
 void ZipWriter::AddLocal(ZipEntry e, std::string_view compressed) {
     e.flags &= ~std::uint16_t(8);  // sizes are known, so no data descriptor follows
     bool big = e.size >= k32Max || e.compressedSize >= k32Max;
-    std::uint64_t offset = out_.size();
+    std::uint64_t offset = Offset();
     Put(out_, kLocalSig, 4);
     Put(out_, big ? 45 : 20, 2);
     Put(out_, e.flags, 2);
@@ -435,9 +435,26 @@ void ZipWriter::AddLocal(ZipEntry e, std::string_view compressed) {
         Put(out_, e.size, 8);
         Put(out_, e.compressedSize, 8);
     }
-    out_ += compressed;
+    Write(compressed);
     e.dataOffset = offset;
     central_.push_back(std::move(e));
+}
+
+void ZipWriter::Write(std::string_view bytes) {
+    if (!sink_) {
+        out_ += bytes;
+        return;
+    }
+    Emit();
+    sink_(bytes);
+    emitted_ += bytes.size();
+}
+
+void ZipWriter::Emit() {
+    if (!sink_ || out_.empty()) return;
+    sink_(out_);
+    emitted_ += out_.size();
+    out_.clear();
 }
 
 void ZipWriter::AddRaw(const ZipEntry& entry, std::string_view compressed) {
@@ -701,7 +718,7 @@ void ZipWriter::AddDeflated(std::string_view name, const DeflatedData& data) {
 }
 
 std::string ZipWriter::Finish() {
-    std::uint64_t cdOffset = out_.size();
+    std::uint64_t cdOffset = Offset();
     for (const ZipEntry& e : central_) {
         bool bigSize = e.size >= k32Max || e.compressedSize >= k32Max;
         bool bigOffset = e.dataOffset >= k32Max;
@@ -736,10 +753,10 @@ std::string ZipWriter::Finish() {
         out_ += e.name;
         out_ += extra;
     }
-    std::uint64_t cdSize = out_.size() - cdOffset;
+    std::uint64_t cdSize = Offset() - cdOffset;
     std::uint64_t count = central_.size();
     if (count >= 0xFFFF || cdOffset >= k32Max || cdSize >= k32Max) {
-        std::uint64_t end64 = out_.size();
+        std::uint64_t end64 = Offset();
         Put(out_, kEnd64Sig, 4);
         Put(out_, 44, 8);
         Put(out_, 45, 2);
@@ -764,6 +781,8 @@ std::string ZipWriter::Finish() {
     Put(out_, std::min<std::uint64_t>(cdOffset, k32Max), 4);
     Put(out_, 0, 2);
     central_.clear();
+    Emit();
+    emitted_ = 0;
     return std::move(out_);
 }
 

@@ -3,6 +3,7 @@
 // in which unchanged entries are copied as their compressed bytes.
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -148,9 +149,16 @@ private:
     std::string buffer_;
 };
 
-// Builds an archive in memory; zip64 records are written only when sizes or counts need them.
+// Builds an archive in memory, or hands it out piece by piece as it is made; zip64 records are
+// written only when sizes or counts need them.
 class ZipWriter {
 public:
+    // An archive built in memory, which Finish gives.
+    ZipWriter() = default;
+    // An archive handed to `sink` piece by piece, in order, as it is made: a part's compressed
+    // bytes are handed as they are, never copied. Finish gives "".
+    explicit ZipWriter(std::function<void(std::string_view)> sink) : sink_(std::move(sink)) {}
+
     // Copies an entry's compressed bytes as they are, keeping method, CRC and time.
     void AddRaw(const ZipEntry& entry, std::string_view compressed);
     // Adds an entry compressed by a DeflateStream.
@@ -160,11 +168,19 @@ public:
     void Add(std::string_view name, std::string_view data);
     // Makes room for an archive of about `bytes`, so a big one is not copied as it grows.
     void Reserve(std::uint64_t bytes) { out_.reserve(bytes); }
-    // The whole archive; the writer is empty afterwards.
+    // The whole archive (or "" when handed to a sink); the writer is empty afterwards.
     std::string Finish();
 
 private:
     void AddLocal(ZipEntry entry, std::string_view compressed);
+    // Where the next byte of the archive goes.
+    std::uint64_t Offset() const { return emitted_ + out_.size(); }
+    // Hands `bytes` to the sink, or keeps them.
+    void Write(std::string_view bytes);
+    // Hands what is kept to the sink.
+    void Emit();
+    std::function<void(std::string_view)> sink_;
+    std::uint64_t emitted_ = 0;  // bytes handed to the sink
     std::string out_;
     std::vector<ZipEntry> central_;  // dataOffset holds the local header offset here
 };

@@ -5,12 +5,14 @@
 #include <malloc.h>
 #include <sys/resource.h>
 
+#include <cerrno>
 #include <cmath>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <optional>
 
+#include "base/AtomicFile.h"
 #include "base/File.h"
 #include "xl/Package.h"
 #include "xl/SharedStrings.h"
@@ -92,6 +94,66 @@ TEST(Workbook, AMappedWorkbookThatAnotherProgramChangedMeanwhileIsNotSaved) {
     const base::Status read = (*book)->Sheet(1)->Load();
     ASSERT_FALSE(read.IsOk());
     EXPECT_NE(read.Message().find("changed on disk"), std::string::npos) << read.Message();
+}
+
+// A workbook of two sheets and a note, its parts written (SaveImage), and that image.
+std::unique_ptr<xl::Workbook> WrittenBook(std::string& image) {
+    auto book = xl::Workbook::Create();
+    book->Sheet(0)->SetString(1, 1, "Tag");
+    book->Sheet(0)->SetNote(1, 1, "plan.dxf<1F_TAG>", "me");
+    EXPECT_TRUE(book->AddSheet("Second").IsOk());
+    book->Sheet(1)->SetString(1, 1, "kept");
+    auto saved = book->SaveImage();
+    EXPECT_TRUE(saved.IsOk()) << saved.GetStatus().Message();
+    image = saved ? *saved : std::string();
+    return book;
+}
+
+std::string FileBytes(const std::string& path) {
+    auto bytes = base::ReadFile(path);
+    EXPECT_TRUE(bytes.IsOk()) << bytes.GetStatus().Message();
+    return bytes ? *bytes : std::string();
+}
+
+TEST(Package, AnArchiveWrittenToItsFileAsItIsMadeIsTheOneBuiltInMemoryAndIsReadFromThere) {
+    const std::string path = TempPath("streamed.xlsx");
+    std::filesystem::remove(path);
+    std::string image;
+    auto book = WrittenBook(image);
+    xl::Package& package = book->GetPackage();
+    ASSERT_TRUE(package.SaveToFile(path, {}).IsOk());
+    EXPECT_EQ(FileBytes(path), image);
+    // The parts now come from the file: a sheet not read yet reads, and a later save keeps them.
+    book->UnloadUnchangedSheets();
+    EXPECT_EQ(book->Sheet(1)->Text(1, 1), "kept");
+    ASSERT_TRUE(book->Sheet(0)->SetString(2, 1, "later").IsOk());
+    const std::string second = TempPath("streamed-again.xlsx");
+    ASSERT_TRUE(book->Save(second).IsOk());
+    auto again = xl::Workbook::Open(second);
+    ASSERT_TRUE(again.IsOk()) << again.GetStatus().Message();
+    EXPECT_EQ((*again)->Sheet(0)->Text(1, 1), "Tag");
+    EXPECT_EQ((*again)->Sheet(0)->Text(2, 1), "later");
+    EXPECT_EQ((*again)->Sheet(1)->Text(1, 1), "kept");
+    ASSERT_EQ((*again)->Sheet(0)->Notes().size(), 1u);
+    EXPECT_EQ((*again)->Sheet(0)->Notes()[0].text, "plan.dxf<1F_TAG>");
+}
+
+TEST(Package, AFailedWriteToTheFileLeavesTheFileAndThePackageAsTheyWere) {
+    const std::string path = TempPath("streamed-failed.xlsx");
+    {
+        std::ofstream(path, std::ios::binary) << "before";
+    }
+    std::string image;
+    auto book = WrittenBook(image);
+    xl::Package& package = book->GetPackage();
+    base::InjectAtomicFileFailure(base::AtomicFileStep::Write, ENOSPC);
+    const base::Status failed = package.SaveToFile(path, {});
+    base::InjectAtomicFileFailure(base::AtomicFileStep::Write, 0);
+    EXPECT_FALSE(failed.IsOk());
+    EXPECT_EQ(FileBytes(path), "before");
+    // Nothing was let go: the next save writes the whole archive.
+    ASSERT_TRUE(package.SaveToFile(path, {}).IsOk());
+    EXPECT_EQ(FileBytes(path), image);
 }
 
 TEST(Workbook, AnUnchangedSheetUnloadsAndReadsItsCellsAndNotesAgain) {

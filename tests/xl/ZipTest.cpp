@@ -63,6 +63,38 @@ TEST(ZipWriter, ExactlyChunkSizedPartsRoundTrip) {
     }
 }
 
+TEST(ZipWriter, AnArchiveHandedOutPieceByPieceIsTheOneBuiltInMemory) {
+    const std::string big = PartText(2 * xl::kDeflateChunk + 7);
+    xl::DeflateStream stream;
+    stream.Buffer() = PartText(5000);
+    const xl::DeflatedData packed = stream.Finish();
+    const auto fill = [&](xl::ZipWriter& writer) {
+        writer.Add("[Content_Types].xml", "<Types/>");
+        writer.Add("empty.xml", "");
+        writer.Add("xl/worksheets/sheet1.xml", big);
+        writer.AddDeflated("xl/comments1.xml", packed);
+    };
+    xl::ZipWriter inMemory;
+    fill(inMemory);
+    const std::string image = inMemory.Finish();
+    std::string handed;
+    int pieces = 0;
+    xl::ZipWriter streamed([&](std::string_view piece) {
+        handed += piece;
+        ++pieces;
+    });
+    fill(streamed);
+    EXPECT_EQ(streamed.Finish(), "");
+    EXPECT_GT(pieces, 4);
+    EXPECT_EQ(handed, image);
+    auto zip = xl::ZipReader::Open(handed, "streamed.zip");
+    ASSERT_TRUE(zip) << zip.GetStatus().Message();
+    ASSERT_EQ(zip->Entries().size(), 4u);
+    auto sheet = zip->Extract(zip->Entries()[2], 1ull << 32);
+    ASSERT_TRUE(sheet);
+    EXPECT_EQ(*sheet, big);
+}
+
 TEST(ZipWriter, EmptyPartIsStored) {
     xl::ZipWriter writer;
     writer.Add("empty.xml", "");
