@@ -411,8 +411,8 @@ base::Status Package::SaveToFile(const std::string& path, const base::AtomicWrit
     writer.Finish();
     if (base::Status committed = file.Commit(options.backupPath); !committed) return committed;
     // What was written is read from the file from now on, as a package opened from it would be.
-    const base::Status unreadable =
-        base::Status::Error(label_ + ": the package just written could not be read back from " + path);
+    const base::Status unreadable = base::Status::Error(
+        label_ + ": the package just written could not be read back from " + path);
     const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0) return unreadable;
     auto mapped = base::MappedFile::Map(fd, path);
