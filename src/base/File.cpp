@@ -40,13 +40,21 @@ Result<std::string> ReadFile(const std::string& path) {
 
 Status WriteFileAtomic(const std::string& path, std::string_view bytes,
                        const AtomicWriteOptions& options) {
+    return WriteFileAtomicInPieces(
+        path, [bytes](const std::function<void(std::string_view)>& put) { put(bytes); }, options);
+}
+
+Status WriteFileAtomicInPieces(
+    const std::string& path,
+    const std::function<void(const std::function<void(std::string_view)>& put)>& write,
+    const AtomicWriteOptions& options) {
     AtomicFile file(path);
     Status opened = file.Open();
     if (options.removedStale)
         *options.removedStale = file.RemovedStale();
     if (!opened)
         return opened;
-    file.Write(bytes);
+    write([&file](std::string_view piece) { file.Write(piece); });
     return file.Commit(options.backupPath);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 // Reading whole files and replacing files atomically.
 
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -27,5 +28,11 @@ struct AtomicWriteOptions {
 // (see AtomicFile::Open).
 Status WriteFileAtomic(const std::string& path, std::string_view bytes,
                        const AtomicWriteOptions& options = {});
+// The same with the bytes given piece by piece, in order: `write` hands each to the function it
+// gets, and the target is replaced only once `write` is done and every piece went in.
+Status WriteFileAtomicInPieces(
+    const std::string& path,
+    const std::function<void(const std::function<void(std::string_view)>& put)>& write,
+    const AtomicWriteOptions& options = {});
 
 }  // namespace base

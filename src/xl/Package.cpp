@@ -4,7 +4,6 @@
 
 #include <pugixml.hpp>
 
-#include "base/AtomicFile.h"
 #include "base/Format.h"
 #include "base/MappedFile.h"
 #include "base/Text.h"
@@ -401,15 +400,16 @@ base::Status Package::SaveThrough(const std::function<base::Status(std::string_v
 
 base::Status Package::SaveToFile(const std::string& path, const base::AtomicWriteOptions& options) {
     PrepareParts();
-    base::AtomicFile file(path);
-    base::Status opened = file.Open();
-    if (options.removedStale) *options.removedStale = file.RemovedStale();
-    if (!opened) return opened;
-    ZipWriter writer([&file](std::string_view piece) { file.Write(piece); });
     // The parts stay until the file is in place, so that a failed save leaves the package whole.
-    WriteParts(writer, false);
-    writer.Finish();
-    if (base::Status committed = file.Commit(options.backupPath); !committed) return committed;
+    base::Status written = base::WriteFileAtomicInPieces(
+        path,
+        [this](const std::function<void(std::string_view)>& put) {
+            ZipWriter writer(put);
+            WriteParts(writer, false);
+            writer.Finish();
+        },
+        options);
+    if (!written) return written;
     // What was written is read from the file from now on, as a package opened from it would be.
     const base::Status unreadable = base::Status::Error(
         label_ + ": the package just written could not be read back from " + path);

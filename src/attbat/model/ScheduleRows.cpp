@@ -281,6 +281,13 @@ int FilledSize(const tables::CStringArrayEx& row) {
     return size;
 }
 
+// Hands what both tables hold to `sink` and empties them.
+void HandRows(RowSink& sink, RowTable& rows, RowTable& keys) {
+    sink.TakeRows(rows, keys);
+    rows.RemoveAll();
+    keys.RemoveAll();
+}
+
 // Empties the cells of `row` up to its last non-empty one, keeping their room.
 void EmptyCells(tables::CStringArrayEx& row) {
     for (int c = FilledSize(row) - 1; c >= 0; --c) row[c].clear();
@@ -319,11 +326,7 @@ void BuildRows(AcadBlockArray& blockArray, RowTable& rows, RowTable& keys, AcadB
         const std::vector<const AcadBlock*> blocks(found.begin(), found.end());
         AddGroup(blockArray, rows, keys, view, filter, blocks, firstHeader, drawing, fullWidth,
                  sink);
-        if (sink && !rows.IsEmpty()) {
-            sink->TakeRows(rows, keys);
-            rows.RemoveAll();
-            keys.RemoveAll();
-        }
+        if (sink && !rows.IsEmpty()) HandRows(*sink, rows, keys);
     }
 }
 
@@ -417,16 +420,12 @@ void AddGroup(const AcadBlockArray& blockArray, RowTable& rows, RowTable& keys,
                                   firstColumnCell);
             ++made;
             if (trimEachRow && sink) {
-                // The group's header goes first, trimmed as the group's rows are; the row's cells
-                // are copied out and emptied, so their strings keep their room for the next row.
+                // The group's header goes first, handed over as the group's rows are; the row's
+                // cells are copied out and emptied, so their strings keep their room for the next
+                // row.
                 if (!rows.IsEmpty()) {
-                    for (int r = 0; r < rows.GetSize(); ++r) {
-                        TrimTrailingEmpty(rows[r]);
-                        TrimTrailingEmpty(keys[r]);
-                    }
-                    sink->TakeRows(rows, keys);
-                    rows.RemoveAll();
-                    keys.RemoveAll();
+                    handOver();
+                    HandRows(*sink, rows, keys);
                 }
                 sink->TakeRow(values, FilledSize(values), rowKeys, FilledSize(rowKeys));
                 EmptyCells(values);
