@@ -471,7 +471,7 @@ base::Result<std::string> Workbook::SaveImage() {
     return package_.Save();
 }
 
-base::Status Workbook::WriteChangedParts() {
+base::Status Workbook::WriteChangedParts(bool letGo) {
     bool anyChange = workbookChanged_;
     for (auto& sheet : sheets_) {
         if (!sheet->IsChanged() && !sheet->notesChanged_) continue;
@@ -483,6 +483,7 @@ base::Status Workbook::WriteChangedParts() {
             if (base::Status st = sheet->SaveTo(xml); !st) return st;
             package_.Write(sheet->part_, xml.Finish());
         }
+        if (letGo) sheet->KeepOnlyWritten();
     }
     if (strings_ && strings_->IsChanged()) {
         std::string part = package_.TargetOf(workbookPart_, "sharedStrings");
@@ -492,6 +493,8 @@ base::Status Workbook::WriteChangedParts() {
             package_.SetContentType(part, "application/vnd.openxmlformats-officedocument.spreadsheetml.sharedStrings+xml");
         }
         package_.Write(part, strings_->SaveDeflated());
+        // Cells read again from the sheets just written find their texts in the part.
+        stringsPart_ = part;
         anyChange = true;
     }
     if (styles_ && styles_->IsChanged()) {
@@ -522,7 +525,9 @@ base::Status Workbook::Save(const std::string& path, const SaveOptions& options)
             return base::Status::Error(path + " is open in another program (" + base::FileName(lock) +
                                        " is beside it); close it there and try again. Nothing was written.");
     if (base::Status st = package_.CheckUnchanged(); !st) return st;
-    if (base::Status st = WriteChangedParts(); !st) return st;
+    // A process that ends with its command reads no sheet after its save: the room of the cells
+    // and notes written goes to the parts still to come.
+    if (base::Status st = WriteChangedParts(base::EndsWithCommand()); !st) return st;
     base::AtomicWriteOptions atomic;
     atomic.backupPath = options.backupPath;
     // A process that ends with its command writes the archive into the file as it is made and

@@ -106,7 +106,9 @@ private:
     static base::Result<std::unique_ptr<Workbook>> FromPackage(base::Result<Package> pkg,
                                                                std::string path);
     base::Status Init();
-    base::Status WriteChangedParts();
+    // Puts what changed into the package. With `letGo` each sheet written gives back its cells
+    // and notes at once, and reads them from its new parts if asked again.
+    base::Status WriteChangedParts(bool letGo = false);
     // Reads the shared-string table once; the error names its part and what is wrong with it.
     // A workbook without one is Ok, with an empty table that a save adds when strings were added.
     base::Status LoadStrings();

@@ -254,6 +254,12 @@ bool Worksheet::Unload() {
     return true;
 }
 
+void Worksheet::KeepOnlyWritten() {
+    changed_ = false;
+    tabSelectedAsRead_ = tabSelected_;
+    Unload();
+}
+
 base::Status Worksheet::Load() {
     if (loaded_) return loadStatus_;
     loaded_ = true;

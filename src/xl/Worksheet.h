@@ -258,6 +258,9 @@ private:
     base::Status ReadRows(XmlScanner& scanner, const std::string& label);
     base::Status SaveTo(DeflateStream& sheetXml);
     base::Status SaveNotes();
+    // Once the sheet and its notes are written to the package, takes the parts for what the
+    // sheet is, as if just read from them, and gives back the memory of its cells and notes.
+    void KeepOnlyWritten();
     void Shift(const RowShift& shift);
     void Unshare();
     void RenameInFormulas(std::string_view from, std::string_view to);

@@ -14,6 +14,7 @@
 
 #include "base/AtomicFile.h"
 #include "base/File.h"
+#include "base/Memory.h"
 #include "xl/Package.h"
 #include "xl/SharedStrings.h"
 #include "xl/Zip.h"
@@ -967,6 +968,48 @@ TEST(Workbook, SavedWorkbookReadsItsPartsFromTheFileImageAndSavesAgain) {
     ASSERT_NE(t->NoteAt(1, 1), nullptr);
     EXPECT_EQ(t->NoteAt(1, 1)->text, "/p/d.dxf<1_TAG>");
     EXPECT_EQ(t->NoteAt(2, 1)->text, "changed after saving");
+}
+
+// A process that ends with its command lets each sheet go once written: what it asks of a
+// sheet after the save is read back from the sheet's new parts.
+class WorkbookEndingWithItsCommand : public ::testing::Test {
+protected:
+    void SetUp() override { base::SetEndsWithCommand(true); }
+    void TearDown() override { base::SetEndsWithCommand(false); }
+};
+
+TEST_F(WorkbookEndingWithItsCommand, SheetsLetGoOnceWrittenReadBackFromTheirNewPartsAndSaveAgain) {
+    auto book = xl::Workbook::Create();
+    ASSERT_TRUE(book->AddSheet("Second").IsOk());
+    for (int r = 1; r <= 2000; ++r) {
+        book->Sheet(0)->SetString(r, 1, "row " + std::to_string(r));
+        book->Sheet(0)->SetNote(r, 1, "/p/d.dxf<" + std::to_string(r) + "_TAG>");
+        book->Sheet(1)->SetNumber(r, 2, r * 0.5);
+    }
+    book->Activate(1);
+    std::string path = TempPath("let_go.xlsx");
+    ASSERT_TRUE(book->Save(path));
+    EXPECT_FALSE(book->GetPackage().IsChanged("xl/worksheets/sheet1.xml"));
+    EXPECT_FALSE(book->Sheet(0)->IsChanged());
+    EXPECT_FALSE(book->Sheet(1)->IsChanged());
+    // Read again, as written.
+    EXPECT_EQ(book->Sheet(0)->Text(2000, 1), "row 2000");
+    ASSERT_NE(book->Sheet(0)->NoteAt(7, 1), nullptr);
+    EXPECT_EQ(book->Sheet(0)->NoteAt(7, 1)->text, "/p/d.dxf<7_TAG>");
+    EXPECT_EQ(book->Sheet(1)->Text(3, 2), "1.5");
+    EXPECT_FALSE(book->Sheet(1)->IsChanged()) << "reading the sheet again is no change";
+    // A change after the save is written by the next one, beside what the first wrote.
+    book->Sheet(1)->SetString(2001, 2, "added after saving");
+    ASSERT_TRUE(book->Save(path));
+    auto again = xl::Workbook::Open(path);
+    ASSERT_TRUE(again) << again.GetStatus().Message();
+    xl::Worksheet* first = (*again)->Sheet(0);
+    xl::Worksheet* second = (*again)->Sheet(1);
+    EXPECT_EQ(first->Text(1, 1), "row 1");
+    EXPECT_EQ(first->Notes().size(), 2000u);
+    EXPECT_EQ(second->Text(2000, 2), "1000");
+    EXPECT_EQ(second->Text(2001, 2), "added after saving");
+    EXPECT_EQ((*again)->ActiveSheetIndex(), 1);
 }
 
 TEST(Workbook, DamagedSheetTextIsAnErrorNamingThePart) {
