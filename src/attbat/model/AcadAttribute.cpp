@@ -6,7 +6,7 @@
 namespace attbat {
 
 AcadAttribute::AcadAttribute(std::string tag, std::string_view value, int kind)
-    : tag(std::move(tag)), value(base::Trim(value)), kind(kind) {}
+    : tag(std::move(tag)), value(base::Trim(value)), kind(static_cast<std::uint16_t>(kind)) {}
 
 std::string AcadAttribute::DisplayName() const { return DupName(tag, dupIndex); }
 

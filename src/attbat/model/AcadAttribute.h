@@ -1,6 +1,7 @@
 #pragma once
 // One value on one block reference: an attribute, a dynamic property or one of the nine
 // pseudo-properties. A plain value, copied freely; nothing in it points into a drawing.
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -20,17 +21,17 @@ public:
     // The attribute entity's handle in hexadecimal; empty for a property.
     std::string HandleText() const;
 
-    // Texts first, then numbers, then flags, so a value pays little padding: a drawing holds
-    // many (88 bytes each), and an import's update list one per cell. The prompt of an
-    // attribute is its block's: AcadAttributeDefArray::PromptOf(tag, dupIndex).
+    // Texts first, then numbers, then flags, so a value pays no padding: a drawing holds many
+    // (80 bytes each), and an import's update list one per cell. The prompt of an attribute is
+    // its block's: AcadAttributeDefArray::PromptOf(tag, dupIndex).
     std::string tag;         // attribute tag, dynamic property name or long property name
     std::string value;
     cad::Handle handle = 0;  // the attribute entity's handle; 0 for a property
     int dupIndex = 0;        // 0 for the first of its tag on the reference (case counts), 1...
-    int kind = 0;            // 0 attribute or dynamic property, else the property's bit
-    bool invisible = false;
-    bool constant = false;
-    bool isDistance = false; // a dynamic distance property holding a real: the text is a length
+    std::uint16_t kind = 0;  // 0 attribute or dynamic property, else the property's bit
+    bool invisible : 1 = false;
+    bool constant : 1 = false;
+    bool isDistance : 1 = false;  // a dynamic distance property holding a real: the text is a length
 };
 
 }  // namespace attbat

@@ -29,12 +29,22 @@ void AcadBlockRefArray::SortTopDown() {
     std::vector<std::size_t> order(rows.size());
     std::iota(order.begin(), order.end(), std::size_t{0});
     if (std::is_sorted(order.begin(), order.end(), higher)) return;
-    // A row is large: the order is found on indices and each row then moved once.
+    // A row is large: the order is found on indices, then the rows move along the order's
+    // cycles in place, each once, so that no second array of rows is needed.
     std::stable_sort(order.begin(), order.end(), higher);
-    std::vector<AcadBlockRef> sorted;
-    sorted.reserve(rows.size());
-    for (const std::size_t i : order) sorted.push_back(std::move(rows[i]));
-    rows.swap(sorted);
+    for (std::size_t start = 0; start < order.size(); ++start) {
+        if (order[start] == start) continue;
+        AcadBlockRef held = std::move(rows[start]);
+        std::size_t to = start;
+        while (order[to] != start) {
+            const std::size_t from = order[to];
+            rows[to] = std::move(rows[from]);
+            order[to] = to;
+            to = from;
+        }
+        rows[to] = std::move(held);
+        order[to] = to;
+    }
 }
 
 AcadBlockRef* AcadBlockRefArray::FindByHandleAndFile(std::string_view file,

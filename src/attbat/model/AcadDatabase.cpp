@@ -36,11 +36,17 @@ Scale3d ToScale(cad::Point3 p) { return {p.x, p.y, p.z}; }
 // How many references ahead of its reading a reference is asked for (cad::Object::Prefetch).
 constexpr std::size_t kReadAhead = 4;
 
-// A reference as one read of a database sees it: its fields read once, and the block it stands in.
+// A reference as one read of a database sees it: its fields read once, and the block it stands
+// in. A drawing may have millions, all held until their rows are made: the block's name is where
+// the reference is filed, and the layer is the read's one copy of its state.
 struct CachedRef {
     cad::BlockReference ref;
     cad::BlockRecord owner;
-    ReferenceFields fields;
+    const AcadLayer* layer = nullptr;
+    cad::Point3 position;
+    cad::Point3 scale;
+    double rotation = 0;
+    bool visible = true;
 };
 
 // What one read of a database looks up again and again: references by block, layer states and
@@ -73,7 +79,8 @@ public:
                     refs = &refsByBlock_[base::FoldCase(lastName)];
                 }
                 order_.push_back({refs, refs->size()});
-                refs->push_back(CachedRef{ref, ref.OwnerBlock(), std::move(fields)});
+                refs->push_back(CachedRef{ref, ref.OwnerBlock(), &Layer(fields.layerName), fields.position,
+                                          fields.scale, fields.rotation, fields.visible});
             }
         }
     }
@@ -98,14 +105,13 @@ public:
     // are more than kMaxScheduleRows.
     const std::vector<ObjectId>& LayoutOwners(const cad::BlockRecord& block) { return Nesting(block).owners; }
 
-    AcadLayer Layer(const std::string& name) {
+    // The state of a layer, read once; it stays in place as long as the cache.
+    const AcadLayer& Layer(const std::string& name) {
         auto it = layers_.find(name);
         if (it != layers_.end()) return it->second;
         arxutils::LayerState state;
         arxutils::ReadLayerState(name, state, db_);
-        AcadLayer layer(name, state.frozen, state.off, state.locked);
-        layers_.emplace(name, layer);
-        return layer;
+        return layers_.try_emplace(name, name, state.frozen, state.off, state.locked).first->second;
     }
 
     std::string OwnerName(ObjectId id, const cad::BlockRecord& space) {
@@ -330,8 +336,7 @@ BlockRead StartBlock(ReadContext& ctx, const cad::BlockRecord& record) {
 void ReadReference(BlockRead& read, ReadContext& ctx, const CachedRef& cached, std::size_t index) {
     AcadBlock& block = read.block;
     const cad::BlockReference& ref = cached.ref;
-    const ReferenceFields& fields = cached.fields;
-    if (ref.IsErased() || !fields.visible) return;
+    if (ref.IsErased() || !cached.visible) return;
     const cad::BlockRecord& owner = cached.owner;
     if (!owner) return;
     // The layouts the rows stand in: the reference's own, or those of the outer instances.
@@ -348,8 +353,8 @@ void ReadReference(BlockRead& read, ReadContext& ctx, const CachedRef& cached, s
     }
     double area = ctx.xrefInsert ? OuterArea(ref, &ctx.transform, ctx.ownerFilter, *ctx.polygons)
                                  : OuterArea(ref, nullptr, 0, *ctx.polygons);
-    AcadBlockRef row(ctx.name, ToPoint(fields.position), ToScale(fields.scale), ctx.cache.Layer(fields.layerName),
-                     fields.rotation, ref.HandleString(), topLevel, owners[0], ctx.lunits, ctx.aunits, area);
+    AcadBlockRef row(ctx.name, ToPoint(cached.position), ToScale(cached.scale), *cached.layer, cached.rotation,
+                     ref.HandleString(), topLevel, owners[0], ctx.lunits, ctx.aunits, area);
     const std::vector<cad::Attribute> attributes = ref.Attributes();
     row.attributes.Reserve(static_cast<int>(attributes.size()) + read.constants);
     for (const cad::Attribute& attribute : attributes) {
@@ -393,7 +398,7 @@ base::Status CheckRowCount(ReadContext& ctx) {
         if (!IsReadAsBlock(record)) continue;
         std::uint64_t blockRows = 0;
         for (const CachedRef& cached : ctx.cache.DirectRefs(record)) {
-            if (cached.ref.IsErased() || !cached.fields.visible || !cached.owner) continue;
+            if (cached.ref.IsErased() || !cached.visible || !cached.owner) continue;
             std::uint64_t n = ctx.cache.IsLayout(cached.owner) ? 1 : ctx.cache.Instances(cached.owner);
             blockRows = blockRows > UINT64_MAX - n ? UINT64_MAX : blockRows + n;
         }

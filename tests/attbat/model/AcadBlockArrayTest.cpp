@@ -53,13 +53,19 @@ TEST(AcadBlockRefArray, SortTopDownGivesTheOrderOfRepeatedAddSorted) {
     AcadBlockRefArray inserted;
     AcadBlockRefArray sorted;
     for (int i = 0; i < 500; ++i) {
-        const AcadBlockRef row = Row(std::to_string(i), ys(random));
+        AcadBlockRef row = Row(std::to_string(i), ys(random));
+        row.attributes.Add(AcadAttribute("NO", "value of " + row.handle, 0));
         inserted.AddSorted(row);
         sorted.Add(row);
     }
     sorted.SortTopDown();
     ASSERT_EQ(sorted.GetSize(), inserted.GetSize());
-    for (int i = 0; i < sorted.GetSize(); ++i) EXPECT_EQ(sorted[i].handle, inserted[i].handle);
+    for (int i = 0; i < sorted.GetSize(); ++i) {
+        EXPECT_EQ(sorted[i].handle, inserted[i].handle);
+        // Rows move whole along the order's cycles.
+        ASSERT_EQ(sorted[i].attributes.GetSize(), 1);
+        EXPECT_EQ(sorted[i].attributes[0].value, "value of " + sorted[i].handle);
+    }
 }
 
 TEST(AcadBlockRefArray, FindByHandleAndFileIgnoresCaseAndScansFromBothEnds) {
