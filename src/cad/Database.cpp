@@ -1295,17 +1295,25 @@ void Database::WriteTo(Out&& out) const {
     const std::string_view bytes = bytes_;
     const TagIndex& tags = stream_.tags;
     std::size_t runStart = 0, runEnd = stream_.prefix;
-    // A mapped drawing goes out a few megabytes at a time, handing back what was written.
+    // A mapped drawing goes out a few megabytes at a time, handing back what was written right
+    // behind the writing: only a record moved elsewhere reads the bytes of another place, and
+    // their pages then come in again.
     constexpr std::size_t kPiece = std::size_t{4} << 20;
+    std::size_t handedBack = 0;
+    auto handBack = [&](std::size_t before) {
+        if (!mapped_ || before < handedBack + kPiece) return;
+        mapped_->HandBack(handedBack, before);
+        handedBack = before;
+    };
     auto flush = [&] {
         while (mapped_ && runEnd - runStart > kPiece) {
             out(bytes.substr(runStart, kPiece));
             runStart += kPiece;
-            HandBackBytesBefore(runStart);
+            handBack(runStart);
         }
         if (runEnd > runStart) {
             out(bytes.substr(runStart, runEnd - runStart));
-            HandBackBytesBefore(runEnd);
+            handBack(runEnd);
         }
         runStart = runEnd = 0;
     };
