@@ -31,7 +31,7 @@ public:
     std::uint16_t kind = 0;  // 0 attribute or dynamic property, else the property's bit
     bool invisible : 1 = false;
     bool constant : 1 = false;
-    bool isDistance : 1 = false;  // a dynamic distance property holding a real: the text is a length
+    bool isDistance : 1 = false;  // a dynamic distance property holding a real: text is a length
 };
 
 }  // namespace attbat

@@ -79,8 +79,9 @@ public:
                     refs = &refsByBlock_[base::FoldCase(lastName)];
                 }
                 order_.push_back({refs, refs->size()});
-                refs->push_back(CachedRef{ref, ref.OwnerBlock(), &Layer(fields.layerName), fields.position,
-                                          fields.scale, fields.rotation, fields.visible});
+                refs->push_back(CachedRef{ref, ref.OwnerBlock(), &Layer(fields.layerName),
+                                          fields.position, fields.scale, fields.rotation,
+                                          fields.visible});
             }
         }
     }
@@ -353,8 +354,9 @@ void ReadReference(BlockRead& read, ReadContext& ctx, const CachedRef& cached, s
     }
     double area = ctx.xrefInsert ? OuterArea(ref, &ctx.transform, ctx.ownerFilter, *ctx.polygons)
                                  : OuterArea(ref, nullptr, 0, *ctx.polygons);
-    AcadBlockRef row(ctx.name, ToPoint(cached.position), ToScale(cached.scale), *cached.layer, cached.rotation,
-                     ref.HandleString(), topLevel, owners[0], ctx.lunits, ctx.aunits, area);
+    AcadBlockRef row(ctx.name, ToPoint(cached.position), ToScale(cached.scale), *cached.layer,
+                     cached.rotation, ref.HandleString(), topLevel, owners[0], ctx.lunits,
+                     ctx.aunits, area);
     const std::vector<cad::Attribute> attributes = ref.Attributes();
     row.attributes.Reserve(static_cast<int>(attributes.size()) + read.constants);
     for (const cad::Attribute& attribute : attributes) {
