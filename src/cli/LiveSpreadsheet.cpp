@@ -1,15 +1,88 @@
 #include "cli/LiveSpreadsheet.h"
 
 #ifdef VELMAR_HAVE_CALC
-#include "arxutils/calc/CalcBackend.h"
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "arxutils/calc/CalcModule.h"
+#include "base/Path.h"
+#include "host/Printer.h"
 #endif
 
 namespace cli {
+
+#ifdef VELMAR_HAVE_CALC
+namespace {
+
+// This program's own file, as the system started it.
+std::string ProgramFile() {
+    std::string path(4096, '\0');
+    const ssize_t length = ::readlink("/proc/self/exe", path.data(), path.size());
+    path.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
+    return path;
+}
+
+// Where the module may be: beside the program (the build tree), then in the library folder of
+// an installed one.
+std::vector<std::string> ModulePlaces() {
+    const std::string folder = base::Folder(ProgramFile());
+    return {base::JoinPath(folder, arxutils::calc::kModuleFile),
+            base::JoinPath(base::JoinPath(base::JoinPath(folder, ".."), VELMAR_INSTALL_LIBDIR),
+                           std::string("velmar/") + arxutils::calc::kModuleFile)};
+}
+
+// The module's entry, loaded once per process (and never let go: the backend's code must stay
+// while any of its objects lives); null with `error` saying why when it can't be had.
+arxutils::calc::ModuleEntry LoadModule(std::string& error) {
+    static std::once_flag once;
+    static arxutils::calc::ModuleEntry entry = nullptr;
+    static std::string failure;
+    std::call_once(once, [] {
+        std::string tried;
+        for (const std::string& place : ModulePlaces()) {
+            if (!base::FileExists(place)) {
+                tried += (tried.empty() ? "" : ", ") + place;
+                continue;
+            }
+            void* module = ::dlopen(place.c_str(), RTLD_NOW | RTLD_LOCAL);
+            if (!module) {
+                const char* why = ::dlerror();
+                failure = "The LibreOffice Calc backend " + place + " could not be loaded: " +
+                          (why ? why : "no reason given") + ".";
+                return;
+            }
+            entry = reinterpret_cast<arxutils::calc::ModuleEntry>(
+                ::dlsym(module, arxutils::calc::kModuleEntry));
+            if (!entry)
+                failure = "The LibreOffice Calc backend " + place + " has no entry " +
+                          arxutils::calc::kModuleEntry + "; it belongs to another velmar.";
+            return;
+        }
+        failure = "The LibreOffice Calc backend of this velmar is missing (looked for " + tried +
+                  "); use --spreadsheet file.";
+    });
+    error = failure;
+    return entry;
+}
+
+}  // namespace
+#endif
 
 attbat::LiveServerFactory LiveServerFactory() {
 #ifdef VELMAR_HAVE_CALC
     return [](const std::string& connection, bool start,
               const arxutils::excel::FileBackendOptions& workbooks) -> std::unique_ptr<arxutils::excel::ExcelServer> {
+        std::string error;
+        const arxutils::calc::ModuleEntry create = LoadModule(error);
+        if (!create) {
+            host::CurrentPrinter().Warn(error);
+            return nullptr;
+        }
         arxutils::calc::CalcBackendOptions options;
         options.connection = connection;
         options.start = start;
@@ -17,7 +90,7 @@ attbat::LiveServerFactory LiveServerFactory() {
         options.sheet = workbooks.sheet;
         options.selection = workbooks.selection;
         options.activeCell = workbooks.activeCell;
-        return arxutils::calc::CalcBackend::Create(options);
+        return std::unique_ptr<arxutils::excel::ExcelServer>(create(options));
     };
 #else
     return {};

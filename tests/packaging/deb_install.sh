@@ -28,6 +28,19 @@ velmar=$scratch/root/usr/bin/velmar
 completion=$scratch/root/usr/share/bash-completion/completions/velmar
 [ -f "$completion" ] || fail "no bash completion in the package"
 
+# The Calc backend, where the build has one, lies in the library folder and the installed
+# program loads it: a Calc that isn't running is then the answer, not a missing backend.
+if [ -f "$build/src/cli/libvelmar-calc.so" ]; then
+    module=$(find "$scratch/root/usr/lib" -path "*/velmar/libvelmar-calc.so" | head -n 1)
+    [ -n "$module" ] || fail "no lib/.../velmar/libvelmar-calc.so in the package"
+    cp "$(dirname "$0")/../data/import/doors-r2000.dxf" "$scratch/doors.dxf"
+    said=$("$velmar" --settings "$scratch/s.ini" --spreadsheet calc \
+        --calc-connect "socket,host=127.0.0.1,port=1" --drawing "$scratch/doors.dxf" \
+        export --drawing-column on 2>&1 || true)
+    grep -q "No LibreOffice accepts connections" <<<"$said" ||
+        fail "the installed velmar didn't load its Calc backend: $said"
+fi
+
 version=$("$velmar" --version)
 [ "$version" = "velmar 9.72" ] || fail "--version printed '$version'"
 

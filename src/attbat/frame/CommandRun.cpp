@@ -108,6 +108,7 @@ CommandStatus ModuleRun::WithWorkbooks(const std::function<CommandStatus()>& wor
             return CommandStatus::Failed;
         }
         std::unique_ptr<arxutils::excel::ExcelServer> live = setup_.liveServer(choice->connection, setup_.calcStart, setup_.workbooks);
+        if (!live) return CommandStatus::Failed;  // the factory said why
         arxutils::excel::SetCurrentServer(live.get());
         status = work();
         arxutils::excel::SetCurrentServer(nullptr);

@@ -28,7 +28,8 @@ struct CommandEntry;
 
 // Makes the server of a running spreadsheet program at `connection` ("" for its default), which
 // may start the program when `start` is set and makes the document, sheet and selection that
-// `workbooks` names the active ones; null where the program was built without one.
+// `workbooks` names the active ones; null, after a warning saying why, when the backend can't be
+// had (a module that can't be loaded).
 using LiveServerFactory = std::function<std::unique_ptr<arxutils::excel::ExcelServer>(
     const std::string& connection, bool start, const arxutils::excel::FileBackendOptions& workbooks)>;
 
