@@ -140,6 +140,7 @@ base::Result<std::unique_ptr<Database>> Database::OpenMapped(const std::string& 
     db->mapped_.emplace(std::move(*mapped));
     db->bytes_ = db->mapped_->Bytes();
     db->fileName_ = path;
+    db->readingMargin_ = std::clamp(db->bytes_.size() / 16, kLeastReadingMargin, kHandBackMargin);
     auto loaded = Loaded(std::move(db), nullptr, options.twoThreads);
     // What loading read last (the header, the tables) is read again when asked for.
     if (loaded) (*loaded)->mapped_->HandBack(0, (*loaded)->bytes_.size());
@@ -162,19 +163,20 @@ base::Result<std::unique_ptr<Database>> Database::Loaded(std::unique_ptr<Databas
     return db;
 }
 
-void Database::HandBackBytesBefore(std::size_t offset, std::size_t& handedBack) const {
+void Database::HandBackBytesBefore(std::size_t offset, std::size_t& handedBack,
+                                   std::size_t margin) const {
     if (!mapped_) return;
     if (offset < handedBack) handedBack = 0;
-    if (offset < handedBack + 2 * kHandBackMargin) return;
-    mapped_->HandBack(handedBack, offset - kHandBackMargin);
-    handedBack = offset - kHandBackMargin;
+    if (offset < handedBack + 2 * margin) return;
+    mapped_->HandBack(handedBack, offset - margin);
+    handedBack = offset - margin;
 }
 
 void Database::HandBackAwayFrom(std::uint32_t rec) const {
     const std::size_t at = stream_.tags.Start(records_[rec].firstTag);
-    handedBack_ = at > kHandBackMargin ? at - kHandBackMargin : 0;
+    handedBack_ = at > readingMargin_ ? at - readingMargin_ : 0;
     mapped_->HandBack(0, handedBack_);
-    mapped_->HandBack(at + kHandBackMargin, bytes_.size());
+    mapped_->HandBack(at + readingMargin_, bytes_.size());
 }
 
 // ---------------------------------------------------------------------------------------------
@@ -194,7 +196,7 @@ base::Status Database::Load(FileReader* reader, bool twoThreads) {
         auto handingBack = [this](std::optional<std::size_t> mark) {
             return [this, mark](std::size_t want) mutable {
                 if (!mark) mark = want;
-                HandBackBytesBefore(want, *mark);
+                HandBackBytesBefore(want, *mark, kHandBackMargin);
                 return std::min(want, bytes_.size());
             };
         };

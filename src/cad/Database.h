@@ -257,12 +257,14 @@ private:
     static base::Result<std::unique_ptr<Database>> Loaded(std::unique_ptr<Database> db,
                                                          FileReader* reader = nullptr,
                                                          bool twoThreads = false);
-    // In a mapped database, hands back the pages of the file before `offset` less a margin
-    // that a reading in file order has gone past; an offset below the last one starts a new
-    // reading from the file's start. `handedBack` marks how far the reading has handed back:
-    // the database's own mark, or a second scan's.
-    void HandBackBytesBefore(std::size_t offset, std::size_t& handedBack) const;
-    void HandBackBytesBefore(std::size_t offset) const { HandBackBytesBefore(offset, handedBack_); }
+    // In a mapped database, hands back the pages of the file before `offset` less `margin`
+    // that a reading in file order has gone past, `margin` at a time; an offset below the last
+    // one starts a new reading from the file's start. `handedBack` marks how far the reading has
+    // handed back: the database's own mark, or a second scan's.
+    void HandBackBytesBefore(std::size_t offset, std::size_t& handedBack, std::size_t margin) const;
+    void HandBackBytesBefore(std::size_t offset) const {
+        HandBackBytesBefore(offset, handedBack_, readingMargin_);
+    }
     // In a mapped database, hands back every page of the file but those within a margin of
     // record `rec`: lookups by handle come in any order, so once every few thousand of them
     // the pages they read are let go whatever their place.
@@ -368,8 +370,13 @@ private:
     std::optional<base::MappedFile> mapped_;
     mutable std::size_t handedBack_ = 0;  // the mapped file's pages before it are handed back
     static constexpr std::uint32_t kHandBackEvery = 4096;
-    // Pages just gone past may still be read: a record's neighbours, the scan's look ahead.
+    // Pages just gone past may still be read: the scan's look ahead (4 MiB) and a record's
+    // neighbours. A reading of records, which reads no further than a record's neighbours,
+    // keeps a sixteenth of a small file, so that such a file isn't held whole by its margins,
+    // and at least 1 MiB.
     static constexpr std::size_t kHandBackMargin = std::size_t{8} << 20;
+    static constexpr std::size_t kLeastReadingMargin = std::size_t{1} << 20;
+    std::size_t readingMargin_ = kHandBackMargin;
     mutable std::uint32_t nextHandBack_ = 0;  // the record whose reading hands back next
     mutable std::uint32_t lookups_ = 0;       // by handle, in a mapped database
     std::string_view bytes_;

@@ -55,8 +55,8 @@ struct LargeMapped {
     std::unique_ptr<cad::Database> db;
 };
 
-LargeMapped OpenLargeMapped(const std::string& name) {
-    LargeMapped large{Folder(name), {}, LargeDrawing(60000), nullptr};
+LargeMapped OpenLargeMapped(const std::string& name, int count = 60000) {
+    LargeMapped large{Folder(name), {}, LargeDrawing(count), nullptr};
     large.path = large.folder + "/plan.dxf";
     EXPECT_TRUE(base::WriteFileAtomic(large.path, large.bytes));
     auto mapped = cad::Database::OpenMapped(large.path);
@@ -158,6 +158,21 @@ TEST(MappedDatabase, AReadingInFileOrderHoldsOnlyThePagesNearIt) {
     // Without telling the drawing, the pages read stay.
     for (const cad::BlockReference& ref : References(*large.db)) length += ref.Attributes()[0].TextString().size();
     EXPECT_GT(ResidentBytesOfMap(large.path), large.bytes.size() / 2);
+}
+
+TEST(MappedDatabase, ASmallDrawingReadInFileOrderHoldsASixteenthOfItselfBehindTheReading) {
+    // Some 8 MB: below the 8 MiB margin kept behind a reading of a large file twice over, so
+    // that a margin of that size would keep all of it.
+    LargeMapped small = OpenLargeMapped("small-in-order", 16000);
+    ASSERT_TRUE(small.db);
+    ASSERT_LT(small.bytes.size(), std::size_t{16} << 20);
+    std::size_t length = 0;
+    for (const cad::BlockReference& ref : References(*small.db)) {
+        small.db->HandBackBefore(ref.Index());
+        length += ref.Attributes()[0].TextString().size();
+    }
+    EXPECT_GT(length, std::size_t{16000} * 360);
+    EXPECT_LT(ResidentBytesOfMap(small.path), small.bytes.size() / 4);
 }
 
 TEST(MappedDatabase, LookupsByHandleInAnyOrderHoldOnlyPartOfTheFile) {
