@@ -526,14 +526,14 @@ base::Status Workbook::Save(const std::string& path, const SaveOptions& options)
                                        " is beside it); close it there and try again. Nothing was written.");
     if (base::Status st = package_.CheckUnchanged(); !st) return st;
     // A process that ends with its command reads no sheet after its save: the room of the cells
-    // and notes written goes to the parts still to come.
-    if (base::Status st = WriteChangedParts(base::EndsWithCommand()); !st) return st;
+    // and notes written goes to the parts still to come. It writes the archive into the file as
+    // it is made and reads the file through a map from then on, as it opens workbooks; others
+    // build it in memory and keep it as the package, not beside its parts.
+    const bool endsWithCommand = base::EndsWithCommand();
+    if (base::Status st = WriteChangedParts(endsWithCommand); !st) return st;
     base::AtomicWriteOptions atomic;
     atomic.backupPath = options.backupPath;
-    // A process that ends with its command writes the archive into the file as it is made and
-    // reads the file through a map from then on, as it opens workbooks; others build it in memory
-    // and keep it as the package, not beside its parts.
-    base::Status st = base::EndsWithCommand()
+    base::Status st = endsWithCommand
                           ? package_.SaveToFile(path, atomic)
                           : package_.SaveThrough([&](std::string_view image) {
                                 return base::WriteFileAtomic(path, image, atomic);
