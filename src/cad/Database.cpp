@@ -193,10 +193,12 @@ base::Status Database::Load(FileReader* reader, bool twoThreads) {
         // has gone past goes back. Each scan hands back behind itself from a mark of its own:
         // the first from the file's start, the second from its first look on (what is before
         // that is the first's).
-        auto handingBack = [this](std::optional<std::size_t> mark) {
-            return [this, mark](std::size_t want) mutable {
+        // A scan asks for bytes up to kScanAhead past its place: its margin lies behind that.
+        const std::size_t scanMargin = std::min(kScanAhead + readingMargin_, kHandBackMargin);
+        auto handingBack = [this, scanMargin](std::optional<std::size_t> mark) {
+            return [this, mark, scanMargin](std::size_t want) mutable {
                 if (!mark) mark = want;
-                HandBackBytesBefore(want, *mark, kHandBackMargin);
+                HandBackBytesBefore(want, *mark, scanMargin);
                 return std::min(want, bytes_.size());
             };
         };

@@ -370,10 +370,10 @@ private:
     std::optional<base::MappedFile> mapped_;
     mutable std::size_t handedBack_ = 0;  // the mapped file's pages before it are handed back
     static constexpr std::uint32_t kHandBackEvery = 4096;
-    // Pages just gone past may still be read: the scan's look ahead (4 MiB) and a record's
-    // neighbours. A reading of records, which reads no further than a record's neighbours,
-    // keeps a sixteenth of a small file, so that such a file isn't held whole by its margins,
-    // and at least 1 MiB.
+    // Pages just gone past may still be read: a record's neighbours, and what the scan asked
+    // for past its place (kScanAhead). A reading of records keeps a sixteenth of a small file
+    // behind it, at least 1 MiB, so that such a file isn't held whole by its margins; the scan
+    // that much past its look ahead.
     static constexpr std::size_t kHandBackMargin = std::size_t{8} << 20;
     static constexpr std::size_t kLeastReadingMargin = std::size_t{1} << 20;
     std::size_t readingMargin_ = kHandBackMargin;

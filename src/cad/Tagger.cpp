@@ -136,9 +136,6 @@ inline CodeLine ReadCodeLine(const char* data, std::size_t n, std::size_t pos) {
     return {-1, nl ? static_cast<std::size_t>(nl - data) : n};
 }
 
-// How far ahead of the scan a buffer still being filled is waited for.
-constexpr std::size_t kScanAhead = std::size_t{4} << 20;
-
 // The message for a buffer whose filling stopped short; its reader says why.
 base::Status StoppedShort(std::string_view fileName) {
     return base::Status::Error(fmt::format("{}: the file could not be read to its end", fileName));

@@ -104,6 +104,9 @@ struct TagStream {
 // For a buffer still being filled: returns once at least `want` of its bytes (or all of them)
 // are in, with how many are; fewer than asked means the filling stopped short.
 using WaitForBytes = std::function<std::size_t(std::size_t want)>;
+// How far ahead of its place the scan asks for bytes: what it asks for may lie this far past
+// what it has read.
+inline constexpr std::size_t kScanAhead = std::size_t{4} << 20;
 
 // How the scan of a big ASCII buffer is shared with a second thread, which scans its second
 // half; the result is the same as one scan's.
