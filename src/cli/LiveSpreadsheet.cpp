@@ -2,7 +2,6 @@
 
 #ifdef VELMAR_HAVE_CALC
 #include <dlfcn.h>
-#include <unistd.h>
 
 #include <memory>
 #include <mutex>
@@ -11,6 +10,7 @@
 
 #include "arxutils/calc/CalcModule.h"
 #include "base/Path.h"
+#include "host/Locations.h"
 #include "host/Printer.h"
 #endif
 
@@ -19,21 +19,14 @@ namespace cli {
 #ifdef VELMAR_HAVE_CALC
 namespace {
 
-// This program's own file, as the system started it.
-std::string ProgramFile() {
-    std::string path(4096, '\0');
-    const ssize_t length = ::readlink("/proc/self/exe", path.data(), path.size());
-    path.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
-    return path;
-}
-
 // Where the module may be: beside the program (the build tree), then in the library folder of
-// an installed one.
+// an installed one; none when the system doesn't say where the program is.
 std::vector<std::string> ModulePlaces() {
-    const std::string folder = base::Folder(ProgramFile());
-    return {base::JoinPath(folder, arxutils::calc::kModuleFile),
-            base::JoinPath(base::JoinPath(base::JoinPath(folder, ".."), VELMAR_INSTALL_LIBDIR),
-                           std::string("velmar/") + arxutils::calc::kModuleFile)};
+    const std::string bin = base::Folder(host::ProgramFile());
+    if (bin.empty()) return {};
+    const std::string library = base::JoinPath(base::Folder(bin), VELMAR_INSTALL_LIBDIR);
+    return {base::JoinPath(bin, arxutils::calc::kModuleFile),
+            base::JoinPath(library, std::string("velmar/") + arxutils::calc::kModuleFile)};
 }
 
 // The module's entry, loaded once per process (and never let go: the backend's code must stay
@@ -63,7 +56,9 @@ arxutils::calc::ModuleEntry LoadModule(std::string& error) {
                           arxutils::calc::kModuleEntry + "; it belongs to another velmar.";
             return;
         }
-        failure = "The LibreOffice Calc backend of this velmar is missing (looked for " + tried +
+        const std::string where = tried.empty() ? "the system doesn't say where velmar is"
+                                                : "looked for " + tried;
+        failure = "The LibreOffice Calc backend of this velmar is missing (" + where +
                   "); use --spreadsheet file.";
     });
     error = failure;

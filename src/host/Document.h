@@ -56,7 +56,8 @@ public:
     // The drawing's units; after a Release those it had, without reading the file again.
     cad::UnitSettings Units();
     // Gives the memory of an unchanged, unlocked drawing back while the document stays open, for
-    // long work that no longer reads it; false (and nothing done) for a changed or locked one.
+    // long work that no longer reads it (to the system too, for a drawing under 64 MiB); false
+    // (and nothing done) for a changed or locked one.
     bool Release();
     // True before the first Database() of an OnFirstUse document, and between a Release and
     // the next Database().

@@ -6,10 +6,7 @@
 #include "attbat/export/ExportCommands.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <cstdio>
-#include <filesystem>
-#include <system_error>
 
 #include "arxutils/ArxUtils.h"
 #include "arxutils/excel/ExcelServer.h"
@@ -454,18 +451,6 @@ CommandStatus ExportTable(CScheduleDialog& wizard, CommandContext& context, std:
     return CommandStatus::Done;
 }
 
-// Lets the drawing's memory go. A small drawing's freed pages go back to the system as well:
-// the rows and the workbook would otherwise take fresh pages beside them, and the few they take
-// cost nothing to fault in again. A big drawing's stay for them, as in any process that ends
-// with its command (base::SetEndsWithCommand): faulting hundreds of megabytes in again costs
-// time.
-void ReleaseDrawing(host::Document& drawing) {
-    constexpr std::uintmax_t kSmallDrawing = std::uintmax_t{64} << 20;
-    std::error_code failed;
-    const std::uintmax_t size = std::filesystem::file_size(drawing.FileName(), failed);
-    if (drawing.Release() && !failed && size < kSmallDrawing) base::ReturnFreeMemory();
-}
-
 CommandStatus RunExport(CommandContext& context) {
     // The process-wide switch of the attribute page's polygon controls.
     calcOuterPolygon = CRegistry::GetInt("Velmar", "CalOuterPolygon", calcOuterPolygon);
@@ -515,7 +500,7 @@ CommandStatus RunExport(CommandContext& context) {
     wizard.GoNext();
     // The blocks are read: the current drawing's memory goes back for the rest of the road
     // (rows, workbook); only the export to a table changes the drawing, so it keeps it.
-    if (current && !toTable) ReleaseDrawing(*current);
+    if (current && !toTable) current->Release();
     if (!SetAttributePage(wizard, values, refusal)) return CommandStatus::BadInput;
     wizard.GoNext();
     if (!SetPreviewPage(wizard, values, refusal)) return CommandStatus::BadInput;
