@@ -10,14 +10,14 @@ CDocData::CDocData(CDocData&&) noexcept = default;
 CDocData& CDocData::operator=(CDocData&&) noexcept = default;
 
 bool CDocData::AddModifiedHandle(std::string_view handle) {
-    if (!seen_.emplace(handle).second) return false;
+    if (!seen_.Insert(handle)) return false;
     modifiedHandles.Add(std::string(handle));
     return true;
 }
 
 void CDocData::ClearModifiedHandles() {
     modifiedHandles.RemoveAll();
-    seen_.clear();
+    seen_.Clear();
     ++generation_;
 }
 

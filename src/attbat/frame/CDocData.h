@@ -5,8 +5,8 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <unordered_set>
 
+#include "attbat/frame/HandleSet.h"
 #include "tables/CStringArrayEx.h"
 
 namespace attbat {
@@ -22,7 +22,7 @@ public:
 
     // Adds `handle` unless the list holds it (compared with case); true when added.
     bool AddModifiedHandle(std::string_view handle);
-    bool HasModifiedHandle(std::string_view handle) const { return seen_.count(std::string(handle)) != 0; }
+    bool HasModifiedHandle(std::string_view handle) const { return seen_.Contains(handle); }
     void ClearModifiedHandles();
     // Counts the clearings, so that what remembers having added a handle knows when to add it again.
     std::uint64_t Generation() const { return generation_; }
@@ -34,7 +34,7 @@ public:
     tables::CStringArrayEx modifiedHandles;
 
 private:
-    std::unordered_set<std::string> seen_;
+    HandleSet seen_;
     std::uint64_t generation_ = 0;
 };
 
