@@ -223,7 +223,11 @@ std::size_t SkipLeft(std::string_view text, Pred pred) {
 
 template <class Pred>
 std::size_t SkipRight(std::string_view text, Pred pred) {
-    // End of the last code point that doesn't satisfy pred.
+    // End of the last code point that doesn't satisfy pred. A last byte below 0x80 is a code
+    // point of its own, however the bytes before it decode: most texts end in one that stays.
+    if (!text.empty() && static_cast<unsigned char>(text.back()) < 0x80 &&
+        !pred(static_cast<char32_t>(text.back())))
+        return text.size();
     std::size_t pos = 0;
     std::size_t end = 0;
     while (pos < text.size()) {

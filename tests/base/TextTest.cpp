@@ -50,6 +50,15 @@ TEST(Text, TrimRemovesUnicodeSpaces) {
     EXPECT_EQ(Trim("   "), "");
 }
 
+TEST(Text, TrimEndsAtALastAsciiCharacterWhateverComesBefore) {
+    EXPECT_EQ(Trim("\u2003x\u3000y"), "x\u3000y");
+    EXPECT_EQ(TrimRight("\xC3" "b"), "\xC3" "b");      // a lead byte without its continuation
+    EXPECT_EQ(TrimRight("\xE2\x80" "b"), "\xE2\x80" "b");
+    EXPECT_EQ(TrimRight("\xE2\x80\x83"), "");          // a lone em space
+    EXPECT_EQ(Trim("a\t", "\t"), "a");
+    EXPECT_EQ(TrimRight("a1", "0"), "a1");
+}
+
 TEST(Text, TrimGivenCharacters) {
     EXPECT_EQ(Trim("<<a>>", "<>"), "a");
     EXPECT_EQ(Trim("«a»", "«»"), "a");
