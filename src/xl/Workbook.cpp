@@ -25,6 +25,10 @@ namespace {
 const char kMainNs[] = "http://schemas.openxmlformats.org/spreadsheetml/2006/main";
 const char kRelNs[] = "http://schemas.openxmlformats.org/officeDocument/2006/relationships";
 const char kSheetType[] = "application/vnd.openxmlformats-officedocument.spreadsheetml.worksheet+xml";
+// From this many notes a sheet's cells are made while its notes' drawing is made on another
+// thread (which takes longer than the cells then); with fewer, the two streams' buffers side by
+// side would weigh more in the save's peak than the little time won.
+constexpr std::size_t kNotesToWriteCellsBeside = 200000;
 
 std::string NewSheetXml() {
     return std::string("<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\r\n<worksheet xmlns=\"") +
@@ -476,13 +480,24 @@ base::Status Workbook::WriteChangedParts(bool letGo) {
     for (auto& sheet : sheets_) {
         if (!sheet->IsChanged() && !sheet->notesChanged_) continue;
         anyChange = true;
-        if (sheet->notesChanged_)
-            if (base::Status st = sheet->SaveNotes(); !st) return st;
-        if (sheet->IsChanged()) {
+        // The cells' part is written after the notes' parts, wherever it is made.
+        DeflatedData cells;
+        bool madeCells = false;
+        const auto makeCells = [&]() -> base::Status {
+            if (!sheet->IsChanged()) return base::Status::Ok();
             DeflateStream xml;
             if (base::Status st = sheet->SaveTo(xml); !st) return st;
-            package_.Write(sheet->part_, xml.Finish());
-        }
+            cells = xml.Finish();
+            madeCells = true;
+            return base::Status::Ok();
+        };
+        const bool beside = sheet->notesChanged_ && sheet->NoteCount() >= kNotesToWriteCellsBeside;
+        const auto nothing = [] { return base::Status::Ok(); };
+        base::Status st = base::Status::Ok();
+        if (sheet->notesChanged_) st = beside ? sheet->SaveNotes(makeCells) : sheet->SaveNotes(nothing);
+        if (st && !beside) st = makeCells();
+        if (!st) return st;
+        if (madeCells) package_.Write(sheet->part_, std::move(cells));
         if (letGo) sheet->KeepOnlyWritten();
     }
     if (strings_ && strings_->IsChanged()) {

@@ -1180,7 +1180,9 @@ int Worksheet::ClearNotes(const CellRange& range) {
     return removed;
 }
 
-base::Status Worksheet::SaveNotes() {
+std::size_t Worksheet::NoteCount() const { return data_ ? data_->notes.size() : 0; }
+
+base::Status Worksheet::SaveNotes(const std::function<base::Status()>& meanwhile) {
     Package& pkg = book_.GetPackage();
     if (base::Status st = LoadNotes(); !st) return st;
     std::string originalVml;
@@ -1192,7 +1194,7 @@ base::Status Worksheet::SaveNotes() {
         originalVml = std::move(*vml);
     }
     if (data_->commentsPart.empty()) {
-        if (data_->notes.empty()) return base::Status::Ok();
+        if (data_->notes.empty()) return meanwhile();
         for (int n = 1;; ++n) {
             std::string name = "xl/comments" + std::to_string(n) + ".xml";
             if (!pkg.Has(name)) {
@@ -1237,8 +1239,8 @@ base::Status Worksheet::SaveNotes() {
                 XmlScanner::MakeUtf8(current);
             }
     }
-    // The drawing is made on a second thread while the comments part is made here: both only
-    // read the notes, which nothing changes meanwhile, each into a stream of its own.
+    // The drawing is made on a second thread while the comments part, and then what the caller
+    // does meanwhile, are made here: the notes are only read until the drawing is done.
     DeflateStream comments, vml;
     auto makeVml = [&] {
         WriteVml(vml, originalVml, data_->notes, base);
@@ -1252,6 +1254,7 @@ base::Status Worksheet::SaveNotes() {
     }
     WriteComments(comments, data_->commentsRoot, data_->authors, data_->notes, current);
     current = std::string();
+    const base::Status during = meanwhile();
     if (drawing.valid()) drawing.get();
     pkg.Write(data_->commentsPart, comments.Finish());
     pkg.Write(data_->vmlPart, vml.Finish());
@@ -1262,7 +1265,7 @@ base::Status Worksheet::SaveNotes() {
         n.changed = false;
     }
     notesChanged_ = false;
-    return base::Status::Ok();
+    return during;
 }
 
 CellFormat Worksheet::Format(int row, int column) {

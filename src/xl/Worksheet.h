@@ -4,6 +4,7 @@
 // A Worksheet belongs to its Workbook and stays valid as long as the workbook lives.
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -257,7 +258,12 @@ private:
     pugi::xml_node Cols();
     base::Status ReadRows(XmlScanner& scanner, const std::string& label);
     base::Status SaveTo(DeflateStream& sheetXml);
-    base::Status SaveNotes();
+    // The notes held; 0 when the sheet isn't loaded.
+    std::size_t NoteCount() const;
+    // Writes the notes' parts. `meanwhile` runs once on this thread while the notes' drawing is
+    // made on another (or on its own when there are no notes to write), unless the notes fail
+    // before; its status is the result once the notes are written.
+    base::Status SaveNotes(const std::function<base::Status()>& meanwhile);
     // Once the sheet and its notes are written to the package, takes the parts for what the
     // sheet is, as if just read from them, and gives back the memory of its cells and notes.
     void KeepOnlyWritten();

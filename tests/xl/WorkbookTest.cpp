@@ -1096,6 +1096,34 @@ TEST(Workbook, RowsAndNotesSpanningManyPiecesOfTheirPartsAreReadWholeAndKept) {
     EXPECT_NE(saved.find("<pageMargins left=\"0.7\""), std::string::npos);
 }
 
+TEST(Workbook, ASheetOfManyNotesIsWrittenBesideTheirDrawingAndReadsBackTheSame) {
+    // From 200,000 notes a sheet's cells are made while the notes' drawing is made on another
+    // thread; the parts and their order are those of a sheet of few notes.
+    const auto fill = [](xl::Worksheet& sheet, int rows) {
+        for (int r = 1; r <= rows; ++r) {
+            ASSERT_TRUE(sheet.SetString(r, 1, "value " + std::to_string(r)));
+            ASSERT_TRUE(sheet.SetNote(r, 1, "/p/d.dxf<" + std::to_string(r) + "_TAG>"));
+        }
+    };
+    const int rows = 200000;
+    auto many = xl::Workbook::Create();
+    fill(*many->Sheet(0), rows);
+    auto few = xl::Workbook::Create();
+    fill(*few->Sheet(0), 3);
+    auto again = Reopen(*many);
+    EXPECT_EQ(again->GetPackage().PartNames(), Reopen(*few)->GetPackage().PartNames());
+    xl::Worksheet* s = again->Sheet(0);
+    const std::vector<xl::Note> notes = s->Notes();
+    ASSERT_EQ(notes.size(), static_cast<std::size_t>(rows));
+    for (int r = 1; r <= rows; r += 997) {
+        ASSERT_EQ(s->Text(r, 1), "value " + std::to_string(r));
+        ASSERT_EQ(notes[r - 1].row, r);
+        ASSERT_EQ(notes[r - 1].text, "/p/d.dxf<" + std::to_string(r) + "_TAG>");
+    }
+    EXPECT_EQ(s->Text(rows, 1), "value " + std::to_string(rows));
+    EXPECT_EQ(notes.back().text, "/p/d.dxf<" + std::to_string(rows) + "_TAG>");
+}
+
 TEST(Workbook, OverwritingTheFirstCellOfASharedFormulaMovesItToTheNextCell) {
     const std::pair<const char*, std::function<base::Status(xl::Worksheet&)>> writers[] = {
         {"SetString", [](xl::Worksheet& s) { return s.SetString(2, 2, "text"); }},
