@@ -18,38 +18,33 @@ std::string Hex(unsigned value) {
     return text;
 }
 
+// `text` goes in once: a second insertion finds it.
+void ExpectKeptOnce(HandleSet& set, const std::string& text) {
+    EXPECT_FALSE(set.Contains(text)) << text;
+    EXPECT_TRUE(set.Insert(text)) << text;
+    EXPECT_FALSE(set.Insert(text)) << text;
+    EXPECT_TRUE(set.Contains(text)) << text;
+}
+
 TEST(HandleSet, AHandleIsAddedOnce) {
     HandleSet set;
-    EXPECT_TRUE(set.Insert("2F"));
-    EXPECT_FALSE(set.Insert("2F"));
-    EXPECT_TRUE(set.Contains("2F"));
+    ExpectKeptOnce(set, "2F");
     EXPECT_FALSE(set.Contains("30"));
 }
 
 TEST(HandleSet, TextsThatNameTheSameNumberDifferently) {
     HandleSet set;
-    ASSERT_TRUE(set.Insert("2F"));
+    ExpectKeptOnce(set, "2F");
     // Compared with case, as texts: neither a lower-case nor a zero-led form is the same.
-    EXPECT_FALSE(set.Contains("2f"));
-    EXPECT_FALSE(set.Contains("02F"));
-    EXPECT_TRUE(set.Insert("2f"));
-    EXPECT_TRUE(set.Insert("02F"));
-    EXPECT_FALSE(set.Insert("2f"));
-    EXPECT_TRUE(set.Contains("2f"));
-    EXPECT_TRUE(set.Contains("02F"));
+    ExpectKeptOnce(set, "2f");
+    ExpectKeptOnce(set, "02F");
 }
 
 TEST(HandleSet, TextsThatAreNoHandles) {
     HandleSet set;
-    EXPECT_TRUE(set.Insert(""));
-    EXPECT_TRUE(set.Insert("G1"));
-    EXPECT_TRUE(set.Insert("FFFFFFFFFFFFFFFF"));  // sixteen digits: kept as text
-    EXPECT_FALSE(set.Insert("FFFFFFFFFFFFFFFF"));
-    EXPECT_TRUE(set.Contains(""));
-    EXPECT_TRUE(set.Contains("G1"));
+    // Sixteen digits are kept as text.
+    for (const char* text : {"", "G1", "FFFFFFFFFFFFFFFF", "0"}) ExpectKeptOnce(set, text);
     EXPECT_FALSE(set.Contains("FFFFFFFFFFFFFFF"));
-    EXPECT_TRUE(set.Insert("0"));
-    EXPECT_TRUE(set.Contains("0"));
     EXPECT_FALSE(set.Contains("00"));
 }
 
