@@ -494,7 +494,8 @@ base::Status Workbook::WriteChangedParts(bool letGo) {
         const bool beside = sheet->notesChanged_ && sheet->NoteCount() >= kNotesToWriteCellsBeside;
         const auto nothing = [] { return base::Status::Ok(); };
         base::Status st = base::Status::Ok();
-        if (sheet->notesChanged_) st = beside ? sheet->SaveNotes(makeCells) : sheet->SaveNotes(nothing);
+        if (sheet->notesChanged_)
+            st = beside ? sheet->SaveNotes(makeCells) : sheet->SaveNotes(nothing);
         if (st && !beside) st = makeCells();
         if (!st) return st;
         if (madeCells) package_.Write(sheet->part_, std::move(cells));
