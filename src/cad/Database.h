@@ -91,6 +91,8 @@ public:
     std::string Write() const;
     // True once anything was set, created or erased.
     bool IsModified() const { return modified_; }
+    // The size of the DXF read, in bytes.
+    std::size_t ByteSize() const { return bytes_.size(); }
 
     // The newest release Write can produce: 1032 (AC1032, AutoCAD 2018).
     static constexpr int kNewestRelease = 1032;

@@ -80,15 +80,15 @@ cad::UnitSettings Document::Units() {
 bool Document::Release() {
     if (!db_ || db_->IsModified() || IsLocked()) return !db_;
     units_ = db_->Units();
-    db_.reset();
     // A small drawing's freed pages go back to the system as well: the work that follows would
     // otherwise take fresh pages beside them, and the few it takes cost nothing to fault in
     // again. A big drawing's stay for it, as in any process that ends with its command
-    // (base::SetEndsWithCommand): faulting hundreds of megabytes in again costs time.
-    constexpr std::uintmax_t kSmallDrawing = std::uintmax_t{64} << 20;
-    std::error_code error;
-    const std::uintmax_t size = std::filesystem::file_size(path_, error);
-    if (!error && size < kSmallDrawing) base::ReturnFreeMemory();
+    // (base::SetEndsWithCommand): faulting hundreds of megabytes in again costs time. The size
+    // is the DXF's as read, also for a drawing converted from a DWG file.
+    constexpr std::size_t kSmallDrawing = std::size_t{64} << 20;
+    const bool small = db_->ByteSize() < kSmallDrawing;
+    db_.reset();
+    if (small) base::ReturnFreeMemory();
     return true;
 }
 

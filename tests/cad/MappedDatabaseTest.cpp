@@ -112,7 +112,10 @@ TEST(MappedDatabase, EveryCorpusDrawingReadsAsFromACopy) {
             continue;
         }
         EXPECT_EQ((*mapped)->Warnings(), (*copied)->Warnings());
-        EXPECT_TRUE((*mapped)->Write() == *base::ReadFile(path));
+        const std::string bytes = *base::ReadFile(path);
+        EXPECT_TRUE((*mapped)->Write() == bytes);
+        EXPECT_EQ((*mapped)->ByteSize(), bytes.size());
+        EXPECT_EQ((*copied)->ByteSize(), bytes.size());
     }
 }
 
