@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
 #include <random>
 
 #include "attbat/frame/CRegistry.h"
@@ -150,6 +151,41 @@ TEST(ImportByHandle, TheSameHandleInTwoDrawingsIsTwoRowsEvenWhenTheirKeysFollowE
     EXPECT_EQ(rows[1].attributes.GetSize(), 2);
     EXPECT_EQ(rows[2].dwgFile, "/b.dxf");
     EXPECT_EQ(rows[2].handle, "30");
+}
+
+TEST(ImportByHandle, HandlesWrittenWithLeadingZerosOrBeyondANumberAreRowsOfTheirOwnText) {
+    const std::string fourteen(14, 'F');
+    ImportMap map = {{"<2F_A>", "1"},         {"<02F_B>", "2"},          {"<2f_C>", "3"},
+                     {"<0002F_D>", "4"},      {"<" + fourteen + "_E>", "5"}, {"<G1_F>", "6"},
+                     {"<ffffffffffffff_G>", "7"}, {"<g1_H>", "8"}};
+    std::vector<std::string> skipped;
+    AcadBlockRefArray rows = BuildImportList(map, {}, kCurrent, skipped);
+    // A handle in another case is the same row; zeros in front make another text.
+    std::map<std::string, std::string> valuesOfRow;
+    for (const AcadBlockRef& row : rows) {
+        std::string& values = valuesOfRow[base::FoldCase(row.handle)];
+        for (const AcadAttribute& value : row.attributes) values += value.value;
+    }
+    EXPECT_EQ(valuesOfRow, (std::map<std::string, std::string>{{"2f", "13"},
+                                                               {"02f", "2"},
+                                                               {"0002f", "4"},
+                                                               {"ffffffffffffff", "57"},
+                                                               {"g1", "68"}}));
+}
+
+TEST(ImportByHandle, TheSameHandleInThousandsOfDrawingsIsARowForEach) {
+    ImportByHandleOptions options;
+    options.CurrentDrawingOnly = 0;
+    ImportMap map;
+    for (int d = 0; d < 2100; ++d) {
+        map.Add(base::Sprintf("/d%d.dxf<2F_MARK>", d), "M");
+        map.Add(base::Sprintf("/D%d.DXF<2f_WIDTH>", d), "W");
+    }
+    std::vector<std::string> skipped;
+    AcadBlockRefArray rows = BuildImportList(map, options, kCurrent, skipped);
+    // Each drawing's two keys, in either case, make its one row.
+    ASSERT_EQ(rows.GetSize(), 2100);
+    for (const AcadBlockRef& row : rows) ASSERT_EQ(row.attributes.GetSize(), 2) << row.dwgFile;
 }
 
 // Every row a walk of `map`'s rows gives, with the drawings `wanted` takes.
