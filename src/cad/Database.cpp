@@ -167,7 +167,7 @@ void Database::HandBackBytesBefore(std::size_t offset, std::size_t& handedBack,
                                    std::size_t margin) const {
     if (!mapped_) return;
     if (offset < handedBack) handedBack = 0;
-    if (offset < handedBack + 2 * margin) return;
+    if (offset < handedBack + margin + std::min(margin, kHandBackStep)) return;
     mapped_->HandBack(handedBack, offset - margin);
     handedBack = offset - margin;
 }
@@ -1299,10 +1299,10 @@ void Database::WriteTo(Out&& out) const {
     const std::string_view bytes = bytes_;
     const TagIndex& tags = stream_.tags;
     std::size_t runStart = 0, runEnd = stream_.prefix;
-    // A mapped drawing goes out a few megabytes at a time, handing back what was written right
+    // A mapped drawing goes out a mebibyte at a time, handing back what was written right
     // behind the writing: only a record moved elsewhere reads the bytes of another place, and
     // their pages then come in again.
-    constexpr std::size_t kPiece = std::size_t{4} << 20;
+    constexpr std::size_t kPiece = std::size_t{1} << 20;
     std::size_t handedBack = 0;
     auto handBack = [&](std::size_t before) {
         if (!mapped_ || before < handedBack + kPiece) return;

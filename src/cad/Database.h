@@ -260,9 +260,9 @@ private:
                                                          FileReader* reader = nullptr,
                                                          bool twoThreads = false);
     // In a mapped database, hands back the pages of the file before `offset` less `margin`
-    // that a reading in file order has gone past, `margin` at a time; an offset below the last
-    // one starts a new reading from the file's start. `handedBack` marks how far the reading has
-    // handed back: the database's own mark, or a second scan's.
+    // that a reading in file order has gone past, kHandBackStep at a time (`margin` if less);
+    // an offset below the last one starts a new reading from the file's start. `handedBack`
+    // marks how far the reading has handed back: the database's own mark, or a second scan's.
     void HandBackBytesBefore(std::size_t offset, std::size_t& handedBack, std::size_t margin) const;
     void HandBackBytesBefore(std::size_t offset) const {
         HandBackBytesBefore(offset, handedBack_, readingMargin_);
@@ -378,6 +378,9 @@ private:
     // that much past its look ahead.
     static constexpr std::size_t kHandBackMargin = std::size_t{8} << 20;
     static constexpr std::size_t kLeastReadingMargin = std::size_t{1} << 20;
+    // What a reading hands back at a time, at most: the pages it holds are its margin and less
+    // than this.
+    static constexpr std::size_t kHandBackStep = std::size_t{1} << 20;
     std::size_t readingMargin_ = kHandBackMargin;
     mutable std::uint32_t nextHandBack_ = 0;  // the record whose reading hands back next
     mutable std::uint32_t lookups_ = 0;       // by handle, in a mapped database

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -167,6 +168,37 @@ TEST(MappedDatabase, AReadingInFileOrderHoldsOnlyThePagesNearIt) {
     // Without telling the drawing, the pages read stay.
     for (const cad::BlockReference& ref : References(*large.db)) length += ref.Attributes()[0].TextString().size();
     EXPECT_GT(ResidentBytesOfMap(large.path), large.bytes.size() / 2);
+}
+
+TEST(MappedDatabase, AReadingInFileOrderHoldsItsMarginAndAtMostAStepMore) {
+    // Written a page at a time, so that the system caches the file, and maps it, in pages: a
+    // file written at once may be cached in blocks of up to 2 MiB, mapped whole at a touch.
+    const std::string folder = Folder("in-steps");
+    const std::string path = folder + "/plan.dxf";
+    const std::string bytes = LargeDrawing(60000);
+    {
+        std::FILE* file = std::fopen(path.c_str(), "wb");
+        ASSERT_NE(file, nullptr);
+        std::setvbuf(file, nullptr, _IONBF, 0);
+        for (std::size_t at = 0; at < bytes.size(); at += 4096) {
+            const std::size_t page = std::min<std::size_t>(4096, bytes.size() - at);
+            ASSERT_EQ(std::fwrite(bytes.data() + at, 1, page, file), page);
+        }
+        ASSERT_EQ(std::fclose(file), 0);
+    }
+    auto db = cad::Database::OpenMapped(path);
+    ASSERT_TRUE(db) << db.GetStatus().Message();
+    // A sixteenth of the file behind the reading, and pages handed back a mebibyte at a time;
+    // the records read between two calls that hand back (a few hundred kilobytes) come on top.
+    const std::size_t margin = bytes.size() / 16;
+    std::size_t most = 0, k = 0;
+    for (const cad::BlockReference& ref : References(**db)) {
+        (*db)->HandBackBefore(ref.Index());
+        ref.Attributes()[0].TextString();
+        if (++k % 100 == 0) most = std::max(most, ResidentBytesOfMap(path));
+    }
+    EXPECT_GT(most, margin);
+    EXPECT_LT(most, margin + (std::size_t{7} << 18));
 }
 
 TEST(MappedDatabase, ASmallDrawingReadInFileOrderHoldsASixteenthOfItselfBehindTheReading) {
