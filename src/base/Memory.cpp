@@ -35,6 +35,12 @@ int DefaultArenas() {
 
 void ReturnFreeMemory() { ::malloc_trim(0); }
 
+bool ReturnFreeMemoryUpTo(std::size_t atMost) {
+    if (::mallinfo2().fordblks > atMost) return false;
+    ReturnFreeMemory();
+    return true;
+}
+
 std::uint64_t AvailableMemory() {
     std::ifstream meminfo("/proc/meminfo");
     std::string name;

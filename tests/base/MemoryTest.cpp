@@ -151,6 +151,20 @@ TEST_F(MemoryTest, SmallBlocksFreedWhenTheProcessEndsWithItsCommandJoinTheHeapsF
     EXPECT_GT(waiting(), 0u);
 }
 
+TEST_F(MemoryTest, FreedMemoryGoesBackOnlyWhenThereIsAtMostAsMuchAsAsked) {
+    // Every other one of 1,024 blocks of 4 KiB freed: their neighbours keep them apart, so that
+    // the heap holds at least 2 MiB free between blocks in use.
+    std::vector<void*> blocks(1024);
+    for (void*& block : blocks) block = std::malloc(4096);
+    for (std::size_t i = 0; i < blocks.size(); i += 2) std::free(blocks[i]);
+    const std::size_t free = ::mallinfo2().fordblks;
+    ASSERT_GE(free, std::size_t{2} << 20);
+    EXPECT_FALSE(base::ReturnFreeMemoryUpTo(free / 2));
+    EXPECT_EQ(::mallinfo2().fordblks, free);
+    EXPECT_TRUE(base::ReturnFreeMemoryUpTo(free + (std::size_t{1} << 30)));
+    for (std::size_t i = 1; i < blocks.size(); i += 2) std::free(blocks[i]);
+}
+
 // Whether a block lies in the heap, below its end, rather than in a mapping of its own.
 bool InTheHeap(const char* block, std::size_t size) {
     return reinterpret_cast<std::uintptr_t>(block) + size <= reinterpret_cast<std::uintptr_t>(::sbrk(0));

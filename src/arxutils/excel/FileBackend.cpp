@@ -13,6 +13,7 @@
 
 #include "arxutils/excel/AutomationError.h"
 #include "arxutils/excel/CellEntry.h"
+#include "base/Memory.h"
 #include "base/Path.h"
 #include "base/Text.h"
 #include "fonts/FontMetrics.h"
@@ -26,6 +27,9 @@
 namespace arxutils::excel {
 
 namespace {
+
+// Freed memory up to this much goes back to the system when the sheets are let go.
+constexpr std::size_t kLittleFreedMemory = std::size_t{64} << 20;
 
 [[noreturn]] void Fail(const std::string& description, std::int32_t code = kErrApplication) {
     throw AutomationError(code, description);
@@ -1191,6 +1195,9 @@ bool FileBackend::OffersOnlyANewWorkbook() {
 
 void FileBackend::ReleaseUnchangedData() {
     for (const auto& book : state_->books) book->file->UnloadUnchangedSheets();
+    // A small workbook's sheets go back to the system as well, so that the drawing's work that
+    // follows takes their pages instead of fresh ones beside them; a big one's stay for it.
+    base::ReturnFreeMemoryUpTo(kLittleFreedMemory);
 }
 
 void FileBackend::SetLog(std::function<void(const std::string&)> log) { state_->log = std::move(log); }
