@@ -160,23 +160,17 @@ public:
     // no value matches as they are (empty). `filled` is scratch.
     void Fill(const AcadBlockRef& row, const AcadAttributeDefArray& defs,
               const AcadBlockView& view, std::vector<char>& filled,
-              tables::CStringArrayEx& values, tables::CStringArrayEx& keys, int first) const {
+              tables::CStringArrayEx& values, tables::CStringArrayEx& keys, int first) {
         if (byName_.empty()) return;
         filled.assign(bits_.size(), 0);
         const bool skipEmpty = !view.noValueTags.IsEmpty();
-        std::string dupName;
-        for (const AcadAttribute& attribute : row.attributes) {
+        for (int place = 0; place < row.attributes.GetSize(); ++place) {
+            const AcadAttribute& attribute = row.attributes[place];
             if (skipEmpty && attribute.value.empty()) continue;
-            std::string_view name = attribute.tag;
-            if (view.promptAsHeader) {
-                name = defs.PromptOf(attribute.tag, attribute.dupIndex);
-            } else if (attribute.dupIndex >= 1) {
-                dupName = DupName(attribute.tag, attribute.dupIndex);
-                name = dupName;
-            }
-            const auto at = byName_.find(name);
-            if (at == byName_.end()) continue;
-            for (int c = at->second; c >= 0; c = sameName_[static_cast<std::size_t>(c)]) {
+            const int column = view.promptAsHeader
+                                   ? ColumnNamed(defs.PromptOf(attribute.tag, attribute.dupIndex))
+                                   : ColumnAt(static_cast<std::size_t>(place), attribute);
+            for (int c = column; c >= 0; c = sameName_[static_cast<std::size_t>(c)]) {
                 const auto i = static_cast<std::size_t>(c);
                 if (filled[i]) continue;
                 filled[i] = 1;
@@ -188,9 +182,38 @@ public:
     }
 
 private:
+    // The first column named `name`; -1 for none.
+    int ColumnNamed(std::string_view name) const {
+        const auto at = byName_.find(name);
+        return at == byName_.end() ? -1 : at->second;
+    }
+
+    // The first column of `attribute`, found by its tag, at `place` among a row's values. The
+    // references of a block mostly list their values in the same order, so the column found for
+    // a place is kept and taken again for a value of the same tag in that place.
+    int ColumnAt(std::size_t place, const AcadAttribute& attribute) {
+        if (place >= byPlace_.size()) byPlace_.resize(place + 1);
+        Found& found = byPlace_[place];
+        if (found.dupIndex != attribute.dupIndex || found.tag != attribute.tag) {
+            found.tag = attribute.tag;
+            found.dupIndex = attribute.dupIndex;
+            found.column = attribute.dupIndex >= 1
+                               ? ColumnNamed(DupName(attribute.tag, attribute.dupIndex))
+                               : ColumnNamed(attribute.tag);
+        }
+        return found.column;
+    }
+
+    struct Found {
+        std::string tag;
+        int dupIndex = -1;  // none found yet
+        int column = -1;
+    };
+
     std::vector<int> bits_;
     std::unordered_map<std::string_view, int> byName_;  // first column of each attribute name
     std::vector<int> sameName_;                         // next column of the same name, or -1
+    std::vector<Found> byPlace_;                        // the column last found at each place
 };
 
 void WriteHeader(RowTable& rows, RowTable& keys, const AcadBlockView& view,
@@ -358,7 +381,7 @@ void AddGroup(const AcadBlockArray& blockArray, RowTable& rows, RowTable& keys,
 
     // Which columns are properties is decided once per group, not once per cell; the others
     // are found by name, so each row is filled in one pass over its values.
-    const AttributeColumns attributeColumns(columns);
+    AttributeColumns attributeColumns(columns);
     std::vector<char> filled;
 
     const int cellCount = (view.showName ? 1 : 0) + 1 + (view.showCount ? 1 : 0) +

@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <random>
+#include <utility>
+#include <vector>
 
 #include "ModelTestSupport.h"
 #include "attbat/model/AcadBlockArray.h"
@@ -463,6 +465,36 @@ TEST(BuildRows, HeaderStyleZeroWritesOneHeaderOverTheWholeTable) {
     EXPECT_EQ(t.rows[4], (tables::CStringArrayEx{"WINDOW", "1", "", "", "w1"}));
     // The second group has no header, so its first data row marks where it starts.
     EXPECT_EQ(t.keys[4], (tables::CStringArrayEx{kMark, "", "", "", "C:\\a.dwg<200_W>"}));
+}
+
+TEST(BuildRows, RowsThatListTheirValuesInAnotherOrderFillTheSameColumns) {
+    AcadBlockArray blocks;
+    AcadBlock door = Block("DOOR", {"NO", "TYPE"});
+    const std::vector<std::vector<std::pair<const char*, const char*>>> values = {
+        {{"NO", "1"}, {"TYPE", "A"}}, {{"TYPE", "B"}, {"NO", "2"}}, {{"TYPE", "C"}},
+        {{"X", "9"}, {"NO", "4"}},    {{"NO", "5"}, {"TYPE", "E"}}};
+    int handle = 0x100;
+    for (const auto& list : values) {
+        AcadBlockRef row = Row(base::Sprintf("%X", handle++));
+        for (const auto& [tag, value] : list) row.attributes.Add(Att(tag, value));
+        door.refs.Add(row);
+    }
+    blocks.Add(door);
+    AcadBlockView view;
+    view.combineItems = 0;
+    const Tables t = Build(blocks, view, {}, tables::CStringArrayEx{"DOOR"});
+    ASSERT_EQ(t.rows.GetSize(), 6);
+    EXPECT_EQ(t.rows[0], (tables::CStringArrayEx{"Block Name", "Quantity", "NO", "TYPE"}));
+    const std::vector<tables::CStringArrayEx> expected = {
+        {"DOOR", "1", "1", "A"}, {"DOOR", "1", "2", "B"}, {"DOOR", "1", "", "C"},
+        {"DOOR", "1", "4", ""},  {"DOOR", "1", "5", "E"}};
+    for (int r = 0; r < 5; ++r) {
+        tables::CStringArrayEx row = t.rows[r + 1];
+        row.SetSize(4);
+        EXPECT_EQ(row, expected[static_cast<std::size_t>(r)]) << r;
+    }
+    EXPECT_EQ(t.keys[2][2], "C:\\a.dwg<101_NO>");
+    EXPECT_EQ(t.keys[2][3], "C:\\a.dwg<101_TYPE>");
 }
 
 TEST(BuildRows, HeaderStyleOneWritesAHeaderAndOwnColumnsForEachBlock) {
