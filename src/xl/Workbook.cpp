@@ -482,13 +482,11 @@ base::Status Workbook::WriteChangedParts(bool letGo) {
         anyChange = true;
         // The cells' part is written after the notes' parts, wherever it is made.
         DeflatedData cells;
-        bool madeCells = false;
         const auto makeCells = [&]() -> base::Status {
             if (!sheet->IsChanged()) return base::Status::Ok();
             DeflateStream xml;
             if (base::Status st = sheet->SaveTo(xml); !st) return st;
             cells = xml.Finish();
-            madeCells = true;
             return base::Status::Ok();
         };
         const bool beside = sheet->notesChanged_ && sheet->NoteCount() >= kNotesToWriteCellsBeside;
@@ -498,7 +496,7 @@ base::Status Workbook::WriteChangedParts(bool letGo) {
             st = beside ? sheet->SaveNotes(makeCells) : sheet->SaveNotes(nothing);
         if (st && !beside) st = makeCells();
         if (!st) return st;
-        if (madeCells) package_.Write(sheet->part_, std::move(cells));
+        if (sheet->IsChanged()) package_.Write(sheet->part_, std::move(cells));
         if (letGo) sheet->KeepOnlyWritten();
     }
     if (strings_ && strings_->IsChanged()) {

@@ -151,17 +151,35 @@ TEST_F(MemoryTest, SmallBlocksFreedWhenTheProcessEndsWithItsCommandJoinTheHeapsF
     EXPECT_GT(waiting(), 0u);
 }
 
+// Whether the page that starts at or after `address` is in memory.
+bool PageResident(const char* address) {
+    const auto page = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
+    const auto at = reinterpret_cast<std::uintptr_t>(address);
+    const std::uintptr_t start = (at + page - 1) / page * page;
+    unsigned char in = 0;
+    EXPECT_EQ(::mincore(reinterpret_cast<void*>(start), page, &in), 0);
+    return (in & 1) != 0;
+}
+
 TEST_F(MemoryTest, FreedMemoryGoesBackOnlyWhenThereIsAtMostAsMuchAsAsked) {
-    // Every other one of 1,024 blocks of 4 KiB freed: their neighbours keep them apart, so that
-    // the heap holds at least 2 MiB free between blocks in use.
-    std::vector<void*> blocks(1024);
-    for (void*& block : blocks) block = std::malloc(4096);
+    // Every other one of 64 blocks of 64 KiB (below the size mapped on its own) freed: their
+    // neighbours keep them apart, so that the heap holds 2 MiB free between blocks in use.
+    constexpr std::size_t kBlock = 64 * 1024;
+    std::vector<char*> blocks(64);
+    for (char*& block : blocks) {
+        block = static_cast<char*>(std::malloc(kBlock));
+        std::memset(block, 1, kBlock);
+    }
     for (std::size_t i = 0; i < blocks.size(); i += 2) std::free(blocks[i]);
+    // A page well inside the freed block, clear of the allocator's own words at its start.
+    const char* freed = blocks[blocks.size() / 2] + kBlock / 2;
     const std::size_t free = ::mallinfo2().fordblks;
     ASSERT_GE(free, std::size_t{2} << 20);
     EXPECT_FALSE(base::ReturnFreeMemoryUpTo(free / 2));
     EXPECT_EQ(::mallinfo2().fordblks, free);
+    EXPECT_TRUE(PageResident(freed));
     EXPECT_TRUE(base::ReturnFreeMemoryUpTo(free + (std::size_t{1} << 30)));
+    EXPECT_FALSE(PageResident(freed));
     for (std::size_t i = 1; i < blocks.size(); i += 2) std::free(blocks[i]);
 }
 
