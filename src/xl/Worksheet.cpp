@@ -1240,11 +1240,15 @@ base::Status Worksheet::SaveNotes(const std::function<base::Status()>& meanwhile
             }
     }
     // The drawing is made on a second thread while the comments part, and then what the caller
-    // does meanwhile, are made here: the notes are only read until the drawing is done.
-    DeflateStream comments, vml;
+    // does meanwhile, are made here: the notes are only read until the drawing is done. Each
+    // part is finished as soon as it is written, so that its buffers and its compressing thread
+    // are let go before the next part's are taken.
+    DeflatedData commentsData, vmlData;
     auto makeVml = [&] {
+        DeflateStream vml;
         WriteVml(vml, originalVml, data_->notes, base);
         originalVml = std::string();
+        vmlData = vml.Finish();
     };
     std::future<void> drawing;
     try {
@@ -1252,12 +1256,16 @@ base::Status Worksheet::SaveNotes(const std::function<base::Status()>& meanwhile
     } catch (const std::system_error&) {
         makeVml();  // no thread to be had
     }
-    WriteComments(comments, data_->commentsRoot, data_->authors, data_->notes, current);
-    current = std::string();
+    {
+        DeflateStream comments;
+        WriteComments(comments, data_->commentsRoot, data_->authors, data_->notes, current);
+        current = std::string();
+        commentsData = comments.Finish();
+    }
     const base::Status during = meanwhile();
     if (drawing.valid()) drawing.get();
-    pkg.Write(data_->commentsPart, comments.Finish());
-    pkg.Write(data_->vmlPart, vml.Finish());
+    pkg.Write(data_->commentsPart, std::move(commentsData));
+    pkg.Write(data_->vmlPart, std::move(vmlData));
     // What was written is now what the parts hold.
     for (StoredNote& n : data_->notes) {
         n.originalRow = n.row;

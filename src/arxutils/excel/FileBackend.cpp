@@ -1248,6 +1248,9 @@ base::Status FileBackend::SaveChanged() {
                 sheet->Select(areas.front(), row, column);
         }
         host::RemoveLeftoversOfInterruptedSaves(target);
+        // What filling the sheets freed goes back before the save takes room for its parts,
+        // when it is little, as when the sheets are let go.
+        base::ReturnFreeMemoryUpTo(kLittleFreedMemory);
         if (base::Status s = book->file->Save(target); !s) {
             problems += "\n" + s.Message();
             continue;
