@@ -172,8 +172,18 @@ void Database::HandBackBytesBefore(std::size_t offset, std::size_t& handedBack,
     handedBack = offset - margin;
 }
 
-void Database::HandBackAwayFrom(std::uint32_t rec) const {
+void Database::LookedUp(std::uint32_t rec) const {
     const std::size_t at = stream_.tags.Start(records_[rec].firstTag);
+    lookedFrom_ = std::min(lookedFrom_, at);
+    lookedTo_ = std::max(lookedTo_, at);
+    // Rows grouped by block pass over the file again and again: a big file's lookups keep what
+    // they read for a few thousand of them, since faulting hundreds of megabytes in again
+    // costs more than holding them; a small file's keep a few margins of it.
+    const bool letGo = bytes_.size() < kSmallFile
+                           ? lookedTo_ - lookedFrom_ >= kLookupSpanInMargins * readingMargin_
+                           : ++lookups_ % kHandBackEvery == 0;
+    if (!letGo) return;
+    lookedFrom_ = lookedTo_ = at;
     handedBack_ = at > readingMargin_ ? at - readingMargin_ : 0;
     mapped_->HandBack(0, handedBack_);
     mapped_->HandBack(at + readingMargin_, bytes_.size());
@@ -193,8 +203,9 @@ base::Status Database::Load(FileReader* reader, bool twoThreads) {
         // has gone past goes back. Each scan hands back behind itself from a mark of its own:
         // the first from the file's start, the second from its first look on (what is before
         // that is the first's).
-        // A scan asks for bytes up to kScanAhead past its place: its margin lies behind that.
-        const std::size_t scanMargin = std::min(kScanAhead + readingMargin_, kHandBackMargin);
+        // A scan asks for bytes up to kScanAhead past its place and never reads what it has
+        // gone past again: it keeps only kScanMargin behind its place.
+        const std::size_t scanMargin = kScanAhead + kScanMargin;
         auto handingBack = [this, scanMargin](std::optional<std::size_t> mark) {
             return [this, mark, scanMargin](std::size_t want) mutable {
                 if (!mark) mark = want;
@@ -955,7 +966,7 @@ std::uint16_t Database::InternType(std::string_view type, std::uint16_t hint) {
 Object Database::ObjectByHandle(Handle handle) {
     std::uint32_t rec = Lookup(handle);
     if (rec == kNone || records_[rec].erased) return Object();
-    if (mapped_ && ++lookups_ % kHandBackEvery == 0) HandBackAwayFrom(rec);
+    if (mapped_) LookedUp(rec);
     return Object(this, rec);
 }
 

@@ -267,10 +267,10 @@ private:
     void HandBackBytesBefore(std::size_t offset) const {
         HandBackBytesBefore(offset, handedBack_, readingMargin_);
     }
-    // In a mapped database, hands back every page of the file but those within a margin of
-    // record `rec`: lookups by handle come in any order, so once every few thousand of them
-    // the pages they read are let go whatever their place.
-    void HandBackAwayFrom(std::uint32_t rec) const;
+    // In a mapped database, tells that a lookup by handle reads record `rec`. Lookups come in
+    // any order: once those since the last hand back have read pages far enough apart, every
+    // page but those within a margin of `rec` is let go, whatever its place.
+    void LookedUp(std::uint32_t rec) const;
     void IndexRecords();
     void IndexBlocks();
     void AssignMissingHandles();
@@ -372,18 +372,26 @@ private:
     std::optional<base::MappedFile> mapped_;
     mutable std::size_t handedBack_ = 0;  // the mapped file's pages before it are handed back
     static constexpr std::uint32_t kHandBackEvery = 4096;
-    // Pages just gone past may still be read: a record's neighbours, and what the scan asked
-    // for past its place (kScanAhead). A reading of records keeps a sixteenth of a small file
-    // behind it, at least 1 MiB, so that such a file isn't held whole by its margins; the scan
-    // that much past its look ahead.
+    // Pages just gone past may still be read: a record's neighbours. A reading of records keeps
+    // a sixteenth of a small file behind it, at least 1 MiB, so that such a file isn't held
+    // whole by its margins. The scan, which reads nothing twice, keeps a little behind its
+    // place, which is what it asked for past it (kScanAhead) behind the furthest it asked for.
     static constexpr std::size_t kHandBackMargin = std::size_t{8} << 20;
     static constexpr std::size_t kLeastReadingMargin = std::size_t{1} << 20;
+    static constexpr std::size_t kScanMargin = std::size_t{256} << 10;
     // What a reading hands back at a time, at most: the pages it holds are its margin and less
     // than this.
     static constexpr std::size_t kHandBackStep = std::size_t{1} << 20;
+    // Lookups by handle in a file smaller than kSmallFile hold the pages of at most this many
+    // margins apart before they hand back: a few hand backs per pass over the file, whichever
+    // way they go; in a bigger one they hand back every kHandBackEvery lookups.
+    static constexpr std::size_t kLookupSpanInMargins = 4;
+    static constexpr std::size_t kSmallFile = std::size_t{64} << 20;
     std::size_t readingMargin_ = kHandBackMargin;
     mutable std::uint32_t nextHandBack_ = 0;  // the record whose reading hands back next
-    mutable std::uint32_t lookups_ = 0;       // by handle, in a mapped database
+    // The bytes lookups by handle read since their last hand back lie between these.
+    mutable std::size_t lookedFrom_ = 0, lookedTo_ = 0;
+    mutable std::uint32_t lookups_ = 0;  // by handle, in a mapped database
     std::string_view bytes_;
     TagStream stream_;
     TextCodec codec_;

@@ -170,22 +170,23 @@ TEST(MappedDatabase, AReadingInFileOrderHoldsOnlyThePagesNearIt) {
     EXPECT_GT(ResidentBytesOfMap(large.path), large.bytes.size() / 2);
 }
 
-TEST(MappedDatabase, AReadingInFileOrderHoldsItsMarginAndAtMostAStepMore) {
-    // Written a page at a time, so that the system caches the file, and maps it, in pages: a
-    // file written at once may be cached in blocks of up to 2 MiB, mapped whole at a touch.
-    const std::string folder = Folder("in-steps");
-    const std::string path = folder + "/plan.dxf";
-    const std::string bytes = LargeDrawing(60000);
-    {
-        std::FILE* file = std::fopen(path.c_str(), "wb");
-        ASSERT_NE(file, nullptr);
-        std::setvbuf(file, nullptr, _IONBF, 0);
-        for (std::size_t at = 0; at < bytes.size(); at += 4096) {
-            const std::size_t page = std::min<std::size_t>(4096, bytes.size() - at);
-            ASSERT_EQ(std::fwrite(bytes.data() + at, 1, page, file), page);
-        }
-        ASSERT_EQ(std::fclose(file), 0);
+// Writes `bytes` a page at a time, so that the system caches the file, and maps it, in pages: a
+// file written at once may be cached in blocks of up to 2 MiB, mapped whole at a touch.
+void WritePageByPage(const std::string& path, const std::string& bytes) {
+    std::FILE* file = std::fopen(path.c_str(), "wb");
+    ASSERT_NE(file, nullptr);
+    std::setvbuf(file, nullptr, _IONBF, 0);
+    for (std::size_t at = 0; at < bytes.size(); at += 4096) {
+        const std::size_t page = std::min<std::size_t>(4096, bytes.size() - at);
+        ASSERT_EQ(std::fwrite(bytes.data() + at, 1, page, file), page);
     }
+    ASSERT_EQ(std::fclose(file), 0);
+}
+
+TEST(MappedDatabase, AReadingInFileOrderHoldsItsMarginAndAtMostAStepMore) {
+    const std::string path = Folder("in-steps") + "/plan.dxf";
+    const std::string bytes = LargeDrawing(60000);
+    WritePageByPage(path, bytes);
     auto db = cad::Database::OpenMapped(path);
     ASSERT_TRUE(db) << db.GetStatus().Message();
     // A sixteenth of the file behind the reading, and pages handed back a mebibyte at a time;
@@ -230,6 +231,30 @@ TEST(MappedDatabase, LookupsByHandleInAnyOrderHoldOnlyPartOfTheFile) {
     }
     EXPECT_GT(length, std::size_t{60000} * 360);
     EXPECT_LT(ResidentBytesOfMap(large.path), large.bytes.size() / 2);
+}
+
+TEST(MappedDatabase, LookupsThatPassOverTheFileAgainAndAgainHoldAFewMarginsOfIt) {
+    // As rows grouped by block come: each group's references lie all over the file, in file
+    // order, and the groups pass over it one after the other.
+    const std::string path = Folder("passes") + "/plan.dxf";
+    const std::string bytes = LargeDrawing(60000);
+    WritePageByPage(path, bytes);
+    auto db = cad::Database::OpenMapped(path);
+    ASSERT_TRUE(db) << db.GetStatus().Message();
+    std::vector<cad::Handle> handles;
+    for (const cad::BlockReference& ref : References(**db)) handles.push_back(ref.GetHandle());
+    constexpr std::size_t kGroups = 24;
+    const std::size_t margin = bytes.size() / 16;
+    std::size_t most = 0, length = 0, k = 0;
+    for (std::size_t group = 0; group < kGroups; ++group)
+        for (std::size_t i = group; i < handles.size(); i += kGroups) {
+            cad::BlockReference ref(db->get(), (*db)->ObjectByHandle(handles[i]).Index());
+            length += ref.Attributes()[0].TextString().size();
+            if (++k % 50 == 0) most = std::max(most, ResidentBytesOfMap(path));
+        }
+    EXPECT_GT(length, std::size_t{60000} * 360);
+    // Four margins apart at most between hand backs, and one kept around the last lookup.
+    EXPECT_LT(most, 6 * margin);
 }
 
 TEST(MappedDatabase, SavingHandsBackWhatItWrote) {
