@@ -48,6 +48,19 @@ std::string LargeDrawing(int count) {
     return text;
 }
 
+// Writes `bytes` a page at a time, so that the system caches the file, and maps it, in pages: a
+// file written at once may be cached in blocks of up to 2 MiB, mapped whole at a touch.
+void WritePageByPage(const std::string& path, const std::string& bytes) {
+    std::FILE* file = std::fopen(path.c_str(), "wb");
+    ASSERT_NE(file, nullptr);
+    std::setvbuf(file, nullptr, _IONBF, 0);
+    for (std::size_t at = 0; at < bytes.size(); at += 4096) {
+        const std::size_t page = std::min<std::size_t>(4096, bytes.size() - at);
+        ASSERT_EQ(std::fwrite(bytes.data() + at, 1, page, file), page);
+    }
+    ASSERT_EQ(std::fclose(file), 0);
+}
+
 // The large drawing written into a folder of its own and read through a map of it.
 struct LargeMapped {
     std::string folder;
@@ -56,10 +69,13 @@ struct LargeMapped {
     std::unique_ptr<cad::Database> db;
 };
 
-LargeMapped OpenLargeMapped(const std::string& name, int count = 60000) {
+LargeMapped OpenLargeMapped(const std::string& name, int count = 60000, bool pageByPage = false) {
     LargeMapped large{Folder(name), {}, LargeDrawing(count), nullptr};
     large.path = large.folder + "/plan.dxf";
-    EXPECT_TRUE(base::WriteFileAtomic(large.path, large.bytes));
+    if (pageByPage)
+        WritePageByPage(large.path, large.bytes);
+    else
+        EXPECT_TRUE(base::WriteFileAtomic(large.path, large.bytes));
     auto mapped = cad::Database::OpenMapped(large.path);
     EXPECT_TRUE(mapped) << mapped.GetStatus().Message();
     if (mapped) large.db = std::move(*mapped);
@@ -170,33 +186,17 @@ TEST(MappedDatabase, AReadingInFileOrderHoldsOnlyThePagesNearIt) {
     EXPECT_GT(ResidentBytesOfMap(large.path), large.bytes.size() / 2);
 }
 
-// Writes `bytes` a page at a time, so that the system caches the file, and maps it, in pages: a
-// file written at once may be cached in blocks of up to 2 MiB, mapped whole at a touch.
-void WritePageByPage(const std::string& path, const std::string& bytes) {
-    std::FILE* file = std::fopen(path.c_str(), "wb");
-    ASSERT_NE(file, nullptr);
-    std::setvbuf(file, nullptr, _IONBF, 0);
-    for (std::size_t at = 0; at < bytes.size(); at += 4096) {
-        const std::size_t page = std::min<std::size_t>(4096, bytes.size() - at);
-        ASSERT_EQ(std::fwrite(bytes.data() + at, 1, page, file), page);
-    }
-    ASSERT_EQ(std::fclose(file), 0);
-}
-
 TEST(MappedDatabase, AReadingInFileOrderHoldsItsMarginAndAtMostAStepMore) {
-    const std::string path = Folder("in-steps") + "/plan.dxf";
-    const std::string bytes = LargeDrawing(60000);
-    WritePageByPage(path, bytes);
-    auto db = cad::Database::OpenMapped(path);
-    ASSERT_TRUE(db) << db.GetStatus().Message();
+    LargeMapped large = OpenLargeMapped("in-steps", 60000, true);
+    ASSERT_TRUE(large.db);
     // A sixteenth of the file behind the reading, and pages handed back a mebibyte at a time;
     // the records read between two calls that hand back (a few hundred kilobytes) come on top.
-    const std::size_t margin = bytes.size() / 16;
+    const std::size_t margin = large.bytes.size() / 16;
     std::size_t most = 0, k = 0;
-    for (const cad::BlockReference& ref : References(**db)) {
-        (*db)->HandBackBefore(ref.Index());
+    for (const cad::BlockReference& ref : References(*large.db)) {
+        large.db->HandBackBefore(ref.Index());
         ref.Attributes()[0].TextString();
-        if (++k % 100 == 0) most = std::max(most, ResidentBytesOfMap(path));
+        if (++k % 100 == 0) most = std::max(most, ResidentBytesOfMap(large.path));
     }
     EXPECT_GT(most, margin);
     EXPECT_LT(most, margin + (std::size_t{7} << 18));
@@ -236,21 +236,18 @@ TEST(MappedDatabase, LookupsByHandleInAnyOrderHoldOnlyPartOfTheFile) {
 TEST(MappedDatabase, LookupsThatPassOverTheFileAgainAndAgainHoldAFewMarginsOfIt) {
     // As rows grouped by block come: each group's references lie all over the file, in file
     // order, and the groups pass over it one after the other.
-    const std::string path = Folder("passes") + "/plan.dxf";
-    const std::string bytes = LargeDrawing(60000);
-    WritePageByPage(path, bytes);
-    auto db = cad::Database::OpenMapped(path);
-    ASSERT_TRUE(db) << db.GetStatus().Message();
+    LargeMapped large = OpenLargeMapped("passes", 60000, true);
+    ASSERT_TRUE(large.db);
     std::vector<cad::Handle> handles;
-    for (const cad::BlockReference& ref : References(**db)) handles.push_back(ref.GetHandle());
+    for (const cad::BlockReference& ref : References(*large.db)) handles.push_back(ref.GetHandle());
     constexpr std::size_t kGroups = 24;
-    const std::size_t margin = bytes.size() / 16;
+    const std::size_t margin = large.bytes.size() / 16;
     std::size_t most = 0, length = 0, k = 0;
     for (std::size_t group = 0; group < kGroups; ++group)
         for (std::size_t i = group; i < handles.size(); i += kGroups) {
-            cad::BlockReference ref(db->get(), (*db)->ObjectByHandle(handles[i]).Index());
+            cad::BlockReference ref(large.db.get(), large.db->ObjectByHandle(handles[i]).Index());
             length += ref.Attributes()[0].TextString().size();
-            if (++k % 50 == 0) most = std::max(most, ResidentBytesOfMap(path));
+            if (++k % 50 == 0) most = std::max(most, ResidentBytesOfMap(large.path));
         }
     EXPECT_GT(length, std::size_t{60000} * 360);
     // Four margins apart at most between hand backs, and one kept around the last lookup.
