@@ -374,8 +374,8 @@ private:
     static constexpr std::uint32_t kHandBackEvery = 4096;
     // Pages just gone past may still be read: a record's neighbours. A reading of records keeps
     // a sixteenth of a small file behind it, at least 1 MiB, so that such a file isn't held
-    // whole by its margins. The scan, which reads nothing twice, keeps a little behind its
-    // place, which is what it asked for past it (kScanAhead) behind the furthest it asked for.
+    // whole by its margins. The scan, which reads nothing twice, keeps only kScanMargin behind
+    // its place (its hand back counts from the furthest byte it asked for, kScanAhead further).
     static constexpr std::size_t kHandBackMargin = std::size_t{8} << 20;
     static constexpr std::size_t kLeastReadingMargin = std::size_t{1} << 20;
     static constexpr std::size_t kScanMargin = std::size_t{256} << 10;
