@@ -56,6 +56,10 @@ struct MapOptions {
 class Database {
 public:
     static constexpr std::uint32_t kNone = 0xFFFFFFFFu;
+    // Below this size (ByteSize) a drawing is small: the pages it read can go back to the system
+    // freely, since faulting them in again costs little; a bigger one's are held for the work
+    // that reads them again, as hundreds of megabytes cost a tenth of a second and more.
+    static constexpr std::size_t kSmallFile = std::size_t{64} << 20;
 
     // Reads a drawing file; a failure says the file, the line or byte offset and the reason.
     static base::Result<std::unique_ptr<Database>> Open(const std::string& path);
@@ -386,7 +390,6 @@ private:
     // margins apart before they hand back: a few hand backs per pass over the file, whichever
     // way they go; in a bigger one they hand back every kHandBackEvery lookups.
     static constexpr std::size_t kLookupSpanInMargins = 4;
-    static constexpr std::size_t kSmallFile = std::size_t{64} << 20;
     std::size_t readingMargin_ = kHandBackMargin;
     mutable std::uint32_t nextHandBack_ = 0;  // the record whose reading hands back next
     // The bytes lookups by handle read since their last hand back lie between these.

@@ -85,8 +85,7 @@ bool Document::Release() {
     // again. A big drawing's stay for it, as in any process that ends with its command
     // (base::SetEndsWithCommand): faulting hundreds of megabytes in again costs time. The size
     // is the DXF's as read, also for a drawing converted from a DWG file.
-    constexpr std::size_t kSmallDrawing = std::size_t{64} << 20;
-    const bool small = db_->ByteSize() < kSmallDrawing;
+    const bool small = db_->ByteSize() < cad::Database::kSmallFile;
     db_.reset();
     if (small) base::ReturnFreeMemory();
     return true;
